@@ -1,0 +1,443 @@
+/**
+ * @file qvGLRenderer.h
+ * GPU renderer for live video frames: the one header a host includes (C99 or C++).
+ *
+ * The library exports two functions. QVG_GetGLRendererInterface() starts it and gives a table of 64 function
+ * pointers; QVG_ReleaseGLRendererInterface() takes the table back and tears everything down.
+ *
+ * Terms and rules that hold for every slot:
+ *
+ * - Threads. A slot marked [any] may be called on any thread, with or without a current context. A slot marked
+ *   [GL] issues GL commands: call it on a thread on which a context of this library is current (GetSharedContext,
+ *   then MakeCurrentContext). Textures and pixel buffers are shared by all contexts of the library; a frame buffer
+ *   works only on the context on which it was first used. An object may be used on one thread at a time.
+ * - Order between contexts. Work submitted on one context is seen by another only after Finish() on the first.
+ *   Objects that the pools recycle are ordered by the library itself.
+ * - Rows. A frame in memory has row 0 first; texture row 0 is at the bottom of GL's coordinates. An upload stores
+ *   frame row 0 as texture row 0, so a top-down frame lies upside down in GL's sense: the texture's "flipped" flag
+ *   is then true. Read-backs write row 0 of the picture first.
+ * - Content. A texture's storage may be larger than its picture. The content rectangle (origin and size, in texels)
+ *   says where the picture lies; every operation reads and writes that rectangle only.
+ * - Values. Colours and opacity are 0..1, sizes are pixels, strides are bytes, angles are degrees unless a field
+ *   says otherwise. bool is one byte.
+ * - Handles belong to the library. Give each back through the slot named with it; that slot writes null into your
+ *   variable. Handles that are still held when the library is released become invalid, whichever thread holds them:
+ *   stop your rendering threads, and release their contexts, before QVG_ReleaseGLRendererInterface().
+ * - Failure is false, null or 0, with one line in the log (standard output; on Windows the debugger too) where
+ *   something went wrong inside. No slot throws. Handles are checked for null only.
+ */
+#ifndef QVGLRENDERER_QVGLRENDERER_H
+#define QVGLRENDERER_QVGLRENDERER_H
+
+#include <stdbool.h>
+#include <stdint.h>
+
+#if defined(_WIN32)
+#if defined(QVG_BUILDING_LIBRARY)
+#define QVG_API __declspec(dllexport)
+#elif defined(QVG_STATIC)
+#define QVG_API
+#else
+#define QVG_API __declspec(dllimport)
+#endif
+#else
+#define QVG_API __attribute__((visibility("default")))
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ---- Handles ------------------------------------------------------------------------------------------------ */
+
+typedef struct QVGGLContext QVGGLContext;       /**< A GL context made by the library. */
+typedef struct QVGTexture QVGTexture;           /**< A pooled GL texture with its content rectangle. */
+typedef struct QVGFrameBuffer QVGFrameBuffer;   /**< A render target with its camera. */
+typedef struct QVGWndDrawer QVGWndDrawer;       /**< Presents textures in one window of the host. */
+typedef struct QVGEffect QVGEffect;             /**< An instance of a named effect. */
+
+/* ---- Configuration ------------------------------------------------------------------------------------------ */
+
+/** A decoded image, owned by the host. The library reads the pixels and the size only. */
+typedef struct QVGHostImage {
+  const uint8_t *pixels; /**< Rows top-down without padding, 4 bytes a pixel in the order B, G, R, A. */
+  uint8_t host[28];      /**< The host's own; never touched by the library. */
+  int32_t width;         /**< Pixels. */
+  int32_t height;        /**< Pixels. */
+} QVGHostImage;
+
+/**
+ * Decodes the image at a path. Called on the thread that needs the image, while the library holds the lock of its
+ * resource cache: it must not call back into the table.
+ * @param path NUL-terminated path, as given to an effect's file parameter.
+ * @return the image, or null when it can't be read.
+ */
+typedef QVGHostImage *(*QVGDecodeImage)(const char *path);
+
+/** Takes back an image that QVGDecodeImage returned for the path. The same rule as for decoding holds. */
+typedef void (*QVGFreeImage)(const char *path, QVGHostImage *image);
+
+/** What the host gives to QVG_GetGLRendererInterface(). Copied: it may be freed when the call returns. */
+typedef struct QVGConfig {
+  char text[2048];            /**< NUL-terminated; kept, at present without a meaning. */
+  QVGDecodeImage decodeImage; /**< May be null: then no image can be loaded by path. */
+  QVGFreeImage freeImage;     /**< May be null: then images are never given back. */
+} QVGConfig;
+
+/* ---- Frames in memory --------------------------------------------------------------------------------------- */
+
+/** Layouts of a frame in memory. 8 bits a channel unless said otherwise. */
+enum QVGPixelFormat {
+  QVG_FORMAT_NV12 = 2,     /**< Y plane; U,V pairs at half width and half height. */
+  QVG_FORMAT_YUV16_SP = 3, /**< 16-bit Y plane, 16-bit U,V pairs at half height; values in the high bits. Pairs at
+                                half width (P010, P016), or at full width when stride[1] >= 2 * stride[0]. A
+                                stride[0] below 2 * width counts texels, of both planes, with pairs at full width. */
+  QVG_FORMAT_I444 = 4,     /**< Y, U, V planes at full size. */
+  QVG_FORMAT_I420 = 6,     /**< Y, U, V planes, chroma at half width and half height. */
+  QVG_FORMAT_I422 = 8,     /**< Y, U, V planes, chroma at half width. */
+  QVG_FORMAT_RGBA = 11,    /**< 4 bytes a pixel: R, G, B, A. */
+  QVG_FORMAT_ARGB = 12,    /**< 4 bytes a pixel: A, R, G, B. */
+  QVG_FORMAT_RGB = 13,     /**< 3 bytes a pixel: R, G, B. */
+  QVG_FORMAT_BGRA = 14,    /**< 4 bytes a pixel: B, G, R, A. */
+  QVG_FORMAT_ABGR = 15,    /**< 4 bytes a pixel: A, B, G, R. */
+  QVG_FORMAT_BGR = 16,     /**< 3 bytes a pixel: B, G, R. */
+  QVG_FORMAT_RGBX332 = 17, /**< 4 bytes a pixel: R, G, B, unused; stored with 3, 3 and 2 bits. */
+  QVG_FORMAT_J420 = 19,    /**< As I420, full range. */
+  QVG_FORMAT_J422 = 20,    /**< As I422, full range. */
+  QVG_FORMAT_J444 = 21     /**< As I444, full range. */
+};
+
+/**
+ * A frame in memory. For uploads the host fills it; read-backs fill it and lend their memory until
+ * ReleasePixelBuffer. Chroma planes of odd sizes round up on upload. Uploads convert every YUV frame with the
+ * full-range BT.601 formulas (ITU-R BT.601; the range of the format code is not read).
+ */
+typedef struct QVGPixelBuffer {
+  uint8_t *plane[3];  /**< First byte of each plane; unused planes are null. */
+  int32_t stride[3];  /**< Bytes from one row to the next. The last row may end with its last pixel. */
+  int32_t width;      /**< Pixels, 1 up to the driver's texture limit. */
+  int32_t height;     /**< Pixels, 1 up to the driver's texture limit. */
+  int32_t reserved;   /**< Neither read nor written. */
+  int32_t kind;       /**< 2 after a read-back; not read. */
+  int32_t format;     /**< A QVGPixelFormat. */
+} QVGPixelBuffer;
+
+/** A colour, passed by value. */
+typedef struct QVGColor {
+  double r, g, b, a; /**< 0..1 each. */
+} QVGColor;
+
+/* ---- Drawing ------------------------------------------------------------------------------------------------ */
+
+/** How an alpha A is changed by the matte's colour M at the same place of the target. */
+enum QVGMatteType {
+  QVG_MATTE_NONE = 0,
+  QVG_MATTE_ALPHA = 1,         /**< A * M.a */
+  QVG_MATTE_ALPHA_INVERTED = 2,/**< A * (1 - M.a) */
+  QVG_MATTE_LUMA = 3,          /**< A * M.r * M.a */
+  QVG_MATTE_LUMA_INVERTED = 4  /**< A * (1 - M.r * M.a) */
+};
+
+/** Blend types; s is what is drawn, d what is there. Types not listed blend as QVG_BLEND_NORMAL. */
+enum QVGBlendType {
+  QVG_BLEND_NONE = -1,        /**< Replaces colour and alpha of the target. */
+  QVG_BLEND_NORMAL = 0,       /**< s over d */
+  QVG_BLEND_ADD = 1,          /**< s + d */
+  QVG_BLEND_LUMINOSITY = 6,   /**< s with the luminosity of d */
+  QVG_BLEND_COLOR_BURN = 7,
+  QVG_BLEND_COLOR_DODGE = 8,
+  QVG_BLEND_DARKEN = 10,      /**< min(s, d) per channel */
+  QVG_BLEND_DARKER_COLOR = 11,/**< whichever of s and d is darker as a whole */
+  QVG_BLEND_HARD_LIGHT = 16,
+  QVG_BLEND_LIGHTEN = 19,     /**< max(s, d) per channel */
+  QVG_BLEND_MULTIPLY = 26,    /**< s * d */
+  QVG_BLEND_OVERLAY = 27,
+  QVG_BLEND_SCREEN = 30,      /**< s + d - s * d */
+  QVG_BLEND_ERASE_ALPHA = 31, /**< d where s is transparent */
+  QVG_BLEND_ERASE_LUMA = 32,  /**< d where s is dark or transparent */
+  QVG_BLEND_SOFT_LIGHT = 33,
+  QVG_BLEND_MASK_ALPHA = 34,  /**< d where s is opaque */
+  QVG_BLEND_MASK_LUMA = 35    /**< d where s is bright and opaque */
+};
+
+/**
+ * How DrawTexture draws. A null pointer means the defaults given here. Positions are pixels of the target with the
+ * origin in its centre, x to the right, y towards the last texture row, z towards the eye.
+ */
+typedef struct QVGDrawTextureParams {
+  QVGTexture *matteTexture; /**< Null; its content is laid over the target's whole content. */
+  int32_t blendType;        /**< QVG_BLEND_NONE. */
+  int32_t matteType;        /**< QVG_MATTE_NONE; without a matte texture no matte is applied. */
+  bool simpleMatte;         /**< false; true keeps a centred part of the target only. */
+  bool depthTest;           /**< false; true tests with "less or equal" against the target's depth buffer. */
+  bool useSizeFactor;       /**< false; true multiplies the picture's size by sizeFactor. */
+  double opacity;           /**< 1; multiplies the alpha. */
+  double anchor[3];         /**< 0; the point of the picture that translation moves and rotation turns about. */
+  double translation[3];    /**< 0 */
+  double scale[3];          /**< 1 */
+  double rotation[3];       /**< 0; degrees about x, y and z. Scaled first, then turned about z, y, x, then moved. */
+  double simpleMatteSize[2];/**< 1; width and height kept, as fractions of the target's content. */
+  double sizeFactor[2];     /**< 1 */
+} QVGDrawTextureParams;
+
+/** Camera of a frame buffer. */
+typedef struct QVGCamera {
+  int32_t projection;                                  /**< 1 orthographic, other values perspective. */
+  float left, right, top, bottom, orthoNear, orthoFar; /**< Orthographic extents. */
+  float fovy;                                          /**< Perspective: vertical field of view, radians. */
+  float aspect, perspectiveNear, perspectiveFar;       /**< Perspective. */
+  float eye[3], centre[3], up[3];                      /**< View. */
+} QVGCamera;
+
+/** Full description of a frame buffer. */
+typedef struct QVGFrameBufferDesc {
+  int32_t width, height;  /**< Pixels. */
+  int32_t stored;         /**< Kept with the frame buffer, without a meaning. */
+  bool depthStencil;      /**< true: with a depth and stencil buffer. */
+  bool colorRenderBuffer; /**< true: with a colour buffer of its own; false: for a texture bound later. */
+  QVGCamera camera;
+} QVGFrameBufferDesc;
+
+/* ---- Effects ------------------------------------------------------------------------------------------------ */
+
+/** Types of parameter values. */
+enum QVGParamType {
+  QVG_PARAM_INTEGER = 0,
+  QVG_PARAM_BOOLEAN = 2,
+  QVG_PARAM_TEXT = 3,
+  QVG_PARAM_COLOR = 5
+};
+
+/** A typed value. */
+typedef struct QVGParamValue {
+  int32_t type; /**< A QVGParamType; says which member of value counts. */
+  union {
+    int64_t integer;
+    bool boolean;
+    const char *text; /**< NUL-terminated, may be null; copied. */
+    double color[3];  /**< R, G, B, 0..1. */
+  } value;
+} QVGParamValue;
+
+/** One row of an effect's parameter table; owned by the library, valid until the library is unloaded. */
+typedef struct QVGParamDescriptor {
+  char name[128];              /**< Key for SetEffectParameter. */
+  char label[384];             /**< Text for people, UTF-8. */
+  int32_t controlKind;         /**< 0 slider, 2 switch or file, as valueType tells; 2 colour picker for colours. */
+  int32_t valueType;           /**< A QVGParamType. */
+  int32_t valueType2;          /**< The same once more. */
+  QVGParamValue defaultValue;
+  QVGParamValue minimum;       /**< Integers only. */
+  QVGParamValue maximum;       /**< Integers only. */
+  QVGParamValue step;          /**< Integers only. */
+} QVGParamDescriptor;
+
+/* ---- The table ---------------------------------------------------------------------------------------------- */
+
+/** The 64 slots, in order. */
+typedef struct QVGGLRendererInterface {
+  /* Pools */
+
+  /** 0 [any] Sets the texture pool's budget to max(count - 60, 100) MiB; count < 1 changes nothing. Above the budget
+   *  idle textures are destroyed in the background, oldest first. */
+  void (*SetTexturePoolCapacity)(int32_t count);
+  /** 1 [any] Does nothing. */
+  void (*Reserved)(void);
+  /** 2 [GL] Makes count RGBA textures of the size and leaves them idle in the pool. */
+  void (*PreallocateTextures)(uint32_t width, uint32_t height, int32_t count);
+  /** 3 [GL] Destroys every idle texture of the pool. @return true; false without a pool. */
+  bool (*ClearTexturePool)(void);
+  /** 4 [GL] Makes count RGBA render buffers of the size and leaves them idle in the pool. */
+  void (*PreallocateRenderBuffers)(uint32_t width, uint32_t height, int32_t count);
+  /** 5 [GL] Deletes every idle render buffer. @return true; false without a pool. */
+  bool (*ClearRenderBufferPool)(void);
+  /** 6 [GL] Makes count pixel buffers of size bytes and leaves them idle in the pool. forRead: for RGBA and BGRA
+   *  read-backs; otherwise for YUV read-backs. */
+  void (*PreallocatePixelBuffers)(uint32_t size, int32_t count, bool forRead);
+  /** 7 [GL] Deletes every idle pixel buffer. @return true; false without a pool. */
+  bool (*ClearPixelBufferPool)(void);
+
+  /* Contexts */
+
+  /** 8 [any] A new context that shares objects with all others. reserved is ignored. With useHiddenWindow a hidden
+   *  surface is made and window ignored; otherwise window is the host's window (Windows: HWND; Linux: X11 window id
+   *  cast to a pointer), which must outlive the context. Current nowhere yet. Give back with DestroySharedContext.
+   *  @return null when the library is not running, the window is none, or the driver refuses. */
+  QVGGLContext *(*CreateSharedContext)(void *reserved, void *window, bool useHiddenWindow);
+  /** 9 [any] A context without a window, recycled when one is idle, else new. Give back with ReleaseSharedContext.
+   *  @return null on failure. */
+  QVGGLContext *(*GetSharedContext)(void);
+  /** 10 [any] Gives a context back for reuse and writes null. If it is current on the calling thread it is unbound;
+   *  it must not be current on another. @return true; false when the library is not running. */
+  bool (*ReleaseSharedContext)(QVGGLContext **context);
+  /** 11 [any] Makes the context current on the calling thread; null unbinds what is current. previous, when not null,
+   *  receives the context of this library that was current before, or null. @return false when the driver refuses. */
+  bool (*MakeCurrentContext)(QVGGLContext *context, QVGGLContext **previous);
+  /** 12 [any] The context of this library that is current on the calling thread, or null. */
+  QVGGLContext *(*GetCurrentContext)(void);
+  /** 13 [any] Swaps the buffers of the context's window; may wait for the display. @return false on failure. */
+  bool (*SwapBuffers)(QVGGLContext *context);
+  /** 14 [any] Destroys a context and writes null. It must not be current on another thread. */
+  void (*DestroySharedContext)(QVGGLContext **context);
+
+  /* Versions */
+
+  /** 15 [any] true when the driver's OpenGL is at least the required version. */
+  bool (*IsGLVersionSupported)(void);
+  /** 16 [any] The driver's OpenGL version, 0.0 when the library could not start. Either pointer may be null. */
+  void (*GetGLVersion)(int32_t *major, int32_t *minor);
+  /** 17 [any] The required version, 4.2. Either pointer may be null. */
+  void (*GetRequiredGLVersion)(int32_t *major, int32_t *minor);
+
+  /* Textures. Every texture returned here or by an upload is given back with ReleaseTexture. */
+
+  /** 18 [GL] A copy of the texture's content, with its channel order, flipped flag and rotation. The copy is complete
+   *  when the call returns. @return null on failure. */
+  QVGTexture *(*CloneTexture)(QVGTexture *source);
+  /** 19 [GL] How the stored channels are read when sampled: 0 BGRA, 1 RGBA (as stored), 2 ABGR, 3 ARGB (of bytes that
+   *  were stored in that order). Stays until the next upload. @return false for another order, null or a GL error. */
+  bool (*SetTextureChannelOrder)(QVGTexture *texture, int32_t order);
+  /** 20 [GL] An RGBA texture, 8 bits a channel, with undefined content of width x height pixels.
+   *  @return null for a size of 0 or above the driver's limit, or without memory. */
+  QVGTexture *(*AcquireTexture)(uint32_t width, uint32_t height);
+  /** 21 [GL] A new texture with the frame (sized as it). flipped: the frame is bottom-up. matteRGB: pixels of 4-byte
+   *  RGB formats that equal matte in all four channels within 0.003 become (0, 0, 0, 0), all others opaque; the flag
+   *  "flipped" is then true and `flipped` turns the rows over. The frame's memory is not read after the call.
+   *  @return null for a bad frame (see UploadPixelBufferToTexture) or on failure. */
+  QVGTexture *(*UploadPixelBufferToNewTexture)(const QVGPixelBuffer *source, bool flipped, bool matteRGB,
+                                               QVGColor matte);
+  /** 22 [GL] The same into a texture. RGB frames need a texture whose storage has the format's kind (RGBA for 4-byte
+   *  formats, RGB for 3-byte ones) and at least the frame's size; the content becomes the frame's size, centred. YUV
+   *  frames are scaled to the texture's content size. @return false for null, an unknown format, a missing plane, a
+   *  size out of range, a stride below the row's bytes, an unfit texture, or a GL error. */
+  bool (*UploadPixelBufferToTexture)(QVGTexture *destination, const QVGPixelBuffer *source, bool flipped,
+                                     bool matteRGB, QVGColor matte);
+  /** 23 [GL] Fills the content with the colour (R, G, B, A). @return false for null or on failure. */
+  bool (*ClearTexture)(QVGTexture *texture, const double rgba[4]);
+  /** 24 [any] Width of the content in pixels; 0 for null. */
+  uint32_t (*GetTextureWidth)(const QVGTexture *texture);
+  /** 25 [any] Height of the content in pixels; 0 for null. */
+  uint32_t (*GetTextureHeight)(const QVGTexture *texture);
+  /** 26 [any] Width of the storage in texels; 0 for null. */
+  uint32_t (*GetTextureAllocatedWidth)(const QVGTexture *texture);
+  /** 27 [any] Height of the storage in texels; 0 for null. */
+  uint32_t (*GetTextureAllocatedHeight)(const QVGTexture *texture);
+  /** 28 [any] Quarter turns with which the texture is drawn and presented; 0 for null. */
+  uint32_t (*GetTextureRotation)(const QVGTexture *texture);
+  /** 29 [any] true when the rows are stored bottom-up in GL's sense; false for null. */
+  bool (*GetTextureFlipped)(const QVGTexture *texture);
+  /** 30 [any] GL name of the texture (GL_TEXTURE_2D); 0 for null. Owned by the library. */
+  uint32_t (*GetTextureId)(const QVGTexture *texture);
+  /** 31 [any] Sets the size of the content; storage and origin stay. Keep it inside the storage. */
+  bool (*SetTextureSize)(QVGTexture *texture, uint32_t width, uint32_t height);
+  /** 32 [any] Sets the origin of the content, in texels from texture row and column 0. */
+  bool (*SetTextureOrigin)(QVGTexture *texture, uint32_t x, uint32_t y);
+  /** 33 [any] Sets the flipped flag. */
+  bool (*SetTextureFlipped)(QVGTexture *texture, bool flipped);
+  /** 34 [any] Sets the quarter turns, read modulo 4. Read-backs ignore them. */
+  bool (*SetTextureRotation)(QVGTexture *texture, uint32_t quarterTurns);
+
+  /* Read-back. The memory that plane[] points to is readable until ReleasePixelBuffer, on any thread. */
+
+  /** 35 [GL] Reads the content as planar 4:2:0: strides (w, w/2, w/2), w/2 x h/2 chroma, integer division. fullRange:
+   *  format J420, with chroma values not raised to 0.5; otherwise format I420, limited range. mirror: left and right
+   *  exchanged. Row 0 of the picture comes first. @return false on failure; out is then untouched by memory. */
+  bool (*TextureToYUV420PixelBuffer)(QVGTexture *source, bool fullRange, bool mirror, QVGPixelBuffer *out);
+  /** 36 [GL] Reads the content as NV12, limited-range BT.601, strides (w, w, 0). As slot 35 otherwise. */
+  bool (*TextureToNV12PixelBuffer)(QVGTexture *source, QVGPixelBuffer *out, bool mirror);
+  /** 37 [GL] Reads the content as R, G, B, A bytes, stride 4 * w, texture row 0 first; flip: last row first. */
+  bool (*TextureToRGBAPixelBuffer)(QVGTexture *source, QVGPixelBuffer *out, bool flip);
+  /** 38 [GL] The same as B, G, R, A bytes. */
+  bool (*TextureToBGRAPixelBuffer)(QVGTexture *source, QVGPixelBuffer *out, bool flip);
+  /** 39 [any] Gives the memory of a read-back back and writes null into the pointer variable. The descriptor's memory
+   *  stays the host's. Nothing happens to one that no read-back filled. */
+  void (*ReleasePixelBuffer)(QVGPixelBuffer **buffer);
+  /** 40 [any] Gives a texture back to the pool and writes null. */
+  void (*ReleaseTexture)(QVGTexture **texture);
+
+  /* Frame buffers and drawing */
+
+  /** 41 [GL] A frame buffer with an orthographic camera in pixels, origin in the centre. ownColor: with a colour buffer
+   *  of its own; otherwise bind a texture. stored: a flag kept without a meaning. Give back with DestroyFrameBuffer.
+   *  @return null on failure. */
+  QVGFrameBuffer *(*CreateFrameBuffer)(uint32_t width, uint32_t height, bool ownColor, bool stored);
+  /** 42 [GL] The same from a full description; null gives null. */
+  QVGFrameBuffer *(*CreateFrameBufferFromDesc)(const QVGFrameBufferDesc *desc);
+  /** 43 [GL] Draws into the texture's content from now on; the texture stays the caller's. @return false for null, when
+   *  the frame buffer has buffers of another size, on another context than the frame buffer's, or on failure. */
+  bool (*BindTextureToFrameBuffer)(QVGFrameBuffer *frameBuffer, QVGTexture *texture);
+  /** 44 [GL] Fills colour (R, G, B, A) and depth. @return false for null or on failure. */
+  bool (*ClearFrameBuffer)(QVGFrameBuffer *frameBuffer, const double rgba[4]);
+  /** 45 [GL] Draws the texture's content, turned by its rotation, into the frame buffer; null params mean the
+   *  defaults. Source or matte may be the target itself. @return false when source or destination is null. */
+  bool (*DrawTexture)(QVGTexture *source, QVGFrameBuffer *destination, const QVGDrawTextureParams *params);
+  /** 46 [any] Destroys a frame buffer and writes null. Its GL name is deleted when its own context is next made current.
+   *  @return false for null. */
+  bool (*DestroyFrameBuffer)(QVGFrameBuffer **frameBuffer);
+  /** 47 [GL] Waits until all work submitted on the current context is done. */
+  void (*Finish)(void);
+
+  /* Windows */
+
+  /** 48 [any] A drawer for the host's window (Windows: HWND; Linux: X11 window id cast to a pointer). The window must
+   *  outlive it. Give back with DestroyWndDrawer. @return null on failure. */
+  QVGWndDrawer *(*CreateWndDrawer)(void *window);
+  /** 49 [any] The drawer's context, for MakeCurrentContext; null for null. Owned by the drawer. */
+  QVGGLContext *(*GetWndDrawerHandle)(QVGWndDrawer *drawer);
+  /** 50 [GL, the drawer's context] Fills the window with the colour (R, G, B) and shows it. Both last arguments are
+   *  ignored. @return false for null. */
+  bool (*ClearWnd)(QVGWndDrawer *drawer, const double rgb[3], void *reserved1, void *reserved2);
+  /** 51 [any] Tells the window's size in pixels, for the next draw. @return false for null. */
+  bool (*SetWndDrawerSize)(QVGWndDrawer *drawer, uint32_t width, uint32_t height);
+  /** 52 [GL, the drawer's context] Shows the texture in the window, letterboxed. @return false for null. */
+  bool (*DrawTextureToWnd)(QVGWndDrawer *drawer, QVGTexture *texture);
+  /** 53 [any] Destroys a drawer and writes null; the window stays. @return true. */
+  bool (*DestroyWndDrawer)(QVGWndDrawer **drawer);
+
+  /* Effects */
+
+  /** 54 [any] count receives the number of effects of the type. When that is at most capacity and names is not null,
+   *  the name of every registered effect, of all types, is written to names: make it large enough. The texts are the
+   *  library's. @return true when names were written. */
+  bool (*GetEffectNames)(int32_t type, const char **names, int32_t capacity, int32_t *count);
+  /** 55 [any] true when an effect of that name exists. */
+  bool (*HasEffect)(const char *name);
+  /** 56 [any] The effect's type; 0 when unknown. */
+  uint32_t (*GetEffectType)(const char *name);
+  /** 57 [any] The effect's name for people, UTF-8; key is a locale such as "zh_CN". Null when unknown. */
+  const char *(*QueryEffect)(const char *name, const char *key);
+  /** 58 [any] The effect's parameter table and its number of rows. @return false when unknown or count is null. */
+  bool (*GetEffectParameterTable)(const char *name, const QVGParamDescriptor **table, uint32_t *count);
+  /** 59 [GL] An instance of the effect. Give back with DestroyEffect. @return null when unknown or on failure. */
+  QVGEffect *(*CreateEffect)(const char *name);
+  /** 60 [GL] Sets a parameter by its key. @return false for null, an unknown key or instance, or a value of a type that
+   *  the key does not take. */
+  bool (*SetEffectParameter)(QVGEffect *effect, const char *key, const QVGParamValue *value);
+  /** 61 [GL] Runs the effect. @return a new texture, to be given back with ReleaseTexture; the input itself for a null
+   *  effect; null for a null input, when no stage is switched on, or on failure. */
+  QVGTexture *(*ApplyEffect)(QVGEffect *effect, QVGTexture *input);
+  /** 62 [GL] The form with two inputs. @return the first texture for a null effect and for effects with one input. */
+  QVGTexture *(*ApplyEffectWith)(QVGEffect *effect, QVGTexture *first, QVGTexture *second, float value);
+  /** 63 [GL] Destroys an instance and writes null. @return true, also for null; false when it is not live. */
+  bool (*DestroyEffect)(QVGEffect **effect);
+} QVGGLRendererInterface;
+
+/**
+ * Starts the library, when it is not running, and gives its table. [any]
+ * @param config copied; null counts as empty. Text and callbacks of the latest call are in force.
+ * @return the table, the same address at each call, never null. When no GL context could be made the reasons are in
+ *         the log, the slots answer their failure values, and the next call tries again.
+ */
+QVG_API const QVGGLRendererInterface *QVG_GetGLRendererInterface(const QVGConfig *config);
+
+/**
+ * Writes null into the host's variable and tears the library down, whoever else holds its table. [any]
+ * @param table address of the host's variable; null does nothing.
+ */
+QVG_API void QVG_ReleaseGLRendererInterface(const QVGGLRendererInterface **table);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
