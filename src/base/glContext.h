@@ -1,0 +1,72 @@
+#pragma once
+
+#include <cstdint>
+#include <list>
+#include <map>
+#include <mutex>
+
+#include "base/glContextPlatform.h"
+
+namespace qvg {
+
+/// Owns every GL context of the library: one hidden main context from which all others share their objects, the
+/// contexts that are handed out, and a pool of released ones. Handles are borrowed by callers until they are destroyed
+/// or released. Every operation may be called on any thread; they act on the calling thread's current context.
+class QVGLContextManager {
+ public:
+  QVGLContextManager() = default;
+  ~QVGLContextManager();
+  QVGLContextManager(const QVGLContextManager&) = delete;
+  QVGLContextManager& operator=(const QVGLContextManager&) = delete;
+
+  /// Makes the main context and loads the GL entry points.
+  bool Init();
+  /// Destroys every context, the main one last.
+  void Uninit();
+
+  /// @param reserved ignored.
+  /// @param window the caller's window, which must outlive the context; ignored with useDummyWindow.
+  void* CreateSharedContext(void* reserved, void* window, bool useDummyWindow);
+  /// Writes null into the handle. False, with the handle untouched, for one that is not in the map.
+  bool DestroySharedContext(void*& handle);
+  /// The longest-idle released context whose window is still valid, or a new one on a hidden window.
+  void* GetSharedContext();
+  /// Gives a context back for GetSharedContext and writes null into the handle.
+  bool ReleaseSharedContext(void*& handle);
+  /// The handed-out context that is current on the calling thread, or null; never the main context.
+  void* GetCurrentContext();
+  /// Null unbinds. previous receives what GetCurrentContext would have given, in every outcome.
+  bool MakeCurrentContext(void* handle, void** previous);
+  bool SwapBuffers(void* handle);
+
+ private:
+  bool _MakeCurrentContext(QVGContextData* context, void** previous);
+  QVGContextData* _FindCurrent() const;
+
+  QVGContextData* mainContext_ = nullptr;
+  std::map<QVGContextData*, QVGContextData*> contexts_;
+  std::mutex contextsMutex_;
+  std::list<QVGContextData*> pool_;
+  std::mutex poolMutex_;
+};
+
+/// Makes a shared context of its own current on the calling thread for the length of a scope, and then what was
+/// current before, also when that was the host's own.
+class TemporaryContext {
+ public:
+  explicit TemporaryContext(QVGLContextManager& manager);
+  ~TemporaryContext();
+  TemporaryContext(const TemporaryContext&) = delete;
+  TemporaryContext& operator=(const TemporaryContext&) = delete;
+
+  /// Whether the context could be made and is current.
+  bool Valid() const { return valid_; }
+
+ private:
+  QVGLContextManager& manager_;
+  ContextBinding previous_;
+  void* context_ = nullptr;
+  bool valid_ = false;
+};
+
+}  // namespace qvg

@@ -1,0 +1,60 @@
+#pragma once
+
+// The seam between the context manager and the platforms. One of glContext_win and glContext_egl implements it.
+
+#include <cstdint>
+
+namespace qvg {
+
+#ifdef _WIN32
+struct QVGWinContextData;
+using QVGContextData = QVGWinContextData;
+#else
+struct QVGEglContextData;
+using QVGContextData = QVGEglContextData;
+#endif
+
+/// What is current on a thread as the platform knows it, also when it is not the library's.
+struct ContextBinding {
+  void* display = nullptr;      ///< EGLDisplay; unused on Windows.
+  void* drawSurface = nullptr;  ///< EGLSurface; on Windows the HDC.
+  void* readSurface = nullptr;  ///< EGLSurface; unused on Windows.
+  void* context = nullptr;      ///< EGLContext or HGLRC; null when nothing is current.
+};
+
+/// Makes one GL context on the window, or on a hidden surface of its own when window is null.
+/// @param loadEntryPoints also resolve the process-wide GL entry points on it; nothing is current afterwards.
+/// @param shareRoot a context whose objects it shares from its creation, where the platform shares that way.
+/// @return owned by the caller (DestroyContextData); null on failure, which is logged.
+QVGContextData* _CreateDummyGLContext(void* window, bool loadEntryPoints, const QVGContextData* shareRoot);
+
+/// Lets shared use the objects of main; where contexts share from their creation, tells whether they do.
+bool ShareContexts(const QVGContextData& main, const QVGContextData& shared);
+
+/// Unbinds the context if it is current on the calling thread, destroys it, its surface and its own hidden window,
+/// and frees the record. A caller's window stays.
+void DestroyContextData(QVGContextData* data);
+
+bool HasGLContext(const QVGContextData& data);
+/// Whether the context is the one current on the calling thread.
+bool IsContextCurrent(const QVGContextData& data);
+bool MakeContextCurrent(const QVGContextData& data);
+/// Unbinds whatever is current on the calling thread.
+bool ReleaseCurrentContext();
+bool IsWindowValid(const QVGContextData& data);
+bool SwapContextBuffers(const QVGContextData& data);
+/// The error number of the last failed call of this thread: GetLastError() or eglGetError().
+uint32_t LastContextError();
+
+ContextBinding CurrentBinding();
+/// Makes a binding current again; an empty one unbinds.
+void RestoreBinding(const ContextBinding& binding);
+
+/// The GL version that was found when the entry points were loaded; 0.0 before.
+void LoadedGLVersion(int32_t* major, int32_t* minor);
+
+/// Ends what the platform keeps for the process between contexts (threads, window classes, display connections), after
+/// the last context is gone. Starting again is possible.
+void ShutdownContextPlatform();
+
+}  // namespace qvg

@@ -1,0 +1,113 @@
+#include "utils/log.h"
+
+#include <fmt/format.h>
+
+#include <cstdio>
+#include <ctime>
+#include <iostream>
+#include <string_view>
+
+#ifdef _WIN32
+#include <windows.h>
+#endif
+
+namespace qvg {
+
+namespace {
+
+struct LevelPrefix {
+  int32_t level;
+  const char* text;
+};
+
+constexpr LevelPrefix kPrefixes[] = {
+    {kLogError, "[ERROR] "}, {kLogWarning, "[WARNING] "}, {kLogInfo, "[INFO] "}, {kLogDebug, "[DEBUG] "}};
+
+const char* Prefix(int32_t level) {
+  for (const LevelPrefix& prefix : kPrefixes) {
+    if (prefix.level == level) return prefix.text;
+  }
+  return "";
+}
+
+std::tm LocalTime(std::time_t seconds) {
+  std::tm local{};
+#ifdef _WIN32
+  localtime_s(&local, &seconds);
+#else
+  localtime_r(&seconds, &local);
+#endif
+  return local;
+}
+
+// The build maps source paths to start at the repository's root; lines leave the ending out.
+std::string_view WithoutEnding(std::string_view path) { return path.substr(0, path.rfind('.')); }
+
+}  // namespace
+
+Logger& Logger::Instance() {
+  // Never destroyed: threads may still log while the process exits.
+  alignas(Logger) static unsigned char storage[sizeof(Logger)];
+  static Logger* const instance = new (storage) Logger();
+  return *instance;
+}
+
+Logger::Logger() : sink_(&DefaultLogSink) {}
+
+void Logger::Log(const std::string& message, int32_t level) {
+  LogSink sink = nullptr;
+  intptr_t userContext = 0;
+  {
+    std::lock_guard lock(mutex_);
+    if (threshold_ < level) return;
+    sink = sink_;
+    userContext = userContext_;
+  }
+  if (sink != nullptr) sink(message, level, userContext);
+}
+
+void Logger::SetSink(LogSink sink, intptr_t userContext) {
+  std::lock_guard lock(mutex_);
+  sink_ = sink;
+  userContext_ = userContext;
+}
+
+void Logger::SetThreshold(int32_t threshold) {
+  std::lock_guard lock(mutex_);
+  threshold_ = threshold;
+}
+
+void DefaultLogSink(const std::string& message, int32_t level, intptr_t /*userContext*/) {
+  if (message.empty()) return;
+  alignas(std::mutex) static unsigned char storage[sizeof(std::mutex)];
+  static std::mutex* const mutex = new (storage) std::mutex();
+  std::lock_guard lock(*mutex);
+  const char* prefix = Prefix(level);
+  std::cout << prefix << message << std::endl;
+#ifdef _WIN32
+  OutputDebugStringA((prefix + message + "\n").c_str());
+#endif
+}
+
+std::string LogTimestamp(std::chrono::system_clock::time_point time) {
+  using Ticks = std::chrono::duration<int64_t, std::ratio<1, 10'000'000>>;
+  const int64_t milliseconds = std::chrono::floor<Ticks>(time.time_since_epoch()).count() / 10'000;
+  const std::tm local = LocalTime(static_cast<std::time_t>(milliseconds / 1000));
+  char text[80];
+  std::snprintf(text, sizeof text, "%04d-%02d-%02d.%02d:%02d:%02d.%03d", local.tm_year + 1900, local.tm_mon + 1,
+                local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec, static_cast<int>(milliseconds % 1000));
+  return text;
+}
+
+void LogLocated(int32_t level, const std::string& message, std::source_location where) {
+  Logger::Instance().Log(
+      fmt::format("[{}]{},line={},func={},file={}", LogTimestamp(std::chrono::system_clock::now()), message,
+                  where.line(), where.function_name(), WithoutEnding(where.file_name())),
+      level);
+}
+
+void LogShort(int32_t level, const std::string& message) {
+  Logger::Instance().Log(fmt::format("[{}]{}", LogTimestamp(std::chrono::system_clock::now()), message), level);
+}
+
+}  // namespace qvg

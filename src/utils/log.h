@@ -1,0 +1,48 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <mutex>
+#include <source_location>
+#include <string>
+
+namespace qvg {
+
+enum LogLevel : int32_t { kLogError = 0, kLogWarning = 1, kLogInfo = 2, kLogDebug = 3 };
+
+/// Receives a complete line. The default sink writes it to standard output and the platform's debugger output.
+using LogSink = void (*)(const std::string& message, int32_t level, intptr_t userContext);
+
+/// The process-wide logger. A line is passed on when its level is at most the threshold.
+class Logger {
+ public:
+  static Logger& Instance();
+
+  void Log(const std::string& message, int32_t level);
+  /// Replaces the sink; null drops every line.
+  void SetSink(LogSink sink, intptr_t userContext);
+  void SetThreshold(int32_t threshold);
+
+ private:
+  Logger();
+
+  std::mutex mutex_;
+  LogSink sink_;
+  intptr_t userContext_ = 0;
+  int32_t threshold_ = kLogDebug;
+};
+
+/// Writes prefix and message as one line; an empty message writes nothing. Levels outside LogLevel get no prefix.
+void DefaultLogSink(const std::string& message, int32_t level, intptr_t userContext);
+
+/// Local time with milliseconds, "2025-03-31.08:05:09.007".
+std::string LogTimestamp(std::chrono::system_clock::time_point time);
+
+/// One line that says where it was written: timestamp, message, source line, function signature, source file.
+void LogLocated(int32_t level, const std::string& message,
+                std::source_location where = std::source_location::current());
+
+/// One line with timestamp and message alone.
+void LogShort(int32_t level, const std::string& message);
+
+}  // namespace qvg
