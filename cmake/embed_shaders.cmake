@@ -1,0 +1,10 @@
+# cmake -DOUTPUT=<header> -DSHADERS=<files> -P embed_shaders.cmake
+set(text "// Generated from the shader files of this folder.\n#pragma once\n\nnamespace qvg::shaders {\n")
+foreach(shader IN LISTS SHADERS)
+  get_filename_component(name "${shader}" NAME)
+  string(MAKE_C_IDENTIFIER "${name}" identifier)
+  file(READ "${shader}" source)
+  string(APPEND text "\ninline constexpr const char* ${identifier} = R\"glsl(${source})glsl\";\n")
+endforeach()
+string(APPEND text "\n}  // namespace qvg::shaders\n")
+file(WRITE "${OUTPUT}" "${text}")
