@@ -10,7 +10,6 @@ function(qvg_embed_shaders target)
     endif()
     set(header "${generated}/${layer}/shaders.h")
     set(script "${CMAKE_SOURCE_DIR}/cmake/embed_shaders.cmake")
-    # Depends on this file's list too: a removed shader leaves the header.
     add_custom_command(
       OUTPUT "${header}"
       COMMAND "${CMAKE_COMMAND}" "-DOUTPUT=${header}" "-DSHADERS=${shaders}" -P "${script}"

@@ -1,0 +1,14 @@
+#!/bin/bash
+# Makes $WINEPREFIX, once; an X server must be there. Several runs may call it at the same time.
+set -eu
+mkdir -p "$WINEPREFIX"
+exec 9>"$WINEPREFIX.lock"
+flock 9
+[[ -e $WINEPREFIX/ready ]] && exit 0
+# The services that Wine starts would inherit the lock.
+wineboot -i 9>&-
+wineserver -w 9>&-
+# Managed windows wait for a window manager, two seconds each.
+wine reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /d N /f 9>&-
+wineserver -w 9>&-
+touch "$WINEPREFIX/ready"

@@ -1,0 +1,177 @@
+# The parts of ./test, and the counting. A check is a GoogleTest test or one row printed by check().
+
+passed=0 failed=0 skipped=0
+summary=()
+part_name= part_start=0
+
+# A driver that is the same on every machine; the tests' figures and the suppressions are for it.
+mesa_only=(__EGL_VENDOR_LIBRARY_FILENAMES=/usr/share/glvnd/egl_vendor.d/50_mesa.json LIBGL_ALWAYS_SOFTWARE=1)
+headless=(env -u DISPLAY -u WAYLAND_DISPLAY)
+xvfb=(xvfb-run -a -s "-screen 0 1280x1024x24 -nolisten tcp")
+sanitizer_options=(
+  "ASAN_OPTIONS=detect_leaks=1:strict_string_checks=1:check_initialization_order=1"
+  "UBSAN_OPTIONS=print_stacktrace=1"
+  "TSAN_OPTIONS=suppressions=$PWD/tests/support/tsan.supp:second_deadlock_stack=1"
+)
+wine_environment=(
+  "WINEPREFIX=$PWD/build/wine" WINEARCH=win64 WINEDEBUG=-all
+  "WINEDLLOVERRIDES=mscoree=;mshtml=;winemenubuilder.exe=;winedbg.exe=d"
+)
+
+begin_part() {
+  part_name=$1 part_start=$SECONDS
+  echo
+  echo "== $1"
+}
+
+# row NAME PASSED FAILED SKIPPED SECONDS
+row() {
+  ((passed += $2, failed += $3, skipped += $4))
+  local text
+  printf -v text '%-8s %-34s %5d passed %3d failed %3d skipped %4d s' "$part_name" "$1" "$2" "$3" "$4" "$5"
+  summary+=("$text")
+  echo "$text"
+}
+
+# check NAME COMMAND...: one check, by its exit status; its output is shown when it fails.
+check() {
+  local name=$1 start=$SECONDS
+  shift
+  local log="build/results/$part_name-${name//[^A-Za-z0-9_.]/-}.log"
+  if "$@" >"$log" 2>&1 </dev/null; then
+    row "$name" 1 0 0 $((SECONDS - start))
+    return 0
+  fi
+  tail -n 60 "$log"
+  row "$name" 0 1 0 $((SECONDS - start))
+  return 1
+}
+
+# run_gtest NAME COMMAND...: runs a GoogleTest program and counts its tests. A program that dies, reports a leak or
+# runs nothing is a failure of its own, whatever its tests said.
+run_gtest() {
+  local name=$1 start=$SECONDS status
+  shift
+  local report="build/results/$part_name-$name.xml" log="build/results/$part_name-$name.log"
+  rm -f "$report"
+  GTEST_OUTPUT="xml:$report" timeout -k 10 900 "$@" >"$log" 2>&1 </dev/null
+  status=$?
+  local tests=0 failures=0 without=0
+  if [[ -s $report ]]; then
+    tests=$(sed -n 's/.*<testsuites tests="\([0-9]*\)".*/\1/p' "$report")
+    failures=$(sed -n 's/.*<testsuites [^>]* failures="\([0-9]*\)".*/\1/p' "$report")
+    without=$(grep -c -e 'result="skipped"' -e 'status="notrun"' "$report")
+  else
+    tests=$(grep -c '^\[       OK \]' "$log")
+  fi
+  ((tests -= failures + without))
+  if ((failures == 0 && (status != 0 || tests <= 0))) || [[ ! -s $report ]]; then
+    tail -n 60 "$log"
+    echo "$name: ended with status $status"
+    ((failures += 1))
+  elif ((failures)); then
+    grep -a -B 30 '^\[  FAILED  \].* ms)' "$log" | tail -n 120
+  fi
+  row "$name" "$((tests > 0 ? tests : 0))" "$failures" "$without" $((SECONDS - start))
+}
+
+# build PRESET [TARGET...]: configures and builds; the rest of a part makes no sense without it.
+build() {
+  local preset=$1 start=$SECONDS log="build/results/$1-build.log"
+  shift
+  if ! { cmake --preset "$preset" && cmake --build "build/$preset" "${@/#/--target=}"; } >"$log" 2>&1 </dev/null; then
+    grep -a -E -A 12 'error|Error|FAILED' "$log" | head -n 80
+    row "build $preset" 0 1 0 $((SECONDS - start))
+    return 1
+  fi
+  printf '%-8s built in %d s\n' "$preset" $((SECONDS - start))
+}
+
+# run_product PRESET COMMAND...: the checks of the product and the example hosts, under the command.
+run_product() {
+  local start=$SECONDS preset=$1 report="$PWD/build/results/$part_name-product.xml"
+  local log="build/results/$part_name-product.log"
+  shift
+  rm -f "$report"
+  "$@" ctest --test-dir "build/$preset" -L product --output-on-failure --output-junit "$report" >"$log" 2>&1 </dev/null
+  local status=$? tests=0 failures=0
+  if [[ -s $report ]]; then
+    tests=$(sed -n 's/.*\btests="\([0-9]*\)".*/\1/p' "$report" | head -n 1)
+    failures=$(sed -n 's/.*\bfailures="\([0-9]*\)".*/\1/p' "$report" | head -n 1)
+  fi
+  if ((status != 0 || tests == 0)); then
+    tail -n 60 "$log"
+    ((failures > 0)) || failures=1 tests=$((tests + 1))
+  fi
+  row "product" $((tests - failures)) "$failures" 0 $((SECONDS - start))
+}
+
+# Both test programs, and the command in front of them.
+run_test_programs() {
+  local program
+  for program in qvg_tests qvg_unit_tests; do
+    run_gtest "$program" "$@" "build/$build_folder/$program$suffix"
+  done
+}
+
+sources() {
+  find include src tests tools bench examples -name '*.h' -o -name '*.cpp' -o -name '*.c'
+}
+
+part_format() {
+  local files
+  mapfile -t files < <(sources)
+  check "clang-format (${#files[@]} files)" clang-format --dry-run -Werror "${files[@]}"
+}
+
+part_linux() {
+  build linux || return
+  build_folder=linux suffix= run_test_programs "${headless[@]}"
+}
+
+part_x11() {
+  build linux || return
+  build_folder=linux suffix= run_test_programs "${xvfb[@]}"
+}
+
+part_shaders() {
+  build linux qvg_unit_tests || return
+  check "glslangValidator" scripts/validate_shaders.sh build/linux/qvg_unit_tests
+}
+
+part_product() {
+  build linux || return
+  run_product linux "${headless[@]}"
+}
+
+part_windows() {
+  build windows || return
+  check "wine prefix" env "${wine_environment[@]}" "${xvfb[@]}" scripts/make_wine_prefix.sh || return
+  local run=(env "${wine_environment[@]}" "${xvfb[@]}")
+  build_folder=windows suffix=.exe run_test_programs "${run[@]}" wine
+  run_product windows "${run[@]}"
+}
+
+part_asan() {
+  build asan || return
+  build_folder=asan suffix= run_test_programs "${headless[@]}" "${mesa_only[@]}" "${sanitizer_options[@]}"
+}
+
+part_tsan() {
+  build tsan || return
+  # Without address randomisation: the shadow memory of this tool has fixed places.
+  build_folder=tsan suffix= run_test_programs "${headless[@]}" "${mesa_only[@]}" "${sanitizer_options[@]}" setarch -R
+}
+
+finish() {
+  echo
+  echo "== Summary ($((SECONDS / 60)) min $((SECONDS % 60)) s)"
+  printf '%s\n' "${summary[@]}"
+  echo
+  if ((skipped)); then
+    echo "$passed passed, $failed failed, $skipped skipped"
+  else
+    echo "$passed passed, $failed failed"
+  fi
+  ((failed == 0 && passed > 0)) || exit 1
+}
