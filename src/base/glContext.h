@@ -25,7 +25,7 @@ class QVGLContextManager {
   void Uninit();
 
   /// @param reserved ignored.
-  /// @param window the caller's window, which must outlive the context; ignored with useDummyWindow.
+  /// @param window the caller's window, which must outlive the context; ignored with useDummyWindow. Null: hidden.
   void* CreateSharedContext(void* reserved, void* window, bool useDummyWindow);
   /// Writes null into the handle. False, with the handle untouched, for one that is not in the map.
   bool DestroySharedContext(void*& handle);
@@ -40,13 +40,19 @@ class QVGLContextManager {
   bool SwapBuffers(void* handle);
 
  private:
+  using ContextMap = std::map<QVGContextData*, QVGContextData*>;
+
   bool _MakeCurrentContext(QVGContextData* context, void** previous);
   QVGContextData* _FindCurrent() const;
+  /// Destroys a record of the map and takes it out of map and pool. The caller holds both mutexes.
+  void _Destroy(ContextMap::iterator found);
+  void _DestroyAll();
 
-  QVGContextData* mainContext_ = nullptr;
-  std::map<QVGContextData*, QVGContextData*> contexts_;
+  // Lock order: the pool's mutex before the map's.
+  QVGContextData* mainContext_ = nullptr;  // never in the map
+  ContextMap contexts_;
   std::mutex contextsMutex_;
-  std::list<QVGContextData*> pool_;
+  std::list<QVGContextData*> pool_;  // released contexts, longest idle first; they stay in the map
   std::mutex poolMutex_;
 };
 

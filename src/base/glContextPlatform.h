@@ -23,7 +23,8 @@ struct ContextBinding {
 };
 
 /// Makes one GL context on the window, or on a hidden surface of its own when window is null.
-/// @param loadEntryPoints also resolve the process-wide GL entry points on it; nothing is current afterwards.
+/// @param loadEntryPoints also resolve the process-wide GL entry points on it; afterwards the calling thread's own
+/// context is current again.
 /// @param shareRoot a context whose objects it shares from its creation, where the platform shares that way.
 /// @return owned by the caller (DestroyContextData); null on failure, which is logged.
 QVGContextData* _CreateDummyGLContext(void* window, bool loadEntryPoints, const QVGContextData* shareRoot);
@@ -39,22 +40,26 @@ bool HasGLContext(const QVGContextData& data);
 /// Whether the context is the one current on the calling thread.
 bool IsContextCurrent(const QVGContextData& data);
 bool MakeContextCurrent(const QVGContextData& data);
-/// Unbinds whatever is current on the calling thread.
+/// Unbinds whatever is current on the calling thread, also what is not the library's.
 bool ReleaseCurrentContext();
+/// Whether the context's window still exists; true for a hidden surface.
 bool IsWindowValid(const QVGContextData& data);
+/// May wait for the display.
 bool SwapContextBuffers(const QVGContextData& data);
 /// The error number of the last failed call of this thread: GetLastError() or eglGetError().
 uint32_t LastContextError();
 
 ContextBinding CurrentBinding();
+/// The context of CurrentBinding(), cheap enough to be asked for several times a frame.
+void* CurrentNativeContext();
 /// Makes a binding current again; an empty one unbinds.
 void RestoreBinding(const ContextBinding& binding);
 
 /// The GL version that was found when the entry points were loaded; 0.0 before.
 void LoadedGLVersion(int32_t* major, int32_t* minor);
 
-/// Ends what the platform keeps for the process between contexts (threads, window classes, display connections), after
-/// the last context is gone. Starting again is possible.
+/// Ends what the platform keeps for the process between contexts (threads, window classes, display connections). Does
+/// nothing while a context is left. Starting again is possible. Not to be called while a library is being unloaded.
 void ShutdownContextPlatform();
 
 }  // namespace qvg

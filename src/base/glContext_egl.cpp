@@ -1,0 +1,493 @@
+// EGL implementation of the platform seam. Host windows are X11 windows, given as their id in a void*.
+
+#include <EGL/egl.h>
+#include <EGL/eglext.h>
+#include <X11/Xlib-xcb.h>
+#include <X11/Xlib.h>
+#include <dlfcn.h>
+#include <fmt/format.h>
+#include <xcb/xcb.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdint>
+#include <cstdlib>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <new>
+#include <source_location>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "base/contextObjects.h"
+#include "base/gl.h"
+#include "base/glContextPlatform.h"
+#include "utils/log.h"
+
+// Has the error hook of a single display; its macros must not meet the standard headers.
+#include <X11/Xlibint.h>
+#undef max
+#undef min
+
+namespace qvg {
+
+struct QVGEglContextData {
+  EGLDisplay display = EGL_NO_DISPLAY;
+  EGLContext context = EGL_NO_CONTEXT;
+  EGLSurface surface = EGL_NO_SURFACE;
+  xcb_window_t window = XCB_WINDOW_NONE;  // the caller's; none for a hidden context
+  bool ownsWindow = false;                // the surface is a hidden one of this context alone
+  EGLContext shareRoot = EGL_NO_CONTEXT;
+};
+
+namespace {
+
+struct FreeDeleter {
+  void operator()(void* memory) const { std::free(memory); }
+};
+template <typename T>
+using Reply = std::unique_ptr<T, FreeDeleter>;
+
+struct Version {
+  EGLint major;
+  EGLint minor;
+};
+constexpr Version kVersions[] = {{4, 6}, {4, 5}, {4, 4}, {4, 3}, {4, 2}, {4, 1}};
+
+struct WindowSurface {
+  EGLSurface surface;
+  int users;
+};
+
+struct Platform {
+  std::mutex mutex;  // serialises every creation and destruction
+  EGLDisplay display = EGL_NO_DISPLAY;
+  Version version = {};  // of the contexts that the display gives
+  bool surfaceless = false;
+  xcb_connection_t* connection = nullptr;  // to the X server, when the display is one
+  Display* xlib = nullptr;                 // owns the connection where EGL wants an Xlib display
+  int screen = 0;
+  std::map<xcb_window_t, WindowSurface> windowSurfaces;
+  int contexts = 0;
+};
+
+// Never destroyed: contexts may outlive static objects while the process exits.
+Platform& Egl() {
+  alignas(Platform) static unsigned char storage[sizeof(Platform)];
+  static Platform* const platform = new (storage) Platform();
+  return *platform;
+}
+
+// Major version * 100 + minor version, so that both change at once.
+std::atomic<int> loadedVersion = 0;
+
+// eglGetError() is cleared by the next call of EGL, whoever makes it.
+constinit thread_local EGLint lastError = EGL_SUCCESS;
+
+bool Check(EGLBoolean result) {
+  if (result != EGL_TRUE) lastError = eglGetError();
+  return result == EGL_TRUE;
+}
+
+bool Contains(const char* list, std::string_view word) {
+  std::string_view rest = list == nullptr ? "" : list;
+  while (!rest.empty()) {
+    const size_t end = std::min(rest.find(' '), rest.size());
+    if (rest.substr(0, end) == word) return true;
+    rest.remove_prefix(std::min(end + 1, rest.size()));
+  }
+  return false;
+}
+
+bool ClientHas(std::string_view extension) {
+  return Contains(eglQueryString(EGL_NO_DISPLAY, EGL_EXTENSIONS), extension);
+}
+
+// The core names may be missing from the loader, or answer nothing before its first display.
+template <typename Function>
+Function Entry(const char* name) {
+  return reinterpret_cast<Function>(eglGetProcAddress(name));
+}
+
+EGLDisplay PlatformDisplay(EGLenum platform, void* native, const EGLint* attributes) {
+  const auto get = Entry<PFNEGLGETPLATFORMDISPLAYEXTPROC>("eglGetPlatformDisplayEXT");
+  return get == nullptr ? EGL_NO_DISPLAY : get(platform, native, attributes);
+}
+
+// ---- Configurations and contexts
+
+// visual: only a configuration of that X visual; 0: any.
+EGLConfig ChooseConfig(EGLDisplay display, EGLint surfaceType, xcb_visualid_t visual) {
+  const EGLint channelBits = visual == 0 ? 8 : 0;  // else the visual decides
+  for (const EGLint depthBits : {24, 0}) {
+    const EGLint attributes[] = {
+        EGL_SURFACE_TYPE, surfaceType,   EGL_RENDERABLE_TYPE, EGL_OPENGL_BIT, EGL_RED_SIZE, channelBits, EGL_GREEN_SIZE,
+        channelBits,      EGL_BLUE_SIZE, channelBits,         EGL_DEPTH_SIZE, depthBits,    EGL_NONE};
+    EGLint count = 0;
+    if (eglChooseConfig(display, attributes, nullptr, 0, &count) != EGL_TRUE || count == 0) continue;
+    std::vector<EGLConfig> configs(static_cast<size_t>(count));
+    if (eglChooseConfig(display, attributes, configs.data(), count, &count) != EGL_TRUE) continue;
+    configs.resize(static_cast<size_t>(count));
+    for (EGLConfig config : configs) {
+      EGLint configVisual = 0;
+      eglGetConfigAttrib(display, config, EGL_NATIVE_VISUAL_ID, &configVisual);
+      if (visual == 0 || static_cast<xcb_visualid_t>(configVisual) == visual) return config;
+    }
+  }
+  return nullptr;
+}
+
+EGLConfig ChooseHiddenConfig(const Platform& egl) {
+  return ChooseConfig(egl.display, egl.surfaceless ? 0 : EGL_PBUFFER_BIT, 0);
+}
+
+EGLContext CreateContext(EGLDisplay display, EGLConfig config, EGLContext shareRoot, Version version) {
+  // The names of EGL 1.5 have the values of EGL_KHR_create_context.
+  const EGLint attributes[] = {EGL_CONTEXT_MAJOR_VERSION,
+                               version.major,
+                               EGL_CONTEXT_MINOR_VERSION,
+                               version.minor,
+                               EGL_CONTEXT_OPENGL_PROFILE_MASK,
+                               EGL_CONTEXT_OPENGL_CORE_PROFILE_BIT,
+                               EGL_NONE};
+  // Which API eglCreateContext means belongs to the thread and so to the host.
+  const EGLenum hostApi = eglQueryAPI();
+  if (eglBindAPI(EGL_OPENGL_API) != EGL_TRUE) return EGL_NO_CONTEXT;
+  const EGLContext context = eglCreateContext(display, config, shareRoot, attributes);
+  if (hostApi != EGL_NONE && hostApi != EGL_OPENGL_API) eglBindAPI(hostApi);
+  return context;
+}
+
+// ---- The display
+
+void LogAttempt(const char* name, const std::string& reason,
+                std::source_location where = std::source_location::current()) {
+  LogLocated(kLogWarning, fmt::format("glContext_egl: {}: {}", name, reason), where);
+}
+
+// Whether the display gives contexts of a version that will do. Fills in what is known of it then.
+bool TryDisplay(Platform& egl, const char* name, EGLDisplay display) {
+  const auto fail = [name](const char* call) {
+    LogAttempt(name, fmt::format("{} failed, error {:#x}.", call, eglGetError()));
+    return false;
+  };
+  if (display == EGL_NO_DISPLAY) return fail("eglGetPlatformDisplay");
+  EGLint major = 0;
+  EGLint minor = 0;
+  if (eglInitialize(display, &major, &minor) != EGL_TRUE) return fail("eglInitialize");
+  if (!Contains(eglQueryString(display, EGL_CLIENT_APIS), "OpenGL")) {
+    LogAttempt(name, "no OpenGL.");
+    return false;
+  }
+  egl.display = display;
+  egl.surfaceless = Contains(eglQueryString(display, EGL_EXTENSIONS), "EGL_KHR_surfaceless_context");
+  if (const EGLConfig config = ChooseHiddenConfig(egl); config == nullptr) {
+    fail("eglChooseConfig");
+  } else {
+    for (const Version version : kVersions) {
+      const EGLContext context = CreateContext(display, config, EGL_NO_CONTEXT, version);
+      if (context == EGL_NO_CONTEXT) continue;
+      eglDestroyContext(display, context);
+      egl.version = version;
+      LogShort(kLogInfo, fmt::format("glContext_egl: display: {} ({}, EGL {}.{})", name,
+                                     eglQueryString(display, EGL_VENDOR), major, minor));
+      return true;
+    }
+    fail("eglCreateContext");
+  }
+  egl.display = EGL_NO_DISPLAY;
+  return false;
+}
+
+// Swallows the X errors of the library's own Xlib display: the default handler would end the process.
+int SwallowXError(Display*, xError*, XExtCodes*, int*) { return 1; }
+
+void Disconnect(Platform& egl) {
+  if (egl.xlib != nullptr) {
+    XCloseDisplay(egl.xlib);
+  } else if (egl.connection != nullptr) {
+    xcb_disconnect(egl.connection);
+  }
+  egl.xlib = nullptr;
+  egl.connection = nullptr;
+}
+
+EGLDisplay OpenXcbDisplay(Platform& egl) {
+  egl.connection = xcb_connect(nullptr, &egl.screen);
+  if (xcb_connection_has_error(egl.connection) != 0) return EGL_NO_DISPLAY;
+  const EGLint attributes[] = {EGL_PLATFORM_XCB_SCREEN_EXT, egl.screen, EGL_NONE};
+  return PlatformDisplay(EGL_PLATFORM_XCB_EXT, egl.connection, attributes);
+}
+
+// For drivers that know no XCB display.
+EGLDisplay OpenXlibDisplay(Platform& egl) {
+  egl.xlib = XOpenDisplay(nullptr);
+  if (egl.xlib == nullptr) return EGL_NO_DISPLAY;
+  egl.connection = XGetXCBConnection(egl.xlib);
+  egl.screen = XDefaultScreen(egl.xlib);
+  XSetEventQueueOwner(egl.xlib, XCBOwnsEventQueue);
+  if (const XExtCodes* codes = XAddExtension(egl.xlib); codes != nullptr) {
+    XESetError(egl.xlib, codes->extension, &SwallowXError);
+  }
+  XSetIOErrorExitHandler(
+      egl.xlib, [](Display*, void*) {}, nullptr);
+  const EGLint attributes[] = {EGL_PLATFORM_X11_SCREEN_EXT, egl.screen, EGL_NONE};
+  return PlatformDisplay(EGL_PLATFORM_X11_EXT, egl.xlib, attributes);
+}
+
+bool UseX11(Platform& egl, const char* name) {
+  const char* const server = std::getenv("DISPLAY");
+  if (server == nullptr || *server == '\0') {
+    LogShort(kLogInfo, fmt::format("glContext_egl: {}: DISPLAY is not set.", name));
+    return false;
+  }
+  const EGLDisplay display = ClientHas("EGL_EXT_platform_xcb") ? OpenXcbDisplay(egl) : OpenXlibDisplay(egl);
+  if (egl.connection == nullptr || xcb_connection_has_error(egl.connection) != 0) {
+    LogAttempt(name, fmt::format("no server answers at {}.", server));
+  } else if (TryDisplay(egl, name, display)) {
+    return true;
+  } else if (display != EGL_NO_DISPLAY) {
+    eglTerminate(display);
+  }
+  Disconnect(egl);
+  return false;
+}
+
+bool UseDevice(Platform& egl, const char* name, bool software) {
+  const auto queryDevices = Entry<PFNEGLQUERYDEVICESEXTPROC>("eglQueryDevicesEXT");
+  const auto queryString = Entry<PFNEGLQUERYDEVICESTRINGEXTPROC>("eglQueryDeviceStringEXT");
+  EGLint count = 0;
+  std::vector<EGLDeviceEXT> devices;
+  if (ClientHas("EGL_EXT_platform_device") && queryDevices != nullptr && queryString != nullptr &&
+      queryDevices(0, nullptr, &count) == EGL_TRUE && count > 0) {
+    devices.resize(static_cast<size_t>(count));
+    if (queryDevices(count, devices.data(), &count) != EGL_TRUE) count = 0;
+    devices.resize(static_cast<size_t>(count));
+  }
+  std::erase_if(devices, [&](EGLDeviceEXT device) {
+    return Contains(queryString(device, EGL_EXTENSIONS), "EGL_MESA_device_software") != software;
+  });
+  if (devices.empty()) LogShort(kLogInfo, fmt::format("glContext_egl: {}: none found.", name));
+  for (EGLDeviceEXT device : devices) {
+    if (TryDisplay(egl, name, PlatformDisplay(EGL_PLATFORM_DEVICE_EXT, device, nullptr))) return true;
+  }
+  return false;
+}
+
+bool UseHardwareDevice(Platform& egl, const char* name) { return UseDevice(egl, name, false); }
+bool UseSoftwareDevice(Platform& egl, const char* name) { return UseDevice(egl, name, true); }
+
+bool UseSurfaceless(Platform& egl, const char* name) {
+  if (!ClientHas("EGL_MESA_platform_surfaceless")) {
+    LogShort(kLogInfo, fmt::format("glContext_egl: {}: not supported.", name));
+    return false;
+  }
+  return TryDisplay(egl, name, PlatformDisplay(EGL_PLATFORM_SURFACELESS_MESA, EGL_DEFAULT_DISPLAY, nullptr));
+}
+
+constexpr struct {
+  const char* name;
+  bool (*use)(Platform&, const char* name);
+} kDisplays[] = {
+    {"X11", &UseX11},
+    {"hardware device", &UseHardwareDevice},
+    {"surfaceless platform", &UseSurfaceless},
+    {"software device", &UseSoftwareDevice},
+};
+
+bool OpenDisplay(Platform& egl) {
+  if (egl.display != EGL_NO_DISPLAY) return true;
+  // Threads of the host keep state of EGL after the library is unloaded, and a display that is left open waits for its
+  // next start: both need the loader to stay.
+  static_cast<void>(dlopen("libEGL.so.1", RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE));
+  for (const auto& display : kDisplays) {
+    if (display.use(egl, display.name)) return true;
+  }
+  return false;
+}
+
+// ---- Windows
+
+// Unhandled events and errors of the connection would pile up in its queue.
+void DrainEvents(xcb_connection_t* connection) {
+  while (Reply<xcb_generic_event_t> event{xcb_poll_for_event(connection)}) {
+  }
+}
+
+EGLSurface AcquireWindowSurface(Platform& egl, xcb_window_t window, EGLConfig config) {
+  if (const auto found = egl.windowSurfaces.find(window); found != egl.windowSurfaces.end()) {
+    ++found->second.users;
+    return found->second.surface;
+  }
+  const auto create = Entry<PFNEGLCREATEPLATFORMWINDOWSURFACEEXTPROC>("eglCreatePlatformWindowSurfaceEXT");
+  if (create == nullptr) return EGL_NO_SURFACE;
+  Window xlibWindow = window;
+  void* const native = egl.xlib != nullptr ? static_cast<void*>(&xlibWindow) : static_cast<void*>(&window);
+  const EGLSurface surface = create(egl.display, config, native, nullptr);
+  if (surface != EGL_NO_SURFACE) egl.windowSurfaces.emplace(window, WindowSurface{surface, 1});
+  return surface;
+}
+
+void DestroySurface(Platform& egl, const QVGEglContextData& data) {
+  if (data.surface == EGL_NO_SURFACE) return;
+  if (!data.ownsWindow) {
+    const auto found = egl.windowSurfaces.find(data.window);
+    if (--found->second.users > 0) return;
+    egl.windowSurfaces.erase(found);
+  }
+  eglDestroySurface(data.display, data.surface);
+}
+
+}  // namespace
+
+QVGContextData* _CreateDummyGLContext(void* window, bool loadEntryPoints, const QVGContextData* shareRoot) {
+  Platform& egl = Egl();
+  std::lock_guard lock(egl.mutex);
+  const auto fail = [](const char* what, std::source_location where = std::source_location::current()) {
+    LogLocated(kLogError, fmt::format("glContext_egl: {}", what), where);
+    return nullptr;
+  };
+  if (!OpenDisplay(egl)) return fail("no EGL display gives OpenGL 4.1.");
+
+  auto data = std::make_unique<QVGEglContextData>();
+  data->display = egl.display;
+  data->ownsWindow = window == nullptr;
+  EGLConfig config = nullptr;
+  if (window == nullptr) {
+    config = ChooseHiddenConfig(egl);
+  } else {
+    if (egl.connection == nullptr) return fail("a context on a window needs an X11 display.");
+    DrainEvents(egl.connection);
+    data->window = static_cast<xcb_window_t>(reinterpret_cast<uintptr_t>(window));
+    const Reply<xcb_get_window_attributes_reply_t> attributes{xcb_get_window_attributes_reply(
+        egl.connection, xcb_get_window_attributes(egl.connection, data->window), nullptr)};
+    if (attributes == nullptr) return fail("xcb_get_window_attributes failed.");
+    config = ChooseConfig(egl.display, EGL_WINDOW_BIT, attributes->visual);
+  }
+  if (config == nullptr) return fail("eglChooseConfig failed.");
+
+  if (shareRoot != nullptr) data->shareRoot = shareRoot->context;
+  data->context = CreateContext(egl.display, config, data->shareRoot, egl.version);
+  if (data->context == EGL_NO_CONTEXT) return fail("eglCreateContext failed.");
+  if (window != nullptr) {
+    data->surface = AcquireWindowSurface(egl, data->window, config);
+  } else if (!egl.surfaceless) {
+    const EGLint attributes[] = {EGL_WIDTH, 2, EGL_HEIGHT, 2, EGL_NONE};
+    data->surface = eglCreatePbufferSurface(egl.display, config, attributes);
+  }
+  if (data->surface == EGL_NO_SURFACE && (window != nullptr || !egl.surfaceless)) {
+    eglDestroyContext(egl.display, data->context);
+    return fail(window != nullptr ? "eglCreatePlatformWindowSurface failed." : "eglCreatePbufferSurface failed.");
+  }
+
+  if (loadEntryPoints) {
+    const ContextBinding previous = CurrentBinding();
+    int version = 0;
+    if (MakeContextCurrent(*data)) {
+      version = gladLoadGL([](const char* name) { return reinterpret_cast<GLADapiproc>(eglGetProcAddress(name)); });
+    }
+    RestoreBinding(previous);
+    if (version == 0) {
+      eglDestroyContext(egl.display, data->context);
+      DestroySurface(egl, *data);
+      return fail("loading the OpenGL entry points failed.");
+    }
+    loadedVersion = GLAD_VERSION_MAJOR(version) * 100 + GLAD_VERSION_MINOR(version);
+  }
+  ++egl.contexts;
+  RegisterContext(data->context);
+  return data.release();
+}
+
+bool ShareContexts(const QVGContextData& main, const QVGContextData& shared) {
+  return main.context != EGL_NO_CONTEXT && shared.shareRoot == main.context;
+}
+
+void DestroyContextData(QVGContextData* data) {
+  if (data == nullptr) return;
+  Platform& egl = Egl();
+  std::lock_guard lock(egl.mutex);
+  if (IsContextCurrent(*data)) ReleaseCurrentContext();
+  ForgetContext(data->context);
+  eglDestroyContext(data->display, data->context);
+  DestroySurface(egl, *data);
+  delete data;
+  --egl.contexts;
+}
+
+bool HasGLContext(const QVGContextData& data) { return data.context != EGL_NO_CONTEXT; }
+
+// eglGetCurrentContext and eglMakeCurrent take OpenGL and OpenGL ES for one API, so that they don't depend on the one
+// that the host has bound on the thread.
+bool IsContextCurrent(const QVGContextData& data) {
+  return data.context != EGL_NO_CONTEXT && eglGetCurrentContext() == data.context;
+}
+
+bool MakeContextCurrent(const QVGContextData& data) {
+  return Check(eglMakeCurrent(data.display, data.surface, data.surface, data.context));
+}
+
+bool ReleaseCurrentContext() {
+  if (eglGetCurrentContext() == EGL_NO_CONTEXT) return true;
+  return Check(eglMakeCurrent(eglGetCurrentDisplay(), EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT));
+}
+
+bool IsWindowValid(const QVGContextData& data) {
+  if (data.ownsWindow) return true;
+  xcb_connection_t* const connection = Egl().connection;
+  const Reply<xcb_get_geometry_reply_t> geometry{
+      xcb_get_geometry_reply(connection, xcb_get_geometry(connection, data.window), nullptr)};
+  DrainEvents(connection);
+  return geometry != nullptr;
+}
+
+bool SwapContextBuffers(const QVGContextData& data) {
+  // A hidden context has nothing to show. On a window that is gone the driver may wait for an answer for ever.
+  if (data.ownsWindow) return true;
+  if (!IsWindowValid(data)) return false;
+  if (eglGetCurrentSurface(EGL_DRAW) == data.surface) return Check(eglSwapBuffers(data.display, data.surface));
+  // EGL swaps only what is current on the calling thread.
+  const ContextBinding previous = CurrentBinding();
+  if (!MakeContextCurrent(data)) return false;
+  const bool swapped = Check(eglSwapBuffers(data.display, data.surface));
+  RestoreBinding(previous);
+  return swapped;
+}
+
+uint32_t LastContextError() { return static_cast<uint32_t>(lastError); }
+
+ContextBinding CurrentBinding() {
+  return {eglGetCurrentDisplay(), eglGetCurrentSurface(EGL_DRAW), eglGetCurrentSurface(EGL_READ),
+          eglGetCurrentContext()};
+}
+
+void* CurrentNativeContext() { return eglGetCurrentContext(); }
+
+void RestoreBinding(const ContextBinding& binding) {
+  if (binding.context == nullptr) {
+    ReleaseCurrentContext();
+  } else if (binding.context != eglGetCurrentContext()) {
+    Check(eglMakeCurrent(binding.display, binding.drawSurface, binding.readSurface, binding.context));
+  }
+}
+
+void LoadedGLVersion(int32_t* major, int32_t* minor) {
+  const int version = loadedVersion;
+  *major = version / 100;
+  *minor = version % 100;
+}
+
+void ShutdownContextPlatform() {
+  Platform& egl = Egl();
+  std::lock_guard lock(egl.mutex);
+  if (egl.contexts > 0 || egl.display == EGL_NO_DISPLAY) return;
+  // The display of a connection of our own is ours. Of every other kind there is one a process, which the host may be
+  // using: it stays open.
+  if (egl.connection != nullptr) eglTerminate(egl.display);
+  egl.display = EGL_NO_DISPLAY;
+  Disconnect(egl);
+}
+
+}  // namespace qvg
