@@ -134,9 +134,14 @@ part_x11() {
   build_folder=linux suffix= run_test_programs "${xvfb[@]}"
 }
 
+# The texts are those that the driver got while the tests ran through the table.
 part_shaders() {
-  build linux qvg_unit_tests || return
-  check "glslangValidator" scripts/validate_shaders.sh build/linux/qvg_unit_tests
+  local texts="$PWD/build/results/shaders"
+  build linux qvg_tests || return
+  rm -rf "$texts" && mkdir -p "$texts"
+  MESA_SHADER_DUMP_PATH=$texts "${headless[@]}" "${mesa_only[@]}" build/linux/qvg_tests \
+    >build/results/shaders-qvg_tests.log 2>&1 </dev/null
+  check "glslangValidator" scripts/validate_shaders.sh "$texts"
 }
 
 part_product() {
