@@ -50,17 +50,17 @@ extern "C" {
 
 /* ---- Handles ------------------------------------------------------------------------------------------------ */
 
-typedef struct QVGGLContext QVGGLContext;       /**< A GL context made by the library. */
-typedef struct QVGTexture QVGTexture;           /**< A pooled GL texture with its content rectangle. */
-typedef struct QVGFrameBuffer QVGFrameBuffer;   /**< A render target with its camera. */
-typedef struct QVGWndDrawer QVGWndDrawer;       /**< Presents textures in one window of the host. */
-typedef struct QVGEffect QVGEffect;             /**< An instance of a named effect. */
+typedef struct QVGGLContext QVGGLContext;     /**< A GL context made by the library. */
+typedef struct QVGTexture QVGTexture;         /**< A pooled GL texture with its content rectangle. */
+typedef struct QVGFrameBuffer QVGFrameBuffer; /**< A render target with its camera. */
+typedef struct QVGWndDrawer QVGWndDrawer;     /**< Presents textures in one window of the host. */
+typedef struct QVGEffect QVGEffect;           /**< An instance of a named effect. */
 
 /* ---- Configuration ------------------------------------------------------------------------------------------ */
 
 /** A decoded image, owned by the host. The library reads the pixels and the size only. */
 typedef struct QVGHostImage {
-  const uint8_t *pixels; /**< Rows top-down without padding, 4 bytes a pixel in the order B, G, R, A. */
+  const uint8_t* pixels; /**< Rows top-down without padding, 4 bytes a pixel in the order B, G, R, A. */
   uint8_t host[28];      /**< The host's own; never touched by the library. */
   int32_t width;         /**< Pixels. */
   int32_t height;        /**< Pixels. */
@@ -72,10 +72,10 @@ typedef struct QVGHostImage {
  * @param path NUL-terminated path, as given to an effect's file parameter.
  * @return the image, or null when it can't be read.
  */
-typedef QVGHostImage *(*QVGDecodeImage)(const char *path);
+typedef QVGHostImage* (*QVGDecodeImage)(const char* path);
 
 /** Takes back an image that QVGDecodeImage returned for the path. The same rule as for decoding holds. */
-typedef void (*QVGFreeImage)(const char *path, QVGHostImage *image);
+typedef void (*QVGFreeImage)(const char* path, QVGHostImage* image);
 
 /** What the host gives to QVG_GetGLRendererInterface(). Copied: it may be freed when the call returns. */
 typedef struct QVGConfig {
@@ -113,13 +113,13 @@ enum QVGPixelFormat {
  * full-range BT.601 formulas (ITU-R BT.601; the range of the format code is not read).
  */
 typedef struct QVGPixelBuffer {
-  uint8_t *plane[3];  /**< First byte of each plane; unused planes are null. */
-  int32_t stride[3];  /**< Bytes from one row to the next. The last row may end with its last pixel. */
-  int32_t width;      /**< Pixels, 1 up to the driver's texture limit. */
-  int32_t height;     /**< Pixels, 1 up to the driver's texture limit. */
-  int32_t reserved;   /**< Neither read nor written. */
-  int32_t kind;       /**< 2 after a read-back; not read. */
-  int32_t format;     /**< A QVGPixelFormat. */
+  uint8_t* plane[3]; /**< First byte of each plane; unused planes are null. */
+  int32_t stride[3]; /**< Bytes from one row to the next. The last row may end with its last pixel. */
+  int32_t width;     /**< Pixels, 1 up to the driver's texture limit. */
+  int32_t height;    /**< Pixels, 1 up to the driver's texture limit. */
+  int32_t reserved;  /**< Neither read nor written. */
+  int32_t kind;      /**< 2 after a read-back; not read. */
+  int32_t format;    /**< A QVGPixelFormat. */
 } QVGPixelBuffer;
 
 /** A colour, passed by value. */
@@ -132,32 +132,32 @@ typedef struct QVGColor {
 /** How an alpha A is changed by the matte's colour M at the same place of the target. */
 enum QVGMatteType {
   QVG_MATTE_NONE = 0,
-  QVG_MATTE_ALPHA = 1,         /**< A * M.a */
-  QVG_MATTE_ALPHA_INVERTED = 2,/**< A * (1 - M.a) */
-  QVG_MATTE_LUMA = 3,          /**< A * M.r * M.a */
-  QVG_MATTE_LUMA_INVERTED = 4  /**< A * (1 - M.r * M.a) */
+  QVG_MATTE_ALPHA = 1,          /**< A * M.a */
+  QVG_MATTE_ALPHA_INVERTED = 2, /**< A * (1 - M.a) */
+  QVG_MATTE_LUMA = 3,           /**< A * M.r * M.a */
+  QVG_MATTE_LUMA_INVERTED = 4   /**< A * (1 - M.r * M.a) */
 };
 
 /** Blend types; s is what is drawn, d what is there. Types not listed blend as QVG_BLEND_NORMAL. */
 enum QVGBlendType {
-  QVG_BLEND_NONE = -1,        /**< Replaces colour and alpha of the target. */
-  QVG_BLEND_NORMAL = 0,       /**< s over d */
-  QVG_BLEND_ADD = 1,          /**< s + d */
-  QVG_BLEND_LUMINOSITY = 6,   /**< s with the luminosity of d */
+  QVG_BLEND_NONE = -1,      /**< Replaces colour and alpha of the target. */
+  QVG_BLEND_NORMAL = 0,     /**< s over d */
+  QVG_BLEND_ADD = 1,        /**< s + d */
+  QVG_BLEND_LUMINOSITY = 6, /**< s with the luminosity of d */
   QVG_BLEND_COLOR_BURN = 7,
   QVG_BLEND_COLOR_DODGE = 8,
-  QVG_BLEND_DARKEN = 10,      /**< min(s, d) per channel */
-  QVG_BLEND_DARKER_COLOR = 11,/**< whichever of s and d is darker as a whole */
+  QVG_BLEND_DARKEN = 10,       /**< min(s, d) per channel */
+  QVG_BLEND_DARKER_COLOR = 11, /**< whichever of s and d is darker as a whole */
   QVG_BLEND_HARD_LIGHT = 16,
-  QVG_BLEND_LIGHTEN = 19,     /**< max(s, d) per channel */
-  QVG_BLEND_MULTIPLY = 26,    /**< s * d */
+  QVG_BLEND_LIGHTEN = 19,  /**< max(s, d) per channel */
+  QVG_BLEND_MULTIPLY = 26, /**< s * d */
   QVG_BLEND_OVERLAY = 27,
   QVG_BLEND_SCREEN = 30,      /**< s + d - s * d */
   QVG_BLEND_ERASE_ALPHA = 31, /**< d where s is transparent */
   QVG_BLEND_ERASE_LUMA = 32,  /**< d where s is dark or transparent */
   QVG_BLEND_SOFT_LIGHT = 33,
-  QVG_BLEND_MASK_ALPHA = 34,  /**< d where s is opaque */
-  QVG_BLEND_MASK_LUMA = 35    /**< d where s is bright and opaque */
+  QVG_BLEND_MASK_ALPHA = 34, /**< d where s is opaque */
+  QVG_BLEND_MASK_LUMA = 35   /**< d where s is bright and opaque */
 };
 
 /**
@@ -165,19 +165,19 @@ enum QVGBlendType {
  * origin in its centre, x to the right, y towards the last texture row, z towards the eye.
  */
 typedef struct QVGDrawTextureParams {
-  QVGTexture *matteTexture; /**< Null; its content is laid over the target's whole content. */
-  int32_t blendType;        /**< QVG_BLEND_NONE. */
-  int32_t matteType;        /**< QVG_MATTE_NONE; without a matte texture no matte is applied. */
-  bool simpleMatte;         /**< false; true keeps a centred part of the target only. */
-  bool depthTest;           /**< false; true tests with "less or equal" against the target's depth buffer. */
-  bool useSizeFactor;       /**< false; true multiplies the picture's size by sizeFactor. */
-  double opacity;           /**< 1; multiplies the alpha. */
-  double anchor[3];         /**< 0; the point of the picture that translation moves and rotation turns about. */
-  double translation[3];    /**< 0 */
-  double scale[3];          /**< 1 */
-  double rotation[3];       /**< 0; degrees about x, y and z. Scaled first, then turned about z, y, x, then moved. */
-  double simpleMatteSize[2];/**< 1; width and height kept, as fractions of the target's content. */
-  double sizeFactor[2];     /**< 1 */
+  QVGTexture* matteTexture;  /**< Null; its content is laid over the target's whole content. */
+  int32_t blendType;         /**< QVG_BLEND_NONE. */
+  int32_t matteType;         /**< QVG_MATTE_NONE; without a matte texture no matte is applied. */
+  bool simpleMatte;          /**< false; true keeps a centred part of the target only. */
+  bool depthTest;            /**< false; true tests with "less or equal" against the target's depth buffer. */
+  bool useSizeFactor;        /**< false; true multiplies the picture's size by sizeFactor. */
+  double opacity;            /**< 1; multiplies the alpha. */
+  double anchor[3];          /**< 0; the point of the picture that translation moves and rotation turns about. */
+  double translation[3];     /**< 0 */
+  double scale[3];           /**< 1 */
+  double rotation[3];        /**< 0; degrees about x, y and z. Scaled first, then turned about z, y, x, then moved. */
+  double simpleMatteSize[2]; /**< 1; width and height kept, as fractions of the target's content. */
+  double sizeFactor[2];      /**< 1 */
 } QVGDrawTextureParams;
 
 /** Camera of a frame buffer. */
@@ -201,12 +201,7 @@ typedef struct QVGFrameBufferDesc {
 /* ---- Effects ------------------------------------------------------------------------------------------------ */
 
 /** Types of parameter values. */
-enum QVGParamType {
-  QVG_PARAM_INTEGER = 0,
-  QVG_PARAM_BOOLEAN = 2,
-  QVG_PARAM_TEXT = 3,
-  QVG_PARAM_COLOR = 5
-};
+enum QVGParamType { QVG_PARAM_INTEGER = 0, QVG_PARAM_BOOLEAN = 2, QVG_PARAM_TEXT = 3, QVG_PARAM_COLOR = 5 };
 
 /** A typed value. */
 typedef struct QVGParamValue {
@@ -214,22 +209,22 @@ typedef struct QVGParamValue {
   union {
     int64_t integer;
     bool boolean;
-    const char *text; /**< NUL-terminated, may be null; copied. */
+    const char* text; /**< NUL-terminated, may be null; copied. */
     double color[3];  /**< R, G, B, 0..1. */
   } value;
 } QVGParamValue;
 
 /** One row of an effect's parameter table; owned by the library, valid until the library is unloaded. */
 typedef struct QVGParamDescriptor {
-  char name[128];              /**< Key for SetEffectParameter. */
-  char label[384];             /**< Text for people, UTF-8. */
-  int32_t controlKind;         /**< 0 slider, 2 switch or file, as valueType tells; 2 colour picker for colours. */
-  int32_t valueType;           /**< A QVGParamType. */
-  int32_t valueType2;          /**< The same once more. */
+  char name[128];      /**< Key for SetEffectParameter. */
+  char label[384];     /**< Text for people, UTF-8. */
+  int32_t controlKind; /**< 0 slider, 2 switch or file, as valueType tells; 2 colour picker for colours. */
+  int32_t valueType;   /**< A QVGParamType. */
+  int32_t valueType2;  /**< The same once more. */
   QVGParamValue defaultValue;
-  QVGParamValue minimum;       /**< Integers only. */
-  QVGParamValue maximum;       /**< Integers only. */
-  QVGParamValue step;          /**< Integers only. */
+  QVGParamValue minimum; /**< Integers only. */
+  QVGParamValue maximum; /**< Integers only. */
+  QVGParamValue step;    /**< Integers only. */
 } QVGParamDescriptor;
 
 /* ---- The table ---------------------------------------------------------------------------------------------- */
@@ -263,117 +258,118 @@ typedef struct QVGGLRendererInterface {
    *  surface is made and window ignored; otherwise window is the host's window (Windows: HWND; Linux: X11 window id
    *  cast to a pointer), which must outlive the context. Current nowhere yet. Give back with DestroySharedContext.
    *  @return null when the library is not running, the window is none, or the driver refuses. */
-  QVGGLContext *(*CreateSharedContext)(void *reserved, void *window, bool useHiddenWindow);
+  QVGGLContext* (*CreateSharedContext)(void* reserved, void* window, bool useHiddenWindow);
   /** 9 [any] A context without a window, recycled when one is idle, else new. Give back with ReleaseSharedContext.
    *  @return null on failure. */
-  QVGGLContext *(*GetSharedContext)(void);
+  QVGGLContext* (*GetSharedContext)(void);
   /** 10 [any] Gives a context back for reuse and writes null. If it is current on the calling thread it is unbound;
    *  it must not be current on another. @return true; false when the library is not running. */
-  bool (*ReleaseSharedContext)(QVGGLContext **context);
+  bool (*ReleaseSharedContext)(QVGGLContext** context);
   /** 11 [any] Makes the context current on the calling thread; null unbinds what is current. previous, when not null,
    *  receives the context of this library that was current before, or null. @return false when the driver refuses. */
-  bool (*MakeCurrentContext)(QVGGLContext *context, QVGGLContext **previous);
+  bool (*MakeCurrentContext)(QVGGLContext* context, QVGGLContext** previous);
   /** 12 [any] The context of this library that is current on the calling thread, or null. */
-  QVGGLContext *(*GetCurrentContext)(void);
+  QVGGLContext* (*GetCurrentContext)(void);
   /** 13 [any] Swaps the buffers of the context's window; may wait for the display. @return false on failure. */
-  bool (*SwapBuffers)(QVGGLContext *context);
+  bool (*SwapBuffers)(QVGGLContext* context);
   /** 14 [any] Destroys a context and writes null. It must not be current on another thread. */
-  void (*DestroySharedContext)(QVGGLContext **context);
+  void (*DestroySharedContext)(QVGGLContext** context);
 
   /* Versions */
 
   /** 15 [any] true when the driver's OpenGL is at least the required version. */
   bool (*IsGLVersionSupported)(void);
   /** 16 [any] The driver's OpenGL version, 0.0 when the library could not start. Either pointer may be null. */
-  void (*GetGLVersion)(int32_t *major, int32_t *minor);
+  void (*GetGLVersion)(int32_t* major, int32_t* minor);
   /** 17 [any] The required version, 4.2. Either pointer may be null. */
-  void (*GetRequiredGLVersion)(int32_t *major, int32_t *minor);
+  void (*GetRequiredGLVersion)(int32_t* major, int32_t* minor);
 
   /* Textures. Every texture returned here or by an upload is given back with ReleaseTexture. */
 
   /** 18 [GL] A copy of the texture's content, with its channel order, flipped flag and rotation. The copy is complete
    *  when the call returns. @return null on failure. */
-  QVGTexture *(*CloneTexture)(QVGTexture *source);
+  QVGTexture* (*CloneTexture)(QVGTexture* source);
   /** 19 [GL] How the stored channels are read when sampled: 0 BGRA, 1 RGBA (as stored), 2 ABGR, 3 ARGB (of bytes that
    *  were stored in that order). Stays until the next upload. @return false for another order, null or a GL error. */
-  bool (*SetTextureChannelOrder)(QVGTexture *texture, int32_t order);
+  bool (*SetTextureChannelOrder)(QVGTexture* texture, int32_t order);
   /** 20 [GL] An RGBA texture, 8 bits a channel, with undefined content of width x height pixels.
    *  @return null for a size of 0 or above the driver's limit, or without memory. */
-  QVGTexture *(*AcquireTexture)(uint32_t width, uint32_t height);
+  QVGTexture* (*AcquireTexture)(uint32_t width, uint32_t height);
   /** 21 [GL] A new texture with the frame (sized as it). flipped: the frame is bottom-up. matteRGB: pixels of 4-byte
    *  RGB formats that equal matte in all four channels within 0.003 become (0, 0, 0, 0), all others opaque; the flag
    *  "flipped" is then true and `flipped` turns the rows over. The frame's memory is not read after the call.
    *  @return null for a bad frame (see UploadPixelBufferToTexture) or on failure. */
-  QVGTexture *(*UploadPixelBufferToNewTexture)(const QVGPixelBuffer *source, bool flipped, bool matteRGB,
+  QVGTexture* (*UploadPixelBufferToNewTexture)(const QVGPixelBuffer* source, bool flipped, bool matteRGB,
                                                QVGColor matte);
   /** 22 [GL] The same into a texture. RGB frames need a texture whose storage has the format's kind (RGBA for 4-byte
    *  formats, RGB for 3-byte ones) and at least the frame's size; the content becomes the frame's size, centred. YUV
    *  frames are scaled to the texture's content size. @return false for null, an unknown format, a missing plane, a
    *  size out of range, a stride below the row's bytes, an unfit texture, or a GL error. */
-  bool (*UploadPixelBufferToTexture)(QVGTexture *destination, const QVGPixelBuffer *source, bool flipped,
-                                     bool matteRGB, QVGColor matte);
+  bool (*UploadPixelBufferToTexture)(QVGTexture* destination, const QVGPixelBuffer* source, bool flipped, bool matteRGB,
+                                     QVGColor matte);
   /** 23 [GL] Fills the content with the colour (R, G, B, A). @return false for null or on failure. */
-  bool (*ClearTexture)(QVGTexture *texture, const double rgba[4]);
+  bool (*ClearTexture)(QVGTexture* texture, const double rgba[4]);
   /** 24 [any] Width of the content in pixels; 0 for null. */
-  uint32_t (*GetTextureWidth)(const QVGTexture *texture);
+  uint32_t (*GetTextureWidth)(const QVGTexture* texture);
   /** 25 [any] Height of the content in pixels; 0 for null. */
-  uint32_t (*GetTextureHeight)(const QVGTexture *texture);
+  uint32_t (*GetTextureHeight)(const QVGTexture* texture);
   /** 26 [any] Width of the storage in texels; 0 for null. */
-  uint32_t (*GetTextureAllocatedWidth)(const QVGTexture *texture);
+  uint32_t (*GetTextureAllocatedWidth)(const QVGTexture* texture);
   /** 27 [any] Height of the storage in texels; 0 for null. */
-  uint32_t (*GetTextureAllocatedHeight)(const QVGTexture *texture);
+  uint32_t (*GetTextureAllocatedHeight)(const QVGTexture* texture);
   /** 28 [any] Quarter turns with which the texture is drawn and presented; 0 for null. */
-  uint32_t (*GetTextureRotation)(const QVGTexture *texture);
+  uint32_t (*GetTextureRotation)(const QVGTexture* texture);
   /** 29 [any] true when the rows are stored bottom-up in GL's sense; false for null. */
-  bool (*GetTextureFlipped)(const QVGTexture *texture);
+  bool (*GetTextureFlipped)(const QVGTexture* texture);
   /** 30 [any] GL name of the texture (GL_TEXTURE_2D); 0 for null. Owned by the library. */
-  uint32_t (*GetTextureId)(const QVGTexture *texture);
+  uint32_t (*GetTextureId)(const QVGTexture* texture);
   /** 31 [any] Sets the size of the content; storage and origin stay. Keep it inside the storage. */
-  bool (*SetTextureSize)(QVGTexture *texture, uint32_t width, uint32_t height);
+  bool (*SetTextureSize)(QVGTexture* texture, uint32_t width, uint32_t height);
   /** 32 [any] Sets the origin of the content, in texels from texture row and column 0. */
-  bool (*SetTextureOrigin)(QVGTexture *texture, uint32_t x, uint32_t y);
+  bool (*SetTextureOrigin)(QVGTexture* texture, uint32_t x, uint32_t y);
   /** 33 [any] Sets the flipped flag. */
-  bool (*SetTextureFlipped)(QVGTexture *texture, bool flipped);
+  bool (*SetTextureFlipped)(QVGTexture* texture, bool flipped);
   /** 34 [any] Sets the quarter turns, read modulo 4. Read-backs ignore them. */
-  bool (*SetTextureRotation)(QVGTexture *texture, uint32_t quarterTurns);
+  bool (*SetTextureRotation)(QVGTexture* texture, uint32_t quarterTurns);
 
   /* Read-back. The memory that plane[] points to is readable until ReleasePixelBuffer, on any thread. */
 
   /** 35 [GL] Reads the content as planar 4:2:0: strides (w, w/2, w/2), w/2 x h/2 chroma, integer division. fullRange:
    *  format J420, with chroma values not raised to 0.5; otherwise format I420, limited range. mirror: left and right
    *  exchanged. Row 0 of the picture comes first. @return false on failure; out is then untouched by memory. */
-  bool (*TextureToYUV420PixelBuffer)(QVGTexture *source, bool fullRange, bool mirror, QVGPixelBuffer *out);
+  bool (*TextureToYUV420PixelBuffer)(QVGTexture* source, bool fullRange, bool mirror, QVGPixelBuffer* out);
   /** 36 [GL] Reads the content as NV12, limited-range BT.601, strides (w, w, 0). As slot 35 otherwise. */
-  bool (*TextureToNV12PixelBuffer)(QVGTexture *source, QVGPixelBuffer *out, bool mirror);
+  bool (*TextureToNV12PixelBuffer)(QVGTexture* source, QVGPixelBuffer* out, bool mirror);
   /** 37 [GL] Reads the content as R, G, B, A bytes, stride 4 * w, texture row 0 first; flip: last row first. */
-  bool (*TextureToRGBAPixelBuffer)(QVGTexture *source, QVGPixelBuffer *out, bool flip);
+  bool (*TextureToRGBAPixelBuffer)(QVGTexture* source, QVGPixelBuffer* out, bool flip);
   /** 38 [GL] The same as B, G, R, A bytes. */
-  bool (*TextureToBGRAPixelBuffer)(QVGTexture *source, QVGPixelBuffer *out, bool flip);
+  bool (*TextureToBGRAPixelBuffer)(QVGTexture* source, QVGPixelBuffer* out, bool flip);
   /** 39 [any] Gives the memory of a read-back back and writes null into the pointer variable. The descriptor's memory
    *  stays the host's. Nothing happens to one that no read-back filled. */
-  void (*ReleasePixelBuffer)(QVGPixelBuffer **buffer);
+  void (*ReleasePixelBuffer)(QVGPixelBuffer** buffer);
   /** 40 [any] Gives a texture back to the pool and writes null. */
-  void (*ReleaseTexture)(QVGTexture **texture);
+  void (*ReleaseTexture)(QVGTexture** texture);
 
   /* Frame buffers and drawing */
 
   /** 41 [GL] A frame buffer with an orthographic camera in pixels, origin in the centre. ownColor: with a colour buffer
    *  of its own; otherwise bind a texture. stored: a flag kept without a meaning. Give back with DestroyFrameBuffer.
    *  @return null on failure. */
-  QVGFrameBuffer *(*CreateFrameBuffer)(uint32_t width, uint32_t height, bool ownColor, bool stored);
+  QVGFrameBuffer* (*CreateFrameBuffer)(uint32_t width, uint32_t height, bool ownColor, bool stored);
   /** 42 [GL] The same from a full description; null gives null. */
-  QVGFrameBuffer *(*CreateFrameBufferFromDesc)(const QVGFrameBufferDesc *desc);
+  QVGFrameBuffer* (*CreateFrameBufferFromDesc)(const QVGFrameBufferDesc* desc);
   /** 43 [GL] Draws into the texture's content from now on; the texture stays the caller's. @return false for null, when
    *  the frame buffer has buffers of another size, on another context than the frame buffer's, or on failure. */
-  bool (*BindTextureToFrameBuffer)(QVGFrameBuffer *frameBuffer, QVGTexture *texture);
+  bool (*BindTextureToFrameBuffer)(QVGFrameBuffer* frameBuffer, QVGTexture* texture);
   /** 44 [GL] Fills colour (R, G, B, A) and depth. @return false for null or on failure. */
-  bool (*ClearFrameBuffer)(QVGFrameBuffer *frameBuffer, const double rgba[4]);
+  bool (*ClearFrameBuffer)(QVGFrameBuffer* frameBuffer, const double rgba[4]);
   /** 45 [GL] Draws the texture's content, turned by its rotation, into the frame buffer; null params mean the
    *  defaults. Source or matte may be the target itself. @return false when source or destination is null. */
-  bool (*DrawTexture)(QVGTexture *source, QVGFrameBuffer *destination, const QVGDrawTextureParams *params);
-  /** 46 [any] Destroys a frame buffer and writes null. Its GL name is deleted when its own context is next made current.
+  bool (*DrawTexture)(QVGTexture* source, QVGFrameBuffer* destination, const QVGDrawTextureParams* params);
+  /** 46 [any] Destroys a frame buffer and writes null. Its GL name is deleted when its own context is next made
+   * current.
    *  @return false for null. */
-  bool (*DestroyFrameBuffer)(QVGFrameBuffer **frameBuffer);
+  bool (*DestroyFrameBuffer)(QVGFrameBuffer** frameBuffer);
   /** 47 [GL] Waits until all work submitted on the current context is done. */
   void (*Finish)(void);
 
@@ -381,45 +377,45 @@ typedef struct QVGGLRendererInterface {
 
   /** 48 [any] A drawer for the host's window (Windows: HWND; Linux: X11 window id cast to a pointer). The window must
    *  outlive it. Give back with DestroyWndDrawer. @return null on failure. */
-  QVGWndDrawer *(*CreateWndDrawer)(void *window);
+  QVGWndDrawer* (*CreateWndDrawer)(void* window);
   /** 49 [any] The drawer's context, for MakeCurrentContext; null for null. Owned by the drawer. */
-  QVGGLContext *(*GetWndDrawerHandle)(QVGWndDrawer *drawer);
+  QVGGLContext* (*GetWndDrawerHandle)(QVGWndDrawer* drawer);
   /** 50 [GL, the drawer's context] Fills the window with the colour (R, G, B) and shows it. Both last arguments are
    *  ignored. @return false for null. */
-  bool (*ClearWnd)(QVGWndDrawer *drawer, const double rgb[3], void *reserved1, void *reserved2);
+  bool (*ClearWnd)(QVGWndDrawer* drawer, const double rgb[3], void* reserved1, void* reserved2);
   /** 51 [any] Tells the window's size in pixels, for the next draw. @return false for null. */
-  bool (*SetWndDrawerSize)(QVGWndDrawer *drawer, uint32_t width, uint32_t height);
+  bool (*SetWndDrawerSize)(QVGWndDrawer* drawer, uint32_t width, uint32_t height);
   /** 52 [GL, the drawer's context] Shows the texture in the window, letterboxed. @return false for null. */
-  bool (*DrawTextureToWnd)(QVGWndDrawer *drawer, QVGTexture *texture);
+  bool (*DrawTextureToWnd)(QVGWndDrawer* drawer, QVGTexture* texture);
   /** 53 [any] Destroys a drawer and writes null; the window stays. @return true. */
-  bool (*DestroyWndDrawer)(QVGWndDrawer **drawer);
+  bool (*DestroyWndDrawer)(QVGWndDrawer** drawer);
 
   /* Effects */
 
   /** 54 [any] count receives the number of effects of the type. When that is at most capacity and names is not null,
    *  the name of every registered effect, of all types, is written to names: make it large enough. The texts are the
    *  library's. @return true when names were written. */
-  bool (*GetEffectNames)(int32_t type, const char **names, int32_t capacity, int32_t *count);
+  bool (*GetEffectNames)(int32_t type, const char** names, int32_t capacity, int32_t* count);
   /** 55 [any] true when an effect of that name exists. */
-  bool (*HasEffect)(const char *name);
+  bool (*HasEffect)(const char* name);
   /** 56 [any] The effect's type; 0 when unknown. */
-  uint32_t (*GetEffectType)(const char *name);
+  uint32_t (*GetEffectType)(const char* name);
   /** 57 [any] The effect's name for people, UTF-8; key is a locale such as "zh_CN". Null when unknown. */
-  const char *(*QueryEffect)(const char *name, const char *key);
+  const char* (*QueryEffect)(const char* name, const char* key);
   /** 58 [any] The effect's parameter table and its number of rows. @return false when unknown or count is null. */
-  bool (*GetEffectParameterTable)(const char *name, const QVGParamDescriptor **table, uint32_t *count);
+  bool (*GetEffectParameterTable)(const char* name, const QVGParamDescriptor** table, uint32_t* count);
   /** 59 [GL] An instance of the effect. Give back with DestroyEffect. @return null when unknown or on failure. */
-  QVGEffect *(*CreateEffect)(const char *name);
+  QVGEffect* (*CreateEffect)(const char* name);
   /** 60 [GL] Sets a parameter by its key. @return false for null, an unknown key or instance, or a value of a type that
    *  the key does not take. */
-  bool (*SetEffectParameter)(QVGEffect *effect, const char *key, const QVGParamValue *value);
+  bool (*SetEffectParameter)(QVGEffect* effect, const char* key, const QVGParamValue* value);
   /** 61 [GL] Runs the effect. @return a new texture, to be given back with ReleaseTexture; the input itself for a null
    *  effect; null for a null input, when no stage is switched on, or on failure. */
-  QVGTexture *(*ApplyEffect)(QVGEffect *effect, QVGTexture *input);
+  QVGTexture* (*ApplyEffect)(QVGEffect* effect, QVGTexture* input);
   /** 62 [GL] The form with two inputs. @return the first texture for a null effect and for effects with one input. */
-  QVGTexture *(*ApplyEffectWith)(QVGEffect *effect, QVGTexture *first, QVGTexture *second, float value);
+  QVGTexture* (*ApplyEffectWith)(QVGEffect* effect, QVGTexture* first, QVGTexture* second, float value);
   /** 63 [GL] Destroys an instance and writes null. @return true, also for null; false when it is not live. */
-  bool (*DestroyEffect)(QVGEffect **effect);
+  bool (*DestroyEffect)(QVGEffect** effect);
 } QVGGLRendererInterface;
 
 /**
@@ -428,13 +424,13 @@ typedef struct QVGGLRendererInterface {
  * @return the table, the same address at each call, never null. When no GL context could be made the reasons are in
  *         the log, the slots answer their failure values, and the next call tries again.
  */
-QVG_API const QVGGLRendererInterface *QVG_GetGLRendererInterface(const QVGConfig *config);
+QVG_API const QVGGLRendererInterface* QVG_GetGLRendererInterface(const QVGConfig* config);
 
 /**
  * Writes null into the host's variable and tears the library down, whoever else holds its table. [any]
  * @param table address of the host's variable; null does nothing.
  */
-QVG_API void QVG_ReleaseGLRendererInterface(const QVGGLRendererInterface **table);
+QVG_API void QVG_ReleaseGLRendererInterface(const QVGGLRendererInterface** table);
 
 #ifdef __cplusplus
 }
