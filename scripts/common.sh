@@ -25,3 +25,8 @@ install_packages() {
   fi
   rm -f "$log"
 }
+
+# All C and C++ files, one a line.
+list_sources() {
+  find include src tests tools bench examples -name '*.h' -o -name '*.cpp' -o -name '*.c'
+}

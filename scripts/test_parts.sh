@@ -114,13 +114,9 @@ run_test_programs() {
   done
 }
 
-sources() {
-  find include src tests tools bench examples -name '*.h' -o -name '*.cpp' -o -name '*.c'
-}
-
 part_format() {
   local files
-  mapfile -t files < <(sources)
+  mapfile -t files < <(list_sources)
   check "clang-format (${#files[@]} files)" clang-format --dry-run -Werror "${files[@]}"
 }
 
