@@ -100,10 +100,9 @@ std::string LogTimestamp(std::chrono::system_clock::time_point time) {
 }
 
 void LogLocated(int32_t level, const std::string& message, std::source_location where) {
-  Logger::Instance().Log(
-      fmt::format("[{}]{},line={},func={},file={}", LogTimestamp(std::chrono::system_clock::now()), message,
-                  where.line(), where.function_name(), WithoutEnding(where.file_name())),
-      level);
+  Logger::Instance().Log(fmt::format("[{}]{},line={},func={},file={}", LogTimestamp(std::chrono::system_clock::now()),
+                                     message, where.line(), where.function_name(), WithoutEnding(where.file_name())),
+                         level);
 }
 
 void LogShort(int32_t level, const std::string& message) {

@@ -1,0 +1,60 @@
+#include "base/bo.h"
+
+#include "base/glError.h"
+
+namespace qvg {
+
+BO::~BO() {
+  if (id_ != 0) glDeleteBuffers(1, &id_);
+}
+
+bool BO::Allocate(int64_t size, GLenum usage, const void* data) {
+  if (allocated_) return true;
+  if (id_ == 0) glGenBuffers(1, &id_);
+  glBindBuffer(target_, id_);
+  glBufferData(target_, size, data, usage);
+  glBindBuffer(target_, 0);
+  if (!CheckGLError()) return false;
+  size_ = size;
+  usage_ = usage;
+  allocated_ = true;
+  return true;
+}
+
+bool BO::UpdateData(int64_t offset, int64_t size, const void* data) {
+  glBindBuffer(target_, id_);
+  glBufferSubData(target_, offset, size, data);
+  glBindBuffer(target_, 0);
+  return CheckGLError();
+}
+
+bool BO::Bind(GLenum bindingPoint) {
+  glBindBuffer(bindingPoint, id_);
+  if (!CheckGLError()) return false;
+  target_ = bindingPoint;
+  bound_ = true;
+  return true;
+}
+
+bool BO::UnBind() {
+  glBindBuffer(target_, 0);
+  if (!CheckGLError()) return false;
+  bound_ = false;
+  return true;
+}
+
+void* BO::Map(GLbitfield access) {
+  Bind(target_);
+  void* address = glMapBufferRange(target_, 0, size_, access);
+  UnBind();
+  return CheckGLError() ? address : nullptr;
+}
+
+bool BO::UnMap() {
+  Bind(target_);
+  glUnmapBuffer(target_);
+  UnBind();
+  return CheckGLError();
+}
+
+}  // namespace qvg

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <glm/glm.hpp>
+
+namespace qvg {
+
+class Texture;
+
+/// Where a picture lies inside larger storage, in texels from column and row 0.
+struct ContentRect {
+  int storageWidth = 0;
+  int storageHeight = 0;
+  int x = 0;
+  int y = 0;
+  int width = 0;
+  int height = 0;
+
+  static ContentRect Of(const Texture& texture);
+
+  /// First column and row of the content, as a fraction of the storage.
+  glm::vec2 Origin() const;
+  /// Size of the content, as a fraction of the storage.
+  glm::vec2 Extent() const;
+  /// Storage coordinates of the centres of the content's outermost texels (u and v smallest, u and v largest): what
+  /// sampling has to stay within, so that no neighbour of the content shows.
+  glm::vec4 SampleBounds() const;
+};
+
+/// Corners of a quad in the order top-left, bottom-left, bottom-right, top-right, y and v upwards.
+using QuadCorners = std::array<glm::vec2, 4>;
+
+/// Quarter turns as 0..3; they count modulo 4, so that -1 is 3.
+inline int QuarterTurns(uint32_t rotation) { return static_cast<int>(rotation & 3u); }
+inline bool IsOddTurn(uint32_t rotation) { return (rotation & 1u) != 0; }
+
+/// Turns a coordinate of 0..1: 1 gives (1 - v, u), 2 gives (1 - u, 1 - v), 3 gives (v, 1 - u).
+glm::vec2 TurnTexCoord(glm::vec2 coord, int quarterTurns);
+
+/// Storage coordinates of the content for a quad on which the content stands turned.
+QuadCorners ContentTexCoords(const ContentRect& content, int quarterTurns);
+
+}  // namespace qvg

@@ -1,0 +1,86 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+
+#include "base/camera.h"
+#include "base/content.h"
+#include "base/contextObjects.h"
+#include "base/gl.h"
+
+namespace qvg {
+
+class BO;
+class RenderBuffer;
+class SurfaceSource;
+class Texture;
+
+struct FrameBufferSetting {
+  int width = 0;
+  int height = 0;
+  int32_t stored = 0;
+  bool depthStencil = false;       ///< Attach a depth-stencil render buffer.
+  bool colorRenderBuffer = false;  ///< Attach a colour render buffer.
+};
+
+/// A render target with its camera: a GL frame buffer whose colour attachment is a borrowed texture or a pooled render
+/// buffer. Its GL name belongs to the context on which Allocate ran; on another one every operation fails.
+class FrameBuffer {
+ public:
+  explicit FrameBuffer(SurfaceSource& surfaces) : surfaces_(surfaces) {}
+  ~FrameBuffer();
+  FrameBuffer(const FrameBuffer&) = delete;
+  FrameBuffer& operator=(const FrameBuffer&) = delete;
+
+  bool Allocate(const FrameBufferSetting& setting);
+  /// Renders into the texture's content from now on, and takes its size. The texture stays the caller's and must
+  /// outlive the binding. The frame buffer stays bound in GL.
+  bool BindColorTexture(Texture* texture);
+  bool UnbindColorTexture();
+  /// Fills colour (r, g, b, a) and depth; the frame buffer stays bound in GL.
+  bool Clear(const float color[4]);
+  /// Binds with a viewport on the content.
+  bool Bind();
+  bool UnBind();
+  /// Copies the picture to a texture's content. Both rectangles end at the plain width and height, not at origin plus
+  /// size: pictures away from the origin lose what lies beyond.
+  bool BlitToTexture(Texture* destination);
+  /// Copies exactly the content rectangle to the destination's content, which has the same size.
+  bool CopyContentTo(Texture& destination);
+  /// Starts reading a rectangle of the content, 8 bits a channel and rows tightly packed, into a pixel-pack buffer at a
+  /// byte offset. width or height below 1: the whole. True whenever a buffer is given; GL errors are in the log.
+  bool BlitToPbo(BO* buffer, int x, int y, int width, int height, int64_t offset, GLenum format);
+
+  /// The content rectangle of the colour texture or render buffer; empty storage when there is neither.
+  ContentRect Content() const;
+  Texture* ColorTexture() const { return colorTexture_; }
+  RenderBuffer* ColorBuffer() const { return colorBuffer_; }
+  int Width() const { return width_; }
+  int Height() const { return height_; }
+  int32_t Stored() const { return stored_; }
+
+  Camera camera;
+
+ private:
+  bool _OnOwnContext() const;
+  bool _AttachDepth(int width, int height);
+  bool _Complete() const;
+  bool _BlitTo(Texture* destination, int srcX1, int srcY1, int dstX1, int dstY1);
+  void _ReleaseBuffers();
+
+  SurfaceSource& surfaces_;
+  GLuint fbo_ = 0;
+  ContextId owner_ = 0;
+  Texture* colorTexture_ = nullptr;
+  RenderBuffer* colorBuffer_ = nullptr;
+  RenderBuffer* depthBuffer_ = nullptr;
+  int width_ = 0;
+  int height_ = 0;
+  int32_t stored_ = 0;
+  bool depthStencil_ = false;
+  bool colorRenderBuffer_ = false;
+  bool allocated_ = false;
+  std::atomic<bool> bound_ = false;
+};
+
+}  // namespace qvg

@@ -1,0 +1,33 @@
+#include "base/renderbuffer.h"
+
+#include "base/glError.h"
+
+namespace qvg {
+
+RenderBuffer::~RenderBuffer() {
+  if (!allocated_ || id == 0) return;
+  glDeleteRenderbuffers(1, &id);
+  id = 0;
+  CheckGLError();
+}
+
+bool RenderBuffer::Allocate(const RenderBufferSetting& wanted) {
+  glGenRenderbuffers(1, &id);
+  glBindRenderbuffer(GL_RENDERBUFFER, id);
+  if (wanted.samples >= 1) {
+    glRenderbufferStorageMultisample(GL_RENDERBUFFER, wanted.samples, wanted.internalFormat, wanted.width,
+                                     wanted.height);
+  } else {
+    glRenderbufferStorage(GL_RENDERBUFFER, wanted.internalFormat, wanted.width, wanted.height);
+  }
+  if (!CheckGLError()) {
+    glDeleteRenderbuffers(1, &id);
+    id = 0;
+    return false;
+  }
+  setting = wanted;
+  allocated_ = true;
+  return true;
+}
+
+}  // namespace qvg

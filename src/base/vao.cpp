@@ -1,0 +1,31 @@
+#include "base/vao.h"
+
+#include "base/glError.h"
+#include "utils/log.h"
+
+namespace qvg {
+
+VAO::VAO() : owner_(CurrentContextId()) {
+  glGenVertexArrays(1, &id_);
+  CheckGLError();
+}
+
+VAO::~VAO() {
+  if (id_ != 0) DeleteContextObject(ContextObject::kVertexArray, id_, owner_);
+}
+
+bool VAO::Bind() {
+  if (CurrentContextId() != owner_) {
+    LogLocated(kLogError, "vertex array belongs to another context");
+    return false;
+  }
+  glBindVertexArray(id_);
+  return CheckGLError();
+}
+
+bool VAO::UnBind() {
+  glBindVertexArray(0);
+  return CheckGLError();
+}
+
+}  // namespace qvg

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "base/contextObjects.h"
+#include "base/gl.h"
+
+namespace qvg {
+
+/// One GL vertex array. Its name belongs to the context on which it was made: binding it on another one fails, and it
+/// is deleted on its own.
+class VAO {
+ public:
+  VAO();
+  ~VAO();
+  VAO(const VAO&) = delete;
+  VAO& operator=(const VAO&) = delete;
+
+  bool Bind();
+  bool UnBind();
+
+ private:
+  GLuint id_ = 0;
+  ContextId owner_ = 0;
+};
+
+}  // namespace qvg

@@ -1,0 +1,122 @@
+#include "context/context.h"
+
+#include <cstring>
+#include <new>
+#include <optional>
+
+#include "base/glContext.h"
+#include "base/programCache.h"
+#include "base/surfaceSource.h"
+#include "context/pixelBufferMapper.h"
+#include "context/pixelBufferPool.h"
+#include "context/renderBufferPool.h"
+#include "context/scratchBufferPool.h"
+#include "context/texturePool.h"
+#include "utils/log.h"
+
+namespace qvg {
+
+namespace {
+
+constexpr int32_t kTexturePoolCapacity = 1000;
+constexpr int32_t kRenderBufferPoolCapacity = 100;
+constexpr int32_t kPixelBufferPoolCapacity = 100;
+
+class PooledSurfaces : public SurfaceSource {
+ public:
+  PooledSurfaces(TexturePool& textures, RenderBufferPool& buffers) : textures_(textures), buffers_(buffers) {}
+
+  RenderBuffer* AcquireRenderBuffer(int width, int height, GLenum internalFormat) override {
+    return buffers_.Acquire(width, height, internalFormat);
+  }
+  void ReleaseRenderBuffer(RenderBuffer*& buffer) override { buffers_.Release(buffer); }
+  Texture* AcquireTexture(int width, int height, GLenum internalFormat) override {
+    return textures_.Acquire(static_cast<uint32_t>(width), static_cast<uint32_t>(height), internalFormat);
+  }
+  void ReleaseTexture(Texture*& texture) override { textures_.Release(texture); }
+
+ private:
+  TexturePool& textures_;
+  RenderBufferPool& buffers_;
+};
+
+}  // namespace
+
+QVGContext::QVGContext() = default;
+
+QVGContext& QVGContext::GetInstance() {
+  alignas(QVGContext) static unsigned char storage[sizeof(QVGContext)];
+  static QVGContext* const instance = new (storage) QVGContext();
+  instance->Init();
+  return *instance;
+}
+
+void QVGContext::Init() {
+  if (initialised_) return;
+  std::lock_guard lock(mutex_);
+  if (initialised_) return;
+  contextManager_ = std::make_unique<QVGLContextManager>();
+  if (!contextManager_->Init()) {
+    LogLocated(kLogError, "contextManager_->Init() failed.");
+    contextManager_.reset();
+    return;
+  }
+  programCache_ = std::make_unique<ProgramCache>();
+  texturePool_ = std::make_unique<TexturePool>(*contextManager_, kTexturePoolCapacity);
+  renderBufferPool_ = std::make_unique<RenderBufferPool>(kRenderBufferPoolCapacity);
+  pixelBufferPool_ = std::make_unique<PixelBufferPool>(kPixelBufferPoolCapacity);
+  pixelBufferMapper_ = std::make_unique<PixelBufferMapper>(*contextManager_);
+  scratchBufferPool_ = std::make_unique<ScratchBufferPool>();
+  surfaces_ = std::make_unique<PooledSurfaces>(*texturePool_, *renderBufferPool_);
+  initialised_ = true;
+}
+
+void QVGContext::Uninit() {
+  if (!initialised_) return;
+  std::lock_guard lock(mutex_);
+  if (!initialised_) return;
+  {
+    const TemporaryContext context(*contextManager_);
+    surfaces_.reset();
+    texturePool_.reset();
+    programCache_.reset();
+    pixelBufferMapper_.reset();
+    pixelBufferPool_.reset();
+    renderBufferPool_.reset();
+  }
+  contextManager_->Uninit();
+  contextManager_.reset();
+  scratchBufferPool_.reset();
+  ShutdownContextPlatform();
+  initialised_ = false;
+}
+
+void QVGContext::SetConfig(const QVGConfig& config) {
+  std::lock_guard lock(mutex_);
+  std::memcpy(configText_, config.text, sizeof configText_ - 1);
+  configText_[sizeof configText_ - 1] = '\0';
+  decodeImage_ = config.decodeImage;
+  freeImage_ = config.freeImage;
+}
+
+bool QVGContext::IsGLVersionSupported() const {
+  int32_t major = 0;
+  int32_t minor = 0;
+  GetGLVersion(&major, &minor);
+  return initialised_ && (major > kRequiredMajor || (major == kRequiredMajor && minor >= kRequiredMinor));
+}
+
+void QVGContext::GetGLVersion(int32_t* major, int32_t* minor) const {
+  int32_t loadedMajor = 0;
+  int32_t loadedMinor = 0;
+  if (initialised_) LoadedGLVersion(&loadedMajor, &loadedMinor);
+  if (major != nullptr) *major = loadedMajor;
+  if (minor != nullptr) *minor = loadedMinor;
+}
+
+void QVGContext::GetRequiredGLVersion(int32_t* major, int32_t* minor) {
+  if (major != nullptr) *major = kRequiredMajor;
+  if (minor != nullptr) *minor = kRequiredMinor;
+}
+
+}  // namespace qvg

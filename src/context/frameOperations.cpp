@@ -1,0 +1,376 @@
+#include "context/frameOperations.h"
+
+#include <cstring>
+#include <memory>
+#include <optional>
+#include <utility>
+
+#include "base/bo.h"
+#include "base/surfaceSource.h"
+#include "context/context.h"
+#include "context/pixelBufferMapper.h"
+#include "context/pixelBufferPool.h"
+#include "context/pixelFormat.h"
+#include "context/scratchBufferPool.h"
+#include "context/texturePool.h"
+#include "drawer/rgb2yuvDrawer.h"
+#include "drawer/rgbMattDrawer.h"
+#include "drawer/textureDrawer.h"
+#include "drawer/yuv2rgbDrawer.h"
+#include "utils/log.h"
+
+namespace qvg {
+
+namespace {
+
+constexpr int32_t kReadBackKind = 2;
+
+// A pooled texture for the length of a scope.
+class TextureLease {
+ public:
+  TextureLease() = default;
+  TextureLease(TexturePool& pool, int width, int height, GLenum internalFormat)
+      : pool_(&pool),
+        texture_(pool.Acquire(static_cast<uint32_t>(width), static_cast<uint32_t>(height), internalFormat)) {}
+  TextureLease(TextureLease&& other) noexcept : pool_(other.pool_), texture_(other.Take()) {}
+  TextureLease& operator=(TextureLease&& other) noexcept {
+    std::swap(pool_, other.pool_);
+    std::swap(texture_, other.texture_);
+    return *this;
+  }
+  ~TextureLease() {
+    if (texture_ != nullptr) pool_->Release(texture_);
+  }
+
+  Texture* Get() const { return texture_; }
+  Texture* operator->() const { return texture_; }
+  explicit operator bool() const { return texture_ != nullptr; }
+  Texture* Take() { return std::exchange(texture_, nullptr); }
+
+ private:
+  TexturePool* pool_ = nullptr;
+  Texture* texture_ = nullptr;
+};
+
+int MaxTextureSize() {
+  GLint size = 0;
+  glGetIntegerv(GL_MAX_TEXTURE_SIZE, &size);
+  return size;
+}
+
+// A frame buffer with a camera of its size that draws into the texture's content.
+std::unique_ptr<FrameBuffer> FrameBufferOn(QVGContext& context, Texture& texture) {
+  auto frameBuffer = std::make_unique<FrameBuffer>(context.Surfaces());
+  frameBuffer->camera = Camera::ForCanvas(texture.loadedWidth, texture.loadedHeight);
+  FrameBufferSetting setting;
+  setting.width = texture.loadedWidth;
+  setting.height = texture.loadedHeight;
+  if (!frameBuffer->Allocate(setting) || !frameBuffer->BindColorTexture(&texture)) return nullptr;
+  return frameBuffer;
+}
+
+bool LoadPlane(QVGContext& context, Texture& texture, const PlaneView& plane) {
+  const PlaneFormat& format = plane.format;
+  if (plane.stride % format.bytesPerTexel == 0) {
+    // Never reads behind the last texel of the last row, which may lack its padding.
+    return texture.Load(plane.width, plane.height, plane.pixels, format.format, format.type,
+                        static_cast<int>(plane.stride / format.bytesPerTexel));
+  }
+  const size_t rowBytes = static_cast<size_t>(plane.RowBytes());
+  const auto packed = context.ScratchBuffers().Lend(rowBytes * static_cast<size_t>(plane.height));
+  for (int row = 0; row < plane.height; ++row) {
+    std::memcpy(packed.Data() + rowBytes * static_cast<size_t>(row), plane.pixels + plane.stride * row, rowBytes);
+  }
+  return texture.Load(plane.width, plane.height, packed.Data(), format.format, format.type);
+}
+
+bool DrawYUVToTexture(QVGContext& context, Texture& destination, const FrameView& frame) {
+  const std::unique_ptr<FrameBuffer> scene = FrameBufferOn(context, destination);
+  if (scene == nullptr) return false;
+  YUV2RGBDrawer drawer(context.Programs());
+  TextureLease textures[3];
+  for (int i = 0; i < frame.format->planeCount; ++i) {
+    const PlaneView& plane = frame.planes[static_cast<size_t>(i)];
+    textures[i] = TextureLease(context.Textures(), plane.width, plane.height, plane.format.internalFormat);
+    if (!textures[i] || !LoadPlane(context, *textures[i].Get(), plane)) return false;
+    drawer.planes[i] = {textures[i].Get(), plane.width, plane.height};
+  }
+  drawer.format = static_cast<int32_t>(frame.format->mode);
+  drawer.fullRange = frame.format->fullRange;
+  drawer.SetScene(scene.get());
+  return drawer.Draw();
+}
+
+bool DrawMatted(QVGContext& context, Texture& destination, Texture& source, bool flip, const QVGColor& matte) {
+  destination.CentreContent(source.loadedWidth, source.loadedHeight);
+  const std::unique_ptr<FrameBuffer> scene = FrameBufferOn(context, destination);
+  if (scene == nullptr) return false;
+  RGBMattDrawer drawer(context.Programs());
+  drawer.source = &source;
+  drawer.flip = flip;
+  drawer.keyColor = {matte.r, matte.g, matte.b, matte.a};
+  drawer.SetScene(scene.get());
+  return drawer.Draw();
+}
+
+bool UploadRGB(QVGContext& context, Texture& destination, const FrameView& frame, bool flipped, bool shouldMattRGB,
+               const QVGColor& matte) {
+  const PlaneView& pixels = frame.planes[0];
+  const TextureSetting& storage = destination.Setting();
+  if (storage.width < frame.width || storage.height < frame.height ||
+      storage.internalFormat != pixels.format.internalFormat) {
+    return false;
+  }
+  if (!shouldMattRGB || !frame.format->mattable) {
+    destination.flipped = !flipped;
+    return LoadPlane(context, destination, pixels) && destination.RemapRGBA(frame.format->swizzle);
+  }
+  const TextureLease temporary(context.Textures(), frame.width, frame.height, pixels.format.internalFormat);
+  if (!temporary) {
+    LogShort(kLogError, "QVG_UploadPixelBufferToTexture: shouldMattRGB, but fetch temp texture from pool failed.");
+    return false;
+  }
+  destination.flipped = true;
+  return LoadPlane(context, *temporary.Get(), pixels) && temporary->RemapRGBA(frame.format->swizzle) &&
+         destination.RemapRGBA(kSwizzleRGBA) && DrawMatted(context, destination, *temporary.Get(), flipped, matte);
+}
+
+bool UploadFrame(QVGContext& context, Texture& destination, const FrameView& frame, bool flipped, bool shouldMattRGB,
+                 const QVGColor& matte) {
+  if (frame.format->mode == YUVMode::kNone) {
+    return UploadRGB(context, destination, frame, flipped, shouldMattRGB, matte);
+  }
+  destination.flipped = !flipped;
+  return destination.RemapRGBA(kSwizzleRGBA) && DrawYUVToTexture(context, destination, frame);
+}
+
+/// Fills the descriptor of a read-back; the planes follow when the memory is mapped.
+void Describe(QVGPixelBuffer& out, const Texture& source, int32_t format, int stride0, int stride1, int stride2) {
+  const int32_t reserved = out.reserved;
+  out = {};
+  out.reserved = reserved;
+  out.stride[0] = stride0;
+  out.stride[1] = stride1;
+  out.stride[2] = stride2;
+  out.width = source.loadedWidth;
+  out.height = source.loadedHeight;
+  out.kind = kReadBackKind;
+  out.format = format;
+}
+
+// Takes a pixel-pack buffer, lets fill start the transfer into it and maps it. Null on any failure.
+template <class Fill>
+uint8_t* ReadBack(QVGContext& context, int64_t size, GLenum usage, Fill fill) {
+  BO* buffer = context.PixelBuffers().Acquire(size, usage, GL_PIXEL_PACK_BUFFER);
+  if (buffer == nullptr) return nullptr;
+  uint32_t mappedSize = 0;
+  void* address = fill(*buffer) ? context.Mapper().Map(buffer, &mappedSize) : nullptr;
+  if (address == nullptr) context.PixelBuffers().Release(buffer);
+  return static_cast<uint8_t*>(address);
+}
+
+bool CanReadDirectly(const Texture& source) {
+  const GLenum format = source.Setting().internalFormat;
+  return source.CurrentSwizzle() == kSwizzleRGBA && (format == GL_RGBA8 || format == GL_RGB8);
+}
+
+bool ReadRGB(QVGContext& context, Texture* source, QVGPixelBuffer* out, bool flip, int32_t code, GLenum format) {
+  if (source == nullptr || out == nullptr) return false;
+  const int width = source->loadedWidth;
+  const int height = source->loadedHeight;
+  Describe(*out, *source, code, width * 4, 0, 0);
+  if (width < 1 || height < 1) return false;
+  out->plane[0] = ReadBack(context, int64_t{width} * 4 * height, GL_DYNAMIC_READ, [&](BO& buffer) {
+    if (!flip && CanReadDirectly(*source)) {
+      const std::unique_ptr<FrameBuffer> direct = FrameBufferOn(context, *source);
+      return direct != nullptr && direct->BlitToPbo(&buffer, 0, 0, width, height, 0, format);
+    }
+    FrameBufferSetting setting;
+    setting.width = width;
+    setting.height = height;
+    setting.colorRenderBuffer = true;
+    FrameBuffer scene(context.Surfaces());
+    scene.camera = Camera::ForCanvas(width, height);
+    if (!scene.Allocate(setting)) return false;
+    TextureDrawer drawer(context.Programs(), context.Surfaces());
+    drawer.mainTexture = source;
+    drawer.opacity = 1.0f;
+    drawer.model.scale.y = flip ? -1.0f : 1.0f;
+    drawer.applyRotation = false;
+    drawer.SetScene(&scene);
+    return drawer.Draw() && scene.BlitToPbo(&buffer, 0, 0, width, height, 0, format);
+  });
+  return out->plane[0] != nullptr;
+}
+
+int64_t YUVBufferSize(int64_t bytes) { return (bytes + 3) / 4 * 4 + 4; }
+
+// Renders the whole 4:2:0 frame, one byte a texel, and lets read transfer it.
+template <class Read>
+uint8_t* ReadYUV(QVGContext& context, Texture& source, bool nv12, bool mirror, bool fullRange, int64_t bytes,
+                 Read read) {
+  return ReadBack(context, YUVBufferSize(bytes), GL_DYNAMIC_DRAW, [&](BO& buffer) {
+    const TextureLease target(context.Textures(), source.loadedWidth, source.loadedHeight * 3 / 2, GL_R8);
+    if (!target) return false;
+    const std::unique_ptr<FrameBuffer> scene = FrameBufferOn(context, *target.Get());
+    if (scene == nullptr) return false;
+    RGB2YUVDrawer drawer(context.Programs());
+    drawer.nv12 = nv12;
+    drawer.input = &source;
+    drawer.flip = !source.flipped;
+    drawer.mirror = mirror;
+    drawer.fullRange = fullRange;
+    drawer.SetScene(scene.get());
+    return drawer.Draw() && read(*scene, buffer);
+  });
+}
+
+}  // namespace
+
+bool UploadPixelBufferToTexture(QVGContext& context, Texture* destination, const QVGPixelBuffer* source, bool flipped,
+                                bool shouldMattRGB, const QVGColor& matte) {
+  if (destination == nullptr || source == nullptr) return false;
+  const std::optional<FrameView> frame = ViewFrame(*source, MaxTextureSize());
+  return frame.has_value() && UploadFrame(context, *destination, *frame, flipped, shouldMattRGB, matte);
+}
+
+Texture* UploadPixelBufferToNewTexture(QVGContext& context, const QVGPixelBuffer* source, bool flipped,
+                                       bool shouldMattRGB, const QVGColor& matte) {
+  if (source == nullptr) return nullptr;
+  const std::optional<FrameView> frame = ViewFrame(*source, MaxTextureSize());
+  if (!frame.has_value()) return nullptr;
+  const bool rgb = frame->format->mode == YUVMode::kNone;
+  TextureLease texture(context.Textures(), frame->width, frame->height,
+                       rgb ? frame->planes[0].format.internalFormat : GLenum{GL_RGBA8});
+  if (!texture || !UploadFrame(context, *texture.Get(), *frame, flipped, shouldMattRGB, matte)) return nullptr;
+  return texture.Take();
+}
+
+bool TextureToRGBAPixelBuffer(QVGContext& context, Texture* source, QVGPixelBuffer* out, bool flip) {
+  return ReadRGB(context, source, out, flip, QVG_FORMAT_RGBA, GL_RGBA);
+}
+
+bool TextureToBGRAPixelBuffer(QVGContext& context, Texture* source, QVGPixelBuffer* out, bool flip) {
+  return ReadRGB(context, source, out, flip, QVG_FORMAT_BGRA, GL_BGRA);
+}
+
+bool TextureToNV12PixelBuffer(QVGContext& context, Texture* source, QVGPixelBuffer* out, bool mirror) {
+  if (source == nullptr || out == nullptr) return false;
+  const int width = source->loadedWidth;
+  const int height = source->loadedHeight;
+  Describe(*out, *source, QVG_FORMAT_NV12, width, width, 0);
+  if (width < 1 || height < 1) return false;
+  const int64_t lumaBytes = int64_t{width} * height;
+  uint8_t* address = ReadYUV(context, *source, true, mirror, false, lumaBytes * 2, [&](FrameBuffer& scene, BO& buffer) {
+    // Rows of luma and then of chroma, as the host wants them: one transfer does.
+    return scene.BlitToPbo(&buffer, 0, 0, width, height * 3 / 2, 0, GL_RED);
+  });
+  if (address == nullptr) return false;
+  out->plane[0] = address;
+  out->plane[1] = address + lumaBytes;
+  return true;
+}
+
+bool TextureToYUV420PixelBuffer(QVGContext& context, Texture* source, bool fullRange, bool mirror,
+                                QVGPixelBuffer* out) {
+  if (source == nullptr || out == nullptr) return false;
+  const int width = source->loadedWidth;
+  const int height = source->loadedHeight;
+  const int halfWidth = width / 2;
+  const int halfHeight = height / 2;
+  Describe(*out, *source, fullRange ? QVG_FORMAT_J420 : QVG_FORMAT_I420, width, halfWidth, halfWidth);
+  if (width < 1 || height < 1) return false;
+  const int64_t lumaBytes = int64_t{width} * height;
+  const int64_t uOffset = lumaBytes;
+  const int64_t vOffset = lumaBytes * 5 / 4;
+  uint8_t* address =
+      ReadYUV(context, *source, false, mirror, fullRange, (width + 2 * int64_t{halfWidth}) * height,
+              [&](FrameBuffer& scene, BO& buffer) {
+                if (!scene.BlitToPbo(&buffer, 0, 0, width, height, 0, GL_RED)) return false;
+                // A size of 0 would mean the whole frame buffer.
+                if (halfWidth < 1 || halfHeight < 1) return true;
+                return scene.BlitToPbo(&buffer, 0, height, halfWidth, halfHeight, uOffset, GL_RED) &&
+                       scene.BlitToPbo(&buffer, halfWidth, height, halfWidth, halfHeight, vOffset, GL_RED);
+              });
+  if (address == nullptr) return false;
+  out->plane[0] = address;
+  out->plane[1] = address + uOffset;
+  out->plane[2] = address + vOffset;
+  return true;
+}
+
+void ReleasePixelBuffer(QVGContext& context, QVGPixelBuffer** buffer) {
+  if (buffer == nullptr) return;
+  if (*buffer != nullptr) {
+    BO* mapped = context.Mapper().UnMap((*buffer)->plane[0]);
+    if (mapped != nullptr) context.PixelBuffers().Release(mapped);
+  }
+  *buffer = nullptr;
+}
+
+Texture* CloneTexture(QVGContext& context, const Texture* source) {
+  if (source == nullptr) return nullptr;
+  TextureLease copy(context.Textures(), source->loadedWidth, source->loadedHeight, GL_RGBA8);
+  if (!copy || !copy->CopyFrom(source, source->offsetX, source->offsetY, source->loadedWidth, source->loadedHeight) ||
+      !copy->RemapRGBA(source->CurrentSwizzle())) {
+    return nullptr;
+  }
+  copy->flipped = source->flipped;
+  copy->rotation = source->rotation;
+  return copy.Take();
+}
+
+bool ClearTexture(QVGContext& context, Texture* texture, const double rgba[4]) {
+  if (texture == nullptr || rgba == nullptr) return false;
+  const std::unique_ptr<FrameBuffer> scene = FrameBufferOn(context, *texture);
+  if (scene == nullptr) return false;
+  const float color[4] = {static_cast<float>(rgba[0]), static_cast<float>(rgba[1]), static_cast<float>(rgba[2]),
+                          static_cast<float>(rgba[3])};
+  return scene->Clear(color);
+}
+
+FrameBuffer* CreateFrameBuffer(QVGContext& context, const FrameBufferSetting& setting, const Camera& camera) {
+  const int maxSize = MaxTextureSize();
+  if (setting.width < 1 || setting.height < 1 || setting.width > maxSize || setting.height > maxSize) return nullptr;
+  auto frameBuffer = std::make_unique<FrameBuffer>(context.Surfaces());
+  frameBuffer->camera = camera;
+  return frameBuffer->Allocate(setting) ? frameBuffer.release() : nullptr;
+}
+
+bool DrawTexture(QVGContext& context, Texture* source, FrameBuffer* destination, const QVGDrawTextureParams* params) {
+  if (source == nullptr || destination == nullptr) return false;
+  TextureDrawer drawer(context.Programs(), context.Surfaces());
+  drawer.mainTexture = source;
+  if (params != nullptr) {
+    const auto vec3 = [](const double(&v)[3]) { return glm::vec3(v[0], v[1], v[2]); };
+    drawer.matteTexture = reinterpret_cast<Texture*>(params->matteTexture);
+    drawer.blendType = params->blendType;
+    drawer.matteType = params->matteType;
+    drawer.simpleMatte = params->simpleMatte;
+    drawer.simpleMatteSize = {params->simpleMatteSize[0], params->simpleMatteSize[1]};
+    drawer.depthTest = params->depthTest;
+    drawer.opacity = static_cast<float>(params->opacity);
+    drawer.anchor = vec3(params->anchor);
+    drawer.model = {vec3(params->translation), vec3(params->scale), vec3(params->rotation)};
+    drawer.useSizeFactor = params->useSizeFactor;
+    drawer.sizeFactor = {params->sizeFactor[0], params->sizeFactor[1]};
+  }
+  // What is drawn to can't be sampled at other places at the same time.
+  TextureLease copy;
+  Texture* target = destination->ColorTexture();
+  if (target != nullptr && (source == target || drawer.matteTexture == target)) {
+    copy =
+        TextureLease(context.Textures(), target->loadedWidth, target->loadedHeight, target->Setting().internalFormat);
+    if (!copy || !copy->CopyFrom(target, target->offsetX, target->offsetY, target->loadedWidth, target->loadedHeight) ||
+        !copy->RemapRGBA(target->CurrentSwizzle())) {
+      return false;
+    }
+    copy->rotation = target->rotation;
+    if (source == target) drawer.mainTexture = copy.Get();
+    if (drawer.matteTexture == target) drawer.matteTexture = copy.Get();
+  }
+  drawer.SetScene(destination);
+  return drawer.Draw();
+}
+
+}  // namespace qvg

@@ -1,0 +1,552 @@
+// The exported entry points and the function table. Each slot checks its handles, fetches the renderer context where it
+// needs it and forwards; nothing is thrown across this boundary.
+
+#include <algorithm>
+#include <cstddef>
+#include <exception>
+#include <list>
+#include <memory>
+
+#include "base/bo.h"
+#include "base/framebuffer.h"
+#include "base/glContext.h"
+#include "base/renderbuffer.h"
+#include "base/texture.h"
+#include "context/context.h"
+#include "context/frameOperations.h"
+#include "context/pixelBufferPool.h"
+#include "context/pixelFormat.h"
+#include "context/renderBufferPool.h"
+#include "context/texturePool.h"
+#include "qvGLRenderer/qvGLRenderer.h"
+#include "utils/log.h"
+
+namespace qvg {
+
+namespace {
+
+// The host relies on these layouts.
+static_assert(offsetof(QVGConfig, decodeImage) == 2048 && offsetof(QVGConfig, freeImage) == 2056 &&
+              sizeof(QVGConfig) == 2064);
+static_assert(offsetof(QVGHostImage, pixels) == 0 && offsetof(QVGHostImage, host) == 8 &&
+              offsetof(QVGHostImage, width) == 36 && offsetof(QVGHostImage, height) == 40);
+static_assert(offsetof(QVGPixelBuffer, plane) == 0 && offsetof(QVGPixelBuffer, stride) == 24 &&
+              offsetof(QVGPixelBuffer, width) == 36 && offsetof(QVGPixelBuffer, height) == 40 &&
+              offsetof(QVGPixelBuffer, reserved) == 44 && offsetof(QVGPixelBuffer, kind) == 48 &&
+              offsetof(QVGPixelBuffer, format) == 52 && sizeof(QVGPixelBuffer) == 56);
+static_assert(offsetof(QVGColor, r) == 0 && offsetof(QVGColor, a) == 24 && sizeof(QVGColor) == 32);
+static_assert(offsetof(QVGDrawTextureParams, matteTexture) == 0 && offsetof(QVGDrawTextureParams, blendType) == 8 &&
+              offsetof(QVGDrawTextureParams, matteType) == 12 && offsetof(QVGDrawTextureParams, simpleMatte) == 16 &&
+              offsetof(QVGDrawTextureParams, depthTest) == 17 && offsetof(QVGDrawTextureParams, useSizeFactor) == 18 &&
+              offsetof(QVGDrawTextureParams, opacity) == 24 && offsetof(QVGDrawTextureParams, anchor) == 32 &&
+              offsetof(QVGDrawTextureParams, translation) == 56 && offsetof(QVGDrawTextureParams, scale) == 80 &&
+              offsetof(QVGDrawTextureParams, rotation) == 104 &&
+              offsetof(QVGDrawTextureParams, simpleMatteSize) == 128 &&
+              offsetof(QVGDrawTextureParams, sizeFactor) == 144 && sizeof(QVGDrawTextureParams) == 160);
+static_assert(offsetof(QVGFrameBufferDesc, width) == 0 && offsetof(QVGFrameBufferDesc, height) == 4 &&
+              offsetof(QVGFrameBufferDesc, stored) == 8 && offsetof(QVGFrameBufferDesc, depthStencil) == 12 &&
+              offsetof(QVGFrameBufferDesc, colorRenderBuffer) == 13 && offsetof(QVGFrameBufferDesc, camera) == 16 &&
+              sizeof(QVGFrameBufferDesc) == 96);
+static_assert(offsetof(QVGCamera, projection) == 0 && offsetof(QVGCamera, left) == 4 &&
+              offsetof(QVGCamera, fovy) == 28 && offsetof(QVGCamera, aspect) == 32 && offsetof(QVGCamera, eye) == 44 &&
+              offsetof(QVGCamera, centre) == 56 && offsetof(QVGCamera, up) == 68 && sizeof(QVGCamera) == 80);
+static_assert(offsetof(QVGParamValue, type) == 0 && offsetof(QVGParamValue, value) == 8 && sizeof(QVGParamValue) == 32);
+static_assert(offsetof(QVGParamDescriptor, name) == 0 && offsetof(QVGParamDescriptor, label) == 128 &&
+              offsetof(QVGParamDescriptor, controlKind) == 512 && offsetof(QVGParamDescriptor, valueType) == 516 &&
+              offsetof(QVGParamDescriptor, valueType2) == 520 && offsetof(QVGParamDescriptor, defaultValue) == 528 &&
+              offsetof(QVGParamDescriptor, minimum) == 560 && offsetof(QVGParamDescriptor, maximum) == 592 &&
+              offsetof(QVGParamDescriptor, step) == 624 && sizeof(QVGParamDescriptor) == 656);
+static_assert(sizeof(QVGGLRendererInterface) == 64 * sizeof(void (*)()) && sizeof(bool) == 1);
+
+void LogException(const char* what) noexcept {
+  try {
+    LogLocated(kLogError, what);
+  } catch (...) {  // Without memory for a line there is nothing left to say.
+  }
+}
+
+/// Runs a slot's work; what the runtime throws becomes the slot's failure value.
+template <class Result, class Work>
+Result Guard(Result failure, Work&& work) noexcept {
+  try {
+    return work();
+  } catch (const std::exception& error) {
+    LogException(error.what());
+  } catch (...) {
+    LogException("unknown exception");
+  }
+  return failure;
+}
+
+/// The same with the renderer context, for slots that need its pools: the failure value when it is not running.
+template <class Result, class Work>
+Result WithContext(Result failure, Work&& work) noexcept {
+  return Guard(failure, [&] {
+    QVGContext& context = QVGContext::GetInstance();
+    return context.Running() ? work(context) : failure;
+  });
+}
+
+/// The same for slots that need the context manager.
+template <class Result, class Work>
+Result WithContexts(Result failure, Work&& work) noexcept {
+  return Guard(failure, [&] {
+    QVGLContextManager* contexts = QVGContext::GetInstance().Contexts();
+    return contexts != nullptr ? work(*contexts) : failure;
+  });
+}
+
+Texture* From(QVGTexture* texture) { return reinterpret_cast<Texture*>(texture); }
+const Texture* From(const QVGTexture* texture) { return reinterpret_cast<const Texture*>(texture); }
+QVGTexture* To(Texture* texture) { return reinterpret_cast<QVGTexture*>(texture); }
+FrameBuffer* From(QVGFrameBuffer* frameBuffer) { return reinterpret_cast<FrameBuffer*>(frameBuffer); }
+QVGFrameBuffer* To(FrameBuffer* frameBuffer) { return reinterpret_cast<QVGFrameBuffer*>(frameBuffer); }
+QVGGLContext* ToContext(void* context) { return static_cast<QVGGLContext*>(context); }
+
+// ---- Pools
+
+void SetTexturePoolCapacity(int32_t count) noexcept {
+  constexpr int32_t kReserve = 60;
+  constexpr int32_t kLeast = 100;
+  WithContext(false, [&](QVGContext& context) {
+    if (count >= 1) context.Textures().SetCapacity(std::max(count - kReserve, kLeast));
+    return true;
+  });
+}
+
+void Reserved() noexcept {}
+
+/// Acquires count objects and releases them all, so that they are idle; stops at the first that can't be had.
+template <class Acquire, class Release>
+void Preallocate(int32_t count, Acquire acquire, Release release) {
+  std::list<decltype(acquire())> objects;
+  for (int32_t i = 0; i < count; ++i) {
+    const auto object = acquire();
+    if (object == nullptr) break;
+    objects.push_back(object);
+  }
+  for (auto& object : objects) release(object);
+}
+
+void PreallocateTextures(uint32_t width, uint32_t height, int32_t count) noexcept {
+  WithContext(false, [&](QVGContext& context) {
+    Preallocate(
+        count, [&] { return context.Textures().Acquire(width, height, GL_RGBA8); },
+        [&](Texture*& texture) { context.Textures().Release(texture); });
+    return true;
+  });
+}
+
+bool ClearTexturePool() noexcept {
+  return WithContext(false, [](QVGContext& context) { return context.Textures().Clear(); });
+}
+
+void PreallocateRenderBuffers(uint32_t width, uint32_t height, int32_t count) noexcept {
+  WithContext(false, [&](QVGContext& context) {
+    Preallocate(
+        count,
+        [&] { return context.RenderBuffers().Acquire(static_cast<int>(width), static_cast<int>(height), GL_RGBA8); },
+        [&](RenderBuffer*& buffer) { context.RenderBuffers().Release(buffer); });
+    return true;
+  });
+}
+
+bool ClearRenderBufferPool() noexcept {
+  return WithContext(false, [](QVGContext& context) { return context.RenderBuffers().Clear(); });
+}
+
+void PreallocatePixelBuffers(uint32_t size, int32_t count, bool forRead) noexcept {
+  WithContext(false, [&](QVGContext& context) {
+    const GLenum usage = forRead ? GL_DYNAMIC_READ : GL_DYNAMIC_DRAW;
+    Preallocate(
+        count, [&] { return context.PixelBuffers().Acquire(size, usage, GL_PIXEL_PACK_BUFFER); },
+        [&](BO*& buffer) { context.PixelBuffers().Release(buffer); });
+    return true;
+  });
+}
+
+bool ClearPixelBufferPool() noexcept {
+  return WithContext(false, [](QVGContext& context) { return context.PixelBuffers().Clear(); });
+}
+
+// ---- Contexts
+
+QVGGLContext* CreateSharedContext(void* reserved, void* window, bool useHiddenWindow) noexcept {
+  return WithContexts<QVGGLContext*>(nullptr, [&](QVGLContextManager& contexts) {
+    return ToContext(contexts.CreateSharedContext(reserved, window, useHiddenWindow));
+  });
+}
+
+QVGGLContext* GetSharedContext() noexcept {
+  return WithContexts<QVGGLContext*>(
+      nullptr, [](QVGLContextManager& contexts) { return ToContext(contexts.GetSharedContext()); });
+}
+
+bool ReleaseSharedContext(QVGGLContext** context) noexcept {
+  if (context == nullptr) return false;
+  void* handle = *context;
+  const bool ok =
+      WithContexts(false, [&](QVGLContextManager& contexts) { return contexts.ReleaseSharedContext(handle); });
+  *context = nullptr;
+  return ok;
+}
+
+bool MakeCurrentContext(QVGGLContext* context, QVGGLContext** previous) noexcept {
+  void* before = nullptr;
+  const bool ok =
+      WithContexts(false, [&](QVGLContextManager& contexts) { return contexts.MakeCurrentContext(context, &before); });
+  if (previous != nullptr) *previous = ToContext(before);
+  return ok;
+}
+
+QVGGLContext* GetCurrentContext() noexcept {
+  return WithContexts<QVGGLContext*>(
+      nullptr, [](QVGLContextManager& contexts) { return ToContext(contexts.GetCurrentContext()); });
+}
+
+bool SwapBuffers(QVGGLContext* context) noexcept {
+  return WithContexts(false, [&](QVGLContextManager& contexts) { return contexts.SwapBuffers(context); });
+}
+
+void DestroySharedContext(QVGGLContext** context) noexcept {
+  if (context == nullptr) return;
+  void* handle = *context;
+  WithContexts(false, [&](QVGLContextManager& contexts) { return contexts.DestroySharedContext(handle); });
+  *context = nullptr;
+}
+
+// ---- Versions
+
+bool IsGLVersionSupported() noexcept {
+  return Guard(false, [] { return QVGContext::GetInstance().IsGLVersionSupported(); });
+}
+
+void GetGLVersion(int32_t* major, int32_t* minor) noexcept {
+  Guard(false, [&] {
+    QVGContext::GetInstance().GetGLVersion(major, minor);
+    return true;
+  });
+}
+
+void GetRequiredGLVersion(int32_t* major, int32_t* minor) noexcept { QVGContext::GetRequiredGLVersion(major, minor); }
+
+// ---- Textures
+
+QVGTexture* CloneTextureSlot(QVGTexture* source) noexcept {
+  if (source == nullptr) return nullptr;
+  return WithContext<QVGTexture*>(nullptr,
+                                  [&](QVGContext& context) { return To(CloneTexture(context, From(source))); });
+}
+
+bool SetTextureChannelOrder(QVGTexture* texture, int32_t order) noexcept {
+  static constexpr Swizzle kOrders[] = {kSwizzleBGRA, kSwizzleRGBA, kSwizzleABGR, kSwizzleARGB};
+  if (texture == nullptr || order < 0 || order >= static_cast<int32_t>(std::size(kOrders))) return false;
+  return Guard(false, [&] { return From(texture)->RemapRGBA(kOrders[order]); });
+}
+
+QVGTexture* AcquireTexture(uint32_t width, uint32_t height) noexcept {
+  return WithContext<QVGTexture*>(
+      nullptr, [&](QVGContext& context) { return To(context.Textures().Acquire(width, height, GL_RGBA8)); });
+}
+
+QVGTexture* UploadToNewTexture(const QVGPixelBuffer* source, bool flipped, bool matteRGB, QVGColor matte) noexcept {
+  return WithContext<QVGTexture*>(nullptr, [&](QVGContext& context) {
+    return To(UploadPixelBufferToNewTexture(context, source, flipped, matteRGB, matte));
+  });
+}
+
+bool UploadToTexture(QVGTexture* destination, const QVGPixelBuffer* source, bool flipped, bool matteRGB,
+                     QVGColor matte) noexcept {
+  return WithContext(false, [&](QVGContext& context) {
+    return UploadPixelBufferToTexture(context, From(destination), source, flipped, matteRGB, matte);
+  });
+}
+
+bool ClearTextureSlot(QVGTexture* texture, const double rgba[4]) noexcept {
+  return WithContext(false, [&](QVGContext& context) { return ClearTexture(context, From(texture), rgba); });
+}
+
+uint32_t GetTextureWidth(const QVGTexture* texture) noexcept {
+  return texture == nullptr ? 0 : static_cast<uint32_t>(From(texture)->loadedWidth);
+}
+
+uint32_t GetTextureHeight(const QVGTexture* texture) noexcept {
+  return texture == nullptr ? 0 : static_cast<uint32_t>(From(texture)->loadedHeight);
+}
+
+uint32_t GetTextureAllocatedWidth(const QVGTexture* texture) noexcept {
+  return texture == nullptr ? 0 : static_cast<uint32_t>(From(texture)->Setting().width);
+}
+
+uint32_t GetTextureAllocatedHeight(const QVGTexture* texture) noexcept {
+  return texture == nullptr ? 0 : static_cast<uint32_t>(From(texture)->Setting().height);
+}
+
+uint32_t GetTextureRotation(const QVGTexture* texture) noexcept {
+  return texture == nullptr ? 0 : From(texture)->rotation;
+}
+
+bool GetTextureFlipped(const QVGTexture* texture) noexcept { return texture != nullptr && From(texture)->flipped; }
+
+uint32_t GetTextureId(const QVGTexture* texture) noexcept { return texture == nullptr ? 0 : From(texture)->id; }
+
+bool SetTextureSize(QVGTexture* texture, uint32_t width, uint32_t height) noexcept {
+  if (texture == nullptr) return false;
+  From(texture)->loadedWidth = static_cast<int>(width);
+  From(texture)->loadedHeight = static_cast<int>(height);
+  return true;
+}
+
+bool SetTextureOrigin(QVGTexture* texture, uint32_t x, uint32_t y) noexcept {
+  if (texture == nullptr) return false;
+  From(texture)->offsetX = static_cast<int>(x);
+  From(texture)->offsetY = static_cast<int>(y);
+  return true;
+}
+
+bool SetTextureFlipped(QVGTexture* texture, bool flipped) noexcept {
+  if (texture == nullptr) return false;
+  From(texture)->flipped = flipped;
+  return true;
+}
+
+bool SetTextureRotation(QVGTexture* texture, uint32_t quarterTurns) noexcept {
+  if (texture == nullptr) return false;
+  From(texture)->rotation = quarterTurns;
+  return true;
+}
+
+// ---- Read-back
+
+bool ToYUV420(QVGTexture* source, bool fullRange, bool mirror, QVGPixelBuffer* out) noexcept {
+  return WithContext(false, [&](QVGContext& context) {
+    return TextureToYUV420PixelBuffer(context, From(source), fullRange, mirror, out);
+  });
+}
+
+bool ToNV12(QVGTexture* source, QVGPixelBuffer* out, bool mirror) noexcept {
+  return WithContext(false,
+                     [&](QVGContext& context) { return TextureToNV12PixelBuffer(context, From(source), out, mirror); });
+}
+
+bool ToRGBA(QVGTexture* source, QVGPixelBuffer* out, bool flip) noexcept {
+  return WithContext(false,
+                     [&](QVGContext& context) { return TextureToRGBAPixelBuffer(context, From(source), out, flip); });
+}
+
+bool ToBGRA(QVGTexture* source, QVGPixelBuffer* out, bool flip) noexcept {
+  return WithContext(false,
+                     [&](QVGContext& context) { return TextureToBGRAPixelBuffer(context, From(source), out, flip); });
+}
+
+void ReleasePixelBufferSlot(QVGPixelBuffer** buffer) noexcept {
+  WithContext(false, [&](QVGContext& context) {
+    ReleasePixelBuffer(context, buffer);
+    return true;
+  });
+  if (buffer != nullptr) *buffer = nullptr;
+}
+
+void ReleaseTexture(QVGTexture** texture) noexcept {
+  if (texture == nullptr || *texture == nullptr) return;
+  WithContext(false, [&](QVGContext& context) {
+    Texture* released = From(*texture);
+    context.Textures().Release(released);
+    *texture = nullptr;
+    return true;
+  });
+}
+
+// ---- Frame buffers and drawing
+
+QVGFrameBuffer* CreateFrameBufferSlot(uint32_t width, uint32_t height, bool ownColor, bool stored) noexcept {
+  constexpr int32_t kStoredFlag = 4;
+  return WithContext<QVGFrameBuffer*>(nullptr, [&](QVGContext& context) {
+    FrameBufferSetting setting;
+    setting.width = static_cast<int>(width);
+    setting.height = static_cast<int>(height);
+    setting.stored = stored ? kStoredFlag : 0;
+    setting.colorRenderBuffer = ownColor;
+    return To(CreateFrameBuffer(context, setting, Camera::ForCanvas(setting.width, setting.height)));
+  });
+}
+
+QVGFrameBuffer* CreateFrameBufferFromDesc(const QVGFrameBufferDesc* desc) noexcept {
+  if (desc == nullptr) return nullptr;
+  return WithContext<QVGFrameBuffer*>(nullptr, [&](QVGContext& context) {
+    const FrameBufferSetting setting = {desc->width, desc->height, desc->stored, desc->depthStencil,
+                                        desc->colorRenderBuffer};
+    const QVGCamera& from = desc->camera;
+    const auto vec3 = [](const float(&v)[3]) { return glm::vec3(v[0], v[1], v[2]); };
+    Camera camera;
+    camera.projection = from.projection;
+    camera.left = from.left;
+    camera.right = from.right;
+    camera.top = from.top;
+    camera.bottom = from.bottom;
+    camera.orthoNear = from.orthoNear;
+    camera.orthoFar = from.orthoFar;
+    camera.fovy = from.fovy;
+    camera.aspect = from.aspect;
+    camera.perspectiveNear = from.perspectiveNear;
+    camera.perspectiveFar = from.perspectiveFar;
+    camera.eye = vec3(from.eye);
+    camera.centre = vec3(from.centre);
+    camera.up = vec3(from.up);
+    return To(CreateFrameBuffer(context, setting, camera));
+  });
+}
+
+bool BindTextureToFrameBuffer(QVGFrameBuffer* frameBuffer, QVGTexture* texture) noexcept {
+  if (frameBuffer == nullptr || texture == nullptr) return false;
+  return Guard(false, [&] { return From(frameBuffer)->BindColorTexture(From(texture)); });
+}
+
+bool ClearFrameBuffer(QVGFrameBuffer* frameBuffer, const double rgba[4]) noexcept {
+  if (frameBuffer == nullptr || rgba == nullptr) return false;
+  return Guard(false, [&] {
+    const float color[4] = {static_cast<float>(rgba[0]), static_cast<float>(rgba[1]), static_cast<float>(rgba[2]),
+                            static_cast<float>(rgba[3])};
+    return From(frameBuffer)->Clear(color);
+  });
+}
+
+bool DrawTextureSlot(QVGTexture* source, QVGFrameBuffer* destination, const QVGDrawTextureParams* params) noexcept {
+  return WithContext(
+      false, [&](QVGContext& context) { return DrawTexture(context, From(source), From(destination), params); });
+}
+
+bool DestroyFrameBuffer(QVGFrameBuffer** frameBuffer) noexcept {
+  if (frameBuffer == nullptr || *frameBuffer == nullptr) return false;
+  return Guard(false, [&] {
+    delete From(*frameBuffer);
+    *frameBuffer = nullptr;
+    return true;
+  });
+}
+
+void Finish() noexcept {
+  Guard(false, [] {
+    if (CurrentBinding().context != nullptr) glFinish();
+    return true;
+  });
+}
+
+// ---- Windows and effects: not there yet; they answer their failure values.
+
+QVGWndDrawer* CreateWndDrawer(void*) noexcept { return nullptr; }
+QVGGLContext* GetWndDrawerHandle(QVGWndDrawer*) noexcept { return nullptr; }
+bool ClearWnd(QVGWndDrawer*, const double[3], void*, void*) noexcept { return false; }
+bool SetWndDrawerSize(QVGWndDrawer*, uint32_t, uint32_t) noexcept { return false; }
+bool DrawTextureToWnd(QVGWndDrawer*, QVGTexture*) noexcept { return false; }
+bool DestroyWndDrawer(QVGWndDrawer** drawer) noexcept {
+  if (drawer != nullptr) *drawer = nullptr;
+  return true;
+}
+bool GetEffectNames(int32_t, const char**, int32_t, int32_t* count) noexcept {
+  if (count != nullptr) *count = 0;
+  return false;
+}
+bool HasEffect(const char*) noexcept { return false; }
+uint32_t GetEffectType(const char*) noexcept { return 0; }
+const char* QueryEffect(const char*, const char*) noexcept { return nullptr; }
+bool GetEffectParameterTable(const char*, const QVGParamDescriptor**, uint32_t*) noexcept { return false; }
+QVGEffect* CreateEffect(const char*) noexcept { return nullptr; }
+bool SetEffectParameter(QVGEffect*, const char*, const QVGParamValue*) noexcept { return false; }
+QVGTexture* ApplyEffect(QVGEffect* effect, QVGTexture* input) noexcept { return effect == nullptr ? input : nullptr; }
+QVGTexture* ApplyEffectWith(QVGEffect* effect, QVGTexture* first, QVGTexture*, float) noexcept {
+  return effect == nullptr ? first : nullptr;
+}
+bool DestroyEffect(QVGEffect** effect) noexcept { return effect == nullptr || *effect == nullptr; }
+
+constexpr QVGGLRendererInterface kTable = {
+    SetTexturePoolCapacity,
+    Reserved,
+    PreallocateTextures,
+    ClearTexturePool,
+    PreallocateRenderBuffers,
+    ClearRenderBufferPool,
+    PreallocatePixelBuffers,
+    ClearPixelBufferPool,
+    CreateSharedContext,
+    GetSharedContext,
+    ReleaseSharedContext,
+    MakeCurrentContext,
+    GetCurrentContext,
+    SwapBuffers,
+    DestroySharedContext,
+    IsGLVersionSupported,
+    GetGLVersion,
+    GetRequiredGLVersion,
+    CloneTextureSlot,
+    SetTextureChannelOrder,
+    AcquireTexture,
+    UploadToNewTexture,
+    UploadToTexture,
+    ClearTextureSlot,
+    GetTextureWidth,
+    GetTextureHeight,
+    GetTextureAllocatedWidth,
+    GetTextureAllocatedHeight,
+    GetTextureRotation,
+    GetTextureFlipped,
+    GetTextureId,
+    SetTextureSize,
+    SetTextureOrigin,
+    SetTextureFlipped,
+    SetTextureRotation,
+    ToYUV420,
+    ToNV12,
+    ToRGBA,
+    ToBGRA,
+    ReleasePixelBufferSlot,
+    ReleaseTexture,
+    CreateFrameBufferSlot,
+    CreateFrameBufferFromDesc,
+    BindTextureToFrameBuffer,
+    ClearFrameBuffer,
+    DrawTextureSlot,
+    DestroyFrameBuffer,
+    Finish,
+    CreateWndDrawer,
+    GetWndDrawerHandle,
+    ClearWnd,
+    SetWndDrawerSize,
+    DrawTextureToWnd,
+    DestroyWndDrawer,
+    GetEffectNames,
+    HasEffect,
+    GetEffectType,
+    QueryEffect,
+    GetEffectParameterTable,
+    CreateEffect,
+    SetEffectParameter,
+    ApplyEffect,
+    ApplyEffectWith,
+    DestroyEffect,
+};
+
+}  // namespace
+
+}  // namespace qvg
+
+const QVGGLRendererInterface* QVG_GetGLRendererInterface(const QVGConfig* config) {
+  using namespace qvg;
+  Guard(false, [&] {
+    // Copied first: the caller's block may go as soon as this returns, and null counts as an empty one.
+    const auto copy = config != nullptr ? std::make_unique<QVGConfig>(*config) : std::make_unique<QVGConfig>();
+    QVGContext::GetInstance().SetConfig(*copy);
+    return true;
+  });
+  return &kTable;
+}
+
+void QVG_ReleaseGLRendererInterface(const QVGGLRendererInterface** table) {
+  if (table == nullptr) return;
+  *table = nullptr;
+  using namespace qvg;
+  Guard(false, [] {
+    QVGContext::GetInstance().Uninit();
+    return true;
+  });
+}

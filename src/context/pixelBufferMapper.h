@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <mutex>
+
+namespace qvg {
+
+class BO;
+class QVGLContextManager;
+
+/// Maps read-back buffers for the host and finds them again by their address. Any thread: one without a context of the
+/// library borrows a temporary one for the length of a call.
+class PixelBufferMapper {
+ public:
+  explicit PixelBufferMapper(QVGLContextManager& contexts) : contexts_(contexts) {}
+  /// Unmaps and deletes what is still mapped.
+  ~PixelBufferMapper();
+  PixelBufferMapper(const PixelBufferMapper&) = delete;
+  PixelBufferMapper& operator=(const PixelBufferMapper&) = delete;
+
+  /// Maps the whole buffer for reading and writing. size receives the low 32 bits of its size. Null on failure.
+  void* Map(BO* buffer, uint32_t* size);
+  /// Unmaps and gives the buffer; null for an address that Map never gave.
+  BO* UnMap(const void* address);
+
+ private:
+  QVGLContextManager& contexts_;
+  std::mutex mutex_;
+  std::map<const void*, BO*> buffers_;
+};
+
+}  // namespace qvg

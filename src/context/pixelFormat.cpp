@@ -1,0 +1,42 @@
+#include "context/pixelFormat.h"
+
+namespace qvg {
+
+namespace {
+
+int DivideUp(int value, int divisor) { return (value + divisor - 1) / divisor; }
+
+// 16-bit frames come with strides in bytes or in texels, and with chroma at half or full width.
+void ResolveTwoPlane16(PlaneView& luma, PlaneView& chroma) {
+  if (luma.stride < luma.RowBytes()) {
+    luma.stride *= luma.format.bytesPerTexel;
+    chroma.stride *= chroma.format.bytesPerTexel;
+  } else if (chroma.stride < 2 * luma.stride) {
+    chroma.width = DivideUp(luma.width, 2);
+  }
+}
+
+}  // namespace
+
+std::optional<FrameView> ViewFrame(const QVGPixelBuffer& frame, int maxSize) {
+  FrameView view;
+  view.format = FindPixelFormat(frame.format);
+  view.width = frame.width;
+  view.height = frame.height;
+  if (view.format == nullptr || frame.width < 1 || frame.height < 1 || frame.width > maxSize ||
+      frame.height > maxSize) {
+    return std::nullopt;
+  }
+  for (int i = 0; i < view.format->planeCount; ++i) {
+    const PlaneFormat& format = view.format->planes[i];
+    view.planes[i] = {frame.plane[i], DivideUp(frame.width, format.divideX), DivideUp(frame.height, format.divideY),
+                      frame.stride[i], format};
+  }
+  if (view.format->mode == YUVMode::kTwoPlane16) ResolveTwoPlane16(view.planes[0], view.planes[1]);
+  for (int i = 0; i < view.format->planeCount; ++i) {
+    if (view.planes[i].pixels == nullptr || view.planes[i].stride < view.planes[i].RowBytes()) return std::nullopt;
+  }
+  return view;
+}
+
+}  // namespace qvg
