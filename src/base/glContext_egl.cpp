@@ -118,10 +118,28 @@ EGLDisplay PlatformDisplay(EGLenum platform, void* native, const EGLint* attribu
 
 // ---- Configurations and contexts
 
-// visual: only a configuration of that X visual; 0: any.
-EGLConfig ChooseConfig(EGLDisplay display, EGLint surfaceType, xcb_visualid_t visual) {
-  const EGLint channelBits = visual == 0 ? 8 : 0;  // else the visual decides
-  for (const EGLint depthBits : {24, 0}) {
+// What is asked of a configuration, the best first. On a window its visual decides the channels.
+constexpr struct {
+  EGLint channelBits;
+  EGLint depthBits;
+} kConfigs[] = {{8, 24}, {8, 0}, {0, 24}, {0, 0}};
+
+struct WindowFormat {
+  xcb_visualid_t visual;
+  EGLint depth;
+};
+
+EGLint ConfigValue(EGLDisplay display, EGLConfig config, EGLint name) {
+  EGLint value = 0;
+  eglGetConfigAttrib(display, config, name, &value);
+  return value;
+}
+
+// The configuration of the window's visual. Servers list further visuals of the same pixels for which EGL names no
+// configuration: one of the window's depth serves them. Without a window: any.
+EGLConfig ChooseConfig(EGLDisplay display, EGLint surfaceType, const WindowFormat* window) {
+  EGLConfig sameDepth = nullptr;
+  for (const auto& [channelBits, depthBits] : kConfigs) {
     const EGLint attributes[] = {
         EGL_SURFACE_TYPE, surfaceType,   EGL_RENDERABLE_TYPE, EGL_OPENGL_BIT, EGL_RED_SIZE, channelBits, EGL_GREEN_SIZE,
         channelBits,      EGL_BLUE_SIZE, channelBits,         EGL_DEPTH_SIZE, depthBits,    EGL_NONE};
@@ -130,17 +148,20 @@ EGLConfig ChooseConfig(EGLDisplay display, EGLint surfaceType, xcb_visualid_t vi
     std::vector<EGLConfig> configs(static_cast<size_t>(count));
     if (eglChooseConfig(display, attributes, configs.data(), count, &count) != EGL_TRUE) continue;
     configs.resize(static_cast<size_t>(count));
+    if (configs.empty()) continue;
+    if (window == nullptr) return configs.front();
     for (EGLConfig config : configs) {
-      EGLint configVisual = 0;
-      eglGetConfigAttrib(display, config, EGL_NATIVE_VISUAL_ID, &configVisual);
-      if (visual == 0 || static_cast<xcb_visualid_t>(configVisual) == visual) return config;
+      const auto visual = static_cast<xcb_visualid_t>(ConfigValue(display, config, EGL_NATIVE_VISUAL_ID));
+      if (visual == window->visual) return config;
+      const bool fits = ConfigValue(display, config, EGL_BUFFER_SIZE) == window->depth;
+      if (fits && sameDepth == nullptr) sameDepth = config;
     }
   }
-  return nullptr;
+  return sameDepth;
 }
 
 EGLConfig ChooseHiddenConfig(const Platform& egl) {
-  return ChooseConfig(egl.display, egl.surfaceless ? 0 : EGL_PBUFFER_BIT, 0);
+  return ChooseConfig(egl.display, egl.surfaceless ? 0 : EGL_PBUFFER_BIT, nullptr);
 }
 
 EGLContext CreateContext(EGLDisplay display, EGLConfig config, EGLContext shareRoot, Version version) {
@@ -206,7 +227,8 @@ int SwallowXError(Display*, xError*, XExtCodes*, int*) { return 1; }
 
 void Disconnect(Platform& egl) {
   if (egl.xlib != nullptr) {
-    XCloseDisplay(egl.xlib);
+    // Xlib ends the process over a server that is gone: better lose the display's memory.
+    if (xcb_connection_has_error(egl.connection) == 0) XCloseDisplay(egl.xlib);
   } else if (egl.connection != nullptr) {
     xcb_disconnect(egl.connection);
   }
@@ -316,6 +338,12 @@ void DrainEvents(xcb_connection_t* connection) {
   }
 }
 
+// Null for a window that doesn't exist.
+Reply<xcb_get_geometry_reply_t> Geometry(xcb_connection_t* connection, xcb_window_t window) {
+  return Reply<xcb_get_geometry_reply_t>{
+      xcb_get_geometry_reply(connection, xcb_get_geometry(connection, window), nullptr)};
+}
+
 EGLSurface AcquireWindowSurface(Platform& egl, xcb_window_t window, EGLConfig config) {
   if (const auto found = egl.windowSurfaces.find(window); found != egl.windowSurfaces.end()) {
     ++found->second.users;
@@ -364,7 +392,10 @@ QVGContextData* _CreateDummyGLContext(void* window, bool loadEntryPoints, const 
     const Reply<xcb_get_window_attributes_reply_t> attributes{xcb_get_window_attributes_reply(
         egl.connection, xcb_get_window_attributes(egl.connection, data->window), nullptr)};
     if (attributes == nullptr) return fail("xcb_get_window_attributes failed.");
-    config = ChooseConfig(egl.display, EGL_WINDOW_BIT, attributes->visual);
+    const Reply<xcb_get_geometry_reply_t> geometry = Geometry(egl.connection, data->window);
+    if (geometry == nullptr) return fail("xcb_get_geometry failed.");
+    const WindowFormat format{attributes->visual, geometry->depth};
+    config = ChooseConfig(egl.display, EGL_WINDOW_BIT, &format);
   }
   if (config == nullptr) return fail("eglChooseConfig failed.");
 
@@ -437,10 +468,9 @@ bool ReleaseCurrentContext() {
 bool IsWindowValid(const QVGContextData& data) {
   if (data.ownsWindow) return true;
   xcb_connection_t* const connection = Egl().connection;
-  const Reply<xcb_get_geometry_reply_t> geometry{
-      xcb_get_geometry_reply(connection, xcb_get_geometry(connection, data.window), nullptr)};
+  const bool valid = Geometry(connection, data.window) != nullptr;
   DrainEvents(connection);
-  return geometry != nullptr;
+  return valid;
 }
 
 bool SwapContextBuffers(const QVGContextData& data) {
