@@ -2,6 +2,8 @@
 // that suppressions and readers need. Holding the driver keeps them; nothing of the library is touched.
 #include <dlfcn.h>
 
+#include <initializer_list>
+
 namespace {
 
 [[gnu::constructor]] void keepDriver() {
