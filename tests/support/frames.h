@@ -1,0 +1,62 @@
+// Frames in memory of every format, and what a texture must hold after their upload.
+#pragma once
+
+#include <array>
+#include <string>
+#include <vector>
+
+#include "image.h"
+#include "platform.h"
+#include "qvGLRenderer/qvGLRenderer.h"
+
+namespace qvg::test {
+
+struct Format {
+  int code;
+  const char* name;
+  int planes;
+  std::array<int, 3> channels;  // per plane
+  int bytesPerChannel;
+  bool halfWidth, halfHeight;  // of the chroma planes
+  std::array<int, 4> order;    // packed formats: where R, G, B and A lie in a pixel; -1 for none
+  bool yuv() const { return planes > 1; }
+};
+
+const std::vector<Format>& Formats();
+const Format& FormatOf(int code);
+
+/// One way to lay a frame out in memory.
+struct Layout {
+  int code, width, height;
+  std::array<int, 3> stride;      // as the descriptor tells it
+  int strideUnit[3] = {1, 1, 1};  // bytes that one count of it means
+  bool halfWidthChroma;
+  std::string name;
+};
+
+/// Every stride that is worth trying: tight, padded by whole texels, padded by bytes; for 16-bit frames also chroma at
+/// full width and strides that count texels.
+std::vector<Layout> Layouts(int code, int width, int height);
+
+struct Frame {
+  Layout layout;
+  QVGPixelBuffer buffer = {};
+  std::vector<GuardedBlock> memory;  // each ends with the last pixel of the last row
+  std::vector<Image> planes;         // the samples, 0..1, channels in the order of memory
+};
+
+/// A frame with the test picture of the seed.
+Frame MakeFrame(const Layout& layout, int seed);
+Frame MakeFrame(int code, int width, int height, int seed);
+/// A packed frame with this picture.
+Frame MakeFrame(const Layout& layout, const Image& picture);
+
+/// What a texture with a content of width x height holds after the upload, row 0 first. The nudges, in texels, move
+/// the places where planes are sampled: luma x and y, chroma x and y.
+Image ExpectedUpload(const Frame& frame, int width, int height, std::array<double, 4> nudges = {});
+/// The same, with both outcomes where a nearest sample falls on the border of two texels.
+std::vector<Image> ExpectedUploads(const Frame& frame, int width, int height);
+/// The picture after keying.
+Image Matted(const Image& image, const QVGColor& matte);
+
+}  // namespace qvg::test

@@ -1,0 +1,97 @@
+#include "image.h"
+
+#include <algorithm>
+#include <cmath>
+#include <sstream>
+
+namespace qvg::test {
+
+uint8_t Wave(double x, double y, int channel, int seed) {
+  const double phase = 1.3 * channel + 0.9 * seed;
+  const double value = 127.5 + 62 * std::sin(0.19 * x + 0.07 * y + phase) +
+                       52 * std::sin(0.11 * x - 0.17 * y + 2.1 * phase + 0.4 * channel * channel);
+  return static_cast<uint8_t>(std::lround(value));
+}
+
+Image Picture(int width, int height, int seed, bool opaque) {
+  return MakeImage(width, height, [&](int x, int y) {
+    Color color;
+    for (int c = 0; c < 4; ++c) color[c] = Wave(x, y, c, seed) / 255.0;
+    if (opaque) color[3] = 1;
+    return color;
+  });
+}
+
+Image FlippedRows(const Image& image) {
+  return MakeImage(image.width, image.height, [&](int x, int y) { return image.at(x, image.height - 1 - y); });
+}
+
+Image Crop(const Image& image, int x, int y, int width, int height) {
+  return MakeImage(width, height, [&](int i, int j) { return image.at(x + i, y + j); });
+}
+
+Image Quantised(const Image& image) {
+  Image result = image;
+  for (Color& color : result.texels)
+    for (double& value : color) value = std::floor(std::clamp(value, 0.0, 1.0) * 255 + 0.5) / 255;
+  return result;
+}
+
+Color SampleLinear(const Image& image, double x, double y) {
+  const double left = std::floor(x - 0.5), top = std::floor(y - 0.5);
+  const double fx = x - 0.5 - left, fy = y - 0.5 - top;
+  const auto texel = [&](double column, double row) -> const Color& {
+    return image.at(static_cast<int>(std::clamp(column, 0.0, image.width - 1.0)),
+                    static_cast<int>(std::clamp(row, 0.0, image.height - 1.0)));
+  };
+  Color result;
+  for (int c = 0; c < 4; ++c) {
+    const double upper = (1 - fx) * texel(left, top)[c] + fx * texel(left + 1, top)[c];
+    const double lower = (1 - fx) * texel(left, top + 1)[c] + fx * texel(left + 1, top + 1)[c];
+    result[c] = (1 - fy) * upper + fy * lower;
+  }
+  return result;
+}
+
+Color SampleNearest(const Image& image, double x, double y) {
+  return image.at(static_cast<int>(std::clamp(std::floor(x), 0.0, image.width - 1.0)),
+                  static_cast<int>(std::clamp(std::floor(y), 0.0, image.height - 1.0)));
+}
+
+std::string Compare(const std::vector<Image>& candidates, const Image& actual, double limit, Errors& errors,
+                    const std::vector<bool>& skip) {
+  const Image& first = candidates.front();
+  std::ostringstream text;
+  if (actual.width != first.width || actual.height != first.height) {
+    text << "size " << actual.width << " x " << actual.height << ", expected " << first.width << " x " << first.height;
+    return text.str();
+  }
+  size_t bad = 0;
+  for (size_t i = 0; i < actual.texels.size(); ++i) {
+    if (!skip.empty() && skip[i]) continue;
+    double error = 1e9;
+    for (const Image& candidate : candidates) {
+      double worst = 0;
+      for (int c = 0; c < 4; ++c)
+        worst = std::max(worst, std::abs(actual.texels[i][c] - std::clamp(candidate.texels[i][c], 0.0, 1.0)) * 255);
+      error = std::min(error, worst);
+    }
+    ++errors.compared;
+    errors.largest = std::max(errors.largest, error);
+    if (error <= limit || bad++ > 0) continue;
+    text << "texel (" << i % actual.width << ", " << i / actual.width << ") is";
+    for (double value : actual.texels[i]) text << ' ' << std::lround(value * 255);
+    text << ", expected";
+    for (double value : first.texels[i]) text << ' ' << value * 255;
+    text << ": off by " << error << " steps";
+  }
+  if (bad > 1) text << " (" << bad << " such texels of " << actual.texels.size() << ')';
+  return text.str();
+}
+
+std::string Compare(const Image& expected, const Image& actual, double limit, Errors& errors,
+                    const std::vector<bool>& skip) {
+  return Compare(std::vector<Image>{expected}, actual, limit, errors, skip);
+}
+
+}  // namespace qvg::test

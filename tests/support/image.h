@@ -1,0 +1,62 @@
+// Pictures in double precision: what the tests compute with, independently of the library.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace qvg::test {
+
+using Color = std::array<double, 4>;  // R, G, B, A, 0..1
+
+struct Image {
+  int width = 0, height = 0;
+  std::vector<Color> texels;  // row 0 is texture row 0
+
+  Image() = default;
+  Image(int w, int h, Color fill = {}) : width(w), height(h), texels(static_cast<size_t>(w) * h, fill) {}
+  Color& at(int x, int y) { return texels[static_cast<size_t>(y) * width + x]; }
+  const Color& at(int x, int y) const { return texels[static_cast<size_t>(y) * width + x]; }
+  bool empty() const { return texels.empty(); }
+};
+
+/// An image whose texels come from make(x, y).
+template <typename Make>
+Image MakeImage(int width, int height, Make make) {
+  Image image(width, height);
+  for (int y = 0; y < height; ++y)
+    for (int x = 0; x < width; ++x) image.at(x, y) = make(x, y);
+  return image;
+}
+
+/// One sample, 0..255, of the test pictures: no two channels, seeds, rows or columns are alike, and neighbours differ
+/// by less than 25, so that a sampler's 8-bit weights change a result by less than a tenth of a step.
+uint8_t Wave(double x, double y, int channel, int seed);
+/// The test picture with all four channels (or with alpha 1).
+Image Picture(int width, int height, int seed, bool opaque = false);
+
+Image FlippedRows(const Image& image);
+Image Crop(const Image& image, int x, int y, int width, int height);
+/// Each channel rounded to 8 bits, as a texture stores it.
+Image Quantised(const Image& image);
+
+/// The value at a place measured in texels (0 is the left edge of the first), never reaching outside the image.
+Color SampleLinear(const Image& image, double x, double y);
+Color SampleNearest(const Image& image, double x, double y);
+
+/// The largest error seen, in steps of 1/255 and measured from the exact value: rounding alone makes 0.5.
+struct Errors {
+  double largest = 0;
+  size_t compared = 0;
+};
+
+/// "" when every texel of actual is within limit steps of the same texel of one of the candidates, else where and how
+/// not. Texels for which skip is set are left out.
+std::string Compare(const std::vector<Image>& candidates, const Image& actual, double limit, Errors& errors,
+                    const std::vector<bool>& skip = {});
+std::string Compare(const Image& expected, const Image& actual, double limit, Errors& errors,
+                    const std::vector<bool>& skip = {});
+
+}  // namespace qvg::test

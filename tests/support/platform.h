@@ -1,0 +1,48 @@
+// What the tests need of the operating system, in one place.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace qvg::test {
+
+/// A GL entry point of the driver that the library runs on, or null.
+void* GLFunction(const char* name);
+
+/// A block of memory that ends where an inaccessible page begins: reading one byte behind it ends the process.
+class GuardedBlock {
+ public:
+  explicit GuardedBlock(size_t size);
+  ~GuardedBlock();
+  GuardedBlock(GuardedBlock&& other) noexcept;
+  GuardedBlock& operator=(GuardedBlock&&) = delete;
+
+  uint8_t* data() const { return data_; }
+  size_t size() const { return size_; }
+
+ private:
+  size_t size_ = 0;
+  size_t mapped_ = 0;
+  uint8_t* base_ = nullptr;
+  uint8_t* data_ = nullptr;
+};
+
+/// A visible window as a host would own it.
+class HostWindow {
+ public:
+  HostWindow(int width, int height);
+  ~HostWindow() { Destroy(); }
+  HostWindow(const HostWindow&) = delete;
+  HostWindow& operator=(const HostWindow&) = delete;
+
+  /// Whether this machine can show windows now.
+  static bool Available();
+  /// The value for CreateSharedContext; null when no window could be made.
+  void* handle() const { return handle_; }
+  void Destroy();
+
+ private:
+  void* handle_ = nullptr;
+};
+
+}  // namespace qvg::test

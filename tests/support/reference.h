@@ -1,0 +1,44 @@
+// What reading back and drawing must give, computed on the CPU in double precision.
+#pragma once
+
+#include <vector>
+
+#include "image.h"
+#include "qvGLRenderer/qvGLRenderer.h"
+
+namespace qvg::test {
+
+/// The planes of a read-back; each value is in the first channel.
+struct Planes {
+  Image luma;
+  std::vector<Image> chroma;  // one of width x height/2 with U and V in turn, or U and V of width/2 x height/2
+};
+
+/// content: as sampled, texture row 0 first. flip: the last row comes first.
+Planes ExpectedNV12(const Image& content, bool flip, bool mirror);
+Planes ExpectedI420(const Image& content, bool flip, bool mirror, bool fullRange);
+
+/// The camera that a frame buffer of slot 41 gets.
+QVGCamera DefaultCamera(int width, int height);
+/// The defaults of DrawTexture.
+QVGDrawTextureParams DefaultParams();
+
+/// One draw. target and depth are what is there before; params.matteTexture is not read.
+struct DrawScene {
+  Image source;
+  int quarterTurns = 0;
+  Image target;
+  Image matte;  // empty for none
+  QVGCamera camera = {};
+  QVGDrawTextureParams params = DefaultParams();
+};
+
+struct DrawResult {
+  Image image;
+  std::vector<bool> onEdge;   // pixel centres within 1/50 pixel of an edge of the quad: either outcome is right
+  std::vector<double> depth;  // 0..1 where the quad is, 2 elsewhere
+};
+
+DrawResult ExpectedDraw(const DrawScene& scene);
+
+}  // namespace qvg::test

@@ -1,0 +1,220 @@
+#include "table_test.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <sstream>
+
+#include "platform.h"
+
+namespace qvg::test {
+namespace {
+
+const QVGGLRendererInterface* table = nullptr;
+
+class Library : public ::testing::Environment {
+ public:
+  void TearDown() override { QVG_ReleaseGLRendererInterface(&table); }
+};
+[[maybe_unused]] ::testing::Environment* const library = ::testing::AddGlobalTestEnvironment(new Library);
+
+template <typename Function>
+void Load(Function& function, const char* name) {
+  function = reinterpret_cast<Function>(GLFunction(name));
+}
+
+}  // namespace
+
+const QVGGLRendererInterface& Table() {
+  if (table == nullptr) table = QVG_GetGLRendererInterface(nullptr);
+  return *table;
+}
+
+CurrentContext::CurrentContext() : handle(Table().GetSharedContext()) {
+  if (handle != nullptr && !Table().MakeCurrentContext(handle, nullptr)) Table().ReleaseSharedContext(&handle);
+}
+
+CurrentContext::~CurrentContext() {
+  if (handle == nullptr) return;
+  Table().MakeCurrentContext(nullptr, nullptr);
+  Table().ReleaseSharedContext(&handle);
+}
+
+void ReadBack::Release() {
+  QVGPixelBuffer* pointer = &buffer;
+  Table().ReleasePixelBuffer(&pointer);
+  buffer = {};
+}
+
+const GL& Gl() {
+  static const GL functions = [] {
+    GL gl;
+    Load(gl.GetError, "glGetError");
+    Load(gl.GetIntegerv, "glGetIntegerv");
+    Load(gl.BindTexture, "glBindTexture");
+    Load(gl.GetTexImage, "glGetTexImage");
+    Load(gl.BindFramebuffer, "glBindFramebuffer");
+    Load(gl.ReadPixels, "glReadPixels");
+    Load(gl.IsTexture, "glIsTexture");
+    return gl;
+  }();
+  return functions;
+}
+
+std::vector<unsigned> LiveNames(Names kind) {
+  struct Calls {
+    unsigned char (*isName)(unsigned);
+    void (*generate)(int, unsigned*);
+    void (*remove)(int, const unsigned*);
+  };
+  static const std::vector<Calls> kinds = [] {
+    std::vector<Calls> all;
+    for (const std::string name : {"Texture", "Buffer", "Renderbuffer", "Framebuffer", "VertexArray"}) {
+      Calls& calls = all.emplace_back();
+      Load(calls.isName, ("glIs" + name).c_str());
+      Load(calls.generate, ("glGen" + name + 's').c_str());
+      Load(calls.remove, ("glDelete" + name + 's').c_str());
+    }
+    for (const char* name : {"glIsProgram", "glIsShader"}) Load(all.emplace_back().isName, name);
+    return all;
+  }();
+  const Calls& calls = kinds[kind];
+  // Drivers count names up before they use one again.
+  unsigned last = 0;
+  if (calls.generate != nullptr) {
+    calls.generate(1, &last);
+    calls.remove(1, &last);
+  }
+  std::vector<unsigned> names;
+  for (unsigned name = 1; name < std::max(last, 4096u); ++name)
+    if (calls.isName(name) != 0) names.push_back(name);
+  return names;
+}
+
+std::vector<size_t> NameCounts() {
+  std::vector<size_t> counts;
+  for (int kind = kTextures; kind <= kShaders; ++kind) counts.push_back(LiveNames(static_cast<Names>(kind)).size());
+  return counts;
+}
+
+TexturePtr Upload(const Frame& frame, bool flipped) {
+  return TexturePtr(Table().UploadPixelBufferToNewTexture(&frame.buffer, flipped, false, {}));
+}
+
+TexturePtr Upload(const Image& picture) {
+  return Upload(MakeFrame(Layouts(QVG_FORMAT_RGBA, picture.width, picture.height).front(), picture));
+}
+
+void LeaveGarbage(int code, int width, int height) {
+  // Even differences on one axis and odd ones on the other: the origin of the next content is off the centre.
+  TexturePtr texture = Upload(MakeFrame(code, width + 27, height + 22, 77));
+  EXPECT_NE(texture, nullptr);
+}
+
+FrameBufferPtr Target(QVGTexture* texture, const QVGCamera* camera, bool depth) {
+  QVGFrameBufferDesc description = {};
+  description.width = static_cast<int>(Table().GetTextureWidth(texture));
+  description.height = static_cast<int>(Table().GetTextureHeight(texture));
+  description.depthStencil = depth;
+  description.camera = camera != nullptr ? *camera : DefaultCamera(description.width, description.height);
+  FrameBufferPtr target(camera != nullptr || depth
+                            ? Table().CreateFrameBufferFromDesc(&description)
+                            : Table().CreateFrameBuffer(description.width, description.height, false, false));
+  EXPECT_NE(target, nullptr);
+  EXPECT_TRUE(Table().BindTextureToFrameBuffer(target.get(), texture));
+  return target;
+}
+
+Image PixelsOf(const QVGPixelBuffer& buffer) {
+  const bool swapped = buffer.format == QVG_FORMAT_BGRA;
+  return MakeImage(buffer.width, buffer.height, [&](int x, int y) -> Color {
+    const uint8_t* pixel = buffer.plane[0] + static_cast<ptrdiff_t>(y) * buffer.stride[0] + 4 * x;
+    return {pixel[swapped ? 2 : 0] / 255.0, pixel[1] / 255.0, pixel[swapped ? 0 : 2] / 255.0, pixel[3] / 255.0};
+  });
+}
+
+Planes PlanesOf(const QVGPixelBuffer& buffer) {
+  const auto plane = [&](int p, int width, int height) {
+    return MakeImage(width, height, [&](int x, int y) -> Color {
+      return {buffer.plane[p][static_cast<ptrdiff_t>(y) * buffer.stride[p] + x] / 255.0};
+    });
+  };
+  Planes planes;
+  planes.luma = plane(0, buffer.width, buffer.height);
+  if (buffer.format == QVG_FORMAT_NV12) {
+    planes.chroma = {plane(1, buffer.width, buffer.height / 2)};
+  } else {
+    planes.chroma = {plane(1, buffer.width / 2, buffer.height / 2), plane(2, buffer.width / 2, buffer.height / 2)};
+  }
+  return planes;
+}
+
+Image Content(QVGTexture* texture) {
+  ReadBack read;
+  if (!Table().TextureToRGBAPixelBuffer(texture, &read.buffer, false)) return {};
+  return PixelsOf(read.buffer);
+}
+
+Image Storage(QVGTexture* texture) {
+  QVGPixelBuffer all = {};
+  all.width = static_cast<int>(Table().GetTextureAllocatedWidth(texture));
+  all.height = static_cast<int>(Table().GetTextureAllocatedHeight(texture));
+  all.stride[0] = 4 * all.width;
+  std::vector<uint8_t> bytes(static_cast<size_t>(all.stride[0]) * all.height);
+  all.plane[0] = bytes.data();
+  Gl().BindTexture(kGLTexture2D, Table().GetTextureId(texture));
+  Gl().GetTexImage(kGLTexture2D, 0, kGLRGBA, kGLUnsignedByte, bytes.data());
+  Gl().BindTexture(kGLTexture2D, 0);
+  return PixelsOf(all);
+}
+
+std::string Size(int width, int height) { return std::to_string(width) + " x " + std::to_string(height); }
+
+void TableTest::SetUp() {
+  ::testing::internal::CaptureStdout();
+  capturing_ = true;
+  context_ = std::make_unique<CurrentContext>();
+  ASSERT_NE(context_->handle, nullptr) << "no context of the library could be made current";
+  ClearPools();
+}
+
+void TableTest::TearDown() {
+  if (context_ != nullptr && context_->handle != nullptr) {
+    EXPECT_EQ(Gl().GetError(), 0u) << "a GL error was left behind";
+  }
+  context_.reset();
+  if (!capturing_) return;
+  output_ += ::testing::internal::GetCapturedStdout();
+  std::istringstream lines(output_);
+  std::string errors;
+  for (std::string line; std::getline(lines, line);) {
+    if (line.starts_with("[ERROR] ") || line.starts_with("[WARNING] ")) errors += line + '\n';
+    if (!line.starts_with("[INFO] ") && (!errorsExpected_ || !line.starts_with("[ERROR] "))) std::puts(line.c_str());
+  }
+  if (!errorsExpected_) {
+    EXPECT_EQ(errors, "") << "the library logged errors";
+  }
+  std::fputs(report_.c_str(), stdout);
+  std::fflush(stdout);
+}
+
+std::string TableTest::TakeLog() {
+  const std::string log = ::testing::internal::GetCapturedStdout();
+  output_ += log;
+  ::testing::internal::CaptureStdout();
+  return log;
+}
+
+void TableTest::Report(const std::string& what, const Errors& errors) {
+  char text[64];
+  std::snprintf(text, sizeof text, "%.3f/255 in %zu values", errors.largest, errors.compared);
+  RecordProperty("largest_error", text);
+  report_ += "             " + what + ": largest error " + text + '\n';
+}
+
+void TableTest::ClearPools() {
+  EXPECT_TRUE(gl_.ClearTexturePool());
+  EXPECT_TRUE(gl_.ClearRenderBufferPool());
+  EXPECT_TRUE(gl_.ClearPixelBufferPool());
+}
+
+}  // namespace qvg::test

@@ -1,0 +1,111 @@
+// The running library as the tests see it: handles that give themselves back, and a fixture with a current context.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "frames.h"
+#include "image.h"
+#include "qvGLRenderer/qvGLRenderer.h"
+#include "reference.h"
+
+namespace qvg::test {
+
+/// The table; the library is started by the first call and released when the program ends.
+const QVGGLRendererInterface& Table();
+
+struct GiveBack {
+  void operator()(QVGTexture* texture) const { Table().ReleaseTexture(&texture); }
+  void operator()(QVGFrameBuffer* frameBuffer) const { Table().DestroyFrameBuffer(&frameBuffer); }
+};
+using TexturePtr = std::unique_ptr<QVGTexture, GiveBack>;
+using FrameBufferPtr = std::unique_ptr<QVGFrameBuffer, GiveBack>;
+
+/// A context of the library, current on the calling thread for this object's life.
+class CurrentContext {
+ public:
+  CurrentContext();
+  ~CurrentContext();
+  CurrentContext(const CurrentContext&) = delete;
+  CurrentContext& operator=(const CurrentContext&) = delete;
+  QVGGLContext* handle = nullptr;
+};
+
+/// A descriptor that a read-back fills; its memory is given back at the end.
+class ReadBack {
+ public:
+  ReadBack() = default;
+  ~ReadBack() { Release(); }
+  ReadBack(const ReadBack&) = delete;
+  ReadBack& operator=(const ReadBack&) = delete;
+  void Release();
+  QVGPixelBuffer* operator->() { return &buffer; }
+  QVGPixelBuffer buffer = {};
+};
+
+/// The GL calls that a host might make beside the library.
+struct GL {
+  unsigned (*GetError)();
+  void (*GetIntegerv)(unsigned, int*);
+  void (*BindTexture)(unsigned, unsigned);
+  void (*GetTexImage)(unsigned, int, unsigned, unsigned, void*);
+  void (*BindFramebuffer)(unsigned, unsigned);
+  void (*ReadPixels)(int, int, int, int, unsigned, unsigned, void*);
+  unsigned char (*IsTexture)(unsigned);
+};
+const GL& Gl();
+constexpr unsigned kGLFramebuffer = 0x8D40, kGLTexture2D = 0x0DE1, kGLRGBA = 0x1908, kGLUnsignedByte = 0x1401;
+
+/// Kinds of GL objects. Contexts share all but frame buffers, which some drivers share, and vertex arrays.
+enum Names { kTextures, kBuffers, kRenderBuffers, kFrameBuffers, kVertexArrays, kPrograms, kShaders };
+/// The names of the kind that live as the current context sees it.
+std::vector<unsigned> LiveNames(Names kind);
+/// How many live, kind by kind.
+std::vector<size_t> NameCounts();
+
+TexturePtr Upload(const Frame& frame, bool flipped = false);
+/// A texture with these texels, texture row 0 first.
+TexturePtr Upload(const Image& picture);
+/// Leaves idle textures in the pools, larger than this and full of something else, such as an upload of the format
+/// uses.
+void LeaveGarbage(int code, int width, int height);
+FrameBufferPtr Target(QVGTexture* texture, const QVGCamera* camera = nullptr, bool depth = false);
+
+/// The bytes of a read-back as pictures.
+Image PixelsOf(const QVGPixelBuffer& buffer);
+Planes PlanesOf(const QVGPixelBuffer& buffer);
+/// What the texture's content holds as sampled, texture row 0 first.
+Image Content(QVGTexture* texture);
+/// The whole storage as stored.
+Image Storage(QVGTexture* texture);
+
+std::string Size(int width, int height);
+
+/// Runs with a context of its own, empty pools, and standard output captured: a test during which the library logs an
+/// error fails unless it says that errors belong to it.
+class TableTest : public ::testing::Test {
+ protected:
+  void SetUp() override;
+  void TearDown() override;
+
+  /// The library's lines since the last call.
+  std::string TakeLog();
+  void ExpectErrorLines() { errorsExpected_ = true; }
+  /// States the largest error of a comparison, in steps of 1/255.
+  void Report(const std::string& what, const Errors& errors);
+  void ClearPools();
+
+  const QVGGLRendererInterface& gl_ = Table();
+  std::unique_ptr<CurrentContext> context_;
+
+ private:
+  bool errorsExpected_ = false;
+  bool capturing_ = false;
+  std::string output_;
+  std::string report_;
+};
+
+}  // namespace qvg::test

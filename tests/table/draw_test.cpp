@@ -1,0 +1,412 @@
+// Draws through frame buffers, compared with the same formulas on the CPU.
+#include <algorithm>
+#include <functional>
+#include <set>
+
+#include "support/table_test.h"
+
+namespace qvg::test {
+namespace {
+
+// In steps from the exact value: half a one for the rounding of the result and, for a driver that filters with 8 bits,
+// one for the sample's colour and one for its alpha where it blends.
+constexpr double kLimit = 2.51;
+
+class DrawTest : public TableTest {
+ protected:
+  // A texture with the picture, in fresh storage or in larger storage that holds something else.
+  TexturePtr Make(const Image& picture, bool recycled) {
+    EXPECT_TRUE(gl_.ClearTexturePool());
+    if (recycled) LeaveGarbage(QVG_FORMAT_RGBA, picture.width, picture.height);
+    return Upload(picture);
+  }
+
+  // Draws the scene into a texture and compares it.
+  void ExpectScene(const DrawScene& scene, bool recycled, Errors& errors, double limit = kLimit) {
+    const TexturePtr source = Make(scene.source, recycled);
+    const TexturePtr target = Make(scene.target, recycled);
+    const TexturePtr matte = scene.matte.empty() ? nullptr : Make(scene.matte, recycled);
+    ASSERT_TRUE(gl_.SetTextureRotation(source.get(), scene.quarterTurns));
+    const FrameBufferPtr frameBuffer = Target(target.get(), &scene.camera);
+    QVGDrawTextureParams params = scene.params;
+    params.matteTexture = matte.get();
+    ASSERT_TRUE(gl_.DrawTexture(source.get(), frameBuffer.get(), &params));
+    const DrawResult expected = ExpectedDraw(scene);
+    EXPECT_EQ(Compare(expected.image, Content(target.get()), limit, errors, expected.onEdge), "");
+    gl_.SetTextureRotation(source.get(), 0);
+    Errors none;
+    EXPECT_EQ(Compare(scene.source, Content(source.get()), 0.01, none), "") << "the source was changed";
+  }
+};
+
+DrawScene Scene(const Image& source, const Image& target) {
+  DrawScene scene;
+  scene.source = source;
+  scene.target = target;
+  scene.camera = DefaultCamera(target.width, target.height);
+  return scene;
+}
+
+void Set(double (&to)[3], double x, double y, double z) { to[0] = x, to[1] = y, to[2] = z; }
+void Set(double (&to)[2], double x, double y) { to[0] = x, to[1] = y; }
+
+struct Geometry {
+  const char* what;
+  int turns;
+  void (*change)(DrawScene&);
+};
+
+const Geometry kGeometries[] = {
+    {"as it is", 0, [](DrawScene&) {}},
+    {"moved", 0, [](DrawScene& s) { Set(s.params.translation, 7.3, -5.4, 0); }},
+    {"scaled", 0, [](DrawScene& s) { Set(s.params.scale, 0.6, 1.7, 1); }},
+    {"mirrored and flipped", 0, [](DrawScene& s) { Set(s.params.scale, -1.1, -0.9, 1); }},
+    {"turned about z, off its anchor", 0,
+     [](DrawScene& s) {
+       Set(s.params.anchor, 5, -3, 0);
+       Set(s.params.rotation, 0, 0, 30);
+       Set(s.params.scale, 1.2, 0.8, 1);
+       Set(s.params.translation, -4.1, 6.2, 0);
+     }},
+    {"turned about all axes", 0,
+     [](DrawScene& s) {
+       Set(s.params.rotation, 40, 25, 15);
+       Set(s.params.anchor, 2, 1, -9);
+       Set(s.params.translation, 1.3, 2.1, 40);
+     }},
+    {"size factors", 0,
+     [](DrawScene& s) {
+       s.params.useSizeFactor = true;
+       Set(s.params.sizeFactor, 1.45, 0.55);
+     }},
+    {"size factors switched off", 0, [](DrawScene& s) { Set(s.params.sizeFactor, 1.45, 0.55); }},
+    {"one quarter turn", 1, [](DrawScene&) {}},
+    {"two quarter turns", 2, [](DrawScene&) {}},
+    {"three quarter turns", 3, [](DrawScene&) {}},
+    {"five quarter turns, size factors, turned", 5,
+     [](DrawScene& s) {
+       s.params.useSizeFactor = true;
+       Set(s.params.sizeFactor, 0.8, 1.3);
+       Set(s.params.rotation, 0, 0, -20);
+     }},
+    {"half as opaque", 0, [](DrawScene& s) { s.params.opacity = 0.45; }},
+    {"simple matte", 0,
+     [](DrawScene& s) {
+       s.params.simpleMatte = true;
+       Set(s.params.simpleMatteSize, 0.5, 0.6);
+     }},
+    {"simple matte switched off", 0, [](DrawScene& s) { Set(s.params.simpleMatteSize, 0.5, 0.6); }},
+    {"narrow orthographic camera, off the centre", 0,
+     [](DrawScene& s) { s.camera.left = -20, s.camera.right = 13, s.camera.top = 15, s.camera.bottom = -11; }},
+    {"camera from behind, upside down", 0,
+     [](DrawScene& s) {
+       s.camera.eye[2] = -800;
+       s.camera.up[1] = -1;
+     }},
+    {"perspective", 0, [](DrawScene& s) { s.camera.projection = 0; }},
+    {"perspective, turned and near", 3,
+     [](DrawScene& s) {
+       s.camera.projection = 0;
+       Set(s.params.rotation, 20, 55, 10);
+       Set(s.params.translation, 3, -2, 300);
+     }},
+    {"perspective from the side", 0,
+     [](DrawScene& s) {
+       s.camera.projection = 2;
+       s.camera.fovy = 0.9f;
+       s.camera.eye[0] = 30, s.camera.eye[1] = 12, s.camera.eye[2] = 45;
+       s.camera.centre[0] = 3;
+       s.camera.up[0] = 0.2f;
+     }},
+};
+
+TEST_F(DrawTest, GeometryInFreshAndRecycledStorage) {
+  Errors errors;
+  for (const Geometry& geometry : kGeometries) {
+    for (const bool recycled : {false, true}) {
+      for (const int blend : {QVG_BLEND_NONE, QVG_BLEND_NORMAL, QVG_BLEND_SCREEN}) {
+        for (const auto& [width, height] : {std::pair(64, 48), std::pair(51, 63)}) {
+          SCOPED_TRACE(std::string(geometry.what) + (recycled ? ", recycled" : "") + ", blend " +
+                       std::to_string(blend) + ", into " + Size(width, height));
+          DrawScene scene = Scene(Picture(37, 23, 1), Picture(width, height, 2));
+          scene.quarterTurns = geometry.turns;
+          // Pixel centres meet texels off their centres, whatever the sizes.
+          scene.params.translation[0] = 0.3;
+          scene.params.translation[1] = -0.2;
+          geometry.change(scene);
+          scene.params.blendType = blend;
+          ExpectScene(scene, recycled, errors);
+        }
+      }
+    }
+  }
+  Report("draws with transforms and cameras", errors);
+}
+
+TEST_F(DrawTest, NullParametersMeanTheDefaults) {
+  Errors errors;
+  const TexturePtr source = Upload(Picture(64, 48, 1)), target = Upload(Picture(64, 48, 2));
+  const FrameBufferPtr frameBuffer = Target(target.get());
+  ASSERT_TRUE(gl_.DrawTexture(source.get(), frameBuffer.get(), nullptr));
+  EXPECT_EQ(Compare(Picture(64, 48, 1), Content(target.get()), 0.01, errors), "");
+}
+
+// ---- Blends: every colour of the source meets every colour of the target ----
+
+constexpr int kCell = 3;  // texels; only the middle one is compared, so no neighbour takes part in a sample
+
+std::vector<Color> Palette(bool target) {
+  static constexpr int kColors[][3] = {{0, 0, 0},     {255, 255, 255}, {230, 40, 120}, {51, 153, 204},
+                                       {20, 200, 60}, {128, 127, 129}, {255, 0, 90},   {64, 250, 240}};
+  std::vector<Color> palette;
+  for (const int alpha : {0, 128, 255})
+    for (const auto& c : kColors)
+      palette.push_back(target ? Color{c[2] / 255.0, c[0] / 255.0, c[1] / 255.0, (alpha == 128 ? 90 : alpha) / 255.0}
+                               : Color{c[0] / 255.0, c[1] / 255.0, c[2] / 255.0, alpha / 255.0});
+  return palette;
+}
+
+Image Cells(const std::function<Color(size_t, size_t)>& colorAt) {
+  const int cells = static_cast<int>(Palette(false).size());
+  return MakeImage(cells * kCell, cells * kCell, [&](int x, int y) { return colorAt(x / kCell, y / kCell); });
+}
+
+constexpr int kBlendTypes[] = {QVG_BLEND_NONE,
+                               QVG_BLEND_NORMAL,
+                               QVG_BLEND_ADD,
+                               QVG_BLEND_LUMINOSITY,
+                               QVG_BLEND_COLOR_BURN,
+                               QVG_BLEND_COLOR_DODGE,
+                               QVG_BLEND_DARKEN,
+                               QVG_BLEND_DARKER_COLOR,
+                               QVG_BLEND_HARD_LIGHT,
+                               QVG_BLEND_LIGHTEN,
+                               QVG_BLEND_MULTIPLY,
+                               QVG_BLEND_OVERLAY,
+                               QVG_BLEND_SCREEN,
+                               QVG_BLEND_ERASE_ALPHA,
+                               QVG_BLEND_ERASE_LUMA,
+                               QVG_BLEND_SOFT_LIGHT,
+                               QVG_BLEND_MASK_ALPHA,
+                               QVG_BLEND_MASK_LUMA,
+                               5,
+                               36,
+                               -2};  // not listed
+
+TEST_F(DrawTest, EveryBlendOfEveryAlpha) {
+  Errors errors;
+  const std::vector<Color> sources = Palette(false), targets = Palette(true);
+  DrawScene scene =
+      Scene(Cells([&](size_t x, size_t) { return sources[x]; }), Cells([&](size_t, size_t y) { return targets[y]; }));
+  const Image matte = Quantised(Cells([](size_t x, size_t y) -> Color {
+    return {(2 * x + y) % 5 / 4.0, 0.5, 1, (x + 3 * y) % 4 / 3.0};
+  }));
+  std::vector<bool> skip(scene.target.texels.size());
+  for (size_t i = 0; i < skip.size(); ++i)
+    skip[i] = i % scene.target.width % kCell != 1 || i / scene.target.width % kCell != 1;
+  const TexturePtr source = Make(scene.source, true), matteTexture = Make(matte, false);
+  const TexturePtr target = Make(scene.target, true);
+  const FrameBufferPtr frameBuffer = Target(target.get());
+  const Frame background =
+      MakeFrame(Layouts(QVG_FORMAT_RGBA, scene.target.width, scene.target.height).front(), scene.target);
+
+  for (const int blend : kBlendTypes) {
+    scene.params.blendType = blend;
+    for (const int matteType : {-1, 0, 1, 2, 3, 4, 5}) {
+      SCOPED_TRACE("blend " + std::to_string(blend) + ", matte " + std::to_string(matteType));
+      // -1: the programs without a matte.
+      scene.matte = matteType < 0 ? Image() : matte;
+      scene.params.matteType = std::max(0, matteType);
+      scene.params.matteTexture = matteType < 0 ? nullptr : matteTexture.get();
+      scene.params.opacity = matteType < 1 ? 1 : 0.7;
+      scene.params.simpleMatte = matteType == 2;
+      Set(scene.params.simpleMatteSize, 0.7, 0.8);
+      ASSERT_TRUE(gl_.UploadPixelBufferToTexture(target.get(), &background.buffer, false, false, {}));
+      ASSERT_TRUE(gl_.DrawTexture(source.get(), frameBuffer.get(), &scene.params));
+      EXPECT_EQ(Compare(ExpectedDraw(scene).image, Content(target.get()), 0.6, errors, skip), "");
+    }
+  }
+  Report("blends and mattes of flat colours", errors);
+}
+
+TEST_F(DrawTest, MattesLieOverTheTargetsContent) {
+  Errors errors;
+  for (const int type : {0, 1, 2, 3, 4, 9}) {
+    for (const int blend : {QVG_BLEND_NONE, QVG_BLEND_NORMAL, QVG_BLEND_MULTIPLY}) {
+      for (const bool recycled : {false, true}) {
+        SCOPED_TRACE("matte " + std::to_string(type) + ", blend " + std::to_string(blend) +
+                     (recycled ? ", recycled" : ""));
+        DrawScene scene = Scene(Picture(40, 40, 3), Picture(63, 47, 4));
+        scene.matte = Picture(29, 36, 5);
+        scene.params.matteType = type;
+        scene.params.blendType = blend;
+        scene.params.opacity = 0.8;
+        Set(scene.params.translation, 4.3, 1.8, 0);
+        ExpectScene(scene, recycled, errors, kLimit + 1);  // the matte is filtered as well
+        scene.matte = {};
+        ExpectScene(scene, recycled, errors);  // a matte type without a texture is none
+      }
+    }
+  }
+  Report("mattes of other sizes", errors);
+}
+
+TEST_F(DrawTest, SourceOrMatteMayBeTheTarget) {
+  Errors errors;
+  for (const bool recycled : {false, true}) {
+    for (const int blend : {QVG_BLEND_NONE, QVG_BLEND_NORMAL, QVG_BLEND_OVERLAY}) {
+      for (int which = 1; which < 4; ++which) {
+        SCOPED_TRACE(std::string(which & 1 ? "source " : "") + (which & 2 ? "matte " : "") + "blend " +
+                     std::to_string(blend) + (recycled ? ", recycled" : ""));
+        DrawScene scene = Scene(Picture(64, 48, which & 1 ? 7 : 6), Picture(64, 48, 7));
+        if (which & 2) scene.matte = scene.target;
+        scene.params.matteType = which & 2 ? QVG_MATTE_ALPHA_INVERTED : QVG_MATTE_NONE;
+        scene.params.blendType = blend;
+        Set(scene.params.rotation, 0, 0, 160);
+        Set(scene.params.scale, 0.9, 0.7, 1);
+        const TexturePtr source = Make(scene.source, recycled), target = Make(scene.target, recycled);
+        const FrameBufferPtr frameBuffer = Target(target.get());
+        scene.params.matteTexture = which & 2 ? target.get() : nullptr;
+        ASSERT_TRUE(gl_.DrawTexture(which & 1 ? target.get() : source.get(), frameBuffer.get(), &scene.params));
+        const DrawResult expected = ExpectedDraw(scene);
+        EXPECT_EQ(Compare(expected.image, Content(target.get()), kLimit, errors, expected.onEdge), "");
+      }
+    }
+  }
+  Report("draws of the target itself", errors);
+}
+
+TEST_F(DrawTest, DepthTestHidesWhatLiesBehind) {
+  Errors errors;
+  for (const bool recycled : {false, true}) {
+    for (const bool first : {false, true}) {
+      SCOPED_TRACE(std::string(first ? "tested twice" : "tested once") + (recycled ? ", recycled" : ""));
+      if (recycled) gl_.PreallocateRenderBuffers(190, 160, 1);
+      const TexturePtr target = Make(Picture(64, 48, 1), recycled);
+      const FrameBufferPtr frameBuffer = Target(target.get(), nullptr, true);
+      const double clear[4] = {0.2, 0.4, 0.6, 0.8};
+      ASSERT_TRUE(gl_.ClearFrameBuffer(frameBuffer.get(), clear));
+      Image expected(64, 48, {0.2, 0.4, 0.6, 0.8});
+      std::vector<double> depth(expected.texels.size(), 1);
+      std::vector<bool> skip(expected.texels.size());
+      // Two planes that cross, the second one as wide as the target: a depth buffer that misses a corner shows.
+      for (int i = 0; i < 2; ++i) {
+        DrawScene scene = Scene(Picture(80, 80, 2 + i), expected);
+        scene.params.depthTest = i == 1 || first;
+        Set(scene.params.translation, i == 0 ? -31.3 : 0.1, 0.2, 5);
+        Set(scene.params.rotation, 0, i == 0 ? 0 : 50, 0);
+        Set(scene.params.scale, i == 0 ? 1 : 1.7, 1, 1);
+        const TexturePtr source = Make(scene.source, recycled);
+        ASSERT_TRUE(gl_.DrawTexture(source.get(), frameBuffer.get(), &scene.params));
+        const DrawResult drawn = ExpectedDraw(scene);
+        for (size_t p = 0; p < skip.size(); ++p) {
+          skip[p] = skip[p] || drawn.onEdge[p] || (i == 1 && std::abs(drawn.depth[p] - depth[p]) < 1e-6);
+          if (drawn.depth[p] > 1 || (scene.params.depthTest && drawn.depth[p] > depth[p])) continue;
+          expected.texels[p] = drawn.image.texels[p];
+          if (scene.params.depthTest) depth[p] = drawn.depth[p];
+        }
+      }
+      EXPECT_EQ(Compare(expected, Content(target.get()), kLimit, errors, skip), "");
+    }
+  }
+  Report("draws with a depth test", errors);
+}
+
+TEST_F(DrawTest, EqualDepthPasses) {
+  Errors errors;
+  const TexturePtr target = Upload(Picture(64, 48, 1)), source = Upload(Picture(64, 48, 2));
+  const TexturePtr over = Upload(Picture(64, 48, 3));
+  const FrameBufferPtr frameBuffer = Target(target.get(), nullptr, true);
+  const double clear[4] = {};
+  ASSERT_TRUE(gl_.ClearFrameBuffer(frameBuffer.get(), clear));
+  QVGDrawTextureParams params = DefaultParams();
+  params.depthTest = true;
+  ASSERT_TRUE(gl_.DrawTexture(source.get(), frameBuffer.get(), &params));
+  ASSERT_TRUE(gl_.DrawTexture(over.get(), frameBuffer.get(), &params));
+  EXPECT_EQ(Compare(Picture(64, 48, 3), Content(target.get()), 0.01, errors), "");
+  // The test stays with its draw.
+  params.depthTest = false;
+  params.translation[2] = -50;
+  ASSERT_TRUE(gl_.DrawTexture(source.get(), frameBuffer.get(), &params));
+  EXPECT_EQ(Compare(Picture(64, 48, 2), Content(target.get()), 0.01, errors), "");
+}
+
+// A frame buffer's own colour buffer has no slot that reads it: GL does.
+TEST_F(DrawTest, OwnColourBufferBlendsWithItsContent) {
+  Errors errors;
+  for (const bool recycled : {false, true}) {
+    SCOPED_TRACE(recycled ? "recycled" : "fresh");
+    EXPECT_TRUE(gl_.ClearRenderBufferPool());
+    if (recycled) gl_.PreallocateRenderBuffers(100, 91, 1);
+    const int left = recycled ? (100 - 63) / 2 : 0, bottom = recycled ? (91 - 46) / 2 : 0;
+    const std::vector<unsigned> before = LiveNames(kFrameBuffers);
+    const FrameBufferPtr frameBuffer(gl_.CreateFrameBuffer(63, 46, true, false));
+    ASSERT_NE(frameBuffer, nullptr);
+    const double clear[4] = {0.2, 0.8, 0.4, 0.6};
+    ASSERT_TRUE(gl_.ClearFrameBuffer(frameBuffer.get(), clear));
+    unsigned name = 0;
+    for (const unsigned live : LiveNames(kFrameBuffers))
+      if (std::find(before.begin(), before.end(), live) == before.end()) name = live;
+    ASSERT_NE(name, 0u);
+
+    Image expected(63, 46, {0.2, 0.8, 0.4, 0.6});
+    std::vector<bool> skip(expected.texels.size());
+    for (const int blend : {QVG_BLEND_NONE, QVG_BLEND_MULTIPLY, QVG_BLEND_NORMAL}) {
+      SCOPED_TRACE("blend " + std::to_string(blend));
+      DrawScene scene = Scene(Picture(37, 31, blend + 3), expected);
+      scene.params.blendType = blend;
+      Set(scene.params.translation, 12.3, -7.8 + blend, 0);
+      const TexturePtr source = Make(scene.source, recycled);
+      ASSERT_TRUE(gl_.DrawTexture(source.get(), frameBuffer.get(), &scene.params));
+      const DrawResult drawn = ExpectedDraw(scene);
+      expected = Quantised(drawn.image);
+      for (size_t i = 0; i < skip.size(); ++i) skip[i] = skip[i] || drawn.onEdge[i];
+    }
+    std::vector<uint8_t> bytes(63 * 46 * 4);
+    QVGPixelBuffer read = {};
+    read.plane[0] = bytes.data();
+    read.stride[0] = 63 * 4, read.width = 63, read.height = 46;
+    Gl().BindFramebuffer(kGLFramebuffer, name);
+    Gl().ReadPixels(left, bottom, 63, 46, kGLRGBA, kGLUnsignedByte, bytes.data());
+    Gl().BindFramebuffer(kGLFramebuffer, 0);
+    // Three draws, each rounded, of which the second and third scale the error.
+    EXPECT_EQ(Compare(expected, PixelsOf(read), 3, errors, skip), "");
+  }
+  Report("draws into an own colour buffer", errors);
+}
+
+TEST_F(DrawTest, FrameBufferTakesOneTextureAfterAnother) {
+  Errors errors;
+  const Image pictures[] = {Picture(64, 48, 1), Picture(32, 40, 2)};
+  const TexturePtr targets[] = {Upload(pictures[0]), Upload(pictures[1])};
+  const TexturePtr source = Upload(Picture(30, 20, 3));
+  const FrameBufferPtr frameBuffer = Target(targets[0].get());
+  for (const int i : {0, 1, 0}) {
+    ASSERT_TRUE(gl_.BindTextureToFrameBuffer(frameBuffer.get(), targets[i].get()));
+    const Frame fresh = MakeFrame(Layouts(QVG_FORMAT_RGBA, pictures[i].width, pictures[i].height)[0], pictures[i]);
+    ASSERT_TRUE(gl_.UploadPixelBufferToTexture(targets[i].get(), &fresh.buffer, false, false, {}));
+    DrawScene scene = Scene(Picture(30, 20, 3), pictures[i]);
+    scene.camera = DefaultCamera(64, 48);  // the camera stays
+    Set(scene.params.translation, 0.4, 0.1, 0);
+    ASSERT_TRUE(gl_.DrawTexture(source.get(), frameBuffer.get(), &scene.params));
+    const DrawResult expected = ExpectedDraw(scene);
+    EXPECT_EQ(Compare(expected.image, Content(targets[i].get()), kLimit, errors, expected.onEdge), "");
+  }
+}
+
+TEST_F(DrawTest, BuffersOfAnotherSizeRefuseATexture) {
+  ExpectErrorLines();
+  const TexturePtr texture = Upload(Picture(64, 48, 1)), other = Upload(Picture(64, 47, 1));
+  QVGFrameBufferDesc description = {64, 48, 0, true, false, DefaultCamera(64, 48)};
+  const FrameBufferPtr depth(gl_.CreateFrameBufferFromDesc(&description));
+  const FrameBufferPtr own(gl_.CreateFrameBuffer(64, 48, true, true));
+  for (QVGFrameBuffer* frameBuffer : {depth.get(), own.get()}) {
+    EXPECT_TRUE(gl_.BindTextureToFrameBuffer(frameBuffer, texture.get()));
+    TakeLog();
+    EXPECT_FALSE(gl_.BindTextureToFrameBuffer(frameBuffer, other.get()));
+    EXPECT_NE(TakeLog().find("color texture size not equal frambuffer size"), std::string::npos);
+  }
+}
+
+}  // namespace
+}  // namespace qvg::test

@@ -1,0 +1,251 @@
+// Uploads of every format, read back and compared with the same formulas on the CPU.
+#include <cmath>
+#include <cstring>
+
+#include "support/table_test.h"
+
+namespace qvg::test {
+namespace {
+
+using UploadTest = TableTest;
+
+constexpr int kSizes[][2] = {{1, 1}, {5, 3}, {37, 23}, {64, 48}};
+constexpr QVGColor kNoMatte = {};
+
+// In steps from the exact value. Packed frames are stored as they come, rounded once where they have fewer bits. A YUV
+// frame is the sum of samples times up to 1.772; a driver that filters with 8 bits may be a step off with each.
+constexpr double kYuvLimit = 3.3;
+double Limit(const Format& format) {
+  if (format.yuv()) return kYuvLimit;
+  return format.code == QVG_FORMAT_RGBX332 ? 0.51 : 0.01;
+}
+
+// 3, 3 and 2 bits; a driver may keep more of them.
+std::vector<Image> Expected(const Frame& frame, int width, int height) {
+  std::vector<Image> images = ExpectedUploads(frame, width, height);
+  if (frame.layout.code != QVG_FORMAT_RGBX332) return images;
+  images.push_back(images.front());
+  for (Color& color : images.back().texels)
+    for (int c = 0; c < 3; ++c) {
+      const double levels = c == 2 ? 3 : 7;
+      color[c] = std::floor(color[c] * levels + 0.5) / levels;
+    }
+  return images;
+}
+
+void Erase(Frame& frame) {
+  for (GuardedBlock& block : frame.memory) std::memset(block.data(), 0, block.size());
+}
+
+// Everything around the content.
+Image Surroundings(QVGTexture* texture) {
+  Image storage = Storage(texture);
+  const int width = static_cast<int>(Table().GetTextureWidth(texture));
+  const int height = static_cast<int>(Table().GetTextureHeight(texture));
+  const int left = (storage.width - width) / 2, bottom = (storage.height - height) / 2;
+  for (int y = bottom; y < bottom + height; ++y)
+    for (int x = left; x < left + width; ++x) storage.at(x, y) = {};
+  return storage;
+}
+
+TEST_F(UploadTest, EveryFormatSizeAndStrideIntoNewTextures) {
+  Errors packed, yuv;
+  for (const Format& format : Formats()) {
+    for (const auto& [width, height] : kSizes) {
+      for (const bool recycled : {false, true}) {
+        ClearPools();
+        if (recycled) LeaveGarbage(format.code, width, height);
+        for (const Layout& layout : Layouts(format.code, width, height)) {
+          for (const bool flipped : {false, true}) {
+            SCOPED_TRACE(layout.name + ", " + Size(width, height) + (recycled ? ", recycled" : "") +
+                         (flipped ? ", flipped" : ""));
+            Frame frame = MakeFrame(layout, flipped ? 1 : 2);
+            const TexturePtr texture = Upload(frame, flipped);
+            ASSERT_NE(texture, nullptr);
+            Erase(frame);  // the library has no business with it any more
+            EXPECT_EQ(gl_.GetTextureWidth(texture.get()), static_cast<unsigned>(width));
+            EXPECT_EQ(gl_.GetTextureHeight(texture.get()), static_cast<unsigned>(height));
+            EXPECT_EQ(gl_.GetTextureFlipped(texture.get()), !flipped);
+            EXPECT_EQ(gl_.GetTextureRotation(texture.get()), 0u);
+            EXPECT_EQ(gl_.GetTextureAllocatedWidth(texture.get()) > static_cast<unsigned>(width) + 1, recycled);
+            EXPECT_EQ(Compare(Expected(frame, width, height), Content(texture.get()), Limit(format),
+                              format.yuv() ? yuv : packed),
+                      "");
+          }
+        }
+      }
+    }
+  }
+  Report("upload of packed formats", packed);
+  Report("upload of YUV formats", yuv);
+}
+
+TEST_F(UploadTest, IntoATextureThatHoldsAnotherFrame) {
+  Errors packed, yuv;
+  for (const Format& format : Formats()) {
+    for (const auto& [width, height] : kSizes) {
+      for (const Layout& layout : Layouts(format.code, width, height)) {
+        SCOPED_TRACE(layout.name + ", " + Size(width, height));
+        const TexturePtr texture = Upload(MakeFrame(format.code, 71, 52, 5));
+        ASSERT_NE(texture, nullptr);
+        // A YUV frame is scaled to the content, a packed one becomes the content.
+        const int contentWidth = format.yuv() ? 71 : width, contentHeight = format.yuv() ? 52 : height;
+        const Image before = Storage(texture.get());
+        gl_.SetTextureChannelOrder(texture.get(), 0);
+        const Frame frame = MakeFrame(layout, 3);
+        ASSERT_TRUE(gl_.UploadPixelBufferToTexture(texture.get(), &frame.buffer, true, false, kNoMatte));
+        EXPECT_FALSE(gl_.GetTextureFlipped(texture.get()));
+        EXPECT_EQ(gl_.GetTextureWidth(texture.get()), static_cast<unsigned>(contentWidth));
+        EXPECT_EQ(gl_.GetTextureHeight(texture.get()), static_cast<unsigned>(contentHeight));
+        EXPECT_EQ(Compare(Expected(frame, contentWidth, contentHeight), Content(texture.get()), Limit(format),
+                          format.yuv() ? yuv : packed),
+                  "");
+        const Image around = Surroundings(texture.get());
+        Errors none;
+        std::vector<bool> content;
+        for (const Color& color : around.texels) content.push_back(color == Color{});
+        EXPECT_EQ(Compare(before, around, 0, none, content), "") << "written outside the content";
+      }
+    }
+  }
+  Report("upload of packed formats into a texture", packed);
+  Report("upload of YUV formats into a texture, scaled", yuv);
+}
+
+TEST_F(UploadTest, TurnedTextureKeepsTheFrameUpright) {
+  const TexturePtr texture(gl_.AcquireTexture(64, 48));
+  gl_.SetTextureRotation(texture.get(), 1);
+  const Frame frame = MakeFrame(QVG_FORMAT_NV12, 64, 48, 4);
+  ASSERT_TRUE(gl_.UploadPixelBufferToTexture(texture.get(), &frame.buffer, false, false, kNoMatte));
+  Errors errors;
+  EXPECT_EQ(Compare(ExpectedUpload(frame, 64, 48), Content(texture.get()), kYuvLimit, errors), "");
+}
+
+TEST_F(UploadTest, MatteKeysOneColourOut) {
+  Errors errors;
+  for (const int code : {QVG_FORMAT_RGBA, QVG_FORMAT_ARGB, QVG_FORMAT_BGRA, QVG_FORMAT_ABGR}) {
+    for (const auto& [width, height] : kSizes) {
+      // Around the key colour: itself, and a step off in each channel and direction.
+      const Color key = {20 / 255.0, 200 / 255.0, 90 / 255.0, 130 / 255.0};
+      Image picture = Picture(width, height, 6);
+      for (size_t i = 0; i < picture.texels.size(); i += 2) {
+        const int which = static_cast<int>(i / 2 % 9);
+        picture.texels[i] = key;
+        if (which > 0) picture.texels[i][(which - 1) / 2] += (which % 2 == 0 ? 1 : -1) / 255.0;
+      }
+      for (const double offset : {0.0, 0.002}) {
+        const QVGColor matte = {key[0] + offset, key[1] + offset, key[2] + offset, key[3] + offset};
+        for (const bool recycled : {false, true}) {
+          ClearPools();
+          if (recycled) LeaveGarbage(code, width, height);
+          for (const Layout& layout : Layouts(code, width, height)) {
+            for (const bool flipped : {false, true}) {
+              SCOPED_TRACE(layout.name + ", " + Size(width, height) + (recycled ? ", recycled" : "") +
+                           (flipped ? ", flipped" : ""));
+              const Frame frame = MakeFrame(layout, picture);
+              const TexturePtr texture(gl_.UploadPixelBufferToNewTexture(&frame.buffer, flipped, true, matte));
+              ASSERT_NE(texture, nullptr);
+              EXPECT_TRUE(gl_.GetTextureFlipped(texture.get()));
+              const Image matted = Matted(picture, matte);
+              EXPECT_EQ(Compare(flipped ? FlippedRows(matted) : matted, Content(texture.get()), 0.01, errors), "");
+            }
+          }
+        }
+      }
+    }
+  }
+  Report("upload with a matte", errors);
+}
+
+TEST_F(UploadTest, MatteTakesTheFramesSizeAndIsForFourBytePixelsOnly) {
+  Errors errors;
+  const Image picture = Picture(20, 30, 8);
+  const Color key = picture.at(7, 9);
+  const QVGColor matte = {key[0], key[1], key[2], key[3]};
+  const TexturePtr texture = Upload(Picture(64, 48, 9));
+  const Frame frame = MakeFrame(Layouts(QVG_FORMAT_ARGB, 20, 30).front(), picture);
+  ASSERT_TRUE(gl_.UploadPixelBufferToTexture(texture.get(), &frame.buffer, false, true, matte));
+  EXPECT_EQ(Compare(Matted(picture, matte), Content(texture.get()), 0.01, errors), "");
+
+  for (const int code : {QVG_FORMAT_RGB, QVG_FORMAT_BGR, QVG_FORMAT_NV12, QVG_FORMAT_I444}) {
+    SCOPED_TRACE(FormatOf(code).name);
+    const Frame plain = MakeFrame(code, 20, 30, 8);
+    const Image expected = ExpectedUpload(plain, 20, 30);
+    const Color& pixel = expected.at(7, 9);
+    const TexturePtr kept(
+        gl_.UploadPixelBufferToNewTexture(&plain.buffer, true, true, {pixel[0], pixel[1], pixel[2], 1}));
+    ASSERT_NE(kept, nullptr);
+    EXPECT_FALSE(gl_.GetTextureFlipped(kept.get()));
+    EXPECT_EQ(Compare(expected, Content(kept.get()), kYuvLimit, errors), "");
+  }
+}
+
+// ---- Frames that can't be ----
+
+struct BadFrame {
+  const char* what;
+  int code;
+  void (*spoil)(QVGPixelBuffer&);
+};
+
+const BadFrame kBadFrames[] = {
+    {"no plane 0", QVG_FORMAT_RGBA, [](QVGPixelBuffer& b) { b.plane[0] = nullptr; }},
+    {"no plane 0", QVG_FORMAT_NV12, [](QVGPixelBuffer& b) { b.plane[0] = nullptr; }},
+    {"no plane 1", QVG_FORMAT_NV12, [](QVGPixelBuffer& b) { b.plane[1] = nullptr; }},
+    {"no plane 1", QVG_FORMAT_YUV16_SP, [](QVGPixelBuffer& b) { b.plane[1] = nullptr; }},
+    {"no plane 1", QVG_FORMAT_I420, [](QVGPixelBuffer& b) { b.plane[1] = nullptr; }},
+    {"no plane 2", QVG_FORMAT_I444, [](QVGPixelBuffer& b) { b.plane[2] = nullptr; }},
+    {"no plane 2", QVG_FORMAT_J422, [](QVGPixelBuffer& b) { b.plane[2] = nullptr; }},
+    {"width 0", QVG_FORMAT_RGBA, [](QVGPixelBuffer& b) { b.width = 0; }},
+    {"height 0", QVG_FORMAT_NV12, [](QVGPixelBuffer& b) { b.height = 0; }},
+    {"negative width", QVG_FORMAT_I420, [](QVGPixelBuffer& b) { b.width = -16; }},
+    {"negative height", QVG_FORMAT_BGR, [](QVGPixelBuffer& b) { b.height = -1; }},
+    {"width of 2^31 - 1", QVG_FORMAT_RGBA, [](QVGPixelBuffer& b) { b.width = b.stride[0] = INT32_MAX; }},
+    {"height of 2^31 - 1", QVG_FORMAT_NV12, [](QVGPixelBuffer& b) { b.height = INT32_MAX; }},
+    {"height above the driver's limit", QVG_FORMAT_I420, [](QVGPixelBuffer& b) { b.height = 70000; }},
+    {"stride 0", QVG_FORMAT_RGBA, [](QVGPixelBuffer& b) { b.stride[0] = 0; }},
+    {"negative stride", QVG_FORMAT_RGB, [](QVGPixelBuffer& b) { b.stride[0] = -b.stride[0]; }},
+    {"stride below the row", QVG_FORMAT_RGBA, [](QVGPixelBuffer& b) { b.stride[0] -= 1; }},
+    {"stride below the row", QVG_FORMAT_BGR, [](QVGPixelBuffer& b) { b.stride[0] -= 3; }},
+    {"stride below the row", QVG_FORMAT_RGBX332, [](QVGPixelBuffer& b) { b.stride[0] = 3 * b.width; }},
+    {"luma stride below the row", QVG_FORMAT_NV12, [](QVGPixelBuffer& b) { b.stride[0] -= 1; }},
+    {"chroma stride below the row", QVG_FORMAT_NV12, [](QVGPixelBuffer& b) { b.stride[1] -= 1; }},
+    {"luma stride below the texels", QVG_FORMAT_YUV16_SP, [](QVGPixelBuffer& b) { b.stride[0] = b.width - 1; }},
+    {"chroma stride below the row", QVG_FORMAT_YUV16_SP, [](QVGPixelBuffer& b) { b.stride[1] -= 1; }},
+    {"V stride below the row", QVG_FORMAT_I444, [](QVGPixelBuffer& b) { b.stride[2] -= 1; }},
+    {"U stride 0", QVG_FORMAT_J420, [](QVGPixelBuffer& b) { b.stride[1] = 0; }},
+    {"format 0", QVG_FORMAT_RGBA, [](QVGPixelBuffer& b) { b.format = 0; }},
+    {"format 1", QVG_FORMAT_I420, [](QVGPixelBuffer& b) { b.format = 1; }},
+    {"format 18", QVG_FORMAT_I420, [](QVGPixelBuffer& b) { b.format = 18; }},
+    {"format 22", QVG_FORMAT_I420, [](QVGPixelBuffer& b) { b.format = 22; }},
+    {"format -1", QVG_FORMAT_NV12, [](QVGPixelBuffer& b) { b.format = -1; }},
+};
+
+TEST_F(UploadTest, BadFramesAreRefusedBeforeAnythingIsMade) {
+  Errors errors;
+  const Image picture = Picture(40, 30, 1);
+  const TexturePtr texture = Upload(picture);
+  const std::vector<size_t> names = NameCounts();
+  for (const BadFrame& bad : kBadFrames) {
+    for (const bool matte : {false, true}) {
+      SCOPED_TRACE(std::string(FormatOf(bad.code).name) + ": " + bad.what);
+      Frame frame = MakeFrame(bad.code, 37, 23, 1);
+      bad.spoil(frame.buffer);
+      EXPECT_EQ(gl_.UploadPixelBufferToNewTexture(&frame.buffer, false, matte, kNoMatte), nullptr);
+      EXPECT_FALSE(gl_.UploadPixelBufferToTexture(texture.get(), &frame.buffer, true, matte, kNoMatte));
+    }
+  }
+  // Frames without a fault that the texture can't hold.
+  for (const Frame& frame : {MakeFrame(QVG_FORMAT_RGBA, 41, 10, 1), MakeFrame(QVG_FORMAT_BGRA, 10, 31, 1),
+                             MakeFrame(QVG_FORMAT_RGB, 10, 10, 1), MakeFrame(QVG_FORMAT_RGBX332, 10, 10, 1)}) {
+    SCOPED_TRACE(frame.layout.name);
+    EXPECT_FALSE(gl_.UploadPixelBufferToTexture(texture.get(), &frame.buffer, true, false, kNoMatte));
+  }
+  EXPECT_EQ(NameCounts(), names);
+  EXPECT_EQ(TakeLog().find("OpenGL Error"), std::string::npos);
+  EXPECT_TRUE(gl_.GetTextureFlipped(texture.get()));
+  EXPECT_EQ(Compare(picture, Content(texture.get()), 0, errors), "") << "a refused frame changed the texture";
+}
+
+}  // namespace
+}  // namespace qvg::test
