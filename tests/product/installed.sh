@@ -1,23 +1,31 @@
 #!/bin/bash
-# installed.sh BUILD_FOLDER: an installed copy serves hosts that look for it with CMake or pkg-config.
+# installed.sh BUILD_FOLDER [TOOLCHAIN_FILE]: an installed copy serves hosts that look for it with CMake or pkg-config.
+# With a toolchain file it is a Windows copy.
 set -eu
 build=$(realpath "$1")
+toolchain=${2:-}
 here=$(realpath "$(dirname "$0")")
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
+# Moved after it was installed: nothing in it may know its first place.
 cmake --install "$build" --prefix "$work/installed" >/dev/null
-# Moved: nothing in it may know where it was installed first.
 mv "$work/installed" "$work/moved"
-library=$(find "$work/moved" -name libqvGLRenderer.so)
-[[ $(objdump -p "$library" | sed -n 's/.*SONAME *//p') == libqvGLRenderer.so.1 ]]
-
-cmake -S "$here/host" -B "$work/host" -G Ninja "-DCMAKE_PREFIX_PATH=$work/moved" >/dev/null
+package=$(dirname "$(find "$work/moved" -name qvGLRendererConfig.cmake)")
+cmake -S "$here/host" -B "$work/host" -G Ninja "-DqvGLRenderer_DIR=$package" \
+  ${toolchain:+"-DCMAKE_TOOLCHAIN_FILE=$toolchain"} >/dev/null
 cmake --build "$work/host" >/dev/null
+
+if [[ $toolchain ]]; then
+  cp "$work/moved/bin/qvGLRenderer.dll" "$work/host"
+  wine "$work/host/host.exe"
+  exit
+fi
 "$work/host/host"
 
-export PKG_CONFIG_PATH
-PKG_CONFIG_PATH=$(dirname "$(find "$work/moved" -name qvGLRenderer.pc)")
+libraries=$(dirname "$(find "$work/moved" -name libqvGLRenderer.so)")
+[[ $(objdump -p "$libraries/libqvGLRenderer.so" | sed -n 's/.*SONAME *//p') == libqvGLRenderer.so.1 ]]
+export PKG_CONFIG_PATH=$libraries/pkgconfig
 read -ra flags < <(pkg-config --cflags --libs qvGLRenderer)
 cc -std=c99 "$here/host.c" -o "$work/with_pkg_config" "${flags[@]}"
-LD_LIBRARY_PATH=$(dirname "$library") "$work/with_pkg_config"
+LD_LIBRARY_PATH=$libraries "$work/with_pkg_config"
