@@ -7,7 +7,7 @@ part_name= part_start=0
 # A driver that is the same on every machine; the tests' figures and the suppressions are for it.
 mesa_only=(__EGL_VENDOR_LIBRARY_FILENAMES=/usr/share/glvnd/egl_vendor.d/50_mesa.json LIBGL_ALWAYS_SOFTWARE=1)
 headless=(env -u DISPLAY -u WAYLAND_DISPLAY)
-xvfb=(xvfb-run -a -s "-screen 0 1280x1024x24 -nolisten tcp")
+xvfb=(xvfb-run -a -s "-screen 0 1280x1024x24 -nolisten tcp -noreset")
 sanitizer_options=(
   "ASAN_OPTIONS=detect_leaks=1:strict_string_checks=1:check_initialization_order=1"
   "UBSAN_OPTIONS=print_stacktrace=1"
