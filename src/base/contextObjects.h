@@ -11,7 +11,8 @@ using ContextId = uint64_t;
 /// Kinds of GL names that belong to one context and are not shared with others.
 enum class ContextObject { kFrameBuffer, kVertexArray };
 
-/// The context that is current on the calling thread.
+/// The context that is current on the calling thread. One that the host has made itself is known by its handle alone:
+/// its end goes unnoticed.
 ContextId CurrentContextId();
 
 /// Deletes a name that was made on the owner: at once when the owner is current on the calling thread, otherwise when
