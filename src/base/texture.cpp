@@ -117,9 +117,20 @@ bool Texture::_MapAndLoad(int imageWidth, int imageHeight, const void* pixels, G
 }
 
 bool Texture::Load(int imageWidth, int imageHeight, const void* pixels, GLenum format, GLenum type, int rowLength) {
-  glBindTexture(target, id);
   offsetX = (setting_.width - imageWidth) / 2;
   offsetY = (setting_.height - imageHeight) / 2;
+  return _Upload(imageWidth, imageHeight, pixels, format, type, rowLength);
+}
+
+bool Texture::LoadAtOrigin(int imageWidth, int imageHeight, const void* pixels, GLenum format, GLenum type,
+                           int rowLength) {
+  offsetX = 0;
+  offsetY = 0;
+  return _Upload(imageWidth, imageHeight, pixels, format, type, rowLength);
+}
+
+bool Texture::_Upload(int imageWidth, int imageHeight, const void* pixels, GLenum format, GLenum type, int rowLength) {
+  glBindTexture(target, id);
   // The buffer path copies tightly packed rows.
   const bool packed = rowLength == 0 || rowLength == imageWidth;
   if (pbo == 0 || !packed || !_MapAndLoad(imageWidth, imageHeight, pixels, format, type)) {

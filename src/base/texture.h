@@ -46,6 +46,9 @@ class Texture {
   /// Uploads an image into the centre of the storage.
   /// @param rowLength texels from one row of pixels to the next; 0: imageWidth.
   bool Load(int imageWidth, int imageHeight, const void* pixels, GLenum format, GLenum type, int rowLength = 0);
+  /// The same into the first rows and columns of the storage, where the wrap mode keeps a linear filter from reading
+  /// anything before the image.
+  bool LoadAtOrigin(int imageWidth, int imageHeight, const void* pixels, GLenum format, GLenum type, int rowLength = 0);
   /// Sets how the channels are read when sampled. Costs nothing when it is so already.
   bool RemapRGBA(const Swizzle& swizzle);
   /// Copies a rectangle of the source's storage into the centre of this one, channels as they are stored. A width or
@@ -61,6 +64,7 @@ class Texture {
   bool Allocated() const { return allocated_; }
 
  private:
+  bool _Upload(int imageWidth, int imageHeight, const void* pixels, GLenum format, GLenum type, int rowLength);
   bool _MapAndLoad(int imageWidth, int imageHeight, const void* pixels, GLenum format, GLenum type);
 
   TextureSetting setting_;

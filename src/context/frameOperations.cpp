@@ -1,6 +1,7 @@
 #include "context/frameOperations.h"
 
 #include <cstring>
+#include <initializer_list>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -69,19 +70,22 @@ std::unique_ptr<FrameBuffer> FrameBufferOn(QVGContext& context, Texture& texture
   return frameBuffer;
 }
 
-bool LoadPlane(QVGContext& context, Texture& texture, const PlaneView& plane) {
+// How a plane's pixels get into a texture: Texture::Load or Texture::LoadAtOrigin.
+using Loader = bool (Texture::*)(int, int, const void*, GLenum, GLenum, int);
+
+bool LoadPlane(QVGContext& context, Texture& texture, const PlaneView& plane, Loader load) {
   const PlaneFormat& format = plane.format;
   if (plane.stride % format.bytesPerTexel == 0) {
     // Never reads behind the last texel of the last row, which may lack its padding.
-    return texture.Load(plane.width, plane.height, plane.pixels, format.format, format.type,
-                        static_cast<int>(plane.stride / format.bytesPerTexel));
+    return (texture.*load)(plane.width, plane.height, plane.pixels, format.format, format.type,
+                           static_cast<int>(plane.stride / format.bytesPerTexel));
   }
   const size_t rowBytes = static_cast<size_t>(plane.RowBytes());
   const auto packed = context.ScratchBuffers().Lend(rowBytes * static_cast<size_t>(plane.height));
   for (int row = 0; row < plane.height; ++row) {
     std::memcpy(packed.Data() + rowBytes * static_cast<size_t>(row), plane.pixels + plane.stride * row, rowBytes);
   }
-  return texture.Load(plane.width, plane.height, packed.Data(), format.format, format.type);
+  return (texture.*load)(plane.width, plane.height, packed.Data(), format.format, format.type, 0);
 }
 
 bool DrawYUVToTexture(QVGContext& context, Texture& destination, const FrameView& frame) {
@@ -92,7 +96,7 @@ bool DrawYUVToTexture(QVGContext& context, Texture& destination, const FrameView
   for (int i = 0; i < frame.format->planeCount; ++i) {
     const PlaneView& plane = frame.planes[static_cast<size_t>(i)];
     textures[i] = TextureLease(context.Textures(), plane.width, plane.height, plane.format.internalFormat);
-    if (!textures[i] || !LoadPlane(context, *textures[i].Get(), plane)) return false;
+    if (!textures[i] || !LoadPlane(context, *textures[i].Get(), plane, &Texture::LoadAtOrigin)) return false;
     drawer.planes[i] = {textures[i].Get(), plane.width, plane.height};
   }
   drawer.format = static_cast<int32_t>(frame.format->mode);
@@ -123,7 +127,7 @@ bool UploadRGB(QVGContext& context, Texture& destination, const FrameView& frame
   }
   if (!shouldMattRGB || !frame.format->mattable) {
     destination.flipped = !flipped;
-    return LoadPlane(context, destination, pixels) && destination.RemapRGBA(frame.format->swizzle);
+    return LoadPlane(context, destination, pixels, &Texture::Load) && destination.RemapRGBA(frame.format->swizzle);
   }
   const TextureLease temporary(context.Textures(), frame.width, frame.height, pixels.format.internalFormat);
   if (!temporary) {
@@ -131,7 +135,7 @@ bool UploadRGB(QVGContext& context, Texture& destination, const FrameView& frame
     return false;
   }
   destination.flipped = true;
-  return LoadPlane(context, *temporary.Get(), pixels) && temporary->RemapRGBA(frame.format->swizzle) &&
+  return LoadPlane(context, *temporary.Get(), pixels, &Texture::Load) && temporary->RemapRGBA(frame.format->swizzle) &&
          destination.RemapRGBA(kSwizzleRGBA) && DrawMatted(context, destination, *temporary.Get(), flipped, matte);
 }
 
@@ -205,23 +209,42 @@ bool ReadRGB(QVGContext& context, Texture* source, QVGPixelBuffer* out, bool fli
 
 int64_t YUVBufferSize(int64_t bytes) { return (bytes + 3) / 4 * 4 + 4; }
 
-// Renders the whole 4:2:0 frame, one byte a texel, and lets read transfer it.
-template <class Read>
+// A rectangle of the rendered 4:2:0 frame, in bytes and rows, and where it goes.
+struct YUVTransfer {
+  int x;
+  int y;
+  int width;
+  int height;
+  int64_t offset;
+};
+
+// Renders the whole 4:2:0 frame and transfers parts of it.
 uint8_t* ReadYUV(QVGContext& context, Texture& source, bool nv12, bool mirror, bool fullRange, int64_t bytes,
-                 Read read) {
+                 std::initializer_list<YUVTransfer> transfers) {
   return ReadBack(context, YUVBufferSize(bytes), GL_DYNAMIC_DRAW, [&](BO& buffer) {
-    const TextureLease target(context.Textures(), source.loadedWidth, source.loadedHeight * 3 / 2, GL_R8);
-    if (!target) return false;
-    const std::unique_ptr<FrameBuffer> scene = FrameBufferOn(context, *target.Get());
-    if (scene == nullptr) return false;
     RGB2YUVDrawer drawer(context.Programs());
     drawer.nv12 = nv12;
     drawer.input = &source;
     drawer.flip = !source.flipped;
     drawer.mirror = mirror;
     drawer.fullRange = fullRange;
+    const int texelBytes = drawer.BytesPerTexel();
+    const TextureLease target(context.Textures(), source.loadedWidth / texelBytes, source.loadedHeight * 3 / 2,
+                              texelBytes == 4 ? GL_RGBA8 : GL_R8);
+    if (!target) return false;
+    const std::unique_ptr<FrameBuffer> scene = FrameBufferOn(context, *target.Get());
+    if (scene == nullptr) return false;
     drawer.SetScene(scene.get());
-    return drawer.Draw() && read(*scene, buffer);
+    if (!drawer.Draw()) return false;
+    for (const YUVTransfer& part : transfers) {
+      // A size of 0 would mean the whole frame buffer.
+      if (part.width < 1 || part.height < 1) continue;
+      if (!scene->BlitToPbo(&buffer, part.x / texelBytes, part.y, part.width / texelBytes, part.height, part.offset,
+                            texelBytes == 4 ? GL_RGBA : GL_RED)) {
+        return false;
+      }
+    }
+    return true;
   });
 }
 
@@ -261,10 +284,8 @@ bool TextureToNV12PixelBuffer(QVGContext& context, Texture* source, QVGPixelBuff
   Describe(*out, *source, QVG_FORMAT_NV12, width, width, 0);
   if (width < 1 || height < 1) return false;
   const int64_t lumaBytes = int64_t{width} * height;
-  uint8_t* address = ReadYUV(context, *source, true, mirror, false, lumaBytes * 2, [&](FrameBuffer& scene, BO& buffer) {
-    // Rows of luma and then of chroma, as the host wants them: one transfer does.
-    return scene.BlitToPbo(&buffer, 0, 0, width, height * 3 / 2, 0, GL_RED);
-  });
+  // Rows of luma and then of chroma, as the host wants them: one transfer does.
+  uint8_t* address = ReadYUV(context, *source, true, mirror, false, lumaBytes * 2, {{0, 0, width, height * 3 / 2, 0}});
   if (address == nullptr) return false;
   out->plane[0] = address;
   out->plane[1] = address + lumaBytes;
@@ -283,15 +304,10 @@ bool TextureToYUV420PixelBuffer(QVGContext& context, Texture* source, bool fullR
   const int64_t lumaBytes = int64_t{width} * height;
   const int64_t uOffset = lumaBytes;
   const int64_t vOffset = lumaBytes * 5 / 4;
-  uint8_t* address =
-      ReadYUV(context, *source, false, mirror, fullRange, (width + 2 * int64_t{halfWidth}) * height,
-              [&](FrameBuffer& scene, BO& buffer) {
-                if (!scene.BlitToPbo(&buffer, 0, 0, width, height, 0, GL_RED)) return false;
-                // A size of 0 would mean the whole frame buffer.
-                if (halfWidth < 1 || halfHeight < 1) return true;
-                return scene.BlitToPbo(&buffer, 0, height, halfWidth, halfHeight, uOffset, GL_RED) &&
-                       scene.BlitToPbo(&buffer, halfWidth, height, halfWidth, halfHeight, vOffset, GL_RED);
-              });
+  uint8_t* address = ReadYUV(context, *source, false, mirror, fullRange, (width + 2 * int64_t{halfWidth}) * height,
+                             {{0, 0, width, height, 0},
+                              {0, height, halfWidth, halfHeight, uOffset},
+                              {halfWidth, height, halfWidth, halfHeight, vOffset}});
   if (address == nullptr) return false;
   out->plane[0] = address;
   out->plane[1] = address + uOffset;

@@ -1,16 +1,7 @@
-in vec2 io_texcoord;
 layout(location = 0) out vec4 FragColor;
 
 uniform int yuvFormat;
 uniform int fullRange;
-uniform vec2 dstRate;
-uniform vec2 dstOffset;
-
-// The place of this fragment in a plane; bounds keep the sampler on the plane's own texels.
-vec2 planeCoord(vec2 rate, vec2 offset, vec4 bounds) {
-  vec2 srcTexCoord = (io_texcoord - dstOffset) * dstRate;
-  return clamp(srcTexCoord * rate + offset, bounds.xy, bounds.zw);
-}
 
 // ITU-R BT.601, full range; u and v centred on 0.
 vec4 toRGB(float y, float u, float v) {

@@ -33,13 +33,12 @@ bool YUV2RGBDrawer::BeginDraw() {
   using namespace shaders;
   switch (format) {
     case kPlanar8:
-      return _BeginDraw({"YUV2RGBShaderProgram8bitYUV420P", quadPosition_vert, {yuv2rgb_glsl, yuv2rgbPlanar_frag}},
+      return _BeginDraw({"YUV2RGBShaderProgram8bitYUV420P", yuv2rgb_vert, {yuv2rgb_glsl, yuv2rgbPlanar_frag}},
                         kNoScene);
     case kNV12:
-      return _BeginDraw({"YUV2RGBShaderProgram8bitNV12", quadPosition_vert, {yuv2rgb_glsl, yuv2rgbNV12_frag}},
-                        kNoScene);
+      return _BeginDraw({"YUV2RGBShaderProgram8bitNV12", yuv2rgb_vert, {yuv2rgb_glsl, yuv2rgbNV12_frag}}, kNoScene);
     case kTwoPlane16:
-      return _BeginDraw({"YUV2RGBShaderProgram16bit", quadPosition_vert, {yuv2rgb_glsl, yuv2rgb16_frag}}, kNoScene);
+      return _BeginDraw({"YUV2RGBShaderProgram16bit", yuv2rgb_vert, {yuv2rgb_glsl, yuv2rgb16_frag}}, kNoScene);
     default:
       return false;
   }
@@ -68,10 +67,6 @@ bool YUV2RGBDrawer::Draw() {
     program_->SetUniform2f("uvRate" + suffix, {static_cast<double>(plane.width - 1) / content.storageWidth,
                                                static_cast<double>(plane.height - 1) / content.storageHeight});
     program_->SetUniform2f("offset" + suffix, content.Origin());
-    ContentRect visible = content;
-    visible.width = plane.width;
-    visible.height = plane.height;
-    program_->SetUniform4f("bounds" + suffix, visible.SampleBounds());
   }
   const bool ok = _DrawSceneQuad();
   EndDraw();

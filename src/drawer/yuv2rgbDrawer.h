@@ -16,7 +16,8 @@ class YUV2RGBDrawer : public Drawer {
     kTwoPlane16 = 3  ///< The same with 16-bit integer texels, of which the high byte counts.
   };
 
-  /// A plane's texture and the size of the frame's plane in it, in texels.
+  /// A plane's texture, with the plane at the origin of its storage, and the size of the plane in texels. Sampling then
+  /// stays on the plane's own texels: the wrap mode keeps it from going below the first, the rate from beyond the last.
   struct Plane {
     Texture* texture = nullptr;
     int width = 0;
