@@ -177,8 +177,15 @@ bool FrameBuffer::UnBind() {
 bool FrameBuffer::Clear(const float color[4]) {
   // Where binding fails (another context), clearing would hit what is bound there.
   if (!Bind()) return false;
+  const ContentRect content = Content();
+  const bool part = content.width < content.storageWidth || content.height < content.storageHeight;
+  if (part) {
+    glEnable(GL_SCISSOR_TEST);
+    glScissor(content.x, content.y, width_, height_);
+  }
   glClearColor(color[0], color[1], color[2], color[3]);
   glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+  if (part) glDisable(GL_SCISSOR_TEST);
   return CheckGLError();
 }
 

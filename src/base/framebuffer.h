@@ -37,7 +37,7 @@ class FrameBuffer {
   /// outlive the binding. The frame buffer stays bound in GL.
   bool BindColorTexture(Texture* texture);
   bool UnbindColorTexture();
-  /// Fills colour (r, g, b, a) and depth; the frame buffer stays bound in GL.
+  /// Fills colour (r, g, b, a) and depth of the content; the frame buffer stays bound in GL.
   bool Clear(const float color[4]);
   /// Binds with a viewport on the content.
   bool Bind();
