@@ -1,0 +1,37 @@
+// The tool's commands: what the command line fills in, and what runs.
+#pragma once
+
+#include <optional>
+#include <utility>
+
+#include "compositor.h"
+#include "mediaReader.h"
+#include "mediaWriter.h"
+
+namespace qvgtool {
+
+/** Exit codes. */
+enum ExitCode { kDone = 0, kFailed = 1, kBadUsage = 2, kInterrupted = 130 };
+
+struct ProcessOptions {
+  std::string input;  // Empty: the tool's own clip.
+  std::string output;
+  std::string sheet;  // Contact sheet, PNG; empty: none.
+  ReadOptions read;
+  WriteOptions write;
+  Layout layout;
+  UploadPath upload = UploadPath::kAuto;
+  std::optional<std::pair<int, int>> size;  // Of the output; the own clip's as well.
+  int64_t frames = 0;                       // At most; 0: all.
+  bool verbose = false;
+};
+
+int RunProcess(const ProcessOptions& options);
+
+/** Tells about platform, driver and versions. */
+int RunInfo(bool verbose);
+
+/** Makes SIGINT and SIGTERM end the running command cleanly. */
+void CatchSignals();
+
+}  // namespace qvgtool

@@ -1,0 +1,155 @@
+#include "compositor.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+
+namespace qvgtool {
+namespace {
+
+constexpr struct {
+  const char* name;
+  int type;
+} kBlends[] = {
+    {"none", QVG_BLEND_NONE},
+    {"normal", QVG_BLEND_NORMAL},
+    {"add", QVG_BLEND_ADD},
+    {"luminosity", QVG_BLEND_LUMINOSITY},
+    {"color-burn", QVG_BLEND_COLOR_BURN},
+    {"color-dodge", QVG_BLEND_COLOR_DODGE},
+    {"darken", QVG_BLEND_DARKEN},
+    {"darker-color", QVG_BLEND_DARKER_COLOR},
+    {"hard-light", QVG_BLEND_HARD_LIGHT},
+    {"lighten", QVG_BLEND_LIGHTEN},
+    {"multiply", QVG_BLEND_MULTIPLY},
+    {"overlay", QVG_BLEND_OVERLAY},
+    {"screen", QVG_BLEND_SCREEN},
+    {"erase-alpha", QVG_BLEND_ERASE_ALPHA},
+    {"erase-luma", QVG_BLEND_ERASE_LUMA},
+    {"soft-light", QVG_BLEND_SOFT_LIGHT},
+    {"mask-alpha", QVG_BLEND_MASK_ALPHA},
+    {"mask-luma", QVG_BLEND_MASK_LUMA},
+};
+
+QVGDrawTextureParams DefaultParams() {
+  QVGDrawTextureParams params = {};
+  params.blendType = QVG_BLEND_NONE;
+  params.opacity = 1;
+  for (double& value : params.scale) value = 1;
+  for (double& value : params.simpleMatteSize) value = 1;
+  for (double& value : params.sizeFactor) value = 1;
+  return params;
+}
+
+// How much of a blurred edge lies inside, at a distance into the picture (in units of the blur's radius).
+double Inside(double distance) { return 0.5 * (1 + std::erf(distance)); }
+
+}  // namespace
+
+std::vector<std::string> BlendNames() {
+  std::vector<std::string> names;
+  for (const auto& blend : kBlends) names.emplace_back(blend.name);
+  return names;
+}
+
+Compositor::Compositor(const Renderer& renderer, const Layout& layout, int width, int height, UploadPath upload)
+    : renderer_(renderer),
+      layout_(layout),
+      width_(width),
+      height_(height),
+      blendType_(QVG_BLEND_NORMAL),
+      converter_(upload),
+      target_(renderer.NewTarget(width, height)),
+      frameBuffer_(renderer.NewFrameBuffer(target_)) {
+  for (const auto& blend : kBlends) {
+    if (layout.blend == blend.name) blendType_ = blend.type;
+  }
+}
+
+void Compositor::SetBackground(const AVFrame& image) { background_ = renderer_.Upload(imageConverter_.Prepare(image)); }
+
+const Texture& Compositor::Draw(const AVFrame& frame, int quarterTurns, bool alpha) {
+  const auto& gl = renderer_.Table();
+  const Texture picture = renderer_.Upload(converter_.Prepare(frame));
+  gl.SetTextureRotation(picture.get(), static_cast<uint32_t>(quarterTurns));
+  const bool lying = quarterTurns % 2 != 0;
+  const int width = lying ? frame.height : frame.width;
+  const int height = lying ? frame.width : frame.height;
+
+  QVGDrawTextureParams params = DefaultParams();
+  double fit = std::min(static_cast<double>(width_) / width, static_cast<double>(height_) / height);
+  // An output that lacks the odd row or column of the picture keeps its pixels where they are.
+  const int lostX = width - width_, lostY = height - height_;
+  const bool sameSize = lostX >= 0 && lostX <= 1 && lostY >= 0 && lostY <= 1;
+  if (sameSize) {
+    fit = 1;
+    params.translation[0] = lostX * 0.5;
+    params.translation[1] = lostY * 0.5;
+  }
+  // Row 0 is the picture's top, so the y axis, which leads to the last row, points down on the screen and a positive
+  // angle about z turns clockwise.
+  params.translation[0] += layout_.move[0];
+  params.translation[1] += layout_.move[1];
+  params.scale[0] = params.scale[1] = fit * layout_.scale;
+  params.rotation[2] = layout_.rotate;
+  params.opacity = layout_.opacity;
+
+  const bool covers =
+      sameSize && layout_.scale == 1 && layout_.rotate == 0 && layout_.move[0] == 0 && layout_.move[1] == 0;
+  const bool opaque = !alpha && layout_.opacity == 1;
+  const bool replaces = layout_.blend.empty() && opaque;
+  params.blendType = replaces ? static_cast<int>(QVG_BLEND_NONE) : blendType_;
+
+  if (!covers || params.blendType != QVG_BLEND_NONE) {
+    if (!gl.ClearFrameBuffer(frameBuffer_.get(), layout_.backgroundColor.data())) throw Error("clearing failed");
+    if (background_) {
+      QVGDrawTextureParams behind = DefaultParams();
+      behind.blendType = QVG_BLEND_NORMAL;
+      behind.scale[0] = behind.scale[1] =
+          std::max(static_cast<double>(width_) / gl.GetTextureWidth(background_.get()),
+                   static_cast<double>(height_) / gl.GetTextureHeight(background_.get()));
+      _DrawInto(background_, behind);
+    }
+    if (layout_.shadow > 0) _DrawShadow(width, height, fit * layout_.scale, params);
+  }
+  _DrawInto(picture, params);
+  return target_;
+}
+
+void Compositor::_DrawShadow(int width, int height, double scale, const QVGDrawTextureParams& place) {
+  constexpr int kReduce = 4;        // A blurred thing needs few pixels.
+  constexpr double kMargin = 0.15;  // Of the height, on each side.
+  const int margin = std::max(2, static_cast<int>(height * kMargin / kReduce));
+  if (!shadow_ || shadowWidth_ != width || shadowHeight_ != height) {
+    const int innerWidth = std::max(1, width / kReduce), innerHeight = std::max(1, height / kReduce);
+    const FramePtr image = NewFrame(AV_PIX_FMT_RGBA, innerWidth + 2 * margin, innerHeight + 2 * margin);
+    const double radius = margin * 0.5;
+    for (int y = 0; y < image->height; ++y) {
+      uint8_t* row = image->data[0] + static_cast<ptrdiff_t>(y) * image->linesize[0];
+      const double top = y + 0.5 - margin;
+      const double vertical = Inside(top / radius) * Inside((innerHeight - top) / radius);
+      for (int x = 0; x < image->width; ++x) {
+        const double left = x + 0.5 - margin;
+        const double cover = vertical * Inside(left / radius) * Inside((innerWidth - left) / radius);
+        const uint8_t pixel[4] = {0, 0, 0, static_cast<uint8_t>(std::lround(255 * cover))};
+        std::copy_n(pixel, 4, row + static_cast<ptrdiff_t>(x) * 4);
+      }
+    }
+    shadow_ = renderer_.Upload(*image);
+    shadowWidth_ = width;
+    shadowHeight_ = height;
+  }
+  QVGDrawTextureParams params = place;
+  params.blendType = QVG_BLEND_NORMAL;
+  params.opacity = layout_.shadow * layout_.opacity;
+  params.scale[0] = params.scale[1] = scale * kReduce;
+  params.translation[1] += height * scale * 0.03;
+  _DrawInto(shadow_, params);
+}
+
+void Compositor::_DrawInto(const Texture& texture, const QVGDrawTextureParams& params) {
+  if (!renderer_.Table().DrawTexture(texture.get(), frameBuffer_.get(), &params)) throw Error("drawing failed");
+}
+
+}  // namespace qvgtool

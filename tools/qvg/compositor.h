@@ -1,0 +1,53 @@
+// Puts one picture together through the library: background, shadow, frame.
+#pragma once
+
+#include <array>
+#include <string>
+#include <vector>
+
+#include "colorConversion.h"
+#include "renderer.h"
+
+namespace qvgtool {
+
+struct Layout {
+  double scale = 1;   // After the frame has been fitted into the output.
+  double rotate = 0;  // Degrees, clockwise as seen.
+  double opacity = 1;
+  std::array<double, 2> move{0, 0};  // Pixels to the right and down.
+  std::string blend;                 // Empty: over the background.
+  std::string background;            // Image file; empty: none.
+  std::array<double, 4> backgroundColor{0, 0, 0, 0};
+  double shadow = 0;  // Opacity of a soft shadow below the frame.
+};
+
+/** Names for --blend, in the order of the help text. */
+std::vector<std::string> BlendNames();
+
+class Compositor {
+ public:
+  /** width, height: of the output. Throws Error. */
+  Compositor(const Renderer& renderer, const Layout& layout, int width, int height, UploadPath upload);
+
+  /** Lays an image over the whole output, below everything; it is cut to the output's shape. */
+  void SetBackground(const AVFrame& image);
+
+  /** Draws a frame. @return the finished picture, in force until the next call. Throws Error. */
+  const Texture& Draw(const AVFrame& frame, int quarterTurns, bool alpha);
+
+ private:
+  void _DrawShadow(int width, int height, double scale, const QVGDrawTextureParams& place);
+  void _DrawInto(const Texture& texture, const QVGDrawTextureParams& params);
+
+  const Renderer& renderer_;
+  Layout layout_;
+  int width_, height_;
+  int blendType_;
+  UploadConverter converter_, imageConverter_{UploadPath::kRgba};
+  Texture target_;
+  FrameBuffer frameBuffer_;
+  Texture background_, shadow_;
+  int shadowWidth_ = 0, shadowHeight_ = 0;
+};
+
+}  // namespace qvgtool

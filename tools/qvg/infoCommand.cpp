@@ -1,0 +1,101 @@
+#include <EGL/egl.h>
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "commands.h"
+#include "logCapture.h"
+
+namespace qvgtool {
+namespace {
+
+constexpr const char* kSoftwareRenderers[] = {"llvmpipe", "softpipe", "swrast", "SwiftShader", "Software"};
+
+struct DriverTexts {
+  std::string vendor, renderer, version, glsl, eglVersion, eglVendor;
+};
+
+// A host may ask GL itself while a context of the library is current.
+DriverTexts AskDriver() {
+  using GetString = const unsigned char* (*)(unsigned);
+  const auto getString = reinterpret_cast<GetString>(eglGetProcAddress("glGetString"));
+  const auto gl = [&](unsigned name) {
+    const unsigned char* text = getString ? getString(name) : nullptr;
+    return text ? std::string(reinterpret_cast<const char*>(text)) : std::string("unknown");
+  };
+  const auto egl = [](EGLint name) {
+    const char* text = eglQueryString(eglGetCurrentDisplay(), name);
+    return std::string(text ? text : "unknown");
+  };
+  return {gl(0x1F00), gl(0x1F01), gl(0x1F02), gl(0x8B8C), egl(EGL_VERSION), egl(EGL_VENDOR)};
+}
+
+void Row(const char* title, const std::string& text) { fmt::print("{:<12}{}\n", title, text); }
+
+// Lines of the platform about displays: "<prefix><display>: <what>", the chosen one as "<prefix>display: <display>
+// ...".
+void PrintDisplays(const std::vector<LogLine>& lines) {
+  const std::string prefix = "glContext_egl: ", chosen = prefix + "display: ";
+  bool first = true;
+  for (const LogLine& line : lines) {
+    if (!line.message.starts_with(chosen)) continue;
+    Row("Display", line.message.substr(chosen.size()));
+    first = false;
+  }
+  if (first) Row("Display", "none");
+  first = true;
+  for (const LogLine& line : lines) {
+    if (!line.message.starts_with(prefix) || line.message.starts_with(chosen)) continue;
+    Row(first ? "Passed over" : "", line.message.substr(prefix.size()));
+    first = false;
+  }
+}
+
+}  // namespace
+
+int RunInfo(bool verbose) {
+  int32_t major = 0, minor = 0, wantedMajor = 0, wantedMinor = 0;
+  bool ready = false, enough = false;
+  DriverTexts driver;
+  std::vector<LogLine> lines;
+  {
+    LogCapture log;
+    {
+      const Renderer renderer;
+      const QVGGLRendererInterface& gl = renderer.Table();
+      ready = renderer.Ready();
+      enough = gl.IsGLVersionSupported();
+      gl.GetGLVersion(&major, &minor);
+      gl.GetRequiredGLVersion(&wantedMajor, &wantedMinor);
+      if (ready) driver = AskDriver();
+    }
+    lines = log.Lines();
+  }
+  Row("Platform", "Linux, EGL");
+  PrintDisplays(lines);
+  if (ready) {
+    const bool software =
+        std::any_of(std::begin(kSoftwareRenderers), std::end(kSoftwareRenderers),
+                    [&](const char* name) { return driver.renderer.find(name) != std::string::npos; });
+    Row("Vendor", driver.vendor);
+    Row("Renderer", driver.renderer);
+    Row("", software ? "a software renderer: the CPU does the work" : "a GPU");
+    Row("Version", driver.version);
+    Row("GLSL", driver.glsl);
+    Row("EGL", driver.eglVersion + ", " + driver.eglVendor);
+  }
+  Row("OpenGL", fmt::format("required {}.{}, found {}.{}: {}", wantedMajor, wantedMinor, major, minor,
+                            enough  ? "enough"
+                            : ready ? "not enough"
+                                    : "the library could not start"));
+  for (const LogLine& line : lines) {
+    if (verbose) {
+      fmt::print("log         {}\n", line.raw);
+    } else if (line.level == LogLine::kError) {
+      Row("Error", line.message);
+    }
+  }
+  return ready && enough ? kDone : kFailed;
+}
+
+}  // namespace qvgtool

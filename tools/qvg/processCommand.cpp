@@ -1,0 +1,182 @@
+#include <fmt/format.h>
+
+#include <atomic>
+#include <csignal>
+#include <filesystem>
+
+#include "commands.h"
+#include "contactSheet.h"
+#include "demoClip.h"
+#include "logCapture.h"
+#include "progress.h"
+
+namespace qvgtool {
+namespace {
+
+std::atomic<bool> interrupted = false;
+
+void OnSignal(int number) {
+  interrupted = true;
+  // A second one ends a program that hangs.
+  std::signal(number, SIG_DFL);
+}
+
+FramePtr ReadImage(const std::string& path) {
+  MediaReader reader(path, {.sound = false});
+  FramePtr image = reader.Read();
+  if (!image) throw Error(fmt::format("{}: no picture could be decoded", path));
+  return image;
+}
+
+void RefuseToOverwrite(const std::string& input, const std::string& output) {
+  std::error_code error;
+  if (std::filesystem::equivalent(input, output, error)) {
+    throw Error(fmt::format("{} is the input: choose another name for the output", output));
+  }
+}
+
+// What the output is like, for the source and the wishes.
+VideoFormat OutputFormat(const VideoFormat& source, const ProcessOptions& options, const MediaWriter& writer) {
+  VideoFormat format = source;
+  if (source.quarterTurns % 2 != 0) {
+    std::swap(format.width, format.height);
+    if (format.pixelAspect.num > 0) format.pixelAspect = av_inv_q(format.pixelAspect);
+  }
+  if (options.size) std::tie(format.width, format.height) = *options.size;
+  if (writer.EvenSizesOnly()) {
+    format.width = std::max(2, format.width & ~1);
+    format.height = std::max(2, format.height & ~1);
+  }
+  const Layout& layout = options.layout;
+  const bool bare = layout.background.empty() && layout.backgroundColor[3] < 1;
+  const bool uncovered = layout.scale < 1 || layout.rotate != 0 || layout.move[0] != 0 || layout.move[1] != 0 ||
+                         layout.opacity < 1 || options.size.has_value();
+  format.alpha = writer.KeepsAlpha() && bare && (source.alpha || uncovered);
+  return format;
+}
+
+std::string NoContextReason(LogCapture& log) {
+  std::string reason;
+  for (const LogLine& line : log.Lines()) {
+    if (line.level == LogLine::kError) reason = line.message;
+  }
+  return "the library could not start" + (reason.empty() ? "" : ": " + reason) + " (see qvg info)";
+}
+
+// What is told when everything is closed and standard output is the user's again.
+struct Outcome {
+  std::vector<std::string> summary, complaints;
+  int exitCode = kDone;
+};
+
+std::string Summary(const std::string& path, const MediaWriter& writer, const VideoFormat& format, int64_t frames,
+                    double seconds) {
+  std::string line = fmt::format("{}: {} x {}, ", path, format.width, format.height);
+  if (writer.SingleImage()) {
+    line += "1 image";
+  } else {
+    line += fmt::format("{} frames, {:.2f} s, in {:.1f} s ({:.1f} frames/s)", frames, writer.Seconds(), seconds,
+                        static_cast<double>(frames) / std::max(1e-6, seconds));
+  }
+  line += ", " + writer.EncoderName();
+  if (writer.SoundStreams() > 0) line += ", sound copied";
+  return line;
+}
+
+Outcome Process(const ProcessOptions& options, LogCapture& log) {
+  std::optional<Renderer> renderer;  // Outlives the writer, whose encoder may hold frames that the library lent.
+  std::unique_ptr<FrameSource> source;
+  if (options.input.empty()) {
+    const auto [width, height] = options.size.value_or(std::pair(1280, 720));
+    source = std::make_unique<DemoClip>(width, height);
+  } else {
+    source = std::make_unique<MediaReader>(options.input, options.read);
+    RefuseToOverwrite(options.input, options.output);
+  }
+  MediaWriter writer(options.output, options.write);
+  FramePtr background;
+  if (!options.layout.background.empty()) background = ReadImage(options.layout.background);
+  if (options.input.empty() && !background) background = DemoBackground(source->Format());
+
+  FramePtr frame = source->Read();
+  if (!frame) {
+    const std::string damage = source->Damage();
+    throw Error(damage.empty() ? fmt::format("{}: no picture could be decoded", options.input) : damage);
+  }
+  renderer.emplace();
+  if (!renderer->Ready()) throw Error(NoContextReason(log));
+  log.Forward(options.verbose);
+
+  const VideoFormat& in = source->Format();
+  const VideoFormat out = OutputFormat(in, options, writer);
+  Layout layout = options.layout;
+  if (!out.alpha) layout.backgroundColor[3] = 1;
+  Compositor compositor(*renderer, layout, out.width, out.height, options.upload);
+  if (background) compositor.SetBackground(*background);
+
+  int64_t limit = writer.SingleImage() ? 1 : options.frames;
+  const int64_t total = limit > 0 && (in.frameCount == 0 || limit < in.frameCount) ? limit : in.frameCount;
+  std::optional<ContactSheet> sheet;
+  if (!options.sheet.empty()) sheet.emplace(options.sheet, out, total);
+
+  Progress progress(total);
+  int64_t done = 0;
+  writer.Open(out, *frame, source->SoundStreams());
+  while (frame && !interrupted) {
+    const Texture& picture = compositor.Draw(*frame, in.quarterTurns, in.alpha);
+    FramePtr result = renderer->ReadBack(picture, writer.FrameFormat());
+    result->pts = frame->pts;
+    if (sheet && sheet->Wants(done)) {
+      sheet->Add(*frame, *result, static_cast<double>(frame->pts) * av_q2d(in.timeBase));
+    }
+    writer.Write(std::move(result));
+    progress.Update(++done);
+    if (limit > 0 && done >= limit) break;
+    frame = source->Read();
+    while (PacketPtr sound = source->TakeSound()) writer.AddSound(std::move(sound));
+  }
+  const bool complete = !frame;
+  writer.Finish(complete);
+  progress.Clear();
+  const double seconds = progress.Seconds();
+  if (sheet) sheet->Save();
+
+  Outcome outcome;
+  outcome.summary.push_back(Summary(options.output, writer, out, done, seconds));
+  if (sheet) outcome.summary.push_back(fmt::format("{}: contact sheet, before and after", options.sheet));
+  if (!writer.SoundLeftOut().empty()) {
+    outcome.complaints.push_back(
+        fmt::format("sound left out: {} can't hold {}", options.output, writer.SoundLeftOut()));
+  }
+  if (interrupted) {
+    outcome.complaints.push_back(fmt::format("interrupted: {} holds {} frames", options.output, done));
+    outcome.exitCode = kInterrupted;
+  } else if (const std::string damage = complete ? source->Damage() : std::string(); !damage.empty()) {
+    outcome.complaints.push_back(damage);
+    outcome.exitCode = kFailed;
+  }
+  return outcome;
+}
+
+}  // namespace
+
+void CatchSignals() {
+  std::signal(SIGINT, OnSignal);
+  std::signal(SIGTERM, OnSignal);
+  // A reader that leaves a pipe shows as a failed write.
+  std::signal(SIGPIPE, SIG_IGN);
+}
+
+int RunProcess(const ProcessOptions& options) {
+  Outcome outcome;
+  {
+    LogCapture log;
+    outcome = Process(options, log);
+  }
+  for (const std::string& line : outcome.summary) fmt::print("{}\n", line);
+  std::fflush(stdout);
+  for (const std::string& line : outcome.complaints) fmt::print(stderr, "qvg: {}\n", line);
+  return outcome.exitCode;
+}
+
+}  // namespace qvgtool
