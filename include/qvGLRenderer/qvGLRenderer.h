@@ -358,8 +358,9 @@ typedef struct QVGGLRendererInterface {
   QVGFrameBuffer* (*CreateFrameBuffer)(uint32_t width, uint32_t height, bool ownColor, bool stored);
   /** 42 [GL] The same from a full description; null gives null. */
   QVGFrameBuffer* (*CreateFrameBufferFromDesc)(const QVGFrameBufferDesc* desc);
-  /** 43 [GL] Draws into the texture's content from now on; the texture stays the caller's. @return false for null, when
-   *  the frame buffer has buffers of another size, on another context than the frame buffer's, or on failure. */
+  /** 43 [GL] Draws into the texture's content from now on; the texture stays the caller's. A texture of another channel
+   *  order is brought into the order R, G, B, A first and looks the same. @return false for null, when the frame buffer
+   *  has buffers of another size, on another context than the frame buffer's, or on failure. */
   bool (*BindTextureToFrameBuffer)(QVGFrameBuffer* frameBuffer, QVGTexture* texture);
   /** 44 [GL] Fills colour (R, G, B, A) and depth. @return false for null or on failure. */
   bool (*ClearFrameBuffer)(QVGFrameBuffer* frameBuffer, const double rgba[4]);

@@ -126,17 +126,23 @@ bool UploadRGB(QVGContext& context, Texture& destination, const FrameView& frame
     return false;
   }
   if (!shouldMattRGB || !frame.format->mattable) {
+    if (!LoadPlane(context, destination, pixels, &Texture::Load) || !destination.RemapRGBA(frame.format->swizzle)) {
+      return false;
+    }
     destination.flipped = !flipped;
-    return LoadPlane(context, destination, pixels, &Texture::Load) && destination.RemapRGBA(frame.format->swizzle);
+    return true;
   }
   const TextureLease temporary(context.Textures(), frame.width, frame.height, pixels.format.internalFormat);
   if (!temporary) {
     LogShort(kLogError, "QVG_UploadPixelBufferToTexture: shouldMattRGB, but fetch temp texture from pool failed.");
     return false;
   }
+  if (!LoadPlane(context, *temporary.Get(), pixels, &Texture::Load) || !temporary->RemapRGBA(frame.format->swizzle) ||
+      !destination.RemapRGBA(kSwizzleRGBA) || !DrawMatted(context, destination, *temporary.Get(), flipped, matte)) {
+    return false;
+  }
   destination.flipped = true;
-  return LoadPlane(context, *temporary.Get(), pixels, &Texture::Load) && temporary->RemapRGBA(frame.format->swizzle) &&
-         destination.RemapRGBA(kSwizzleRGBA) && DrawMatted(context, destination, *temporary.Get(), flipped, matte);
+  return true;
 }
 
 bool UploadFrame(QVGContext& context, Texture& destination, const FrameView& frame, bool flipped, bool shouldMattRGB,
@@ -144,8 +150,9 @@ bool UploadFrame(QVGContext& context, Texture& destination, const FrameView& fra
   if (frame.format->mode == YUVMode::kNone) {
     return UploadRGB(context, destination, frame, flipped, shouldMattRGB, matte);
   }
+  if (!destination.RemapRGBA(kSwizzleRGBA) || !DrawYUVToTexture(context, destination, frame)) return false;
   destination.flipped = !flipped;
-  return destination.RemapRGBA(kSwizzleRGBA) && DrawYUVToTexture(context, destination, frame);
+  return true;
 }
 
 /// Fills the descriptor of a read-back; the planes follow when the memory is mapped.
@@ -165,17 +172,45 @@ void Describe(QVGPixelBuffer& out, const Texture& source, int32_t format, int st
 // Takes a pixel-pack buffer, lets fill start the transfer into it and maps it. Null on any failure.
 template <class Fill>
 uint8_t* ReadBack(QVGContext& context, int64_t size, GLenum usage, Fill fill) {
-  BO* buffer = context.PixelBuffers().Acquire(size, usage, GL_PIXEL_PACK_BUFFER);
-  if (buffer == nullptr) return nullptr;
+  const auto giveBack = [&context](BO* buffer) { context.PixelBuffers().Release(buffer); };
+  std::unique_ptr<BO, decltype(giveBack)> buffer(context.PixelBuffers().Acquire(size, usage, GL_PIXEL_PACK_BUFFER),
+                                                 giveBack);
+  if (buffer == nullptr || !fill(*buffer)) return nullptr;
   uint32_t mappedSize = 0;
-  void* address = fill(*buffer) ? context.Mapper().Map(buffer, &mappedSize) : nullptr;
-  if (address == nullptr) context.PixelBuffers().Release(buffer);
+  void* address = context.Mapper().Map(buffer.get(), &mappedSize);
+  // Mapped, it is the mapper's until the host releases it.
+  if (address != nullptr) buffer.release();
   return static_cast<uint8_t*>(address);
 }
 
-bool CanReadDirectly(const Texture& source) {
-  const GLenum format = source.Setting().internalFormat;
-  return source.CurrentSwizzle() == kSwizzleRGBA && (format == GL_RGBA8 || format == GL_RGB8);
+// Formats that can be attached to a frame buffer; others are drawn.
+bool IsRenderable(const Texture& texture) {
+  const GLenum format = texture.Setting().internalFormat;
+  return format == GL_RGBA8 || format == GL_RGB8;
+}
+
+bool CanReadDirectly(const Texture& source) { return source.CurrentSwizzle() == kSwizzleRGBA && IsRenderable(source); }
+
+// A copy of the content with the channels as they are stored, and the same look.
+TextureLease CopyStored(QVGContext& context, const Texture& source) {
+  TextureLease copy(context.Textures(), source.loadedWidth, source.loadedHeight, source.Setting().internalFormat);
+  if (!copy || !copy->CopyFrom(&source, source.offsetX, source.offsetY, source.loadedWidth, source.loadedHeight) ||
+      !copy->RemapRGBA(source.CurrentSwizzle())) {
+    return {};
+  }
+  copy->flipped = source.flipped;
+  copy->rotation = source.rotation;
+  return copy;
+}
+
+// Draws the source as it looks, unturned, over the whole content of the scene, which has its size.
+bool DrawWhole(QVGContext& context, Texture& source, FrameBuffer& scene, bool flip) {
+  TextureDrawer drawer(context.Programs(), context.Surfaces());
+  drawer.mainTexture = &source;
+  drawer.model.scale.y = flip ? -1.0f : 1.0f;
+  drawer.applyRotation = false;
+  drawer.SetScene(&scene);
+  return drawer.Draw();
 }
 
 bool ReadRGB(QVGContext& context, Texture* source, QVGPixelBuffer* out, bool flip, int32_t code, GLenum format) {
@@ -196,13 +231,7 @@ bool ReadRGB(QVGContext& context, Texture* source, QVGPixelBuffer* out, bool fli
     FrameBuffer scene(context.Surfaces());
     scene.camera = Camera::ForCanvas(width, height);
     if (!scene.Allocate(setting)) return false;
-    TextureDrawer drawer(context.Programs(), context.Surfaces());
-    drawer.mainTexture = source;
-    drawer.opacity = 1.0f;
-    drawer.model.scale.y = flip ? -1.0f : 1.0f;
-    drawer.applyRotation = false;
-    drawer.SetScene(&scene);
-    return drawer.Draw() && scene.BlitToPbo(&buffer, 0, 0, width, height, 0, format);
+    return DrawWhole(context, *source, scene, flip) && scene.BlitToPbo(&buffer, 0, 0, width, height, 0, format);
   });
   return out->plane[0] != nullptr;
 }
@@ -324,12 +353,18 @@ void ReleasePixelBuffer(QVGContext& context, QVGPixelBuffer** buffer) {
   *buffer = nullptr;
 }
 
-Texture* CloneTexture(QVGContext& context, const Texture* source) {
+Texture* CloneTexture(QVGContext& context, Texture* source) {
   if (source == nullptr) return nullptr;
   TextureLease copy(context.Textures(), source->loadedWidth, source->loadedHeight, GL_RGBA8);
-  if (!copy || !copy->CopyFrom(source, source->offsetX, source->offsetY, source->loadedWidth, source->loadedHeight) ||
-      !copy->RemapRGBA(source->CurrentSwizzle())) {
-    return nullptr;
+  if (!copy) return nullptr;
+  if (IsRenderable(*source)) {
+    if (!copy->CopyFrom(source, source->offsetX, source->offsetY, source->loadedWidth, source->loadedHeight) ||
+        !copy->RemapRGBA(source->CurrentSwizzle())) {
+      return nullptr;
+    }
+  } else {
+    const std::unique_ptr<FrameBuffer> scene = FrameBufferOn(context, *copy.Get());
+    if (scene == nullptr || !DrawWhole(context, *source, *scene, false)) return nullptr;
   }
   copy->flipped = source->flipped;
   copy->rotation = source->rotation;
@@ -337,12 +372,24 @@ Texture* CloneTexture(QVGContext& context, const Texture* source) {
 }
 
 bool ClearTexture(QVGContext& context, Texture* texture, const double rgba[4]) {
-  if (texture == nullptr || rgba == nullptr) return false;
+  if (texture == nullptr || rgba == nullptr || !texture->RemapRGBA(kSwizzleRGBA)) return false;
   const std::unique_ptr<FrameBuffer> scene = FrameBufferOn(context, *texture);
   if (scene == nullptr) return false;
   const float color[4] = {static_cast<float>(rgba[0]), static_cast<float>(rgba[1]), static_cast<float>(rgba[2]),
                           static_cast<float>(rgba[3])};
   return scene->Clear(color);
+}
+
+bool BindTextureToFrameBuffer(QVGContext& context, FrameBuffer* frameBuffer, Texture* texture) {
+  if (frameBuffer == nullptr || texture == nullptr) return false;
+  if (texture->CurrentSwizzle() != kSwizzleRGBA) {
+    // What is drawn is stored as R, G, B, A: bring what is there into that order too.
+    const TextureLease stored = CopyStored(context, *texture);
+    if (!stored || !texture->RemapRGBA(kSwizzleRGBA)) return false;
+    const std::unique_ptr<FrameBuffer> scene = FrameBufferOn(context, *texture);
+    if (scene == nullptr || !DrawWhole(context, *stored.Get(), *scene, false)) return false;
+  }
+  return frameBuffer->BindColorTexture(texture);
 }
 
 FrameBuffer* CreateFrameBuffer(QVGContext& context, const FrameBufferSetting& setting, const Camera& camera) {
@@ -375,13 +422,8 @@ bool DrawTexture(QVGContext& context, Texture* source, FrameBuffer* destination,
   TextureLease copy;
   Texture* target = destination->ColorTexture();
   if (target != nullptr && (source == target || drawer.matteTexture == target)) {
-    copy =
-        TextureLease(context.Textures(), target->loadedWidth, target->loadedHeight, target->Setting().internalFormat);
-    if (!copy || !copy->CopyFrom(target, target->offsetX, target->offsetY, target->loadedWidth, target->loadedHeight) ||
-        !copy->RemapRGBA(target->CurrentSwizzle())) {
-      return false;
-    }
-    copy->rotation = target->rotation;
+    copy = CopyStored(context, *target);
+    if (!copy) return false;
     if (source == target) drawer.mainTexture = copy.Get();
     if (drawer.matteTexture == target) drawer.matteTexture = copy.Get();
   }

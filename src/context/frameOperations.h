@@ -28,11 +28,13 @@ bool TextureToBGRAPixelBuffer(QVGContext& context, Texture* source, QVGPixelBuff
 void ReleasePixelBuffer(QVGContext& context, QVGPixelBuffer** buffer);
 
 /// A copy of the content, which looks and reads back as the source does.
-Texture* CloneTexture(QVGContext& context, const Texture* source);
+Texture* CloneTexture(QVGContext& context, Texture* source);
 bool ClearTexture(QVGContext& context, Texture* texture, const double rgba[4]);
 
 /// Owned by the caller; null on failure.
 FrameBuffer* CreateFrameBuffer(QVGContext& context, const FrameBufferSetting& setting, const Camera& camera);
+/// A texture of another channel order is brought into the order R, G, B, A first; it looks the same.
+bool BindTextureToFrameBuffer(QVGContext& context, FrameBuffer* frameBuffer, Texture* texture);
 bool DrawTexture(QVGContext& context, Texture* source, FrameBuffer* destination, const QVGDrawTextureParams* params);
 
 }  // namespace qvg

@@ -397,9 +397,9 @@ QVGFrameBuffer* CreateFrameBufferFromDesc(const QVGFrameBufferDesc* desc) noexce
   });
 }
 
-bool BindTextureToFrameBuffer(QVGFrameBuffer* frameBuffer, QVGTexture* texture) noexcept {
-  if (frameBuffer == nullptr || texture == nullptr) return false;
-  return Guard(false, [&] { return From(frameBuffer)->BindColorTexture(From(texture)); });
+bool BindTexture(QVGFrameBuffer* frameBuffer, QVGTexture* texture) noexcept {
+  return WithContext(
+      false, [&](QVGContext& context) { return BindTextureToFrameBuffer(context, From(frameBuffer), From(texture)); });
 }
 
 bool ClearFrameBuffer(QVGFrameBuffer* frameBuffer, const double rgba[4]) noexcept {
@@ -503,7 +503,7 @@ constexpr QVGGLRendererInterface kTable = {
     ReleaseTexture,
     CreateFrameBufferSlot,
     CreateFrameBufferFromDesc,
-    BindTextureToFrameBuffer,
+    BindTexture,
     ClearFrameBuffer,
     DrawTextureSlot,
     DestroyFrameBuffer,
