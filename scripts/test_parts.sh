@@ -118,6 +118,7 @@ part_format() {
   local files
   mapfile -t files < <(list_sources)
   check "clang-format (${#files[@]} files)" clang-format --dry-run -Werror "${files[@]}"
+  check "layers" scripts/check_layers.sh
 }
 
 part_linux() {
