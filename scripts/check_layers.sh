@@ -1,12 +1,12 @@
 #!/bin/bash
-# Sources include their own layer and lower ones only, and only the platform's own files ask for the platform.
+# Sources include their own layer, lower ones and the public header only, and only the platform's own files ask for the platform.
 set -u
 declare -A allowed=(
   [utils]='utils'
   [base]='base|utils'
-  [drawer]='drawer|base|utils'
-  [effect]='effect|base|utils'
-  [tool]='tool|base|utils'
+  [drawer]='drawer|base|utils|qvGLRenderer'
+  [effect]='effect|base|utils|qvGLRenderer'
+  [tool]='tool|base|utils|qvGLRenderer'
   [context]='context|drawer|effect|tool|base|utils|qvGLRenderer'
 )
 status=0
