@@ -35,10 +35,12 @@ glm::vec2 TurnTexCoord(glm::vec2 coord, int quarterTurns) {
   }
 }
 
-QuadCorners ContentTexCoords(const ContentRect& content, int quarterTurns) {
+QuadCorners ContentTexCoords(const ContentRect& content, int quarterTurns, bool flipped) {
   QuadCorners corners = {glm::vec2(0, 1), glm::vec2(0, 0), glm::vec2(1, 0), glm::vec2(1, 1)};
   for (glm::vec2& corner : corners) {
-    corner = content.Origin() + TurnTexCoord(corner, quarterTurns) * content.Extent();
+    glm::vec2 turned = TurnTexCoord(corner, quarterTurns);
+    if (flipped) turned.y = 1 - turned.y;
+    corner = content.Origin() + turned * content.Extent();
   }
   return corners;
 }

@@ -38,7 +38,7 @@ inline bool IsOddTurn(uint32_t rotation) { return (rotation & 1u) != 0; }
 /// Turns a coordinate of 0..1: 1 gives (1 - v, u), 2 gives (1 - u, 1 - v), 3 gives (v, 1 - u).
 glm::vec2 TurnTexCoord(glm::vec2 coord, int quarterTurns);
 
-/// Storage coordinates of the content for a quad on which the content stands turned.
-QuadCorners ContentTexCoords(const ContentRect& content, int quarterTurns);
+/// Storage coordinates of the content for a quad on which the content stands turned, and then, flipped, upside down.
+QuadCorners ContentTexCoords(const ContentRect& content, int quarterTurns, bool flipped = false);
 
 }  // namespace qvg

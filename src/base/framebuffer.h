@@ -58,6 +58,8 @@ class FrameBuffer {
   int Width() const { return width_; }
   int Height() const { return height_; }
   int32_t Stored() const { return stored_; }
+  /// Whether it can be used on the context that is current on the calling thread.
+  bool OnCurrentContext() const { return allocated_ && CurrentContextId() == owner_; }
 
   Camera camera;
 

@@ -12,6 +12,8 @@
 #include "context/renderBufferPool.h"
 #include "context/scratchBufferPool.h"
 #include "context/texturePool.h"
+#include "effect/effectManager.h"
+#include "effect/imageSource.h"
 #include "utils/log.h"
 
 namespace qvg {
@@ -38,6 +40,36 @@ class PooledSurfaces : public SurfaceSource {
  private:
   TexturePool& textures_;
   RenderBufferPool& buffers_;
+};
+
+class CachedImages : public ImageSource {
+ public:
+  explicit CachedImages(ResourceCache& cache) : cache_(cache) {}
+
+  Image* Acquire(const std::string& path) override {
+    ResourceCache::Entry* entry = cache_.Acquire(path, ResourceCache::kImageTexture);
+    if (entry == nullptr) return nullptr;
+    if (entry->texture != nullptr) return new CachedImage(entry);
+    // Cached first as something else than an image.
+    cache_.Release(entry, false);
+    return nullptr;
+  }
+
+  void Release(Image* image) override {
+    // Kept until teardown, so that the next one need not decode it again.
+    cache_.Release(static_cast<CachedImage*>(image)->entry, false);
+    delete image;
+  }
+
+ private:
+  struct CachedImage : Image {
+    explicit CachedImage(ResourceCache::Entry* cached) : entry(cached) {}
+    Texture* Get() const override { return entry->texture; }
+
+    ResourceCache::Entry* entry;
+  };
+
+  ResourceCache& cache_;
 };
 
 }  // namespace
@@ -68,6 +100,9 @@ void QVGContext::Init() {
   pixelBufferMapper_ = std::make_unique<PixelBufferMapper>(*contextManager_);
   scratchBufferPool_ = std::make_unique<ScratchBufferPool>();
   surfaces_ = std::make_unique<PooledSurfaces>(*texturePool_, *renderBufferPool_);
+  resourceCache_ = std::make_unique<ResourceCache>(callbacks_, *texturePool_, *scratchBufferPool_);
+  images_ = std::make_unique<CachedImages>(*resourceCache_);
+  effectManager_ = std::make_unique<EffectManager>(EffectServices{*programCache_, *surfaces_, *images_});
   initialised_ = true;
 }
 
@@ -77,12 +112,15 @@ void QVGContext::Uninit() {
   if (!initialised_) return;
   {
     const TemporaryContext context(*contextManager_);
-    surfaces_.reset();
+    effectManager_.reset();
+    images_.reset();
+    resourceCache_.reset();
     texturePool_.reset();
     programCache_.reset();
     pixelBufferMapper_.reset();
     pixelBufferPool_.reset();
     renderBufferPool_.reset();
+    surfaces_.reset();
   }
   contextManager_->Uninit();
   contextManager_.reset();
@@ -95,8 +133,8 @@ void QVGContext::SetConfig(const QVGConfig& config) {
   std::lock_guard lock(mutex_);
   std::memcpy(configText_, config.text, sizeof configText_ - 1);
   configText_[sizeof configText_ - 1] = '\0';
-  decodeImage_ = config.decodeImage;
-  freeImage_ = config.freeImage;
+  callbacks_.decodeImage = config.decodeImage;
+  callbacks_.freeImage = config.freeImage;
 }
 
 bool QVGContext::IsGLVersionSupported() const {

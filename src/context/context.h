@@ -5,10 +5,13 @@
 #include <memory>
 #include <mutex>
 
+#include "context/resourceCache.h"
 #include "qvGLRenderer/qvGLRenderer.h"
 
 namespace qvg {
 
+class EffectManager;
+class ImageSource;
 class PixelBufferMapper;
 class PixelBufferPool;
 class ProgramCache;
@@ -52,6 +55,8 @@ class QVGContext {
   PixelBufferMapper& Mapper() const { return *pixelBufferMapper_; }
   ScratchBufferPool& ScratchBuffers() const { return *scratchBufferPool_; }
   SurfaceSource& Surfaces() const { return *surfaces_; }
+  ResourceCache& Resources() const { return *resourceCache_; }
+  EffectManager& Effects() const { return *effectManager_; }
 
  private:
   // Never destroyed: the host may end the process without releasing, and nothing of GL may run then.
@@ -67,9 +72,11 @@ class QVGContext {
   std::unique_ptr<PixelBufferMapper> pixelBufferMapper_;
   std::unique_ptr<ScratchBufferPool> scratchBufferPool_;
   std::unique_ptr<SurfaceSource> surfaces_;
+  std::unique_ptr<ResourceCache> resourceCache_;
+  std::unique_ptr<ImageSource> images_;
+  std::unique_ptr<EffectManager> effectManager_;
   char configText_[2048] = {};
-  QVGDecodeImage decodeImage_ = nullptr;
-  QVGFreeImage freeImage_ = nullptr;
+  ResourceCache::Callbacks callbacks_;
 };
 
 }  // namespace qvg

@@ -18,6 +18,7 @@
 #include "context/pixelFormat.h"
 #include "context/renderBufferPool.h"
 #include "context/texturePool.h"
+#include "effect/effectManager.h"
 #include "qvGLRenderer/qvGLRenderer.h"
 #include "utils/log.h"
 
@@ -432,7 +433,7 @@ void Finish() noexcept {
   });
 }
 
-// ---- Windows and effects: not there yet; they answer their failure values.
+// ---- Windows: not there yet; they answer their failure values.
 
 QVGWndDrawer* CreateWndDrawer(void*) noexcept { return nullptr; }
 QVGGLContext* GetWndDrawerHandle(QVGWndDrawer*) noexcept { return nullptr; }
@@ -443,21 +444,93 @@ bool DestroyWndDrawer(QVGWndDrawer** drawer) noexcept {
   if (drawer != nullptr) *drawer = nullptr;
   return true;
 }
-bool GetEffectNames(int32_t, const char**, int32_t, int32_t* count) noexcept {
-  if (count != nullptr) *count = 0;
-  return false;
+
+// ---- Effects
+
+bool IsEmpty(const char* text) { return text == nullptr || *text == '\0'; }
+
+/// Runs work with the effect group of the name; the failure value without a name or when it is unknown.
+template <class Result, class Work>
+Result WithGroup(const char* name, Result failure, Work&& work) noexcept {
+  if (IsEmpty(name)) return failure;
+  return WithContext(failure, [&](QVGContext& context) {
+    const EffectGroup* group = context.Effects().Find(name);
+    return group != nullptr ? work(*group) : failure;
+  });
 }
-bool HasEffect(const char*) noexcept { return false; }
-uint32_t GetEffectType(const char*) noexcept { return 0; }
-const char* QueryEffect(const char*, const char*) noexcept { return nullptr; }
-bool GetEffectParameterTable(const char*, const QVGParamDescriptor**, uint32_t*) noexcept { return false; }
-QVGEffect* CreateEffect(const char*) noexcept { return nullptr; }
-bool SetEffectParameter(QVGEffect*, const char*, const QVGParamValue*) noexcept { return false; }
-QVGTexture* ApplyEffect(QVGEffect* effect, QVGTexture* input) noexcept { return effect == nullptr ? input : nullptr; }
-QVGTexture* ApplyEffectWith(QVGEffect* effect, QVGTexture* first, QVGTexture*, float) noexcept {
-  return effect == nullptr ? first : nullptr;
+
+Effect* From(QVGEffect* effect) { return reinterpret_cast<Effect*>(effect); }
+
+bool GetEffectNames(int32_t type, const char** names, int32_t capacity, int32_t* count) noexcept {
+  if (count == nullptr) return false;
+  return WithContext(false, [&](QVGContext& context) {
+    const auto& groups = context.Effects().Groups();
+    *count = static_cast<int32_t>(
+        std::count_if(groups.begin(), groups.end(), [&](const EffectGroup* group) { return group->type == type; }));
+    if (*count > capacity || names == nullptr) return false;
+    // Every name, whatever its type: the host's array is large enough for all.
+    for (const EffectGroup* group : groups) *names++ = group->name;
+    return true;
+  });
 }
-bool DestroyEffect(QVGEffect** effect) noexcept { return effect == nullptr || *effect == nullptr; }
+
+bool HasEffect(const char* name) noexcept {
+  return WithGroup(name, false, [](const EffectGroup&) { return true; });
+}
+
+uint32_t GetEffectType(const char* name) noexcept {
+  return WithGroup(name, uint32_t{0}, [](const EffectGroup& group) { return static_cast<uint32_t>(group.type); });
+}
+
+const char* QueryEffect(const char* name, const char* key) noexcept {
+  return WithGroup<const char*>(name, nullptr, [&](const EffectGroup& group) {
+    return group.displayName != nullptr ? group.displayName(key != nullptr ? key : "") : nullptr;
+  });
+}
+
+bool GetEffectParameterTable(const char* name, const QVGParamDescriptor** table, uint32_t* count) noexcept {
+  if (count == nullptr) return false;
+  return WithGroup(name, false, [&](const EffectGroup& group) {
+    if (table != nullptr) *table = group.parameters;
+    *count = group.parameterCount;
+    return true;
+  });
+}
+
+QVGEffect* CreateEffect(const char* name) noexcept {
+  if (IsEmpty(name)) return nullptr;
+  return WithContext<QVGEffect*>(
+      nullptr, [&](QVGContext& context) { return reinterpret_cast<QVGEffect*>(context.Effects().CreateEffect(name)); });
+}
+
+bool SetEffectParameter(QVGEffect* effect, const char* key, const QVGParamValue* value) noexcept {
+  if (effect == nullptr || IsEmpty(key) || value == nullptr) return false;
+  return WithContext(
+      false, [&](QVGContext& context) { return context.Effects().SetEffectParameter(From(effect), key, value); });
+}
+
+QVGTexture* ApplyEffect(QVGEffect* effect, QVGTexture* input) noexcept {
+  if (effect == nullptr || input == nullptr) return input;
+  return WithContext<QVGTexture*>(
+      nullptr, [&](QVGContext& context) { return To(context.Effects().ApplyEffect(From(effect), From(input))); });
+}
+
+QVGTexture* ApplyEffectWith(QVGEffect* effect, QVGTexture* first, QVGTexture* second, float value) noexcept {
+  if (effect == nullptr) return first;
+  return WithContext<QVGTexture*>(nullptr, [&](QVGContext& context) {
+    return To(context.Effects().ApplyEffectWith(From(effect), From(first), From(second), value));
+  });
+}
+
+bool DestroyEffect(QVGEffect** effect) noexcept {
+  if (effect == nullptr || *effect == nullptr) return true;
+  return WithContext(false, [&](QVGContext& context) {
+    Effect* handle = From(*effect);
+    if (!context.Effects().DestroyEffect(handle)) return false;
+    *effect = nullptr;
+    return true;
+  });
+}
 
 constexpr QVGGLRendererInterface kTable = {
     SetTexturePoolCapacity,

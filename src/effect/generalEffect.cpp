@@ -1,0 +1,268 @@
+#include "effect/generalEffect.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstring>
+#include <string_view>
+
+#include "base/content.h"
+#include "base/program.h"
+#include "base/texture.h"
+#include "effect/shaders.h"
+
+namespace qvg {
+
+namespace {
+
+constexpr char kGroupName[] = "general_eff";
+constexpr char kProgramName[] = "genaralEffect";
+constexpr double kHighKelvin = 40000;
+constexpr double kLowKelvin = 1000;
+
+/// Offsets into a percent or per-mille integer are given by the divisor of its table row.
+constexpr float kPerMille = 1000;
+constexpr float kPercent = 100;
+
+}  // namespace
+
+/// One row of the parameter table: what the host sees, and what setting it does.
+struct GeneralEffect::Parameter {
+  const char* key;
+  const char* label;
+  int32_t controlKind;
+  int32_t valueType;
+  int64_t defaultValue;
+  int64_t minimum;
+  int64_t maximum;
+  float divisor;                 // Integers: of the value that is kept.
+  float GeneralEffect::*number;  // Where integers are kept.
+  bool GeneralEffect::*enabled;  // Where switches are kept.
+};
+
+// Checked in this order; the first row with the key decides.
+const GeneralEffect::Parameter GeneralEffect::kParameters[] = {
+    {"color", "背景色", 2, QVG_PARAM_COLOR, 0, 0, 0, 0, nullptr, nullptr},
+    {"similarity", "相似度", 0, QVG_PARAM_INTEGER, 400, 1, 1000, kPerMille, &GeneralEffect::similarity_, nullptr},
+    {"smoothness", "平滑", 0, QVG_PARAM_INTEGER, 80, 1, 1000, kPerMille, &GeneralEffect::smoothness_, nullptr},
+    {"anti-spill", "背景色溢出抑制", 0, QVG_PARAM_INTEGER, 100, 1, 1000, kPerMille, &GeneralEffect::spill_, nullptr},
+    {"bgfile", "背景图", 2, QVG_PARAM_TEXT, 0, 0, 0, 0, nullptr, nullptr},
+    {"whitten", "美白", 0, QVG_PARAM_INTEGER, 0, 0, 100, kPercent, &GeneralEffect::whitten_, nullptr},
+    {"blur", "磨皮", 0, QVG_PARAM_INTEGER, 0, 0, 100, kPercent, &GeneralEffect::blur_, nullptr},
+    {"bright", "曝光", 0, QVG_PARAM_INTEGER, 0, -100, 100, kPercent, &GeneralEffect::brightness_, nullptr},
+    {"temperature", "色温", 0, QVG_PARAM_INTEGER, 0, -100, 100, kPercent, &GeneralEffect::temperature_, nullptr},
+    {"highlight", "高光", 0, QVG_PARAM_INTEGER, 0, 0, 100, kPercent, &GeneralEffect::highlight_, nullptr},
+    {"shadow", "阴影", 0, QVG_PARAM_INTEGER, 0, 0, 100, kPercent, &GeneralEffect::shadow_, nullptr},
+    {"enable_key", "是否抠像", 2, QVG_PARAM_BOOLEAN, 0, 0, 0, 0, nullptr, &GeneralEffect::enableKey_},
+    {"enable_beauty", "是否美颜", 2, QVG_PARAM_BOOLEAN, 0, 0, 0, 0, nullptr, &GeneralEffect::enableBeauty_},
+    {"enable_color", "是否调整颜色", 2, QVG_PARAM_BOOLEAN, 0, 0, 0, 0, nullptr, &GeneralEffect::enableColor_},
+    {"enable_bg", "是否叠加背景", 2, QVG_PARAM_BOOLEAN, 0, 0, 0, 0, nullptr, &GeneralEffect::enableBg_},
+};
+
+const EffectGroup& GeneralEffect::Group() {
+  constexpr size_t kCount = std::size(kParameters);
+  static const auto descriptors = [] {
+    std::array<QVGParamDescriptor, kCount> table = {};
+    for (size_t i = 0; i < kCount; ++i) {
+      const Parameter& row = kParameters[i];
+      QVGParamDescriptor& descriptor = table[i];
+      std::strncpy(descriptor.name, row.key, sizeof descriptor.name - 1);
+      std::strncpy(descriptor.label, row.label, sizeof descriptor.label - 1);
+      descriptor.controlKind = row.controlKind;
+      descriptor.valueType = descriptor.valueType2 = row.valueType;
+      for (QVGParamValue* value :
+           {&descriptor.defaultValue, &descriptor.minimum, &descriptor.maximum, &descriptor.step}) {
+        value->type = row.valueType;
+      }
+      if (row.valueType == QVG_PARAM_INTEGER) {
+        descriptor.defaultValue.value.integer = row.defaultValue;
+        descriptor.minimum.value.integer = row.minimum;
+        descriptor.maximum.value.integer = row.maximum;
+        descriptor.step.value.integer = 1;
+      } else if (row.valueType == QVG_PARAM_COLOR) {
+        descriptor.defaultValue.value.color[1] = 1;
+      }
+    }
+    return table;
+  }();
+  static const EffectGroup group = {
+      kGroupName,
+      1,
+      descriptors.data(),
+      static_cast<uint32_t>(kCount),
+      [](const EffectServices& services) -> Effect* { return new GeneralEffect(services); },
+      [](const char* locale) {
+        const std::string_view name = locale;
+        return name.empty() || name == "zh_CN" || name == "zh" ? "画面特效" : kGroupName;
+      }};
+  return group;
+}
+
+glm::vec3 KelvinToRGB(double kelvin) {
+  const double t = std::clamp(kelvin, kLowKelvin, kHighKelvin) / 100;
+  double red = 1;
+  double green = 0;
+  double blue = 1;
+  if (t <= 66) {
+    green = std::log(t) * 0.3900815787690196 - 0.6318414437886275;
+  } else {
+    red = 1.292936186062745 * std::pow(t - 60, -0.1332047592);
+    green = 1.1298908608952942 * std::pow(t - 60, -0.0755148492);
+  }
+  if (t <= 19) {
+    blue = 0;
+  } else if (t < 66) {
+    blue = std::log(t - 10) * 0.543206789110196 - 1.19625408914;
+  }
+  return glm::clamp(glm::vec3(red, green, blue), 0.0f, 1.0f);
+}
+
+glm::mat3 BackgroundMapping(const Texture& frame, const Texture& background) {
+  // Written for column vectors, from right to left, and transposed at the end.
+  const auto affine = [](glm::vec2 x, glm::vec2 y, glm::vec2 origin) {
+    return glm::mat3(glm::vec3(x, 0), glm::vec3(y, 0), glm::vec3(origin, 1));
+  };
+  const auto turn = [&affine](int quarterTurns) {
+    const glm::vec2 origin = TurnTexCoord({0, 0}, quarterTurns);
+    return affine(TurnTexCoord({1, 0}, quarterTurns) - origin, TurnTexCoord({0, 1}, quarterTurns) - origin, origin);
+  };
+  const auto flip = [&affine](bool flipped) { return flipped ? affine({1, 0}, {0, -1}, {0, 1}) : glm::mat3(1); };
+  const auto place = [&affine](const Texture& texture) {
+    const ContentRect content = ContentRect::Of(texture);
+    return affine({content.Extent().x, 0}, {0, content.Extent().y}, content.Origin());
+  };
+  const glm::mat3 presentedToFrame = place(frame) * flip(frame.flipped) * turn(QuarterTurns(frame.rotation));
+  const glm::mat3 presentedToBackground =
+      place(background) * flip(background.flipped) * turn(QuarterTurns(background.rotation));
+  return glm::transpose(presentedToBackground * glm::inverse(presentedToFrame));
+}
+
+GeneralEffect::GeneralEffect(const EffectServices& services)
+    : TextureEffect(kGroupName, services),
+      kelvinRgbHigh_(KelvinToRGB(kHighKelvin)),
+      kelvinRgbLow_(KelvinToRGB(kLowKelvin)) {
+  // Compiled now rather than with the first frame, and given back for other instances until then.
+  _LoadProgram();
+  Unbind();
+  _LoadIndices();
+  _SetBlur(blur_);
+}
+
+GeneralEffect::~GeneralEffect() { _ReleaseBackground(); }
+
+bool GeneralEffect::_LoadProgram() {
+  using namespace shaders;
+  return LoadProgram(kProgramName, effect_vert,
+                     std::string(frame_glsl) + key_glsl + beauty_glsl + color_glsl + generalEffect_frag);
+}
+
+void GeneralEffect::_SetKeyColor(const ParamValue& value) {
+  const double(&c)[3] = value.value.color;
+  const double r = std::clamp(c[0], 0.0, 1.0);
+  const double g = std::clamp(c[1], 0.0, 1.0);
+  const double b = std::clamp(c[2], 0.0, 1.0);
+  keyChroma_ = {-0.100644 * r - 0.338572 * g + 0.439216 * b + 0.501961,
+                0.439216 * r - 0.398942 * g - 0.040274 * b + 0.501961};
+}
+
+void GeneralEffect::_SetBlur(float blur) {
+  blur_ = blur;
+  // The percent as it was set: as a fraction it may have lost its last bit.
+  const int radius = static_cast<int>(std::lround(blur * kPercent));
+  blurRadius_ = static_cast<float>(radius);
+  blurSumWeight_ = 0;
+  if (radius < 1) return;
+  const double sigma = radius / 3.0;
+  const double norm = 1 / std::sqrt(6.283185307179586 * sigma * sigma);
+  double sum = 0;
+  for (int i = 0; i < radius; ++i) {
+    sum += std::exp(-double(i) * i / (2 * sigma * sigma)) * norm * (i == 0 ? 1 : 2);
+  }
+  blurSumWeight_ = static_cast<float>(sum);
+}
+
+void GeneralEffect::_ReleaseBackground() {
+  if (background_ != nullptr) services_.images.Release(background_);
+  background_ = nullptr;
+}
+
+void GeneralEffect::_SetBackground(const char* path) {
+  const std::string wanted = path != nullptr ? path : "";
+  if (wanted != backgroundPath_) _ReleaseBackground();
+  backgroundPath_ = wanted;
+  if (background_ == nullptr) background_ = services_.images.Acquire(backgroundPath_);
+}
+
+bool GeneralEffect::SetParam(const std::string& key, const ParamValue* value) {
+  if (value == nullptr) return false;
+  const auto* row = std::find_if(std::begin(kParameters), std::end(kParameters),
+                                 [&](const Parameter& candidate) { return key == candidate.key; });
+  if (row == std::end(kParameters)) return false;
+  const bool isSwitch = row->enabled != nullptr;
+  if (value->type != row->valueType && !(isSwitch && value->type == QVG_PARAM_INTEGER)) return false;
+  if (isSwitch) {
+    // Both accepted types are read by their first byte.
+    this->*row->enabled = *reinterpret_cast<const uint8_t*>(&value->value) != 0;
+  } else if (row->valueType == QVG_PARAM_COLOR) {
+    _SetKeyColor(*value);
+  } else if (row->valueType == QVG_PARAM_TEXT) {
+    _SetBackground(value->value.text);
+  } else {
+    const float number =
+        static_cast<float>(std::clamp(value->value.integer, row->minimum, row->maximum)) / row->divisor;
+    if (row->number != &GeneralEffect::blur_) {
+      this->*row->number = number;
+    } else if (std::abs(number - blur_) > 0.001f) {
+      _SetBlur(number);
+    }
+  }
+  return true;
+}
+
+int32_t GeneralEffect::_Stages() const {
+  int32_t stages = 0;
+  if (enableKey_) stages |= kKey;
+  if (enableBeauty_) stages |= kBeauty;
+  if (enableColor_) stages |= kColor;
+  if (enableBg_ && background_ != nullptr) stages |= kBackground;
+  return stages;
+}
+
+bool GeneralEffect::_SetUniforms(const Texture& frame, int32_t stages) {
+  Program& p = *program_;
+  const ContentRect content = ContentRect::Of(frame);
+  // Steps to neighbours are texels of the storage.
+  const glm::vec2 size(content.storageWidth, content.storageHeight);
+  bool ok = p.SetUniformTexture(1, static_cast<int>(frame.id), "main_texture", frame.target) &&
+            p.SetUniform2f("texture_size", size) && p.SetUniform4f("texture_bounds", content.SampleBounds()) &&
+            p.SetUniformMatrix4f("mvpMat", mvp_, 1) && p.SetUniform2f("chromaKeyColor", keyChroma_) &&
+            p.SetUniform1f("similarity", similarity_) && p.SetUniform1f("smoothness", smoothness_) &&
+            p.SetUniform1f("spill", spill_);
+  if (ok && (stages & kBackground) != 0) {
+    const Texture& background = *background_->Get();
+    ok = p.SetUniformTexture(3, static_cast<int>(background.id), "keyBGTexure", background.target) &&
+         p.SetUniformMatrix3f("keyUVFactor", BackgroundMapping(frame, background), 1) &&
+         p.SetUniform4f("keyBGBounds", ContentRect::Of(background).SampleBounds());
+  }
+  return ok && p.SetUniform1f("whitten", whitten_) && p.SetUniform1f("blur", blur_) &&
+         p.SetUniform1f("blurSumWeight", blurSumWeight_) && p.SetUniform1f("blurRadius", blurRadius_) &&
+         p.SetUniform2f("blurSingleOffset", 1.0f / size) && p.SetUniform3f("kelvin_rgb_high", kelvinRgbHigh_) &&
+         p.SetUniform3f("kelvin_rgb_low", kelvinRgbLow_) && p.SetUniform1f("brightness", brightness_) &&
+         p.SetUniform1f("temperature", temperature_) && p.SetUniform1f("highlight", highlight_) &&
+         p.SetUniform1f("shadow", shadow_) && p.SetUniform1f("saturation", saturation_) &&
+         p.SetUniform1f("contrast", contrast_) && p.SetUniform1f("hue", hue_) &&
+         p.SetUniform1i("processingFlags", stages);
+}
+
+Texture* GeneralEffect::Process(Texture* frame) {
+  const int32_t stages = _Stages();
+  if (stages == 0 || !PrepareTarget(frame)) return nullptr;
+  const bool ok =
+      _LoadProgram() && _SetUniforms(*frame, stages) && _LoadVertices(*frame) && _LoadIndices() && _Draw(&vbo_, &ebo_);
+  Unbind();
+  if (ok) return _TakeOutput();
+  _ReleaseOutput();
+  return nullptr;
+}
+
+}  // namespace qvg
