@@ -18,6 +18,29 @@ wine_environment=(
   "WINEDLLOVERRIDES=mscoree=;mshtml=;winemenubuilder.exe=;winedbg.exe=d"
 )
 
+# start_xvfb: an X server for the rest of the part, on a display of its own choice; with_x then is the command prefix.
+xvfb_pid=
+start_xvfb() {
+  local file=build/results/display
+  rm -f "$file"
+  Xvfb -displayfd 3 -screen 0 1280x1024x24 -nolisten tcp 3>"$file" >/dev/null 2>&1 </dev/null &
+  xvfb_pid=$!
+  local tries
+  for ((tries = 0; tries < 100; ++tries)); do
+    [[ -s $file ]] && break
+    sleep 0.1
+  done
+  with_x=(env -u WAYLAND_DISPLAY "DISPLAY=:$(<"$file")")
+}
+
+stop_xvfb() {
+  [[ $xvfb_pid ]] || return 0
+  kill "$xvfb_pid" 2>/dev/null
+  wait "$xvfb_pid" 2>/dev/null
+  xvfb_pid=
+}
+trap stop_xvfb EXIT
+
 begin_part() {
   part_name=$1 part_start=$SECONDS
   echo
@@ -128,16 +151,20 @@ part_linux() {
 
 part_x11() {
   build linux || return
-  build_folder=linux suffix= run_test_programs "${xvfb[@]}"
+  start_xvfb
+  build_folder=linux suffix= run_test_programs "${with_x[@]}"
+  stop_xvfb
 }
 
-# The texts are those that the driver got while the tests ran through the table.
+# The texts are those that the driver got while the tests ran.
 part_shaders() {
-  local texts="$PWD/build/results/shaders"
-  build linux qvg_tests || return
+  local texts="$PWD/build/results/shaders" program
+  build linux || return
   rm -rf "$texts" && mkdir -p "$texts"
-  MESA_SHADER_DUMP_PATH=$texts "${headless[@]}" "${mesa_only[@]}" build/linux/qvg_tests \
-    >build/results/shaders-qvg_tests.log 2>&1 </dev/null
+  for program in qvg_tests qvg_unit_tests; do
+    MESA_SHADER_DUMP_PATH=$texts "${headless[@]}" "${mesa_only[@]}" "build/linux/$program" \
+      >"build/results/shaders-$program.log" 2>&1 </dev/null
+  done
   check "glslangValidator" scripts/validate_shaders.sh "$texts"
 }
 
@@ -148,10 +175,15 @@ part_product() {
 
 part_windows() {
   build windows || return
-  check "wine prefix" env "${wine_environment[@]}" "${xvfb[@]}" scripts/make_wine_prefix.sh || return
-  local run=(env "${wine_environment[@]}" "${xvfb[@]}")
-  build_folder=windows suffix=.exe run_test_programs "${run[@]}" wine
-  run_product windows "${run[@]}"
+  start_xvfb
+  local run=("${with_x[@]}" "${wine_environment[@]}")
+  if check "wine prefix" "${run[@]}" scripts/make_wine_prefix.sh; then
+    "${run[@]}" wineserver -p # Stays until it is told to go: starting it takes seconds.
+    build_folder=windows suffix=.exe run_test_programs "${run[@]}" wine
+    run_product windows "${run[@]}"
+    "${run[@]}" wineserver -k
+  fi
+  stop_xvfb
 }
 
 part_asan() {
