@@ -20,6 +20,7 @@
 #include "context/texturePool.h"
 #include "effect/effectManager.h"
 #include "qvGLRenderer/qvGLRenderer.h"
+#include "tool/wndDrawer.h"
 #include "utils/log.h"
 
 namespace qvg {
@@ -433,15 +434,47 @@ void Finish() noexcept {
   });
 }
 
-// ---- Windows: not there yet; they answer their failure values.
+// ---- Windows
 
-QVGWndDrawer* CreateWndDrawer(void*) noexcept { return nullptr; }
-QVGGLContext* GetWndDrawerHandle(QVGWndDrawer*) noexcept { return nullptr; }
-bool ClearWnd(QVGWndDrawer*, const double[3], void*, void*) noexcept { return false; }
-bool SetWndDrawerSize(QVGWndDrawer*, uint32_t, uint32_t) noexcept { return false; }
-bool DrawTextureToWnd(QVGWndDrawer*, QVGTexture*) noexcept { return false; }
+WndDrawer* From(QVGWndDrawer* drawer) { return reinterpret_cast<WndDrawer*>(drawer); }
+
+QVGWndDrawer* CreateWndDrawer(void* window) noexcept {
+  return WithContexts<QVGWndDrawer*>(nullptr, [&](QVGLContextManager& contexts) {
+    auto drawer = std::make_unique<WndDrawer>(contexts);
+    return drawer->Init(window) ? reinterpret_cast<QVGWndDrawer*>(drawer.release()) : nullptr;
+  });
+}
+
+QVGGLContext* GetWndDrawerHandle(QVGWndDrawer* drawer) noexcept {
+  return drawer == nullptr ? nullptr : ToContext(From(drawer)->Context());
+}
+
+bool ClearWnd(QVGWndDrawer* drawer, const double rgb[3], void* /*reserved1*/, void* /*reserved2*/) noexcept {
+  if (drawer == nullptr || rgb == nullptr) return false;
+  return Guard(false, [&] {
+    From(drawer)->Clear(static_cast<float>(rgb[0]), static_cast<float>(rgb[1]), static_cast<float>(rgb[2]));
+    return true;
+  });
+}
+
+bool SetWndDrawerSize(QVGWndDrawer* drawer, uint32_t width, uint32_t height) noexcept {
+  if (drawer == nullptr) return false;
+  From(drawer)->SetSize(static_cast<int>(width), static_cast<int>(height));
+  return true;
+}
+
+bool DrawTextureToWnd(QVGWndDrawer* drawer, QVGTexture* texture) noexcept {
+  if (drawer == nullptr || texture == nullptr) return false;
+  return Guard(false, [&] { return From(drawer)->Draw(From(texture)); });
+}
+
 bool DestroyWndDrawer(QVGWndDrawer** drawer) noexcept {
-  if (drawer != nullptr) *drawer = nullptr;
+  if (drawer == nullptr) return true;
+  Guard(false, [&] {
+    delete From(*drawer);
+    return true;
+  });
+  *drawer = nullptr;
   return true;
 }
 

@@ -1,0 +1,82 @@
+#pragma once
+
+#include <glm/glm.hpp>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "base/gl.h"
+
+namespace qvg {
+
+class QVGLContextManager;
+class Texture;
+
+/// Where a picture stands in a window: GL viewport, in pixels from the lower left corner.
+struct Viewport {
+  int x = 0;
+  int y = 0;
+  int width = 0;
+  int height = 0;
+};
+
+/// The largest place of the picture's aspect ratio in the middle of a window.
+Viewport FitIntoWindow(const Texture& texture, int windowWidth, int windowHeight);
+
+/// Presents textures in one window of the host, through a context of its own on that window. Clear and Draw run on a
+/// thread on which that context is current; the window outlives the drawer.
+class WndDrawer {
+ public:
+  explicit WndDrawer(QVGLContextManager& contexts) : contexts_(contexts) {}
+  ~WndDrawer();
+  WndDrawer(const WndDrawer&) = delete;
+  WndDrawer& operator=(const WndDrawer&) = delete;
+
+  /// Leaves current what was current before. False, with a line in the log, for a null window, or when no context can
+  /// be made on it.
+  bool Init(void* window);
+  bool Uninit();
+  /// The window's size in pixels, for the next Clear or Draw.
+  void SetSize(int width, int height);
+  void* Context() const { return context_; }
+
+  /// Fills the window and shows it.
+  void Clear(float red, float green, float blue);
+  /// Shows the texture's content letterboxed over black, colour multiplied by alpha; null shows black. False when the
+  /// drawer is not initialised or its context is not current.
+  bool Draw(const Texture* texture);
+
+ private:
+  GLuint _LoadShader(GLenum type, const std::string& source);
+  GLuint _CreateProgram(const std::string& vertexSource, const std::string& fragmentSource);
+  void _CreateGeometry();
+  void _DestroyObjects();
+  bool _Ready() const;
+  void _BindTarget();
+  void _UnbindTarget();
+  const Texture* _WholeStorage(const Texture& texture);
+  void _DrawQuad(const Texture& texture);
+
+  QVGLContextManager& contexts_;
+  bool initialized_ = false;
+  void* context_ = nullptr;
+  std::mutex mutex_;
+  GLuint program_ = 0;
+  GLuint positionBuffer_ = 0;
+  GLuint texcoordBuffer_ = 0;
+  GLuint flippedTexcoordBuffer_ = 0;
+  GLuint vertexArray_ = 0;
+  GLuint indexBuffer_ = 0;
+  GLuint flippedVertexArray_ = 0;
+  GLint textureLocation_ = -1;
+  GLuint targetFramebuffer_ = 0;
+  GLuint targetRenderbuffer_ = 0;
+  bool useTargetFramebuffer_ = false;
+  bool useTargetRenderbuffer_ = false;
+  int windowWidth_ = 0;
+  int windowHeight_ = 0;
+  // The content of a texture with larger storage, on its own: the program samples whatever lies beside it.
+  std::unique_ptr<Texture> content_;
+};
+
+}  // namespace qvg
