@@ -3,7 +3,7 @@
 find_program(GLAD_PROGRAM glad HINTS /usr/bin NO_CMAKE_FIND_ROOT_PATH REQUIRED)
 
 set(glad_api "gl:core=4.2")
-set(glad_extensions GL_ARB_texture_barrier GL_KHR_debug)
+set(glad_extensions GL_ARB_texture_barrier GL_ARB_texture_storage GL_KHR_debug)
 set(glad_sources gl.c)
 if(WIN32)
   string(APPEND glad_api ",wgl=1.0")

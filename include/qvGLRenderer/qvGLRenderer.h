@@ -10,12 +10,14 @@
  * - Threads. A slot marked [any] may be called on any thread, with or without a current context. A slot marked
  *   [GL] issues GL commands: call it on a thread on which a context of this library is current (GetSharedContext,
  *   then MakeCurrentContext). Textures and pixel buffers are shared by all contexts of the library; a frame buffer
- *   works only on the context on which it was first used. An object may be used on one thread at a time.
+ *   works only on the context on which it was created. An object may be used on one thread at a time.
  * - Order between contexts. Work submitted on one context is seen by another only after Finish() on the first.
- *   Objects that the pools recycle are ordered by the library itself.
+ *   Objects that the pools recycle are ordered by the library itself, when they are given back on the context that used
+ *   them last (or after Finish() there).
  * - Rows. A frame in memory has row 0 first; texture row 0 is at the bottom of GL's coordinates. An upload stores
  *   frame row 0 as texture row 0, so a top-down frame lies upside down in GL's sense: the texture's "flipped" flag
- *   is then true. Read-backs write row 0 of the picture first.
+ *   is then true. YUV read-backs write the picture's top row first, as that flag tells; RGB read-backs write texture
+ *   row 0 first unless told otherwise.
  * - Content. A texture's storage may be larger than its picture. The content rectangle (origin and size, in texels)
  *   says where the picture lies; every operation reads and writes that rectangle only.
  * - Values. Colours and opacity are 0..1, sizes are pixels, strides are bytes, angles are degrees unless a field
@@ -256,14 +258,16 @@ typedef struct QVGGLRendererInterface {
 
   /** 8 [any] A new context that shares objects with all others. reserved is ignored. With useHiddenWindow a hidden
    *  surface is made and window ignored; otherwise window is the host's window (Windows: HWND; Linux: X11 window id
-   *  cast to a pointer), which must outlive the context. Current nowhere yet. Give back with DestroySharedContext.
-   *  @return null when the library is not running, the window is none, or the driver refuses. */
+   *  cast to a pointer; null counts as useHiddenWindow), which must outlive the context. Current nowhere yet. Give
+   *  back with DestroySharedContext. @return null when the library is not running, the window is none of this
+   *  display's, or the driver refuses. */
   QVGGLContext* (*CreateSharedContext)(void* reserved, void* window, bool useHiddenWindow);
   /** 9 [any] A context without a window, recycled when one is idle, else new. Give back with ReleaseSharedContext.
    *  @return null on failure. */
   QVGGLContext* (*GetSharedContext)(void);
   /** 10 [any] Gives a context back for reuse and writes null. If it is current on the calling thread it is unbound;
-   *  it must not be current on another. @return true; false when the library is not running. */
+   *  it must not be current on another. @return true; false when the library is not running or the handle is no
+   *  live context. */
   bool (*ReleaseSharedContext)(QVGGLContext** context);
   /** 11 [any] Makes the context current on the calling thread; null unbinds what is current. previous, when not null,
    *  receives the context of this library that was current before, or null. @return false when the driver refuses. */
@@ -290,7 +294,8 @@ typedef struct QVGGLRendererInterface {
    *  when the call returns. @return null on failure. */
   QVGTexture* (*CloneTexture)(QVGTexture* source);
   /** 19 [GL] How the stored channels are read when sampled: 0 BGRA, 1 RGBA (as stored), 2 ABGR, 3 ARGB (of bytes that
-   *  were stored in that order). Stays until the next upload. @return false for another order, null or a GL error. */
+   *  were stored in that order). Stays until the next upload, clear, or use as a target, which store R, G, B, A.
+   *  @return false for another order, null or a GL error. */
   bool (*SetTextureChannelOrder)(QVGTexture* texture, int32_t order);
   /** 20 [GL] An RGBA texture, 8 bits a channel, with undefined content of width x height pixels.
    *  @return null for a size of 0 or above the driver's limit, or without memory. */
@@ -301,10 +306,11 @@ typedef struct QVGGLRendererInterface {
    *  @return null for a bad frame (see UploadPixelBufferToTexture) or on failure. */
   QVGTexture* (*UploadPixelBufferToNewTexture)(const QVGPixelBuffer* source, bool flipped, bool matteRGB,
                                                QVGColor matte);
-  /** 22 [GL] The same into a texture. RGB frames need a texture whose storage has the format's kind (RGBA for 4-byte
-   *  formats, RGB for 3-byte ones) and at least the frame's size; the content becomes the frame's size, centred. YUV
-   *  frames are scaled to the texture's content size. @return false for null, an unknown format, a missing plane, a
-   *  size out of range, a stride below the row's bytes, an unfit texture, or a GL error. */
+  /** 22 [GL] The same into a texture. RGB frames need a texture whose storage has the kind that slot 21 makes for the
+   *  format (RGBA for 4-byte formats, RGB for 3-byte ones, one of its own for RGBX332) and at least the frame's size;
+   * the content becomes the frame's size, centred. YUV frames are scaled to the texture's content size. @return false
+   * for null, an unknown format, a missing plane, a size out of range, a stride below the row's bytes, an unfit
+   * texture, or a GL error. */
   bool (*UploadPixelBufferToTexture)(QVGTexture* destination, const QVGPixelBuffer* source, bool flipped, bool matteRGB,
                                      QVGColor matte);
   /** 23 [GL] Fills the content with the colour (R, G, B, A). @return false for null or on failure. */
@@ -336,7 +342,7 @@ typedef struct QVGGLRendererInterface {
 
   /** 35 [GL] Reads the content as planar 4:2:0: strides (w, w/2, w/2), w/2 x h/2 chroma, integer division. fullRange:
    *  format J420, with chroma values not raised to 0.5; otherwise format I420, limited range. mirror: left and right
-   *  exchanged. Row 0 of the picture comes first. @return false on failure; out is then untouched by memory. */
+   *  exchanged. The picture's top row comes first. @return false on failure; the planes in out are then null. */
   bool (*TextureToYUV420PixelBuffer)(QVGTexture* source, bool fullRange, bool mirror, QVGPixelBuffer* out);
   /** 36 [GL] Reads the content as NV12, limited-range BT.601, strides (w, w, 0). As slot 35 otherwise. */
   bool (*TextureToNV12PixelBuffer)(QVGTexture* source, QVGPixelBuffer* out, bool mirror);
@@ -359,16 +365,20 @@ typedef struct QVGGLRendererInterface {
   /** 42 [GL] The same from a full description; null gives null. */
   QVGFrameBuffer* (*CreateFrameBufferFromDesc)(const QVGFrameBufferDesc* desc);
   /** 43 [GL] Draws into the texture's content from now on; the texture stays the caller's. A texture of another channel
-   *  order is brought into the order R, G, B, A first and looks the same. @return false for null, when the frame buffer
+   *  order is brought into the order R, G, B, A first and looks the same. The depth buffer may be replaced: clear it
+   *  afterwards. Keep the texture until another is bound or the frame buffer is destroyed, if you still draw to it.
+   *  @return false for null, when the frame buffer
    *  has buffers of another size, on another context than the frame buffer's, or on failure. */
   bool (*BindTextureToFrameBuffer)(QVGFrameBuffer* frameBuffer, QVGTexture* texture);
-  /** 44 [GL] Fills colour (R, G, B, A) and depth. @return false for null or on failure. */
+  /** 44 [GL] Fills the content with the colour (R, G, B, A), and the depth buffer. @return false for null or on
+   * failure. */
   bool (*ClearFrameBuffer)(QVGFrameBuffer* frameBuffer, const double rgba[4]);
   /** 45 [GL] Draws the texture's content, turned by its rotation, into the frame buffer; null params mean the
-   *  defaults. Source or matte may be the target itself. @return false when source or destination is null. */
+   *  defaults. Source or matte may be the target itself. @return false when source or destination is null, when the
+   * frame buffer belongs to another context, or on failure. */
   bool (*DrawTexture)(QVGTexture* source, QVGFrameBuffer* destination, const QVGDrawTextureParams* params);
-  /** 46 [any] Destroys a frame buffer and writes null. Its GL name is deleted when its own context is next made
-   * current.
+  /** 46 [any] Destroys a frame buffer and writes null. On another context than its own the GL name waits until that one
+   * is next used.
    *  @return false for null. */
   bool (*DestroyFrameBuffer)(QVGFrameBuffer** frameBuffer);
   /** 47 [GL] Waits until all work submitted on the current context is done. */

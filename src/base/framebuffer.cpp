@@ -29,22 +29,23 @@ void FrameBuffer::_ReleaseBuffers() {
   if (depthBuffer_ != nullptr) surfaces_.ReleaseRenderBuffer(depthBuffer_);
 }
 
-bool FrameBuffer::_OnOwnContext() const {
+bool FrameBuffer::_OnOwnContext(std::source_location where) const {
   if (CurrentContextId() == owner_) return true;
-  LogLocated(kLogError, "framebuffer belongs to another context");
+  LogLocated(kLogError, "framebuffer belongs to another context", where);
   return false;
 }
 
-bool FrameBuffer::_Complete() const {
+bool FrameBuffer::_Complete(std::source_location where) const {
   if (glCheckFramebufferStatus(GL_FRAMEBUFFER) == GL_FRAMEBUFFER_COMPLETE) return true;
-  LogLocated(kLogError, "FrameBuffer is not complete");
+  LogLocated(kLogError, "FrameBuffer is not complete", where);
   return false;
 }
 
 bool FrameBuffer::_AttachDepth(int width, int height) {
+  RenderBuffer* buffer = surfaces_.AcquireRenderBuffer(width, height, GL_DEPTH24_STENCIL8);
+  if (buffer == nullptr) return false;
   if (depthBuffer_ != nullptr) surfaces_.ReleaseRenderBuffer(depthBuffer_);
-  depthBuffer_ = surfaces_.AcquireRenderBuffer(width, height, GL_DEPTH24_STENCIL8);
-  if (depthBuffer_ == nullptr) return false;
+  depthBuffer_ = buffer;
   glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_DEPTH_STENCIL_ATTACHMENT, GL_RENDERBUFFER, depthBuffer_->id);
   return true;
 }
@@ -55,6 +56,9 @@ bool FrameBuffer::Allocate(const FrameBufferSetting& setting) {
     return true;
   }
   owner_ = CurrentContextId();
+  if (owner_ == 0) return false;
+  // Names that were given up elsewhere would wait for long on a thread that makes its context current but once.
+  FlushContextObjects();
   glGenFramebuffers(1, &fbo_);
   if (fbo_ == 0) {
     CheckGLError();
@@ -128,7 +132,8 @@ bool FrameBuffer::UnbindColorTexture() {
   if (colorTexture_ == nullptr) return true;
   if (!_OnOwnContext()) return false;
   glBindFramebuffer(GL_FRAMEBUFFER, fbo_);
-  glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, colorTexture_->target, 0, 0);
+  // The texture may be gone already; without a name its target does not count.
+  glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, 0, 0);
   colorTexture_ = nullptr;
   if (colorBuffer_ != nullptr) {
     glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER, colorBuffer_->id);
@@ -159,6 +164,11 @@ bool FrameBuffer::Bind() {
   }
   if (!_OnOwnContext()) return false;
   const ContentRect content = Content();
+  if (colorTexture_ != nullptr) {
+    // An upload since may have changed the content.
+    width_ = content.width;
+    height_ = content.height;
+  }
   glBindFramebuffer(GL_FRAMEBUFFER, fbo_);
   glViewport(content.x, content.y, width_, height_);
   if (!CheckGLError()) return false;
@@ -179,18 +189,21 @@ bool FrameBuffer::Clear(const float color[4]) {
   if (!Bind()) return false;
   const ContentRect content = Content();
   const bool part = content.width < content.storageWidth || content.height < content.storageHeight;
+  glClearColor(color[0], color[1], color[2], color[3]);
+  // Depth everywhere: the next texture may have its content at another place.
+  glClear(part ? GL_DEPTH_BUFFER_BIT : GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
   if (part) {
     glEnable(GL_SCISSOR_TEST);
     glScissor(content.x, content.y, width_, height_);
+    glClear(GL_COLOR_BUFFER_BIT);
+    glDisable(GL_SCISSOR_TEST);
   }
-  glClearColor(color[0], color[1], color[2], color[3]);
-  glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
-  if (part) glDisable(GL_SCISSOR_TEST);
   return CheckGLError();
 }
 
-bool FrameBuffer::_BlitTo(Texture* destination, int srcX1, int srcY1, int dstX1, int dstY1) {
-  if (!_OnOwnContext()) return false;
+bool FrameBuffer::_BlitTo(Texture* destination, int srcX1, int srcY1, int dstX1, int dstY1,
+                          std::source_location where) {
+  if (!_OnOwnContext(where)) return false;
   FrameBuffer target(surfaces_);
   target.Allocate({});
   target.BindColorTexture(destination);
@@ -205,7 +218,7 @@ bool FrameBuffer::_BlitTo(Texture* destination, int srcX1, int srcY1, int dstX1,
                     GL_COLOR_BUFFER_BIT, GL_NEAREST);
   glBindFramebuffer(GL_READ_FRAMEBUFFER, static_cast<GLuint>(reader));
   glBindFramebuffer(GL_DRAW_FRAMEBUFFER, static_cast<GLuint>(drawer));
-  return CheckGLError();
+  return CheckGLError(where);
 }
 
 bool FrameBuffer::BlitToTexture(Texture* destination) {
@@ -230,11 +243,12 @@ bool FrameBuffer::BlitToPbo(BO* buffer, int x, int y, int width, int height, int
   if (width < 1) width = width_;
   if (height < 1) height = height_;
   const ContentRect content = Content();
+  const std::source_location where = std::source_location::current();
   const auto read = [&](int readX, int readY) {
     buffer->Bind(GL_PIXEL_PACK_BUFFER);
     glPixelStorei(GL_PACK_ALIGNMENT, 1);
     glReadPixels(readX, readY, width, height, format, GL_UNSIGNED_BYTE, reinterpret_cast<void*>(offset));
-    CheckGLError();
+    CheckGLError(where);
     buffer->UnBind();
   };
   if (colorBuffer_ == nullptr || colorBuffer_->setting.samples < 1) {

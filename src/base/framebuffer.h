@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <source_location>
 
 #include "base/camera.h"
 #include "base/content.h"
@@ -34,10 +35,11 @@ class FrameBuffer {
 
   bool Allocate(const FrameBufferSetting& setting);
   /// Renders into the texture's content from now on, and takes its size. The texture stays the caller's and must
-  /// outlive the binding. The frame buffer stays bound in GL.
+  /// outlive the binding as long as it is drawn to. A depth buffer may be replaced by a larger one: clear it
+  /// afterwards. The frame buffer stays bound in GL.
   bool BindColorTexture(Texture* texture);
   bool UnbindColorTexture();
-  /// Fills colour (r, g, b, a) and depth of the content; the frame buffer stays bound in GL.
+  /// Fills the content with a colour (r, g, b, a), and all of the depth buffer; the frame buffer stays bound in GL.
   bool Clear(const float color[4]);
   /// Binds with a viewport on the content.
   bool Bind();
@@ -64,10 +66,12 @@ class FrameBuffer {
   Camera camera;
 
  private:
-  bool _OnOwnContext() const;
+  // The last argument is the operation on whose behalf they log.
+  bool _OnOwnContext(std::source_location where = std::source_location::current()) const;
   bool _AttachDepth(int width, int height);
-  bool _Complete() const;
-  bool _BlitTo(Texture* destination, int srcX1, int srcY1, int dstX1, int dstY1);
+  bool _Complete(std::source_location where = std::source_location::current()) const;
+  bool _BlitTo(Texture* destination, int srcX1, int srcY1, int dstX1, int dstY1,
+               std::source_location where = std::source_location::current());
   void _ReleaseBuffers();
 
   SurfaceSource& surfaces_;

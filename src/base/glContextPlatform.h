@@ -58,6 +58,11 @@ void RestoreBinding(const ContextBinding& binding);
 /// The GL version that was found when the entry points were loaded; 0.0 before.
 void LoadedGLVersion(int32_t* major, int32_t* minor);
 
+/// Keeps the library loaded, also when the host unloads it, until UnpinLibrary. Null where that is not possible.
+void* PinLibrary();
+/// Takes what PinLibrary gave, also null. Never the last reference of the library when called by its host.
+void UnpinLibrary(void* pin);
+
 /// Ends what the platform keeps for the process between contexts (threads, window classes, display connections). Does
 /// nothing while a context is left. Starting again is possible. Not to be called while a library is being unloaded.
 void ShutdownContextPlatform();

@@ -177,6 +177,8 @@ EGLContext CreateContext(EGLDisplay display, EGLConfig config, EGLContext shareR
   const EGLenum hostApi = eglQueryAPI();
   if (eglBindAPI(EGL_OPENGL_API) != EGL_TRUE) return EGL_NO_CONTEXT;
   const EGLContext context = eglCreateContext(display, config, shareRoot, attributes);
+  // Binding the host's API again would clear it.
+  if (context == EGL_NO_CONTEXT) lastError = eglGetError();
   if (hostApi != EGL_NONE && hostApi != EGL_OPENGL_API) eglBindAPI(hostApi);
   return context;
 }
@@ -190,14 +192,14 @@ void LogAttempt(const char* name, const std::string& reason,
 
 // Whether the display gives contexts of a version that will do. Fills in what is known of it then.
 bool TryDisplay(Platform& egl, const char* name, EGLDisplay display) {
-  const auto fail = [name](const char* call) {
-    LogAttempt(name, fmt::format("{} failed, error {:#x}.", call, eglGetError()));
+  const auto fail = [name](const char* call, EGLint error) {
+    LogAttempt(name, fmt::format("{} failed, error {:#x}.", call, error));
     return false;
   };
-  if (display == EGL_NO_DISPLAY) return fail("eglGetPlatformDisplay");
+  if (display == EGL_NO_DISPLAY) return fail("eglGetPlatformDisplay", eglGetError());
   EGLint major = 0;
   EGLint minor = 0;
-  if (eglInitialize(display, &major, &minor) != EGL_TRUE) return fail("eglInitialize");
+  if (eglInitialize(display, &major, &minor) != EGL_TRUE) return fail("eglInitialize", eglGetError());
   if (!Contains(eglQueryString(display, EGL_CLIENT_APIS), "OpenGL")) {
     LogAttempt(name, "no OpenGL.");
     return false;
@@ -205,7 +207,7 @@ bool TryDisplay(Platform& egl, const char* name, EGLDisplay display) {
   egl.display = display;
   egl.surfaceless = Contains(eglQueryString(display, EGL_EXTENSIONS), "EGL_KHR_surfaceless_context");
   if (const EGLConfig config = ChooseHiddenConfig(egl); config == nullptr) {
-    fail("eglChooseConfig");
+    fail("eglChooseConfig", eglGetError());
   } else {
     for (const Version version : kVersions) {
       const EGLContext context = CreateContext(display, config, EGL_NO_CONTEXT, version);
@@ -216,7 +218,7 @@ bool TryDisplay(Platform& egl, const char* name, EGLDisplay display) {
                                      eglQueryString(display, EGL_VENDOR), major, minor));
       return true;
     }
-    fail("eglCreateContext");
+    fail("eglCreateContext", lastError);
   }
   egl.display = EGL_NO_DISPLAY;
   return false;
@@ -518,6 +520,16 @@ void ShutdownContextPlatform() {
   if (egl.connection != nullptr) eglTerminate(egl.display);
   egl.display = EGL_NO_DISPLAY;
   Disconnect(egl);
+}
+
+void* PinLibrary() {
+  Dl_info info;
+  if (dladdr(reinterpret_cast<void*>(&PinLibrary), &info) == 0) return nullptr;
+  return dlopen(info.dli_fname, RTLD_NOLOAD | RTLD_NOW);
+}
+
+void UnpinLibrary(void* pin) {
+  if (pin != nullptr) dlclose(pin);
 }
 
 }  // namespace qvg

@@ -280,4 +280,14 @@ void ShutdownContextPlatform() {
   win.classRegistered = false;
 }
 
+void* PinLibrary() {
+  HMODULE module = nullptr;
+  GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, reinterpret_cast<LPCWSTR>(&PinLibrary), &module);
+  return module;
+}
+
+void UnpinLibrary(void* pin) {
+  if (pin != nullptr) FreeLibrary(static_cast<HMODULE>(pin));
+}
+
 }  // namespace qvg

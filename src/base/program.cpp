@@ -52,14 +52,14 @@ bool Program::PrintProgramInfoLog() {
   return CheckGLError();
 }
 
-bool Program::_Loaded() const {
+bool Program::_Loaded(const std::source_location& where) const {
   if (loaded_) return true;
-  LogLocated(kLogError, "program not loaded");
+  LogLocated(kLogError, "program not loaded", where);
   return false;
 }
 
 bool Program::Bind() {
-  if (!_Loaded()) return false;
+  if (!_Loaded(std::source_location::current())) return false;
   glUseProgram(id_);
   return CheckGLError();
 }
@@ -79,43 +79,52 @@ int Program::GetUniformLocation(const std::string& name) {
 }
 
 template <class Upload>
-bool Program::_Set(const std::string& name, Upload upload) {
-  if (!_Loaded()) return false;
+bool Program::_Set(const std::string& name, Upload upload, const std::source_location& where) {
+  if (!_Loaded(where)) return false;
   const GLint location = GetUniformLocation(name);
   if (location >= 0) upload(location);
-  return CheckGLError();
+  return CheckGLError(where);
 }
 
 bool Program::SetUniform1i(const std::string& name, int value) {
-  return _Set(name, [&](GLint location) { glUniform1i(location, value); });
+  return _Set(
+      name, [&](GLint location) { glUniform1i(location, value); }, std::source_location::current());
 }
 
 bool Program::SetUniform1f(const std::string& name, float value) {
-  return _Set(name, [&](GLint location) { glUniform1f(location, value); });
+  return _Set(
+      name, [&](GLint location) { glUniform1f(location, value); }, std::source_location::current());
 }
 
 bool Program::SetUniform2f(const std::string& name, float x, float y) {
-  return _Set(name, [&](GLint location) { glUniform2f(location, x, y); });
+  return _Set(
+      name, [&](GLint location) { glUniform2f(location, x, y); }, std::source_location::current());
 }
 
 bool Program::SetUniform3f(const std::string& name, float x, float y, float z) {
-  return _Set(name, [&](GLint location) { glUniform3f(location, x, y, z); });
+  return _Set(
+      name, [&](GLint location) { glUniform3f(location, x, y, z); }, std::source_location::current());
 }
 
 bool Program::SetUniform4f(const std::string& name, float x, float y, float z, float w) {
-  return _Set(name, [&](GLint location) { glUniform4f(location, x, y, z, w); });
+  return _Set(
+      name, [&](GLint location) { glUniform4f(location, x, y, z, w); }, std::source_location::current());
 }
 
 bool Program::SetUniformMatrix3f(const std::string& name, const glm::mat3& matrix, int count) {
-  return _Set(name, [&](GLint location) { glUniformMatrix3fv(location, count, GL_FALSE, glm::value_ptr(matrix)); });
+  return _Set(
+      name, [&](GLint location) { glUniformMatrix3fv(location, count, GL_FALSE, glm::value_ptr(matrix)); },
+      std::source_location::current());
 }
 
 bool Program::SetUniformMatrix4f(const std::string& name, const glm::mat4& matrix, int count) {
-  return _Set(name, [&](GLint location) { glUniformMatrix4fv(location, count, GL_FALSE, glm::value_ptr(matrix)); });
+  return _Set(
+      name, [&](GLint location) { glUniformMatrix4fv(location, count, GL_FALSE, glm::value_ptr(matrix)); },
+      std::source_location::current());
 }
 
 bool Program::SetUniformTexture(int unit, int texture, const std::string& name, unsigned int target) {
-  if (!_Loaded()) return false;
+  if (!_Loaded(std::source_location::current())) return false;
   glActiveTexture(GL_TEXTURE0 + static_cast<GLenum>(unit));
   glBindTexture(target, static_cast<GLuint>(texture));
   SetUniform1i(name, unit);

@@ -1,10 +1,12 @@
 #pragma once
 
 #include <glm/glm.hpp>
+#include <source_location>
 #include <string>
 #include <unordered_map>
 
 #include "base/gl.h"
+#include "base/gpuFence.h"
 
 namespace qvg {
 
@@ -44,13 +46,16 @@ class Program {
   /// Binds a texture to a unit and the sampler to the unit; unit 0 is active afterwards.
   bool SetUniformTexture(int unit, int texture, const std::string& name, unsigned int target);
 
+  /// Behind the last use, for a taker on another context: uniforms are state of the program.
+  GpuFence fence;
+
   const std::string& CacheName() const { return cacheName_; }
   void SetCacheName(const std::string& name) { cacheName_ = name; }
 
  private:
   template <class Upload>
-  bool _Set(const std::string& name, Upload upload);
-  bool _Loaded() const;
+  bool _Set(const std::string& name, Upload upload, const std::source_location& where);
+  bool _Loaded(const std::source_location& where) const;
 
   GLuint id_ = 0;
   bool loaded_ = false;

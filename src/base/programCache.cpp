@@ -23,6 +23,7 @@ Program* ProgramCache::Get(const std::string& name, const std::string& vertexSou
       std::find_if(idle_.begin(), idle_.end(), [&](const Program* program) { return program->CacheName() == name; });
   if (found != idle_.end()) {
     inUse_.splice(inUse_.end(), idle_, found);
+    inUse_.back()->fence.Wait();
     return inUse_.back();
   }
   if (vertexSource.empty() || fragmentSource.empty()) return nullptr;
@@ -35,6 +36,7 @@ Program* ProgramCache::Get(const std::string& name, const std::string& vertexSou
 
 bool ProgramCache::Return(Program* program) {
   if (program == nullptr) return false;
+  program->fence = GpuFence::Insert();
   std::lock_guard lock(mutex_);
   const auto lent = std::find(inUse_.begin(), inUse_.end(), program);
   if (lent != inUse_.end()) {

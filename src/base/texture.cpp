@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "base/contextObjects.h"
 #include "base/glError.h"
 
 namespace qvg {
@@ -116,21 +117,25 @@ bool Texture::_MapAndLoad(int imageWidth, int imageHeight, const void* pixels, G
   return ok;
 }
 
-bool Texture::Load(int imageWidth, int imageHeight, const void* pixels, GLenum format, GLenum type, int rowLength) {
+bool Texture::Load(int imageWidth, int imageHeight, const void* pixels, GLenum format, GLenum type, int rowLength,
+                   std::source_location where) {
   offsetX = (setting_.width - imageWidth) / 2;
   offsetY = (setting_.height - imageHeight) / 2;
-  return _Upload(imageWidth, imageHeight, pixels, format, type, rowLength);
+  return _Upload(imageWidth, imageHeight, pixels, format, type, rowLength, where);
 }
 
 bool Texture::LoadAtOrigin(int imageWidth, int imageHeight, const void* pixels, GLenum format, GLenum type,
-                           int rowLength) {
+                           int rowLength, std::source_location where) {
   offsetX = 0;
   offsetY = 0;
-  return _Upload(imageWidth, imageHeight, pixels, format, type, rowLength);
+  return _Upload(imageWidth, imageHeight, pixels, format, type, rowLength, where);
 }
 
-bool Texture::_Upload(int imageWidth, int imageHeight, const void* pixels, GLenum format, GLenum type, int rowLength) {
+bool Texture::_Upload(int imageWidth, int imageHeight, const void* pixels, GLenum format, GLenum type, int rowLength,
+                      const std::source_location& where) {
   glBindTexture(target, id);
+  // State of the context, and this one may never have allocated a texture.
+  glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
   // The buffer path copies tightly packed rows.
   const bool packed = rowLength == 0 || rowLength == imageWidth;
   if (pbo == 0 || !packed || !_MapAndLoad(imageWidth, imageHeight, pixels, format, type)) {
@@ -141,13 +146,15 @@ bool Texture::_Upload(int imageWidth, int imageHeight, const void* pixels, GLenu
   }
   if (setting_.generateMipmap) glGenerateMipmap(target);
   glBindTexture(target, 0);
-  if (!CheckGLError()) return false;
+  if (!CheckGLError(where)) return false;
   loadedWidth = imageWidth;
   loadedHeight = imageHeight;
   return true;
 }
 
 bool Texture::RemapRGBA(const Swizzle& swizzle) {
+  // Without a context GL would drop the call, and the next one be taken for done.
+  if (CurrentContextId() == 0) return false;
   if (swizzle != swizzle_) {
     glBindTexture(target, id);
     glTexParameteriv(GL_TEXTURE_2D, GL_TEXTURE_SWIZZLE_RGBA, swizzle.data());

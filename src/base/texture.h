@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <source_location>
 
 #include "base/gl.h"
 
@@ -45,10 +46,12 @@ class Texture {
   void UpdateSetting(const TextureSetting& setting);
   /// Uploads an image into the centre of the storage.
   /// @param rowLength texels from one row of pixels to the next; 0: imageWidth.
-  bool Load(int imageWidth, int imageHeight, const void* pixels, GLenum format, GLenum type, int rowLength = 0);
+  bool Load(int imageWidth, int imageHeight, const void* pixels, GLenum format, GLenum type, int rowLength = 0,
+            std::source_location where = std::source_location::current());
   /// The same into the first rows and columns of the storage, where the wrap mode keeps a linear filter from reading
   /// anything before the image.
-  bool LoadAtOrigin(int imageWidth, int imageHeight, const void* pixels, GLenum format, GLenum type, int rowLength = 0);
+  bool LoadAtOrigin(int imageWidth, int imageHeight, const void* pixels, GLenum format, GLenum type, int rowLength = 0,
+                    std::source_location where = std::source_location::current());
   /// Sets how the channels are read when sampled. Costs nothing when it is so already.
   bool RemapRGBA(const Swizzle& swizzle);
   /// Copies a rectangle of the source's storage into the centre of this one, channels as they are stored. A width or
@@ -63,21 +66,9 @@ class Texture {
   const Swizzle& CurrentSwizzle() const { return swizzle_; }
   bool Allocated() const { return allocated_; }
 
- private:
-  bool _Upload(int imageWidth, int imageHeight, const void* pixels, GLenum format, GLenum type, int rowLength);
-  bool _MapAndLoad(int imageWidth, int imageHeight, const void* pixels, GLenum format, GLenum type);
-
-  TextureSetting setting_;
-
- public:
   GLuint id = 0;
   GLenum target = GL_TEXTURE_2D;
-  GLuint pbo = 0;  ///< Optional pixel-unpack buffer that Load goes through; deleted with the texture.
-
- private:
-  bool allocated_ = false;
-
- public:
+  GLuint pbo = 0;         ///< Optional pixel-unpack buffer that Load goes through; deleted with the texture.
   bool flipped = false;   ///< Rows are stored bottom-up relative to the host's frames.
   uint32_t rotation = 0;  ///< Quarter turns with which the texture is drawn and presented, read modulo 4.
   int loadedWidth = 0;    ///< Size of the content.
@@ -87,6 +78,12 @@ class Texture {
   int64_t byteSize = 0;  ///< Bytes of level 0 of the storage.
 
  private:
+  bool _Upload(int imageWidth, int imageHeight, const void* pixels, GLenum format, GLenum type, int rowLength,
+               const std::source_location& where);
+  bool _MapAndLoad(int imageWidth, int imageHeight, const void* pixels, GLenum format, GLenum type);
+
+  TextureSetting setting_;
+  bool allocated_ = false;
   Swizzle swizzle_ = kSwizzleRGBA;
 };
 

@@ -87,10 +87,19 @@ void QVGContext::Init() {
   if (initialised_) return;
   std::lock_guard lock(mutex_);
   if (initialised_) return;
+  try {
+    _Create();
+  } catch (...) {
+    _Destroy();
+    throw;
+  }
+}
+
+void QVGContext::_Create() {
   contextManager_ = std::make_unique<QVGLContextManager>();
   if (!contextManager_->Init()) {
     LogLocated(kLogError, "contextManager_->Init() failed.");
-    contextManager_.reset();
+    _Destroy();
     return;
   }
   programCache_ = std::make_unique<ProgramCache>();
@@ -122,11 +131,35 @@ void QVGContext::Uninit() {
     renderBufferPool_.reset();
     surfaces_.reset();
   }
-  contextManager_->Uninit();
+  _Destroy();
+  initialised_ = false;
+}
+
+// What is left when there is nothing of GL in the pools any more, or never was.
+void QVGContext::_Destroy() {
+  effectManager_.reset();
+  images_.reset();
+  resourceCache_.reset();
+  surfaces_.reset();
+  texturePool_.reset();
+  programCache_.reset();
+  pixelBufferMapper_.reset();
+  pixelBufferPool_.reset();
+  renderBufferPool_.reset();
+  if (contextManager_ != nullptr) contextManager_->Uninit();
   contextManager_.reset();
   scratchBufferPool_.reset();
   ShutdownContextPlatform();
-  initialised_ = false;
+}
+
+bool QVGContext::CanRender() const {
+  // Shaders of version 4.10 and immutable textures, which came with 4.2, are what everything is made of.
+  constexpr int32_t kLeastMajor = 4;
+  constexpr int32_t kLeastMinor = 1;
+  int32_t major = 0;
+  int32_t minor = 0;
+  GetGLVersion(&major, &minor);
+  return (major > kLeastMajor || (major == kLeastMajor && minor >= kLeastMinor)) && glTexStorage2D != nullptr;
 }
 
 void QVGContext::SetConfig(const QVGConfig& config) {

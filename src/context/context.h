@@ -44,10 +44,11 @@ class QVGContext {
   void GetGLVersion(int32_t* major, int32_t* minor) const;
   static void GetRequiredGLVersion(int32_t* major, int32_t* minor);
 
-  /// Whether the pools and caches are there.
-  bool Running() const { return initialised_; }
+  /// Whether the pools and caches are there and the driver has the entry points that they use.
+  bool CanRender() const;
 
-  QVGLContextManager* Contexts() const { return contextManager_.get(); }
+  /// Null while the context is not running.
+  QVGLContextManager* Contexts() const { return initialised_ ? contextManager_.get() : nullptr; }
   ProgramCache& Programs() const { return *programCache_; }
   TexturePool& Textures() const { return *texturePool_; }
   RenderBufferPool& RenderBuffers() const { return *renderBufferPool_; }
@@ -61,6 +62,9 @@ class QVGContext {
  private:
   // Never destroyed: the host may end the process without releasing, and nothing of GL may run then.
   ~QVGContext() = default;
+
+  void _Create();
+  void _Destroy();
 
   std::atomic<bool> initialised_ = false;
   std::mutex mutex_;

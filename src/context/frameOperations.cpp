@@ -4,6 +4,7 @@
 #include <initializer_list>
 #include <memory>
 #include <optional>
+#include <source_location>
 #include <utility>
 
 #include "base/bo.h"
@@ -71,21 +72,22 @@ std::unique_ptr<FrameBuffer> FrameBufferOn(QVGContext& context, Texture& texture
 }
 
 // How a plane's pixels get into a texture: Texture::Load or Texture::LoadAtOrigin.
-using Loader = bool (Texture::*)(int, int, const void*, GLenum, GLenum, int);
+using Loader = bool (Texture::*)(int, int, const void*, GLenum, GLenum, int, std::source_location);
 
 bool LoadPlane(QVGContext& context, Texture& texture, const PlaneView& plane, Loader load) {
   const PlaneFormat& format = plane.format;
   if (plane.stride % format.bytesPerTexel == 0) {
     // Never reads behind the last texel of the last row, which may lack its padding.
     return (texture.*load)(plane.width, plane.height, plane.pixels, format.format, format.type,
-                           static_cast<int>(plane.stride / format.bytesPerTexel));
+                           static_cast<int>(plane.stride / format.bytesPerTexel), std::source_location::current());
   }
   const size_t rowBytes = static_cast<size_t>(plane.RowBytes());
   const auto packed = context.ScratchBuffers().Lend(rowBytes * static_cast<size_t>(plane.height));
   for (int row = 0; row < plane.height; ++row) {
     std::memcpy(packed.Data() + rowBytes * static_cast<size_t>(row), plane.pixels + plane.stride * row, rowBytes);
   }
-  return (texture.*load)(plane.width, plane.height, packed.Data(), format.format, format.type, 0);
+  return (texture.*load)(plane.width, plane.height, packed.Data(), format.format, format.type, 0,
+                         std::source_location::current());
 }
 
 bool DrawYUVToTexture(QVGContext& context, Texture& destination, const FrameView& frame) {
@@ -99,7 +101,7 @@ bool DrawYUVToTexture(QVGContext& context, Texture& destination, const FrameView
     if (!textures[i] || !LoadPlane(context, *textures[i].Get(), plane, &Texture::LoadAtOrigin)) return false;
     drawer.planes[i] = {textures[i].Get(), plane.width, plane.height};
   }
-  drawer.format = static_cast<int32_t>(frame.format->mode);
+  drawer.format = frame.format->yuvFormat;
   drawer.fullRange = frame.format->fullRange;
   drawer.SetScene(scene.get());
   return drawer.Draw();
@@ -147,7 +149,7 @@ bool UploadRGB(QVGContext& context, Texture& destination, const FrameView& frame
 
 bool UploadFrame(QVGContext& context, Texture& destination, const FrameView& frame, bool flipped, bool shouldMattRGB,
                  const QVGColor& matte) {
-  if (frame.format->mode == YUVMode::kNone) {
+  if (!frame.format->IsYUV()) {
     return UploadRGB(context, destination, frame, flipped, shouldMattRGB, matte);
   }
   if (!destination.RemapRGBA(kSwizzleRGBA) || !DrawYUVToTexture(context, destination, frame)) return false;
@@ -191,6 +193,14 @@ bool IsRenderable(const Texture& texture) {
 
 bool CanReadDirectly(const Texture& source) { return source.CurrentSwizzle() == kSwizzleRGBA && IsRenderable(source); }
 
+// The host may have set any size and origin.
+bool ContentIsInside(const Texture& texture) {
+  const TextureSetting& storage = texture.Setting();
+  return texture.loadedWidth >= 1 && texture.loadedHeight >= 1 && texture.offsetX >= 0 && texture.offsetY >= 0 &&
+         int64_t{texture.offsetX} + texture.loadedWidth <= storage.width &&
+         int64_t{texture.offsetY} + texture.loadedHeight <= storage.height;
+}
+
 // A copy of the content with the channels as they are stored, and the same look.
 TextureLease CopyStored(QVGContext& context, const Texture& source) {
   TextureLease copy(context.Textures(), source.loadedWidth, source.loadedHeight, source.Setting().internalFormat);
@@ -214,11 +224,10 @@ bool DrawWhole(QVGContext& context, Texture& source, FrameBuffer& scene, bool fl
 }
 
 bool ReadRGB(QVGContext& context, Texture* source, QVGPixelBuffer* out, bool flip, int32_t code, GLenum format) {
-  if (source == nullptr || out == nullptr) return false;
+  if (source == nullptr || out == nullptr || !ContentIsInside(*source)) return false;
   const int width = source->loadedWidth;
   const int height = source->loadedHeight;
   Describe(*out, *source, code, width * 4, 0, 0);
-  if (width < 1 || height < 1) return false;
   out->plane[0] = ReadBack(context, int64_t{width} * 4 * height, GL_DYNAMIC_READ, [&](BO& buffer) {
     if (!flip && CanReadDirectly(*source)) {
       const std::unique_ptr<FrameBuffer> direct = FrameBufferOn(context, *source);
@@ -234,6 +243,21 @@ bool ReadRGB(QVGContext& context, Texture* source, QVGPixelBuffer* out, bool fli
     return DrawWhole(context, *source, scene, flip) && scene.BlitToPbo(&buffer, 0, 0, width, height, 0, format);
   });
   return out->plane[0] != nullptr;
+}
+
+// What is drawn is stored as R, G, B, A: brings what is there into that order too, unless it is already.
+bool StoreAsRGBA(QVGContext& context, Texture& texture) {
+  if (texture.CurrentSwizzle() == kSwizzleRGBA) return true;
+  const TextureLease stored = CopyStored(context, texture);
+  if (!stored || !texture.RemapRGBA(kSwizzleRGBA)) return false;
+  const std::unique_ptr<FrameBuffer> scene = FrameBufferOn(context, texture);
+  return scene != nullptr && DrawWhole(context, *stored.Get(), *scene, false);
+}
+
+bool Clear(FrameBuffer& frameBuffer, const double rgba[4]) {
+  const float color[4] = {static_cast<float>(rgba[0]), static_cast<float>(rgba[1]), static_cast<float>(rgba[2]),
+                          static_cast<float>(rgba[3])};
+  return frameBuffer.Clear(color);
 }
 
 int64_t YUVBufferSize(int64_t bytes) { return (bytes + 3) / 4 * 4 + 4; }
@@ -291,7 +315,7 @@ Texture* UploadPixelBufferToNewTexture(QVGContext& context, const QVGPixelBuffer
   if (source == nullptr) return nullptr;
   const std::optional<FrameView> frame = ViewFrame(*source, MaxTextureSize());
   if (!frame.has_value()) return nullptr;
-  const bool rgb = frame->format->mode == YUVMode::kNone;
+  const bool rgb = !frame->format->IsYUV();
   TextureLease texture(context.Textures(), frame->width, frame->height,
                        rgb ? frame->planes[0].format.internalFormat : GLenum{GL_RGBA8});
   if (!texture || !UploadFrame(context, *texture.Get(), *frame, flipped, shouldMattRGB, matte)) return nullptr;
@@ -307,11 +331,10 @@ bool TextureToBGRAPixelBuffer(QVGContext& context, Texture* source, QVGPixelBuff
 }
 
 bool TextureToNV12PixelBuffer(QVGContext& context, Texture* source, QVGPixelBuffer* out, bool mirror) {
-  if (source == nullptr || out == nullptr) return false;
+  if (source == nullptr || out == nullptr || !ContentIsInside(*source)) return false;
   const int width = source->loadedWidth;
   const int height = source->loadedHeight;
   Describe(*out, *source, QVG_FORMAT_NV12, width, width, 0);
-  if (width < 1 || height < 1) return false;
   const int64_t lumaBytes = int64_t{width} * height;
   // Rows of luma and then of chroma, as the host wants them: one transfer does.
   uint8_t* address = ReadYUV(context, *source, true, mirror, false, lumaBytes * 2, {{0, 0, width, height * 3 / 2, 0}});
@@ -323,13 +346,12 @@ bool TextureToNV12PixelBuffer(QVGContext& context, Texture* source, QVGPixelBuff
 
 bool TextureToYUV420PixelBuffer(QVGContext& context, Texture* source, bool fullRange, bool mirror,
                                 QVGPixelBuffer* out) {
-  if (source == nullptr || out == nullptr) return false;
+  if (source == nullptr || out == nullptr || !ContentIsInside(*source)) return false;
   const int width = source->loadedWidth;
   const int height = source->loadedHeight;
   const int halfWidth = width / 2;
   const int halfHeight = height / 2;
   Describe(*out, *source, fullRange ? QVG_FORMAT_J420 : QVG_FORMAT_I420, width, halfWidth, halfWidth);
-  if (width < 1 || height < 1) return false;
   const int64_t lumaBytes = int64_t{width} * height;
   const int64_t uOffset = lumaBytes;
   const int64_t vOffset = lumaBytes * 5 / 4;
@@ -354,7 +376,7 @@ void ReleasePixelBuffer(QVGContext& context, QVGPixelBuffer** buffer) {
 }
 
 Texture* CloneTexture(QVGContext& context, Texture* source) {
-  if (source == nullptr) return nullptr;
+  if (source == nullptr || !ContentIsInside(*source)) return nullptr;
   TextureLease copy(context.Textures(), source->loadedWidth, source->loadedHeight, GL_RGBA8);
   if (!copy) return nullptr;
   if (IsRenderable(*source)) {
@@ -365,6 +387,7 @@ Texture* CloneTexture(QVGContext& context, Texture* source) {
   } else {
     const std::unique_ptr<FrameBuffer> scene = FrameBufferOn(context, *copy.Get());
     if (scene == nullptr || !DrawWhole(context, *source, *scene, false)) return nullptr;
+    glFinish();
   }
   copy->flipped = source->flipped;
   copy->rotation = source->rotation;
@@ -375,21 +398,19 @@ bool ClearTexture(QVGContext& context, Texture* texture, const double rgba[4]) {
   if (texture == nullptr || rgba == nullptr || !texture->RemapRGBA(kSwizzleRGBA)) return false;
   const std::unique_ptr<FrameBuffer> scene = FrameBufferOn(context, *texture);
   if (scene == nullptr) return false;
-  const float color[4] = {static_cast<float>(rgba[0]), static_cast<float>(rgba[1]), static_cast<float>(rgba[2]),
-                          static_cast<float>(rgba[3])};
-  return scene->Clear(color);
+  return Clear(*scene, rgba);
 }
 
 bool BindTextureToFrameBuffer(QVGContext& context, FrameBuffer* frameBuffer, Texture* texture) {
   if (frameBuffer == nullptr || texture == nullptr) return false;
-  if (texture->CurrentSwizzle() != kSwizzleRGBA) {
-    // What is drawn is stored as R, G, B, A: bring what is there into that order too.
-    const TextureLease stored = CopyStored(context, *texture);
-    if (!stored || !texture->RemapRGBA(kSwizzleRGBA)) return false;
-    const std::unique_ptr<FrameBuffer> scene = FrameBufferOn(context, *texture);
-    if (scene == nullptr || !DrawWhole(context, *stored.Get(), *scene, false)) return false;
-  }
-  return frameBuffer->BindColorTexture(texture);
+  return StoreAsRGBA(context, *texture) && frameBuffer->BindColorTexture(texture);
+}
+
+bool ClearFrameBuffer(FrameBuffer* frameBuffer, const double rgba[4]) {
+  if (frameBuffer == nullptr || rgba == nullptr) return false;
+  Texture* texture = frameBuffer->ColorTexture();
+  if (texture != nullptr && !texture->RemapRGBA(kSwizzleRGBA)) return false;
+  return Clear(*frameBuffer, rgba);
 }
 
 FrameBuffer* CreateFrameBuffer(QVGContext& context, const FrameBufferSetting& setting, const Camera& camera) {
@@ -421,6 +442,7 @@ bool DrawTexture(QVGContext& context, Texture* source, FrameBuffer* destination,
   // What is drawn to can't be sampled at other places at the same time.
   TextureLease copy;
   Texture* target = destination->ColorTexture();
+  if (target != nullptr && !StoreAsRGBA(context, *target)) return false;
   if (target != nullptr && (source == target || drawer.matteTexture == target)) {
     copy = CopyStored(context, *target);
     if (!copy) return false;

@@ -35,6 +35,7 @@ bool ClearTexture(QVGContext& context, Texture* texture, const double rgba[4]);
 FrameBuffer* CreateFrameBuffer(QVGContext& context, const FrameBufferSetting& setting, const Camera& camera);
 /// A texture of another channel order is brought into the order R, G, B, A first; it looks the same.
 bool BindTextureToFrameBuffer(QVGContext& context, FrameBuffer* frameBuffer, Texture* texture);
+bool ClearFrameBuffer(FrameBuffer* frameBuffer, const double rgba[4]);
 bool DrawTexture(QVGContext& context, Texture* source, FrameBuffer* destination, const QVGDrawTextureParams* params);
 
 }  // namespace qvg

@@ -8,6 +8,7 @@
 #include <memory>
 
 #include "base/bo.h"
+#include "base/contextObjects.h"
 #include "base/framebuffer.h"
 #include "base/glContext.h"
 #include "base/renderbuffer.h"
@@ -80,12 +81,12 @@ Result Guard(Result failure, Work&& work) noexcept {
   return failure;
 }
 
-/// The same with the renderer context, for slots that need its pools: the failure value when it is not running.
+/// The same with the renderer context, for slots that need its pools: the failure value when it can't render.
 template <class Result, class Work>
 Result WithContext(Result failure, Work&& work) noexcept {
   return Guard(failure, [&] {
     QVGContext& context = QVGContext::GetInstance();
-    return context.Running() ? work(context) : failure;
+    return context.CanRender() ? work(context) : failure;
   });
 }
 
@@ -140,7 +141,7 @@ void PreallocateTextures(uint32_t width, uint32_t height, int32_t count) noexcep
 }
 
 bool ClearTexturePool() noexcept {
-  return WithContext(false, [](QVGContext& context) { return context.Textures().Clear(); });
+  return WithContext(false, [](QVGContext& context) { return CurrentContextId() != 0 && context.Textures().Clear(); });
 }
 
 void PreallocateRenderBuffers(uint32_t width, uint32_t height, int32_t count) noexcept {
@@ -154,7 +155,8 @@ void PreallocateRenderBuffers(uint32_t width, uint32_t height, int32_t count) no
 }
 
 bool ClearRenderBufferPool() noexcept {
-  return WithContext(false, [](QVGContext& context) { return context.RenderBuffers().Clear(); });
+  return WithContext(false,
+                     [](QVGContext& context) { return CurrentContextId() != 0 && context.RenderBuffers().Clear(); });
 }
 
 void PreallocatePixelBuffers(uint32_t size, int32_t count, bool forRead) noexcept {
@@ -168,7 +170,8 @@ void PreallocatePixelBuffers(uint32_t size, int32_t count, bool forRead) noexcep
 }
 
 bool ClearPixelBufferPool() noexcept {
-  return WithContext(false, [](QVGContext& context) { return context.PixelBuffers().Clear(); });
+  return WithContext(false,
+                     [](QVGContext& context) { return CurrentContextId() != 0 && context.PixelBuffers().Clear(); });
 }
 
 // ---- Contexts
@@ -404,13 +407,8 @@ bool BindTexture(QVGFrameBuffer* frameBuffer, QVGTexture* texture) noexcept {
       false, [&](QVGContext& context) { return BindTextureToFrameBuffer(context, From(frameBuffer), From(texture)); });
 }
 
-bool ClearFrameBuffer(QVGFrameBuffer* frameBuffer, const double rgba[4]) noexcept {
-  if (frameBuffer == nullptr || rgba == nullptr) return false;
-  return Guard(false, [&] {
-    const float color[4] = {static_cast<float>(rgba[0]), static_cast<float>(rgba[1]), static_cast<float>(rgba[2]),
-                            static_cast<float>(rgba[3])};
-    return From(frameBuffer)->Clear(color);
-  });
+bool ClearFrameBufferSlot(QVGFrameBuffer* frameBuffer, const double rgba[4]) noexcept {
+  return Guard(false, [&] { return ClearFrameBuffer(From(frameBuffer), rgba); });
 }
 
 bool DrawTextureSlot(QVGTexture* source, QVGFrameBuffer* destination, const QVGDrawTextureParams* params) noexcept {
@@ -428,8 +426,10 @@ bool DestroyFrameBuffer(QVGFrameBuffer** frameBuffer) noexcept {
 }
 
 void Finish() noexcept {
-  Guard(false, [] {
-    if (CurrentBinding().context != nullptr) glFinish();
+  WithContext(false, [](QVGContext&) {
+    if (CurrentContextId() == 0) return false;
+    glFinish();
+    FlushContextObjects();
     return true;
   });
 }
@@ -610,7 +610,7 @@ constexpr QVGGLRendererInterface kTable = {
     CreateFrameBufferSlot,
     CreateFrameBufferFromDesc,
     BindTexture,
-    ClearFrameBuffer,
+    ClearFrameBufferSlot,
     DrawTextureSlot,
     DestroyFrameBuffer,
     Finish,

@@ -51,6 +51,7 @@ BO* PixelBufferMapper::UnMap(const void* address) {
   const auto found = buffers_.find(address);
   if (found == buffers_.end()) return nullptr;
   const BorrowedContext context(contexts_);
+  if (!context.Usable()) return nullptr;
   BO* buffer = found->second;
   buffer->UnMap();
   buffers_.erase(found);

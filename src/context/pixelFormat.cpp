@@ -32,7 +32,7 @@ std::optional<FrameView> ViewFrame(const QVGPixelBuffer& frame, int maxSize) {
     view.planes[i] = {frame.plane[i], DivideUp(frame.width, format.divideX), DivideUp(frame.height, format.divideY),
                       frame.stride[i], format};
   }
-  if (view.format->mode == YUVMode::kTwoPlane16) ResolveTwoPlane16(view.planes[0], view.planes[1]);
+  if (view.format->yuvFormat == YUV2RGBDrawer::kTwoPlane16) ResolveTwoPlane16(view.planes[0], view.planes[1]);
   for (int i = 0; i < view.format->planeCount; ++i) {
     if (view.planes[i].pixels == nullptr || view.planes[i].stride < view.planes[i].RowBytes()) return std::nullopt;
   }

@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "base/texture.h"
+#include "drawer/yuv2rgbDrawer.h"
 #include "qvGLRenderer/qvGLRenderer.h"
 
 namespace qvg {
@@ -19,18 +20,17 @@ struct PlaneFormat {
   GLenum type;
 };
 
-/// Modes of the YUV conversion; 0 for packed RGB.
-enum class YUVMode : int32_t { kNone = 0, kPlanar8 = 1, kNV12 = 2, kTwoPlane16 = 3 };
-
 /// One row of the table of layouts that the host may hand in or read back.
 struct PixelFormat {
   int32_t code;
-  YUVMode mode;
+  int32_t yuvFormat;  ///< A YUV2RGBDrawer::Format; 0 for packed RGB.
   bool fullRange;
   int planeCount;
   PlaneFormat planes[3];
   Swizzle swizzle;
   bool mattable;  ///< RGB with an alpha byte: a key colour can be made transparent on upload.
+
+  constexpr bool IsYUV() const { return yuvFormat != 0; }
 };
 
 namespace pixel_format_detail {
@@ -42,12 +42,16 @@ inline constexpr PlaneFormat Packed(int bytes, GLenum internalFormat, GLenum for
   return {1, 1, bytes, internalFormat, format, GL_UNSIGNED_BYTE};
 }
 inline constexpr PixelFormat Planar(int32_t code, int divideX, int divideY, bool fullRange) {
-  return {
-      code, YUVMode::kPlanar8, fullRange, 3, {Byte(1, 1), Byte(divideX, divideY), Byte(divideX, divideY)}, kSwizzleRGBA,
-      false};
+  return {code,
+          YUV2RGBDrawer::kPlanar8,
+          fullRange,
+          3,
+          {Byte(1, 1), Byte(divideX, divideY), Byte(divideX, divideY)},
+          kSwizzleRGBA,
+          false};
 }
 inline constexpr PixelFormat Rgb(int32_t code, PlaneFormat plane, Swizzle swizzle, bool mattable) {
-  return {code, YUVMode::kNone, true, 1, {plane, {}, {}}, swizzle, mattable};
+  return {code, 0, true, 1, {plane, {}, {}}, swizzle, mattable};
 }
 
 }  // namespace pixel_format_detail
@@ -59,7 +63,7 @@ inline constexpr Swizzle kSwizzleARGB = {GL_GREEN, GL_BLUE, GL_ALPHA, GL_RED};
 
 inline constexpr PixelFormat kPixelFormats[] = {
     {QVG_FORMAT_NV12,
-     YUVMode::kNV12,
+     YUV2RGBDrawer::kNV12,
      false,
      2,
      {pixel_format_detail::Byte(1, 1), {2, 2, 2, GL_RG8, GL_RG, GL_UNSIGNED_BYTE}, {}},
@@ -67,7 +71,7 @@ inline constexpr PixelFormat kPixelFormats[] = {
      false},
     // The chroma's width is the frame's or half of it, as the strides tell.
     {QVG_FORMAT_YUV16_SP,
-     YUVMode::kTwoPlane16,
+     YUV2RGBDrawer::kTwoPlane16,
      false,
      2,
      {{1, 1, 2, GL_R16UI, GL_RED_INTEGER, GL_UNSIGNED_SHORT},

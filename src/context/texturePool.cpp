@@ -1,7 +1,7 @@
 #include "context/texturePool.h"
 
-#include <atomic>
 #include <chrono>
+#include <exception>
 #include <memory>
 
 #include "base/contextObjects.h"
@@ -9,6 +9,7 @@
 #include "base/glError.h"
 #include "base/gpuFence.h"
 #include "base/texture.h"
+#include "utils/log.h"
 
 namespace qvg {
 
@@ -23,10 +24,22 @@ constexpr double kBytesPerMiB = 1048576.0;
 constexpr std::chrono::milliseconds kTrimInterval(10);
 
 // No GL call may run while the process exits: the driver may be gone already.
-std::atomic<bool> processExits = false;
-struct ExitFlag {
-  ~ExitFlag() { processExits = true; }
-} exitFlag;
+class ExitGuard {
+ public:
+  /// Made after the driver was loaded, so that its destructor runs before the driver's exit handlers.
+  static ExitGuard& Instance() {
+    static ExitGuard guard;
+    return guard;
+  }
+
+  ~ExitGuard() {
+    std::lock_guard lock(mutex);
+    exits = true;
+  }
+
+  std::mutex mutex;  // Held while GL is at work in the background.
+  bool exits = false;
+};
 
 }  // namespace
 
@@ -39,6 +52,7 @@ TexturePool::~TexturePool() {
   }
   wakeUp_.notify_all();
   if (trimmer_.joinable()) trimmer_.join();
+  UnpinLibrary(pinned_);
   Clear();
 }
 
@@ -129,7 +143,17 @@ void TexturePool::SetCapacity(int32_t capacity) {
 
 void TexturePool::_StartTrimmer() {
   std::lock_guard lock(threadMutex_);
-  if (!trimmer_.joinable() && !stop_) trimmer_ = std::thread([this] { _Trim(); });
+  if (trimmer_.joinable() || stop_) return;
+  ExitGuard::Instance();
+  // A host may unload the library without releasing it: the code of a running thread has to stay.
+  pinned_ = PinLibrary();
+  trimmer_ = std::thread([this] {
+    try {
+      _Trim();
+    } catch (const std::exception& error) {
+      LogLocated(kLogError, error.what());
+    }
+  });
 }
 
 void TexturePool::_Trim() {
@@ -138,7 +162,11 @@ void TexturePool::_Trim() {
   std::unique_lock lock(threadMutex_);
   while (!stop_) {
     lock.unlock();
-    if (current && !processExits) _EvictOldest();
+    {
+      std::lock_guard exitLock(ExitGuard::Instance().mutex);
+      if (ExitGuard::Instance().exits) return;
+      if (current) _EvictOldest();
+    }
     lock.lock();
     wakeUp_.wait_for(lock, kTrimInterval, [this] { return stop_; });
   }

@@ -54,6 +54,7 @@ class TexturePool {
   std::mutex threadMutex_;
   std::condition_variable wakeUp_;
   std::thread trimmer_;
+  void* pinned_ = nullptr;  // Keeps the library loaded while the thread runs.
   bool stop_ = false;
 };
 

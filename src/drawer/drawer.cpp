@@ -37,9 +37,9 @@ Drawer::~Drawer() {
   if (program_ != nullptr) programs_.Return(program_);
 }
 
-bool Drawer::_BeginDraw(const ProgramSource& source, const char* noSceneMessage) {
+bool Drawer::_BeginDraw(const ProgramSource& source, const char* noSceneMessage, std::source_location where) {
   if (scene_ == nullptr) {
-    LogLocated(kLogError, noSceneMessage);
+    LogLocated(kLogError, noSceneMessage, where);
     return false;
   }
   std::string fragment = kVersion;

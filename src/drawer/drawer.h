@@ -3,6 +3,7 @@
 #include <array>
 #include <glm/glm.hpp>
 #include <initializer_list>
+#include <source_location>
 #include <string>
 
 #include "base/camera.h"
@@ -46,7 +47,8 @@ class Drawer {
     std::initializer_list<const char*> fragment;
   };
 
-  bool _BeginDraw(const ProgramSource& source, const char* noSceneMessage = "scene is null");
+  bool _BeginDraw(const ProgramSource& source, const char* noSceneMessage = "scene is null",
+                  std::source_location where = std::source_location::current());
   glm::mat4 _Mvp(const ModelTransform& model = {}) const;
   /// Draws the quad that covers the scene's content.
   bool _DrawSceneQuad();

@@ -12,9 +12,6 @@ uniform vec2 outTexUVOffsetXY;
 uniform vec2 outTexSizeScale;
 
 const float kLumaShare = 2.0 / 3.0;
-const vec3 kY = vec3(0.299, 0.587, 0.114);
-const vec3 kU = vec3(-0.169, -0.331, 0.5);
-const vec3 kV = vec3(0.5, -0.419, -0.081);
 
 vec2 outputCoord() { return clamp((io_texcoord - outTexUVOffsetXY) * outTexSizeScale, 0.0, 1.0); }
 

@@ -17,8 +17,8 @@ int RGB2YUVDrawer::BytesPerTexel() const {
 
 bool RGB2YUVDrawer::BeginDraw() {
   using namespace shaders;
-  return nv12 ? _BeginDraw({"RGB2NV12ShaderProgram", quad_vert, {rgb2yuv_glsl, rgb2nv12_frag}})
-              : _BeginDraw({"RGB2YUV420ShaderProgram", quad_vert, {rgb2yuv_glsl, rgb2yuv420_frag}});
+  return nv12 ? _BeginDraw({"RGB2NV12ShaderProgram", quad_vert, {yuvWeights_glsl, rgb2yuv_glsl, rgb2nv12_frag}})
+              : _BeginDraw({"RGB2YUV420ShaderProgram", quad_vert, {yuvWeights_glsl, rgb2yuv_glsl, rgb2yuv420_frag}});
 }
 
 bool RGB2YUVDrawer::Draw() {
@@ -26,17 +26,19 @@ bool RGB2YUVDrawer::Draw() {
   using namespace shaders;
   FrameBuffer* scene = scene_;
   const int height = input->loadedHeight;
-  if (!_DrawPacked({"RGB2YUVPackedLumaShaderProgram", quad_vert, {rgb2yuvPacked_glsl, rgb2yuvPackedLuma_frag}}, 0,
-                   height)) {
+  if (!_DrawPacked(
+          {"RGB2YUVPackedLumaShaderProgram", quad_vert, {yuvWeights_glsl, rgb2yuvPacked_glsl, rgb2yuvPackedLuma_frag}},
+          0, height)) {
     return false;
   }
   scene_ = scene;
-  return nv12 ? _DrawPacked(
-                    {"RGB2NV12PackedChromaShaderProgram", quad_vert, {rgb2yuvPacked_glsl, rgb2nv12PackedChroma_frag}},
-                    height, height / 2)
+  return nv12 ? _DrawPacked({"RGB2NV12PackedChromaShaderProgram",
+                             quad_vert,
+                             {yuvWeights_glsl, rgb2yuvPacked_glsl, rgb2nv12PackedChroma_frag}},
+                            height, height / 2)
               : _DrawPacked({"RGB2YUV420PackedChromaShaderProgram",
                              quad_vert,
-                             {rgb2yuvPacked_glsl, rgb2yuv420PackedChroma_frag}},
+                             {yuvWeights_glsl, rgb2yuvPacked_glsl, rgb2yuv420PackedChroma_frag}},
                             height, height / 2);
 }
 

@@ -10,9 +10,6 @@ uniform vec2 inTexOrigin;
 uniform vec2 inTexSize;
 uniform vec2 outTexOrigin;
 
-const vec3 kY = vec3(0.299, 0.587, 0.114);
-const vec3 kU = vec3(-0.169, -0.331, 0.5);
-const vec3 kV = vec3(0.5, -0.419, -0.081);
 const vec2 kLumaRange = vec2(219.0, 16.0) / 255.0;
 const vec2 kChromaRange = vec2(224.0, 128.0) / 255.0;
 

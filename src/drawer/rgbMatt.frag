@@ -16,7 +16,8 @@ void main() {
   // Mirrored about the middle of the content, which need not be the middle of the storage.
   if (flip == 1) uv.y = dstTexFlipSum - uv.y;
   uv = (uv - dstTexOffset) * srcTexScale + srcTexOffset;
-  vec4 color = texture(tex, uv);
+  // Exactly one pixel: a filter off by a hair would miss the key.
+  vec4 color = texelFetch(tex, ivec2(floor(uv * vec2(textureSize(tex, 0)))), 0);
   bool key = all(lessThan(abs(color - mattColor), vec4(kKeyDistance)));
   FragColor = key ? vec4(0.0) : vec4(color.rgb, 1.0);
 }

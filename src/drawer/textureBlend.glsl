@@ -5,8 +5,9 @@ vec3 clipColor(vec3 color) {
   float lo = min(color.r, min(color.g, color.b));
   float hi = max(color.r, max(color.g, color.b));
   vec3 result = color;
-  if (lo < 0.0) result = l + (color - l) * l / (l - lo);
-  if (hi > 1.0) result = l + (color - l) * (1.0 - l) / (hi - l);
+  // Rounding can put l on the limit itself: then there is nothing to draw towards it.
+  if (lo < 0.0 && lo < l) result = l + (color - l) * l / (l - lo);
+  if (hi > 1.0 && hi > l) result = l + (color - l) * (1.0 - l) / (hi - l);
   return result;
 }
 

@@ -31,7 +31,7 @@ bool TextureDrawer::BeginDraw() {
 
 Texture* TextureDrawer::_CopyOfBackground() {
   Texture* copy = surfaces_.AcquireTexture(scene_->Width(), scene_->Height(), GL_RGBA8);
-  if (copy != nullptr) scene_->CopyContentTo(*copy);
+  if (copy != nullptr && !scene_->CopyContentTo(*copy)) surfaces_.ReleaseTexture(copy);
   return copy;
 }
 

@@ -14,34 +14,42 @@ struct PlaneSampler {
   const char* sampler;
 };
 
-struct FormatSamplers {
+struct FormatProgram {
   int32_t format;
+  const char* name;
+  const char* fragment;
   PlaneSampler planes[3];
 };
 
-constexpr FormatSamplers kSamplers[] = {
-    {YUV2RGBDrawer::kPlanar8, {{"Y", "texY"}, {"U", "texU"}, {"V", "texV"}}},
-    {YUV2RGBDrawer::kNV12, {{"Y", "texY"}, {"UV", "texUV"}, {nullptr, nullptr}}},
-    {YUV2RGBDrawer::kTwoPlane16, {{"Y", "texY16"}, {"UV", "texUV16"}, {nullptr, nullptr}}}};
+constexpr FormatProgram kPrograms[] = {{YUV2RGBDrawer::kPlanar8,
+                                        "YUV2RGBShaderProgram8bitYUV420P",
+                                        shaders::yuv2rgbPlanar_frag,
+                                        {{"Y", "texY"}, {"U", "texU"}, {"V", "texV"}}},
+                                       {YUV2RGBDrawer::kNV12,
+                                        "YUV2RGBShaderProgram8bitNV12",
+                                        shaders::yuv2rgbNV12_frag,
+                                        {{"Y", "texY"}, {"UV", "texUV"}, {nullptr, nullptr}}},
+                                       {YUV2RGBDrawer::kTwoPlane16,
+                                        "YUV2RGBShaderProgram16bit",
+                                        shaders::yuv2rgb16_frag,
+                                        {{"Y", "texY16"}, {"UV", "texUV16"}, {nullptr, nullptr}}}};
+
+const FormatProgram* FindProgram(int32_t format) {
+  for (const FormatProgram& program : kPrograms) {
+    if (program.format == format) return &program;
+  }
+  return nullptr;
+}
 
 constexpr int kFirstUnit = 9;
 
 }  // namespace
 
 bool YUV2RGBDrawer::BeginDraw() {
-  constexpr char kNoScene[] = "YUV2RGBDrawer: scene is null";
-  using namespace shaders;
-  switch (format) {
-    case kPlanar8:
-      return _BeginDraw({"YUV2RGBShaderProgram8bitYUV420P", yuv2rgb_vert, {yuv2rgb_glsl, yuv2rgbPlanar_frag}},
-                        kNoScene);
-    case kNV12:
-      return _BeginDraw({"YUV2RGBShaderProgram8bitNV12", yuv2rgb_vert, {yuv2rgb_glsl, yuv2rgbNV12_frag}}, kNoScene);
-    case kTwoPlane16:
-      return _BeginDraw({"YUV2RGBShaderProgram16bit", yuv2rgb_vert, {yuv2rgb_glsl, yuv2rgb16_frag}}, kNoScene);
-    default:
-      return false;
-  }
+  const FormatProgram* program = FindProgram(format);
+  return program != nullptr &&
+         _BeginDraw({program->name, shaders::yuv2rgb_vert, {shaders::yuv2rgb_glsl, program->fragment}},
+                    "YUV2RGBDrawer: scene is null");
 }
 
 bool YUV2RGBDrawer::Draw() {
@@ -57,12 +65,12 @@ bool YUV2RGBDrawer::Draw() {
   program_->SetUniform1i("fullRange", fullRange ? 1 : 0);
   program_->SetUniform2f("dstRate", mapping.rate);
   program_->SetUniform2f("dstOffset", mapping.offset);
-  const FormatSamplers& samplers = kSamplers[format - kPlanar8];
-  for (int i = 0; i < 3 && samplers.planes[i].suffix != nullptr; ++i) {
+  const PlaneSampler* const samplers = FindProgram(format)->planes;
+  for (int i = 0; i < 3 && samplers[i].suffix != nullptr; ++i) {
     const Plane& plane = planes[i];
-    const std::string suffix = samplers.planes[i].suffix;
+    const std::string suffix = samplers[i].suffix;
     const ContentRect content = ContentRect::Of(*plane.texture);
-    program_->SetUniformTexture(kFirstUnit + i, static_cast<int>(plane.texture->id), samplers.planes[i].sampler,
+    program_->SetUniformTexture(kFirstUnit + i, static_cast<int>(plane.texture->id), samplers[i].sampler,
                                 plane.texture->target);
     program_->SetUniform2f("uvRate" + suffix, {static_cast<double>(plane.width - 1) / content.storageWidth,
                                                static_cast<double>(plane.height - 1) / content.storageHeight});
