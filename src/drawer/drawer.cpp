@@ -4,7 +4,6 @@
 
 #include "base/ebo.h"
 #include "base/framebuffer.h"
-#include "base/glError.h"
 #include "base/program.h"
 #include "base/programCache.h"
 #include "base/vao.h"
@@ -86,18 +85,6 @@ bool Drawer::_DrawQuad(const Positions& positions, const QuadCorners& texCoords)
   return DrawVertexes(&vbo, &ebo);
 }
 
-bool Drawer::DrawVertexes(VBO* vbo, EBO* ebo) {
-  if (vbo == nullptr || ebo == nullptr) return false;
-  VAO vao;
-  vao.Bind();
-  vbo->Bind();
-  ebo->Bind();
-  glDrawElements(ebo->mode, ebo->IndexCount(), GL_UNSIGNED_INT, nullptr);
-  const bool ok = CheckGLError();
-  vbo->UnBind();
-  ebo->UnBind();
-  vao.UnBind();
-  return ok;
-}
+bool Drawer::DrawVertexes(VBO* vbo, EBO* ebo) { return vbo != nullptr && ebo != nullptr && DrawElements(*vbo, *ebo); }
 
 }  // namespace qvg

@@ -5,7 +5,6 @@
 #include "base/camera.h"
 #include "base/content.h"
 #include "base/framebuffer.h"
-#include "base/glError.h"
 #include "base/program.h"
 #include "base/programCache.h"
 #include "base/surfaceSource.h"
@@ -98,18 +97,7 @@ bool Effect::_LoadIndices() {
   return ebo_.LoadIndices({0, 1, 2, 2, 3, 0});
 }
 
-bool Effect::_Draw(VBO* vbo, EBO* ebo) {
-  VAO vao;
-  vao.Bind();
-  vbo->Bind();
-  ebo->Bind();
-  glDrawElements(ebo->mode, ebo->IndexCount(), GL_UNSIGNED_INT, nullptr);
-  const bool ok = CheckGLError();
-  vbo->UnBind();
-  ebo->UnBind();
-  vao.UnBind();
-  return ok;
-}
+bool Effect::_Draw(VBO* vbo, EBO* ebo) { return DrawElements(*vbo, *ebo); }
 
 Texture* Effect::_TakeOutput() {
   frameBuffer_->UnbindColorTexture();
