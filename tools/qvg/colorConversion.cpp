@@ -54,6 +54,27 @@ bool IsGray(AVPixelFormat format) {
   return pixels && pixels->nb_components <= 2 && !(pixels->flags & (AV_PIX_FMT_FLAG_RGB | AV_PIX_FMT_FLAG_PAL));
 }
 
+bool HasHalfChroma(int format) {
+  const AVPixFmtDescriptor* pixels = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(format));
+  return pixels && pixels->log2_chroma_w == 1;
+}
+
+// Where chroma lies between the pixels it belongs to: video has it at the left one if it doesn't say otherwise, images
+// of full range in the middle, which is also what the scaler takes when it isn't told.
+constexpr int64_t kDefaultPosition = -513;
+bool HasChromaLeft(const AVFrame& frame) {
+  switch (frame.chroma_location) {
+    case AVCHROMA_LOC_UNSPECIFIED:
+      return HasHalfChroma(frame.format) && PlainName(static_cast<AVPixelFormat>(frame.format)) == frame.format;
+    case AVCHROMA_LOC_LEFT:
+    case AVCHROMA_LOC_TOPLEFT:
+    case AVCHROMA_LOC_BOTTOMLEFT:
+      return HasHalfChroma(frame.format);
+    default:
+      return false;
+  }
+}
+
 bool TopDown(const AVFrame& frame) {
   for (int plane = 0; plane < 3; ++plane) {
     if (frame.linesize[plane] < 0) return false;
@@ -102,6 +123,8 @@ void ColorConverter::_MakeScaler(const Key& key) {
       {"dst_format", key.format},
       {"src_range", key.sourceFull},
       {"dst_range", key.full},
+      {"src_h_chr_pos", key.chromaLeft ? 0 : kDefaultPosition},
+      {"dst_h_chr_pos", key.chromaLeft && HasHalfChroma(key.format) ? 0 : kDefaultPosition},
       {"sws_flags", flags},
       {"threads", std::clamp(std::thread::hardware_concurrency(), 1u, 4u)}};
   for (const auto& [name, value] : settings) av_opt_set_int(scaler, name, value, 0);
@@ -119,8 +142,9 @@ const AVFrame& ColorConverter::Convert(const AVFrame& source, AVPixelFormat form
                                        const ColorTags& colors) {
   const auto sourceFormat = static_cast<AVPixelFormat>(source.format);
   const ColorTags tags = TagsOf(source);
-  const Key key{PlainName(sourceFormat), source.width,   source.height,   PlainName(format), width, height, tags.matrix,
-                colors.matrix,           tags.fullRange, colors.fullRange};
+  const Key key{
+      PlainName(sourceFormat), source.width,   source.height,    PlainName(format),    width, height, tags.matrix,
+      colors.matrix,           tags.fullRange, colors.fullRange, HasChromaLeft(source)};
   if (key_ != key) {
     key_.reset();
     _MakeScaler(key);
@@ -139,10 +163,10 @@ const AVFrame& ColorConverter::Convert(const AVFrame& source, AVPixelFormat form
 
 const AVFrame& UploadConverter::Prepare(const AVFrame& frame) {
   const auto format = static_cast<AVPixelFormat>(frame.format);
-  const bool known = UploadFormat(format).has_value();
-  const bool fits = known && TopDown(frame) && TagsOf(frame).IsFullRange601();
-  if (fits && (path_ != UploadPath::kRgba || format == AV_PIX_FMT_RGBA)) return frame;
-  if (path_ == UploadPath::kNative && known && !TagsOf(frame).rgb) {
+  const ColorTags tags = TagsOf(frame);
+  const bool known = UploadFormat(format).has_value() && (tags.rgb || path_ == UploadPath::kNative);
+  if (known && TopDown(frame) && tags.IsFullRange601()) return frame;
+  if (known && !tags.rgb) {
     return converter_.Convert(frame, format, frame.width, frame.height,
                               {.fullRange = true, .matrix = AVCOL_SPC_SMPTE170M});
   }

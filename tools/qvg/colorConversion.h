@@ -11,9 +11,12 @@ namespace qvgtool {
 
 /** How frames travel to the library. */
 enum class UploadPath {
-  kAuto,    // In their own format where no colour needs conversion, else as RGBA.
-  kNative,  // In their own format always; YUV that is limited-range or not BT.601 is converted within that format.
-  kRgba     // As RGBA always.
+  // RGB in its own format, YUV as RGBA: the library's YUV conversion samples planes up to a pixel beside the pixel's
+  // middle, which softens a picture; the scaler's does not.
+  kAuto,
+  // All frames in their own format where the library has it; YUV that is limited-range or not BT.601 is converted
+  // within that format first.
+  kNative
 };
 
 /** The code under which the library takes this format; none when it takes it not at all. */
@@ -38,7 +41,7 @@ class ColorConverter {
   struct Key {
     int sourceFormat, sourceWidth, sourceHeight, format, width, height;
     int sourceMatrix, matrix;
-    bool sourceFull, full;
+    bool sourceFull, full, chromaLeft;
     bool operator==(const Key&) const = default;
   };
   void _MakeScaler(const Key& key);

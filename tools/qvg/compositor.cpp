@@ -72,7 +72,8 @@ void Compositor::SetBackground(const AVFrame& image) { background_ = renderer_.U
 const Texture& Compositor::Draw(const AVFrame& frame, int quarterTurns, bool alpha) {
   const auto& gl = renderer_.Table();
   const Texture picture = renderer_.Upload(converter_.Prepare(frame));
-  gl.SetTextureRotation(picture.get(), static_cast<uint32_t>(quarterTurns));
+  // The library counts quarter turns in its own y direction, which is up.
+  gl.SetTextureRotation(picture.get(), static_cast<uint32_t>((4 - quarterTurns) % 4));
   const bool lying = quarterTurns % 2 != 0;
   const int width = lying ? frame.height : frame.width;
   const int height = lying ? frame.width : frame.height;

@@ -96,8 +96,8 @@ void ContactSheet::Add(const AVFrame& before, const AVFrame& after, double secon
   columns_.push_back({_Tile(before, tileWidth_, tileHeight_), _Tile(after, tileWidth_, tileHeight_), seconds});
 }
 
-void ContactSheet::Save() {
-  if (columns_.empty()) return;
+bool ContactSheet::Save() {
+  if (columns_.empty()) return false;
   const int columns = static_cast<int>(columns_.size()), rowHeight = tileHeight_ + kLabelHeight + kGap;
   VideoFormat format;
   format.width = columns * (tileWidth_ + kGap) + kGap;
@@ -123,6 +123,7 @@ void ContactSheet::Save() {
   writer.Open(format, *sheet, {});
   writer.Write(std::move(sheet));
   writer.Finish(false);
+  return true;
 }
 
 }  // namespace qvgtool

@@ -14,8 +14,8 @@ class ContactSheet {
   bool Wants(int64_t index) const;
   /** Takes copies. */
   void Add(const AVFrame& before, const AVFrame& after, double seconds);
-  /** Writes the PNG. Throws Error. */
-  void Save();
+  /** Writes the PNG. @return false without frames. Throws Error. */
+  bool Save();
 
  private:
   struct Column {

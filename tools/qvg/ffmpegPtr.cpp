@@ -1,12 +1,14 @@
 #include "ffmpegPtr.h"
 
 #include <mutex>
+#include <utility>
 
 namespace qvgtool {
 namespace {
 
 std::mutex logMutex;
 std::string lastMessage;
+std::string demuxerMessage;
 bool printAll = false;
 
 void OnLog(void* object, int level, const char* format, va_list arguments) {
@@ -23,7 +25,12 @@ void OnLog(void* object, int level, const char* format, va_list arguments) {
   std::string text = line;
   while (!text.empty() && (text.back() == '\n' || text.back() == '\r')) text.pop_back();
   const std::scoped_lock lock(logMutex);
-  if (!text.empty()) lastMessage = text.substr(text.rfind("] ") == std::string::npos ? 0 : text.rfind("] ") + 2);
+  if (text.empty()) return;
+  if (const size_t end = text.rfind("] "); end != std::string::npos) text.erase(0, end + 2);
+  lastMessage = text;
+  const AVClass* kind = object ? *static_cast<const AVClass* const*>(object) : nullptr;
+  const auto category = !kind ? AV_CLASS_CATEGORY_NA : kind->get_category ? kind->get_category(object) : kind->category;
+  if (category == AV_CLASS_CATEGORY_DEMUXER) demuxerMessage = text;
 }
 
 }  // namespace
@@ -42,9 +49,17 @@ std::string FfmpegError(int code) {
   av_strerror(code, text, sizeof text);
   const std::scoped_lock lock(logMutex);
   std::string result = text;
-  if (!lastMessage.empty() && lastMessage.find(result) == std::string::npos) result += " (" + lastMessage + ")";
+  // Errors of the system say enough; FFmpeg's own are too general.
+  const bool general = code == AVERROR_INVALIDDATA || code == AVERROR_EXTERNAL || code == AVERROR(EINVAL);
+  if (general && !lastMessage.empty() && lastMessage.find(result) == std::string::npos)
+    result += " (" + lastMessage + ")";
   lastMessage.clear();
   return result;
+}
+
+std::string TakeDemuxerError() {
+  const std::scoped_lock lock(logMutex);
+  return std::exchange(demuxerMessage, {});
 }
 
 void CatchFfmpegLog(bool verbose) {

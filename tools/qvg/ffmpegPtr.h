@@ -57,6 +57,9 @@ FramePtr NewFrame(AVPixelFormat format, int width, int height);
 /** FFmpeg's text for a negative result, with the last thing that its log said, if that adds something. */
 std::string FfmpegError(int code);
 
+/** The last error that a demuxer logged without failing, such as an early end of the file; empty when none did. */
+std::string TakeDemuxerError();
+
 /** Keeps FFmpeg's own lines for FfmpegError() instead of printing them; verbose prints them too. */
 void CatchFfmpegLog(bool verbose);
 

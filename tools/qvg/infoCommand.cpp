@@ -2,6 +2,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <set>
 
 #include "commands.h"
 #include "logCapture.h"
@@ -45,7 +46,8 @@ void PrintDisplays(const std::vector<LogLine>& lines) {
   if (first) Row("Display", "none");
   first = true;
   for (const LogLine& line : lines) {
-    if (!line.message.starts_with(prefix) || line.message.starts_with(chosen)) continue;
+    const bool attempt = line.level != LogLine::kError && line.message.starts_with(prefix);
+    if (!attempt || line.message.starts_with(chosen)) continue;
     Row(first ? "Passed over" : "", line.message.substr(prefix.size()));
     first = false;
   }
@@ -69,7 +71,11 @@ int RunInfo(bool verbose) {
       gl.GetRequiredGLVersion(&wantedMajor, &wantedMinor);
       if (ready) driver = AskDriver();
     }
-    lines = log.Lines();
+    // A start that failed is tried again by every slot that needs it.
+    std::set<std::string> seen;
+    for (const LogLine& line : log.Lines()) {
+      if (verbose || seen.insert(line.message).second) lines.push_back(line);
+    }
   }
   Row("Platform", "Linux, EGL");
   PrintDisplays(lines);

@@ -152,17 +152,10 @@ void SetUpProcess(CLI::App& app, ProcessOptions& options) {
       ->type_name("PNG")
       ->group(write);
 
-  app.add_option_function<std::string>(
-         "--upload",
-         [&options](const std::string& name) {
-           options.upload = name == "native" ? UploadPath::kNative
-                            : name == "rgba" ? UploadPath::kRgba
-                                             : UploadPath::kAuto;
-         },
-         "How frames reach the library. native: in their own format, limited-range and BT.709 colours converted within "
-         "it; rgba: as RGBA; auto: native where no colour needs conversion, else rgba, which keeps every pixel's place")
-      ->check(CLI::IsMember({"auto", "native", "rgba"}).description(""))
-      ->type_name("HOW")
+  app.add_flag_callback(
+         "--native", [&options] { options.upload = UploadPath::kNative; },
+         "Uploads YUV frames in their own format (NV12, P010, 4:2:0, 4:2:2, 4:4:4), not as RGBA: the library's own "
+         "conversion, which softens the picture a little")
       ->group(write);
   app.add_flag("--verbose", options.verbose, "Prints every line of the library's and FFmpeg's logs");
 }
@@ -199,6 +192,7 @@ int Main(int argc, char** argv) {
   CLI::App* info = app.add_subcommand("info", "Tells which display, driver and versions the library works with");
   info->add_flag("--verbose", verboseInfo, "Prints the library's log as well");
 
+  CatchFfmpegLog(false);
   try {
     app.parse(argc, argv);
     if (process->parsed()) Complete(options, *process);
@@ -206,6 +200,9 @@ int Main(int argc, char** argv) {
     if (error.get_exit_code() == 0) return app.exit(error);
     const char* help = process->parsed() ? "qvg process --help" : "qvg --help";
     std::string line = error.what();
+    if (app.get_subcommands().empty() && argc > 1 && argv[1][0] != '-') {
+      line = fmt::format("no command is named {}: there are process and info", argv[1]);
+    }
     std::replace(line.begin(), line.end(), '\n', ' ');
     fmt::print(stderr, "qvg: {} (see {})\n", line, help);
     return kBadUsage;

@@ -58,6 +58,7 @@ MediaReader::MediaReader(const std::string& path, const ReadOptions& options)
   _Describe();
   if (input_->start_time != AV_NOPTS_VALUE && input_->start_time > 0) origin_ = input_->start_time;
   if (options.from > 0) _Seek(options.from);
+  TakeDemuxerError();
 }
 
 void MediaReader::_OpenDecoder() {
@@ -143,6 +144,7 @@ bool MediaReader::_FeedDecoder() {
     const int result = av_read_frame(input_.get(), packet.get());
     if (result < 0) {
       if (result != AVERROR_EOF) readError_ = FfmpegError(result);
+      if (const std::string complaint = TakeDemuxerError(); readError_.empty()) readError_ = complaint;
       avcodec_send_packet(decoder_.get(), nullptr);
       return false;
     }
@@ -179,7 +181,7 @@ PacketPtr MediaReader::TakeSound() {
 
 std::string MediaReader::Damage() const {
   if (!readError_.empty())
-    return fmt::format("{}: stopped reading after {} frames: {}", path_, framesRead_, readError_);
+    return fmt::format("{}: damaged: reading ended after {} frames: {}", path_, framesRead_, readError_);
   if (damagedPackets_ > 0) {
     return fmt::format("{}: damaged: {} of its packets could not be decoded, {} frames could", path_, damagedPackets_,
                        framesRead_);

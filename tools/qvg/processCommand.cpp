@@ -58,9 +58,9 @@ VideoFormat OutputFormat(const VideoFormat& source, const ProcessOptions& option
 std::string NoContextReason(LogCapture& log) {
   std::string reason;
   for (const LogLine& line : log.Lines()) {
-    if (line.level == LogLine::kError) reason = line.message;
+    if (line.level == LogLine::kError && reason.empty()) reason = line.message;
   }
-  return "the library could not start" + (reason.empty() ? "" : ": " + reason) + " (see qvg info)";
+  return "the library could not start" + (reason.empty() ? "" : ": " + reason) + " (qvg info tells more)";
 }
 
 // What is told when everything is closed and standard output is the user's again.
@@ -139,11 +139,11 @@ Outcome Process(const ProcessOptions& options, LogCapture& log) {
   writer.Finish(complete);
   progress.Clear();
   const double seconds = progress.Seconds();
-  if (sheet) sheet->Save();
+  const bool sheetSaved = sheet && sheet->Save();
 
   Outcome outcome;
   outcome.summary.push_back(Summary(options.output, writer, out, done, seconds));
-  if (sheet) outcome.summary.push_back(fmt::format("{}: contact sheet, before and after", options.sheet));
+  if (sheetSaved) outcome.summary.push_back(fmt::format("{}: contact sheet, before and after", options.sheet));
   if (!writer.SoundLeftOut().empty()) {
     outcome.complaints.push_back(
         fmt::format("sound left out: {} can't hold {}", options.output, writer.SoundLeftOut()));

@@ -1,0 +1,201 @@
+#!/bin/bash
+# Runs the command-line tool as a person would and looks at what it leaves. Argument: path of qvg.
+set -u
+qvg=$(realpath "$1")
+dir=$(mktemp -d)
+trap 'rm -rf "$dir"' EXIT
+cd "$dir" || exit 1
+passed=0 failed=0
+
+# verdict NAME STATUS [DETAIL]: counts a check by its status.
+verdict() {
+  if [[ $2 -eq 0 ]]; then
+    ((++passed))
+    echo "ok    $1"
+  else
+    ((++failed))
+    echo "FAIL  $1${3:+: $3}"
+  fi
+}
+# expect NAME WANTED GOT
+expect() {
+  [[ $2 == "$3" ]]
+  verdict "$1" $? "wanted '$2', got '$3'"
+}
+make() { ffmpeg -nostdin -v error -y "$@"; }
+probe() { ffprobe -v error -of csv=p=0 "$@"; }
+frames() { probe -count_frames -select_streams v -show_entries stream=nb_read_frames "$1" | tr -d ','; }
+pixels() { ffmpeg -nostdin -v error -i "$1" ${2:+-vf "$2"} -f rawvideo -pix_fmt rgba - | md5sum; }
+process() { "$qvg" process "$@" >out.log 2>err.log </dev/null; }
+
+# refused NAME STATUS ARGUMENT...: the status, one line on standard error, no file left as out.*.
+refused() {
+  local name=$1 status=$2 got
+  shift 2
+  "$qvg" "$@" >out.log 2>err.log </dev/null
+  got=$?
+  [[ $got -eq $status && $(wc -l <err.log) -eq 1 && $(<err.log) == "qvg: "* && ! -e out.mp4 && ! -e out.png ]]
+  verdict "refused: $name" $? "exit $got, $(<err.log)"
+}
+
+# difference A B [FILTER FOR A]: mean absolute difference of luma and chroma, the largest of the three.
+difference() {
+  ffmpeg -nostdin -v error -i "$1" -i "$2" -filter_complex \
+    "[0]${3:-null},format=yuv420p,setpts=N[a];[1]format=yuv420p,setpts=N[b];[a][b]blend=all_mode=difference:shortest=1,
+     signalstats,metadata=print:file=-" -f null - |
+    awk -F= '/YAVG/{y+=$2; ++n} /UAVG/{u+=$2} /VAVG/{v+=$2}
+             END{if (!n) {print 999; exit} m=y; if (u>m) m=u; if (v>m) m=v; printf "%.3f", m/n}'
+}
+# close NAME LIMIT A B [FILTER FOR A]
+close() {
+  local d
+  d=$(difference "${@:3}")
+  awk -v d="$d" -v limit="$2" 'BEGIN{exit !(d < limit)}'
+  verdict "$1 ($d of 255)" $? "limit $2"
+}
+
+# ---- Command line
+
+expect "version" "qvg" "$("$qvg" --version | cut -d' ' -f1)"
+"$qvg" process --help | grep -q -- --background
+verdict "help" $?
+"$qvg" info >info.txt
+verdict "info" $?
+for row in "Display .*EGL" "Vendor ." "Renderer ." "OpenGL .*required 4\.2, found 4\.[0-9]: enough"; do
+  grep -Eq "^${row/ / +}" info.txt
+  verdict "info says ${row%% *}" $? "$(<info.txt)"
+done
+DISPLAY=:4711 "$qvg" info | grep -q "X11: .*:4711"
+verdict "info says why a display was passed over" $?
+
+make -f lavfi -i "testsrc=size=161x121:rate=25" -frames:v 1 picture.png
+make -f lavfi -i "testsrc2=size=320x240:rate=25" -f lavfi -i sine=440 -t 2 -c:v libx264 -crf 6 -c:a aac -shortest \
+  -movflags +faststart clip.mp4
+echo "not media" >text.txt
+head -c 4000 /dev/urandom >noise.mp4
+: >empty.mp4
+refused "no such file" 1 process nothing.mp4 -o out.mp4
+refused "a text" 1 process text.txt -o out.mp4
+refused "noise" 1 process noise.mp4 -o out.mp4
+refused "an empty file" 1 process empty.mp4 -o out.mp4
+refused "a directory" 1 process . -o out.mp4
+refused "sound only" 1 process <(make -f lavfi -i sine=440 -t 0.2 -f wav -) -o out.mp4
+refused "no place to write" 1 process clip.mp4 -o missing/out.mp4
+refused "a full disk" 1 process clip.mp4 -o /dev/full --format mpegts
+refused "unknown container" 1 process clip.mp4 -o out.nonsense
+refused "output over the input" 1 process clip.mp4 -o ./clip.mp4
+refused "missing background" 1 process clip.mp4 -o out.mp4 --background nothing.png
+refused "no output" 2 process clip.mp4
+refused "no command" 2
+refused "unknown command" 2 frobnicate
+for option in "--nonsense 1" "--scale big" "--scale -1" "--opacity 1.5" "--rotate x" "--size 10" "--size 0x5" \
+  "--blend purple" "--background-color mud" "--frames 0" "--quality 99" "--move 3"; do
+  # shellcheck disable=SC2086
+  refused "$option" 2 process clip.mp4 -o out.mp4 $option
+done
+
+# ---- Images
+
+make -f lavfi -i "testsrc=size=64x48,format=rgba,geq=r='r(X,Y)':g='g(X,Y)':b='b(X,Y)':a='mod(3*X+Y,256)'" \
+  -frames:v 1 alpha.png
+make -i picture.png picture.bmp
+for image in picture.png alpha.png picture.bmp; do
+  process "$image" -o same.png
+  expect "$image comes back as it was" "$(pixels "$image")" "$(pixels same.png)"
+done
+make -f lavfi -i "testsrc=size=100x100" -frames:v 1 square.png
+for turn in "90 transpose=clock" "180 hflip,vflip" "-90 transpose=cclock"; do
+  process square.png -o turned.png --rotate "${turn%% *}"
+  expect "--rotate ${turn%% *}" "$(pixels square.png "${turn#* }")" "$(pixels turned.png)"
+done
+process square.png -o moved.png --move 20,-30
+expect "--move leads to the right and up" "$(pixels square.png "crop=80:70:0:30")" \
+  "$(pixels moved.png "crop=80:70:20:0")"
+make -f lavfi -i "color=0xC82000:size=32x32,format=rgb24" -frames:v 1 red.png
+colour() { ffmpeg -nostdin -v error -i "$1" -vf crop=1:1:0:0 -f rawvideo -pix_fmt rgb24 - | od -An -tu1 | xargs; }
+for row in "--opacity 0.5 --background-color blue;100 16 128" "--blend multiply --background-color 0x8080FF;100 16 0" \
+  "--blend screen --background-color 0x808080;228 144 128" "--blend lighten --background-color blue;200 32 255" \
+  "--scale 0.1 --background-color 0x102030;16 32 48"; do
+  # shellcheck disable=SC2086
+  process red.png -o mixed.png ${row%%;*}
+  read -r r g b <<<"$(colour mixed.png)"
+  read -r wr wg wb <<<"${row#*;}"
+  ((${r:-999} - wr <= 1 && wr - r <= 1 && g - wg <= 1 && wg - g <= 1 && b - wb <= 1 && wb - b <= 1))
+  verdict "${row%%;*}" $? "wanted ${row#*;}, got ${r:-} ${g:-} ${b:-}"
+done
+
+# ---- Clips
+
+process -o own.mp4 --frames 6 --size 320x180
+expect "own clip" "0 6" "$? $(frames own.mp4)"
+expect "own clip's tags" "320,180,tv,smpte170m" \
+  "$(probe -select_streams v -show_entries stream=width,height,color_range,color_space own.mp4)"
+[[ $(probe -show_entries stream=width own-sheet.png) -gt 1400 ]]
+verdict "own clip's contact sheet" $?
+
+make -f lavfi -i "testsrc2=size=320x240:rate=25,gblur=3" -t 0.4 -c:v libx264 -crf 4 sd.mp4
+make -f lavfi -i "testsrc2=size=1280x720:rate=25,gblur=3,scale=out_color_matrix=bt709:flags=accurate_rnd" -t 0.2 \
+  -pix_fmt yuv420p -c:v libx264 -crf 4 hd.mp4
+make -i hd.mp4 -c copy -bsf:v h264_metadata=matrix_coefficients=1:video_full_range_flag=0 tagged.mp4
+make -f lavfi -i "testsrc2=size=320x240:rate=25,gblur=3,scale=out_range=full" -t 0.2 -pix_fmt yuvj420p -c:v libx264 \
+  -crf 4 full.mp4
+exact="flags=accurate_rnd+full_chroma_int+bilinear"
+to601="scale=in_color_matrix=bt709:out_color_matrix=bt601:$exact"
+for row in "sd.mp4;" "own.mp4;" "hd.mp4;$to601" "tagged.mp4;$to601" "full.mp4;scale=$exact,format=rgb24,scale=$exact"; do
+  clip=${row%%;*}
+  process "$clip" -o back.mp4
+  close "colours of $clip" 2 "$clip" back.mp4 "${row#*;}"
+done
+process sd.mp4 -o back.mp4 --native
+close "colours of sd.mp4 with --native" 4 sd.mp4 back.mp4
+
+process clip.mp4 -o sound.mp4
+sound() { ffmpeg -nostdin -v error -i "$1" -map 0:a -c copy -f md5 -; }
+times() { probe -select_streams "$2" -show_entries packet=pts_time "$1" | sort -n | md5sum; }
+expect "sound is copied" "$(sound clip.mp4)" "$(sound sound.mp4)"
+expect "sound keeps its times" "$(times clip.mp4 a)" "$(times sound.mp4 a)"
+expect "all frames" "$(frames clip.mp4)" "$(frames sound.mp4)"
+process clip.mp4 -o cut.mkv --from 1 --frames 10
+expect "--from and --frames" "10 0.000000" \
+  "$(frames cut.mkv) $(probe -select_streams v -show_entries packet=pts_time cut.mkv | head -n 1 | tr -d ',')"
+expect "sound ends with the pictures" "1" "$(probe -show_entries format=duration cut.mkv | awk '{print ($1 < 0.5)}')"
+process clip.mp4 -o silent.mp4 --no-sound --frames 3
+expect "--no-sound" "h264" "$(probe -show_entries stream=codec_name silent.mp4)"
+
+make -f lavfi -i "testsrc2=size=160x120:rate=30" -t 1 -vf "select='not(mod(n,4))+gt(n,20)'" -vsync vfr \
+  -video_track_timescale 90000 uneven.mp4
+process uneven.mp4 -o uneven-out.mp4
+expect "uneven times" "$(times uneven.mp4 v)" "$(times uneven-out.mp4 v)"
+make -i uneven.mp4 -c copy -metadata:s:v rotate=90 turned.mp4
+process turned.mp4 -o upright.png
+make -i turned.mp4 -frames:v 1 wanted.png
+close "rotation in the file" 8 wanted.png upright.png
+
+make -i clip.mp4 -frames:v 8 -an clip.y4m
+"$qvg" process - -o piped.mp4 <clip.y4m >/dev/null 2>err.log
+expect "Y4M on standard input" "0 8" "$? $(frames piped.mp4)"
+"$qvg" process clip.mp4 -o quiet.mp4 --frames 2 2>err.log >out.log
+expect "one summary line, nothing of the library's log" "1 0" "$(wc -l <out.log) $(wc -l <err.log)"
+
+# ---- Ends that come too early
+
+head -c $(($(stat -c %s clip.mp4) * 2 / 3)) clip.mp4 >torn.mp4
+process torn.mp4 -o torn-out.mp4
+expect "a torn file" "1 1" "$? $(wc -l <err.log)"
+[[ $(frames torn-out.mp4) -ge 20 ]]
+verdict "what came before the tear is there" $? "$(frames torn-out.mp4)"
+"$qvg" process -o stopped.mp4 >out.log 2>err.log </dev/null &
+tool=$!
+for ((i = 0; i < 100; ++i)); do
+  [[ -e stopped.mp4 ]] && break
+  sleep 0.1
+done
+sleep 0.5
+kill -INT $tool
+wait $tool
+expect "interrupted" "130" $?
+[[ $(frames stopped.mp4) -ge 1 ]]
+verdict "an interrupted clip is readable" $?
+
+echo "$passed passed, $failed failed"
+((failed == 0))
