@@ -1,0 +1,140 @@
+// Buffer objects, vertex data and the vertex array.
+#include <cstring>
+
+#include "base/bo.h"
+#include "base/ebo.h"
+#include "base/vao.h"
+#include "base/vbo.h"
+#include "unit_support.h"
+
+namespace qvg {
+namespace {
+
+using namespace test;
+
+using BufferTest = GLTest;
+
+TEST_F(BufferTest, SecondAllocationChangesNothing) {
+  BO buffer;
+  ASSERT_TRUE(buffer.Allocate(64, GL_STREAM_READ, nullptr));
+  const GLuint name = buffer.Id();
+  EXPECT_TRUE(buffer.Allocate(128, GL_DYNAMIC_DRAW, nullptr));
+  EXPECT_EQ(buffer.Size(), 64);
+  EXPECT_EQ(buffer.Usage(), GLenum{GL_STREAM_READ});
+  EXPECT_EQ(buffer.Id(), name);
+}
+
+TEST_F(BufferTest, MappingGoesThroughTheLastBindingPoint) {
+  const char text[] = "0123456789";
+  BO buffer;
+  EXPECT_EQ(buffer.Target(), GLenum{GL_ARRAY_BUFFER});
+  ASSERT_TRUE(buffer.Allocate(10, GL_STREAM_READ, text));
+  ASSERT_TRUE(buffer.UpdateData(3, 2, "ab"));
+  ASSERT_TRUE(buffer.Bind(GL_PIXEL_PACK_BUFFER));
+  EXPECT_EQ(buffer.Target(), GLenum{GL_PIXEL_PACK_BUFFER});
+  EXPECT_EQ(Integer(GL_PIXEL_PACK_BUFFER_BINDING), static_cast<GLint>(buffer.Id()));
+  glBindBuffer(GL_ARRAY_BUFFER, buffer.Id());
+  void* mapped = buffer.Map(GL_MAP_READ_BIT);
+  ASSERT_NE(mapped, nullptr);
+  EXPECT_EQ(std::memcmp(mapped, "012ab56789", 10), 0);
+  EXPECT_EQ(Integer(GL_PIXEL_PACK_BUFFER_BINDING), 0) << "a mapped buffer catches read-backs";
+  EXPECT_EQ(Integer(GL_ARRAY_BUFFER_BINDING), static_cast<GLint>(buffer.Id())) << "another binding point was touched";
+  EXPECT_TRUE(buffer.UnMap());
+  EXPECT_EQ(Integer(GL_PIXEL_PACK_BUFFER_BINDING), 0);
+  glBindBuffer(GL_ARRAY_BUFFER, 0);
+}
+
+TEST_F(BufferTest, FailuresAreLoggedAndRecordNothing) {
+  {
+    BO buffer;
+    EXPECT_FALSE(buffer.Allocate(-1, GL_STREAM_READ, nullptr));
+    EXPECT_EQ(TakeLog(), "0 OpenGL Error: Invalid value\n");
+    EXPECT_FALSE(buffer.Allocated());
+    EXPECT_EQ(buffer.Size(), 0);
+    ASSERT_TRUE(buffer.Allocate(8, GL_STREAM_READ, nullptr));
+    EXPECT_FALSE(buffer.UpdateData(4, 8, "12345678"));
+    EXPECT_EQ(TakeLog(), "0 OpenGL Error: Invalid value\n");
+    EXPECT_FALSE(buffer.Bind(0xBAD));
+    EXPECT_EQ(buffer.Target(), GLenum{GL_ARRAY_BUFFER});
+    EXPECT_EQ(TakeLog(), "0 OpenGL Error: Invalid enum\n");
+    EXPECT_EQ(buffer.Map(0), nullptr);
+    EXPECT_TRUE(TakeLog().starts_with("0 OpenGL Error: Invalid "));
+  }
+  EXPECT_EQ(Live(glIsBuffer), 0);
+}
+
+TEST_F(BufferTest, VertexDataWithoutBuffers) {
+  VBO vbo;
+  EBO ebo;
+  VBO::VertexAttribute attribute;
+  EXPECT_FALSE(attribute.Bind());
+  EXPECT_FALSE(attribute.UnBind());
+  EXPECT_FALSE(vbo.Bind());
+  EXPECT_FALSE(vbo.UnBind());
+  EXPECT_FALSE(ebo.Bind());
+  EXPECT_FALSE(ebo.UnBind());
+  EXPECT_EQ(TakeLog(), Repeated("0 bo is null.\n", 6));
+  EXPECT_FALSE(vbo.SetPositions({1, 2}));
+  EXPECT_EQ(vbo.VertexCount(), 0);
+  EXPECT_EQ(TakeLog(), "");
+  EXPECT_FALSE(ebo.LoadIndices({}));
+  EXPECT_EQ(ebo.IndexCount(), 0);
+  EXPECT_EQ(TakeLog(), "0 indices empty\n");
+}
+
+TEST_F(BufferTest, VertexDataIsBoundAndRewritten) {
+  VAO vao;
+  VBO vbo;
+  EBO ebo;
+  const auto size = [](GLenum target) {
+    GLint bytes = -1;
+    glGetBufferParameteriv(target, GL_BUFFER_SIZE, &bytes);
+    return bytes;
+  };
+  ASSERT_TRUE(vao.Bind());
+  EXPECT_TRUE(vbo.SetPositions({0, 0, 0, 0, 0, 0, 7}));
+  EXPECT_EQ(vbo.VertexCount(), 2);
+  EXPECT_TRUE(vbo.Bind());
+  EXPECT_EQ(size(GL_ARRAY_BUFFER), 24);
+  EXPECT_TRUE(vbo.SetTexCoords({1, 2, 3, 4, 5}));
+  EXPECT_TRUE(vbo.SetTexCoords({6, 7, 8, 9}));
+  EXPECT_TRUE(ebo.LoadIndices({3, 4, 5}));
+  EXPECT_TRUE(ebo.LoadIndices({6, 7}));
+  EXPECT_EQ(ebo.IndexCount(), 2);
+  EXPECT_EQ(Live(glIsBuffer), 3) << "rewritten, not made anew";
+  EXPECT_TRUE(vbo.Bind());
+  EXPECT_TRUE(ebo.Bind());
+  EXPECT_EQ(size(GL_ARRAY_BUFFER), 16);
+  float texCoords[4];
+  glGetBufferSubData(GL_ARRAY_BUFFER, 0, sizeof texCoords, texCoords);
+  EXPECT_EQ(std::vector<float>(texCoords, texCoords + 4), (std::vector<float>{6, 7, 8, 9}));
+  GLuint indices[3];
+  glGetBufferSubData(GL_ELEMENT_ARRAY_BUFFER, 0, sizeof indices, indices);
+  EXPECT_EQ(std::vector<GLuint>(indices, indices + 3), (std::vector<GLuint>{6, 7, 5}));
+  for (const auto& [location, floats] : {std::pair(0u, 3), std::pair(1u, 2)}) {
+    GLint enabled = 0, components = 0;
+    glGetVertexAttribiv(location, GL_VERTEX_ATTRIB_ARRAY_ENABLED, &enabled);
+    glGetVertexAttribiv(location, GL_VERTEX_ATTRIB_ARRAY_SIZE, &components);
+    EXPECT_EQ(enabled * components, floats) << location;
+  }
+  EXPECT_TRUE(vbo.UnBind());
+  EXPECT_TRUE(ebo.UnBind());
+  EXPECT_TRUE(vao.UnBind());
+}
+
+TEST_F(BufferTest, VertexArrayBelongsToItsContext) {
+  std::optional<VAO> vao{std::in_place};
+  EXPECT_TRUE(vao->Bind());
+  EXPECT_EQ(Live(glIsVertexArray), 1);
+  OnOtherThread(true, [&] {
+    VAO its;
+    EXPECT_TRUE(its.Bind());
+    EXPECT_FALSE(vao->Bind());
+    EXPECT_EQ(TakeLog(), "0 vertex array belongs to another context\n");
+    vao.reset();
+    EXPECT_EQ(Live(glIsVertexArray), 1) << "a vertex array of this context was deleted";
+  });
+}
+
+}  // namespace
+}  // namespace qvg

@@ -1,0 +1,343 @@
+// The pools, the mapper of read-back buffers, and the one object that owns them.
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <cstring>
+#include <memory>
+
+#include "base/bo.h"
+#include "base/framebuffer.h"
+#include "base/programCache.h"
+#include "context/context.h"
+#include "context/pixelBufferMapper.h"
+#include "context/pixelBufferPool.h"
+#include "context/renderBufferPool.h"
+#include "context/scratchBufferPool.h"
+#include "context/texturePool.h"
+#include "drawer/textureDrawer.h"
+#include "unit_support.h"
+
+namespace qvg {
+namespace {
+
+using namespace test;
+using namespace std::chrono_literals;
+
+using PoolTest = GLTest;
+
+/// Whether each of the textures is still there: 1 or 0.
+class Alive {
+ public:
+  explicit Alive(std::vector<GLuint> names) : names_(std::move(names)) {}
+
+  /// Waits until it is as expected, and then whether it stays so.
+  std::string After(const std::string& expected) const {
+    for (int i = 0; i < 500 && Now() != expected; ++i) std::this_thread::sleep_for(10ms);
+    std::this_thread::sleep_for(60ms);
+    return Now();
+  }
+
+ private:
+  std::string Now() const {
+    std::string state;
+    for (const GLuint name : names_) state += glIsTexture(name) ? '1' : '0';
+    return state;
+  }
+
+  std::vector<GLuint> names_;
+};
+
+TEST_F(PoolTest, TexturesGoInTheOrderInWhichTheyCameBack) {
+  {
+    TexturePool pool(*manager_, 1000);
+    Texture* textures[] = {pool.Acquire(1024, 1024, GL_RGBA8), pool.Acquire(512, 512, GL_RGBA8),
+                           pool.Acquire(768, 768, GL_RGBA8)};  // 4, 1 and 2.25 MiB
+    const Alive alive({textures[0]->id, textures[1]->id, textures[2]->id});
+    for (Texture*& texture : textures) {
+      pool.Release(texture);
+      EXPECT_EQ(texture, nullptr);
+    }
+    const struct {
+      int32_t capacity;
+      const char* left;
+    } cases[] = {{8, "111"}, {7, "011"}, {0, "011"}, {-3, "011"}, {3, "001"}, {1, "000"}};
+    for (const auto& [capacity, left] : cases) {
+      pool.SetCapacity(capacity);
+      EXPECT_EQ(alive.After(left), left) << "capacity " << capacity;
+    }
+  }
+  EXPECT_EQ(Live(glIsTexture), 0);
+}
+
+TEST_F(PoolTest, TexturesThatWereOutAtAClearStayUncounted) {
+  {
+    TexturePool pool(*manager_, 4);
+    Texture* out[] = {pool.Acquire(1024, 1024, GL_RGBA8), pool.Acquire(1024, 1024, GL_RGBA8)};  // 4 MiB each
+    const Alive alive({out[0]->id, out[1]->id});
+    EXPECT_TRUE(pool.Clear());
+    for (Texture*& texture : out) pool.Release(texture);
+    EXPECT_EQ(alive.After("11"), "11") << "nothing is counted";
+
+    Texture* counted = pool.Acquire(1024, 1280, GL_RGBA8);  // 5 MiB
+    EXPECT_EQ(alive.After("00"), "00") << "above the budget every idle texture goes";
+    const Alive last({counted->id});
+    EXPECT_EQ(last.After("1"), "1") << "a texture in use went";
+    pool.Release(counted);
+    EXPECT_EQ(last.After("0"), "0");
+
+    // Had the uncounted ones been taken off the sum, these would be 3 MiB below nothing.
+    Texture* again = pool.Acquire(1024, 1280, GL_RGBA8);
+    const Alive next({again->id});
+    pool.Release(again);
+    EXPECT_EQ(next.After("0"), "0");
+  }
+  EXPECT_EQ(Live(glIsTexture), 0);
+}
+
+TEST_F(PoolTest, FailedTexturesLeaveNothing) {
+  TexturePool pool(*manager_, 1);
+  EXPECT_EQ(pool.Acquire(64, 64, GL_RGBA), nullptr);  // no sized format
+  EXPECT_TRUE(TakeLog().starts_with("0 OpenGL Error: Invalid "));
+  EXPECT_EQ(Live(glIsTexture), 0);
+  Texture* none = nullptr;
+  pool.Release(none);
+  Texture* integers = pool.Acquire(63, 31, GL_R16UI);
+  ASSERT_NE(integers, nullptr);
+  EXPECT_EQ(integers->Setting().minFilter, GLenum{GL_NEAREST});
+  EXPECT_EQ(integers->Setting().magFilter, GLenum{GL_NEAREST});
+  pool.Release(integers);
+}
+
+// A renders into a texture and gives it back at once; another thread must see the whole picture in it. Then the other
+// way round: the other thread overwrites what A's pending draw still reads.
+TEST_F(PoolTest, TexturesWithPendingWorkPassFromThreadToThread) {
+  constexpr int kSize = 256;
+  ProgramCache programs;
+  Surfaces surfaces;
+  TexturePool pool(*manager_, 1000);
+  Texture target;
+  Fill(target, Picture(kSize, kSize, 1));
+  FrameBuffer scene(surfaces);
+  ASSERT_TRUE(scene.Allocate({}));
+  scene.camera = Camera::ForCanvas(kSize, kSize);
+  const auto draw = [&](Texture& source, Texture& destination) {
+    ASSERT_TRUE(scene.BindColorTexture(&destination));
+    TextureDrawer drawer(programs, surfaces);
+    drawer.mainTexture = &source;
+    drawer.SetScene(&scene);
+    ASSERT_TRUE(drawer.Draw());
+  };
+  for (int round = 0; round < 6; ++round) {
+    SCOPED_TRACE(round);
+    const Image pictures[] = {Picture(kSize, kSize, 10 + round), Picture(kSize, kSize, 20 + round)};
+    Texture source;
+    Fill(source, pictures[0]);
+    Texture* passed = pool.Acquire(kSize, kSize, GL_RGBA8);
+    const GLuint name = passed->id;
+    draw(source, *passed);
+    pool.Release(passed);
+    OnOtherThread(true, [&] {
+      Texture* taken = pool.Acquire(kSize, kSize, GL_RGBA8);
+      EXPECT_EQ(taken->id, name);
+      EXPECT_EQ(Difference(pictures[0], StorageOf(*taken)), "");
+      EXPECT_TRUE(taken->Load(kSize, kSize, Bytes(pictures[1]).data(), GL_RGBA, GL_UNSIGNED_BYTE));
+      pool.Release(taken);
+    });
+    passed = pool.Acquire(kSize, kSize, GL_RGBA8);
+    EXPECT_EQ(passed->id, name);
+    draw(*passed, target);
+    pool.Release(passed);
+    OnOtherThread(true, [&] {
+      Texture* taken = pool.Acquire(kSize, kSize, GL_RGBA8);
+      EXPECT_TRUE(taken->Load(kSize, kSize, Bytes(pictures[0]).data(), GL_RGBA, GL_UNSIGNED_BYTE));
+      glFinish();
+      pool.Release(taken);
+    });
+    EXPECT_EQ(Difference(pictures[1], StorageOf(target)), "");
+  }
+}
+
+TEST_F(PoolTest, RenderBuffersOfTheFormatThatFitAreTakenSmallestFirst) {
+  {
+    RenderBufferPool pool(100);
+    RenderBuffer* buffers[] = {pool.Acquire(200, 200, GL_RGBA8), pool.Acquire(100, 100, GL_RGBA8),
+                               pool.Acquire(150, 150, GL_RGBA8), pool.Acquire(120, 120, GL_DEPTH24_STENCIL8)};
+    std::array<GLuint, 4> ids;
+    for (int i = 0; i < 4; ++i) {
+      ids[i] = buffers[i]->id;
+      pool.Release(buffers[i]);
+      EXPECT_EQ(buffers[i], nullptr);
+    }
+    const struct {
+      int width, height;
+      GLenum format;
+      int expected;
+    } cases[] = {{101, 20, GL_RGBA8, 2},          {99, 100, GL_RGBA8, 1}, {33, 21, GL_DEPTH24_STENCIL8, 3},
+                 {1, 1, GL_DEPTH24_STENCIL8, -1}, {200, 1, GL_RGBA8, 0},  {10, 10, GL_RGBA8, -1}};
+    std::vector<RenderBuffer*> taken;
+    for (const auto& [width, height, format, expected] : cases) {
+      SCOPED_TRACE(testing::Message() << width << " x " << height);
+      RenderBuffer* buffer = taken.emplace_back(pool.Acquire(width, height, format));
+      ASSERT_NE(buffer, nullptr);
+      const auto found = std::find(ids.begin(), ids.end(), buffer->id) - ids.begin();
+      EXPECT_EQ(found, expected < 0 ? 4 : expected);
+      EXPECT_EQ(buffer->setting.contentWidth, width);
+      EXPECT_EQ(buffer->setting.contentHeight, height);
+      if (expected < 0) {
+        EXPECT_EQ(buffer->setting.width, width);
+      }
+    }
+    EXPECT_EQ(pool.Acquire(0, 10, GL_RGBA8), nullptr);
+    EXPECT_EQ(TakeLog(), "");
+    EXPECT_EQ(pool.Acquire(10, 10, 0xBAD), nullptr);
+    EXPECT_EQ(TakeLog(), "0 OpenGL Error: Invalid enum\n");
+    EXPECT_EQ(Live(glIsRenderbuffer), 6);
+    for (RenderBuffer*& buffer : taken) pool.Release(buffer);
+    EXPECT_TRUE(pool.Clear());
+    EXPECT_EQ(Live(glIsRenderbuffer), 0);
+    EXPECT_TRUE(pool.Clear());
+    RenderBuffer* last = pool.Acquire(8, 8, GL_RGBA8);
+    pool.Release(last);
+  }
+  EXPECT_EQ(Live(glIsRenderbuffer), 0);
+}
+
+TEST_F(PoolTest, PixelBuffersOfTheKindThatFitAreTakenSmallestFirst) {
+  {
+    PixelBufferPool pool(100);
+    const struct {
+      int64_t size;
+      GLenum usage, target;
+      int expected;  // on the second turn
+    } cases[] = {{4000, GL_STREAM_READ, GL_PIXEL_PACK_BUFFER, 2},
+                 {1000, GL_STREAM_READ, GL_PIXEL_PACK_BUFFER, 1},
+                 {2000, GL_STREAM_READ, GL_PIXEL_PACK_BUFFER, 0},
+                 {3000, GL_STREAM_DRAW, GL_PIXEL_PACK_BUFFER, 3},
+                 {3500, GL_STREAM_READ, GL_PIXEL_UNPACK_BUFFER, 4}};
+    const int64_t secondSizes[] = {1001, 1000, 1, 3000, 10};
+    std::vector<BO*> buffers;
+    for (const auto& c : cases) buffers.push_back(pool.Acquire(c.size, c.usage, c.target));
+    std::vector<GLuint> ids;
+    for (size_t i = 0; i < buffers.size(); ++i) {
+      EXPECT_EQ(buffers[i]->Size(), cases[i].size);
+      EXPECT_EQ(buffers[i]->Target(), cases[i].target);
+      EXPECT_EQ(buffers[i]->Usage(), cases[i].usage);
+      ids.push_back(buffers[i]->Id());
+      pool.Release(buffers[i]);
+      EXPECT_EQ(buffers[i], nullptr);
+    }
+    for (size_t i = 0; i < buffers.size(); ++i) {
+      buffers[i] = pool.Acquire(secondSizes[i], cases[i].usage, cases[i].target);
+      EXPECT_EQ(buffers[i]->Id(), ids[cases[i].expected]) << i;
+    }
+    EXPECT_EQ(Live(glIsBuffer), 5);
+    buffers.push_back(pool.Acquire(1, GL_STREAM_READ, GL_PIXEL_PACK_BUFFER));
+    EXPECT_EQ(Live(glIsBuffer), 6) << "none idle of that kind";
+    buffers.push_back(pool.Acquire(0, GL_STATIC_READ, GL_PIXEL_PACK_BUFFER));
+    ASSERT_NE(buffers.back(), nullptr);
+    EXPECT_FALSE(buffers.back()->Allocated());
+    for (BO*& buffer : buffers) pool.Release(buffer);
+    EXPECT_TRUE(pool.Clear());
+    EXPECT_EQ(Live(glIsBuffer), 0);
+    EXPECT_EQ(Integer(GL_PIXEL_PACK_BUFFER_BINDING), 0);
+  }
+}
+
+TEST_F(PoolTest, NothingIsMadeWithoutAContext) {
+  TexturePool textures(*manager_, 100);
+  RenderBufferPool renderBuffers(100);
+  PixelBufferPool pixelBuffers(100);
+  Texture* texture = textures.Acquire(8, 8, GL_RGBA8);
+  OnOtherThread(false, [&] {
+    EXPECT_EQ(textures.Acquire(8, 8, GL_RGBA8), nullptr);
+    EXPECT_EQ(renderBuffers.Acquire(8, 8, GL_RGBA8), nullptr);
+    EXPECT_EQ(pixelBuffers.Acquire(8, GL_STREAM_READ, GL_PIXEL_PACK_BUFFER), nullptr);
+    textures.Release(texture);  // its owner may have no context any more
+  });
+  EXPECT_EQ(Live(glIsTexture), 1);
+  EXPECT_EQ(TakeLog(), "");
+}
+
+TEST_F(PoolTest, MapperWorksOnAnyThreadAndLeavesItsContextAlone) {
+  auto mapper = std::make_unique<PixelBufferMapper>(*manager_);
+  uint32_t size = 77;
+  EXPECT_EQ(mapper->Map(nullptr, &size), nullptr);
+  EXPECT_EQ(mapper->UnMap(nullptr), nullptr);
+  EXPECT_EQ(mapper->UnMap(&size), nullptr);
+  auto* kept = new BO;  // goes with the mapper
+  ASSERT_TRUE(kept->Allocate(4, GL_STREAM_READ, "keep"));
+  EXPECT_NE(mapper->Map(kept, &size), nullptr);
+  EXPECT_EQ(size, 4u);
+  BO buffer, empty;
+  ASSERT_TRUE(buffer.Allocate(10, GL_STREAM_READ, "0123456789"));
+  glFinish();
+  for (const bool withContext : {false, true}) {
+    OnOtherThread(withContext, [&] {
+      void* address = mapper->Map(&buffer, &size);
+      ASSERT_NE(address, nullptr);
+      EXPECT_EQ(size, 10u);
+      EXPECT_EQ(std::memcmp(address, "0123456789", 10), 0);
+      EXPECT_EQ(CurrentNativeContext() != nullptr, withContext);
+      EXPECT_EQ(mapper->UnMap(static_cast<char*>(address) + 1), nullptr);
+      EXPECT_EQ(mapper->UnMap(address), &buffer);
+      EXPECT_EQ(mapper->UnMap(address), nullptr);
+      EXPECT_EQ(CurrentNativeContext() != nullptr, withContext);
+      EXPECT_EQ(TakeLog(), "");
+      EXPECT_EQ(mapper->Map(&empty, &size), nullptr);
+      EXPECT_NE(TakeLog(), "");
+      EXPECT_EQ(CurrentNativeContext() != nullptr, withContext);
+    });
+  }
+  EXPECT_EQ(Live(glIsBuffer), 2);
+  mapper.reset();
+  EXPECT_EQ(Live(glIsBuffer), 1);
+  EXPECT_TRUE(glIsBuffer(buffer.Id()));
+}
+
+TEST(ScratchBufferPoolTest, SmallestBlockThatFitsUnlessFarTooLarge) {
+  ScratchBufferPool pool;
+  uint8_t* const large = pool.Acquire(1000);
+  uint8_t* const medium = pool.Acquire(600);
+  std::memset(large, 1, 1000);
+  std::memset(medium, 2, 600);
+  for (uint8_t* block : {large, medium, large}) pool.Release(block);  // a second time: ignored
+  pool.Release(nullptr);
+  EXPECT_EQ(pool.Acquire(550), medium);
+  EXPECT_EQ(pool.Acquire(550), large);
+  uint8_t* const fresh = pool.Acquire(550);
+  EXPECT_TRUE(fresh != large && fresh != medium);
+  for (uint8_t* block : {large, medium, fresh}) pool.Release(block);
+  uint8_t* const small = pool.Acquire(100);
+  EXPECT_TRUE(small != large && small != medium && small != fresh) << "a small request occupies a large block";
+  {
+    const ScratchBufferPool::Lease lease = pool.Lend(700);
+    EXPECT_EQ(lease.Data(), large);
+    EXPECT_NE(pool.Lend(1000).Data(), large);
+  }
+  EXPECT_EQ(pool.Acquire(600), medium);
+}
+
+TEST(QVGContextTest, HasNothingBetweenItsEndAndItsNextStart) {
+  LogCapture log;
+  for (int round = 0; round < 2; ++round) {
+    QVGContext& context = QVGContext::GetInstance();
+    ASSERT_NE(context.Contexts(), nullptr);
+    int32_t major = 0, minor = 0;
+    context.GetGLVersion(&major, &minor);
+    EXPECT_EQ(context.IsGLVersionSupported(), major * 10 + minor >= 42) << major << '.' << minor;
+    EXPECT_GE(major, 4);
+    context.Uninit();
+    context.Uninit();
+    EXPECT_EQ(context.Contexts(), nullptr);
+    EXPECT_FALSE(context.IsGLVersionSupported());
+    context.GetGLVersion(&major, &minor);
+    EXPECT_EQ(major * 10 + minor, 0);
+    QVGContext::GetRequiredGLVersion(&major, nullptr);
+    QVGContext::GetRequiredGLVersion(nullptr, &minor);
+    EXPECT_EQ(major * 10 + minor, 42);
+  }
+  EXPECT_EQ(log.Take(), "");
+}
+
+}  // namespace
+}  // namespace qvg

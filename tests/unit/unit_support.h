@@ -1,0 +1,200 @@
+// What the tests of the internals share: contexts, the log's lines, and pictures in textures.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "base/gl.h"
+#include "base/glContext.h"
+#include "base/renderbuffer.h"
+#include "base/surfaceSource.h"
+#include "base/texture.h"
+#include "support/image.h"
+#include "utils/log.h"
+
+namespace qvg::test {
+
+/// Keeps the log's lines during its life instead of writing them.
+class LogCapture {
+ public:
+  LogCapture() { Logger::Instance().SetSink(&Keep, reinterpret_cast<intptr_t>(this)); }
+  ~LogCapture() { Logger::Instance().SetSink(&DefaultLogSink, 0); }
+
+  /// The lines since the last call, each as "level message\n" without time and place; not what is told about
+  /// contexts and the platform.
+  std::string Take() {
+    std::lock_guard lock(mutex_);
+    return std::exchange(lines_, "");
+  }
+
+ private:
+  static void Keep(const std::string& line, int32_t level, intptr_t self) {
+    const size_t start = line.find(']') + 1;
+    const std::string message = line.substr(start, line.rfind(",line=") - start);
+    if (level == kLogInfo && !message.starts_with("link program")) return;
+    LogCapture& capture = *reinterpret_cast<LogCapture*>(self);
+    std::lock_guard lock(capture.mutex_);
+    capture.lines_ += std::to_string(level) + ' ' + message + '\n';
+  }
+
+  std::mutex mutex_;
+  std::string lines_;
+};
+
+/// A started context manager with a context of it current on the test's thread. A line of the log that the test does
+/// not take fails it.
+class GLTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_TRUE(manager_->Init());
+    ASSERT_TRUE(manager_->MakeCurrentContext(manager_->GetSharedContext(), nullptr));
+  }
+
+  void TearDown() override {
+    EXPECT_EQ(TakeLog(), "");
+    if (manager_->GetCurrentContext() != nullptr) {
+      EXPECT_EQ(glGetError(), GLenum{GL_NO_ERROR});
+    }
+    manager_.reset();
+    ShutdownContextPlatform();
+  }
+
+  std::string TakeLog() { return log_.Take(); }
+
+  /// Runs on another thread with another context, or without one.
+  template <class Work>
+  void OnOtherThread(bool withContext, Work work) {
+    std::thread([&] {
+      void* context = withContext ? manager_->GetSharedContext() : nullptr;
+      EXPECT_TRUE(manager_->MakeCurrentContext(context, nullptr));
+      work();
+      EXPECT_EQ(manager_->GetCurrentContext(), context);
+      EXPECT_TRUE(manager_->ReleaseSharedContext(context));
+    }).join();
+  }
+
+  std::optional<QVGLContextManager> manager_{std::in_place};
+
+ private:
+  LogCapture log_;
+};
+
+/// How many names a glIs... function knows.
+template <class IsName>
+int Live(IsName isName) {
+  int count = 0;
+  for (GLuint name = 1; name < 512; ++name) count += isName(name) ? 1 : 0;
+  return count;
+}
+
+inline std::string Repeated(const std::string& text, int count) {
+  std::string all;
+  while (count-- > 0) all += text;
+  return all;
+}
+
+inline GLint Integer(GLenum name) {
+  GLint value = -1;
+  glGetIntegerv(name, &value);
+  return value;
+}
+
+inline TextureSetting SettingOf(int width, int height, GLenum internalFormat = GL_RGBA8) {
+  TextureSetting setting;
+  setting.width = width;
+  setting.height = height;
+  setting.internalFormat = internalFormat;
+  return setting;
+}
+
+inline std::vector<uint8_t> Bytes(const Image& image) {
+  std::vector<uint8_t> bytes;
+  for (const Color& color : image.texels)
+    for (const double value : color) bytes.push_back(static_cast<uint8_t>(std::lround(value * 255)));
+  return bytes;
+}
+
+inline Image FromBytes(const uint8_t* bytes, int width, int height) {
+  return MakeImage(width, height, [&](int x, int y) {
+    Color color;
+    for (size_t c = 0; c < 4; ++c) color[c] = bytes[4 * (static_cast<size_t>(y) * width + x) + c] / 255.0;
+    return color;
+  });
+}
+
+/// Gives the texture storage that is full of the picture.
+inline void Fill(Texture& texture, const Image& storage) {
+  ASSERT_TRUE(texture.Allocate(SettingOf(storage.width, storage.height)));
+  ASSERT_TRUE(texture.Load(storage.width, storage.height, Bytes(storage).data(), GL_RGBA, GL_UNSIGNED_BYTE));
+}
+
+inline void SetContent(Texture& texture, int x, int y, int width, int height) {
+  texture.offsetX = x;
+  texture.offsetY = y;
+  texture.loadedWidth = width;
+  texture.loadedHeight = height;
+}
+
+/// All texels of a texture's storage.
+inline Image StorageOf(const Texture& texture) {
+  const int width = texture.Setting().width;
+  const int height = texture.Setting().height;
+  std::vector<uint8_t> bytes(size_t{4} * width * height);
+  glPixelStorei(GL_PACK_ALIGNMENT, 1);
+  glBindTexture(GL_TEXTURE_2D, texture.id);
+  glGetTexImage(GL_TEXTURE_2D, 0, GL_RGBA, GL_UNSIGNED_BYTE, bytes.data());
+  glBindTexture(GL_TEXTURE_2D, 0);
+  return FromBytes(bytes.data(), width, height);
+}
+
+/// Where two pictures differ; empty when they are the same.
+inline std::string Difference(const Image& expected, const Image& actual) {
+  Errors errors;
+  return Compare(expected, actual, 0.01, errors);
+}
+
+/// The picture with another one laid over a part of it.
+inline Image Over(Image image, const Image& part, int left, int bottom) {
+  for (int y = 0; y < part.height; ++y)
+    for (int x = 0; x < part.width; ++x) image.at(left + x, bottom + y) = part.at(x, y);
+  return image;
+}
+
+/// Surfaces made and destroyed on the spot; render buffers as a pool would recycle them, or multisampled.
+class Surfaces : public SurfaceSource {
+ public:
+  RenderBuffer* AcquireRenderBuffer(int width, int height, GLenum internalFormat) override {
+    if (fail) return nullptr;
+    auto* buffer = new RenderBuffer;
+    EXPECT_TRUE(buffer->Allocate({width + extraWidth, height + extraHeight, width, height, samples, internalFormat}));
+    ++lent;
+    return buffer;
+  }
+  void ReleaseRenderBuffer(RenderBuffer*& buffer) override {
+    --lent;
+    delete std::exchange(buffer, nullptr);
+  }
+  Texture* AcquireTexture(int width, int height, GLenum internalFormat) override {
+    auto* texture = new Texture;
+    EXPECT_TRUE(texture->Allocate(SettingOf(width, height, internalFormat)));
+    ++lent;
+    return texture;
+  }
+  void ReleaseTexture(Texture*& texture) override {
+    --lent;
+    delete std::exchange(texture, nullptr);
+  }
+
+  int extraWidth = 0, extraHeight = 0, samples = 0;
+  bool fail = false;
+  int lent = 0;
+};
+
+}  // namespace qvg::test
