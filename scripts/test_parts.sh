@@ -199,6 +199,18 @@ part_tsan() {
   build_folder=tsan suffix= run_test_programs "${headless[@]}" "${mesa_only[@]}" "${sanitizer_options[@]}" "${fixed[@]}"
 }
 
+part_coverage() {
+  build coverage || return
+  find build/coverage -name '*.gcda' -delete
+  start_xvfb
+  build_folder=coverage suffix= run_test_programs "${with_x[@]}"
+  stop_xvfb
+  mkdir -p build/coverage/report
+  check "report" gcovr --root . --filter src/ --object-directory build/coverage --html-details \
+    build/coverage/report/index.html --exclude-throw-branches --print-summary
+  tail -n 3 build/results/coverage-report.log
+}
+
 finish() {
   echo
   echo "== Summary ($((SECONDS / 60)) min $((SECONDS % 60)) s)"
