@@ -161,10 +161,12 @@ part_shaders() {
   local texts="$PWD/build/results/shaders" program
   build linux || return
   rm -rf "$texts" && mkdir -p "$texts"
+  start_xvfb
   for program in qvg_tests qvg_unit_tests; do
-    MESA_SHADER_DUMP_PATH=$texts "${headless[@]}" "${mesa_only[@]}" "build/linux/$program" \
+    MESA_SHADER_DUMP_PATH=$texts "${with_x[@]}" "${mesa_only[@]}" "build/linux/$program" \
       >"build/results/shaders-$program.log" 2>&1 </dev/null
   done
+  stop_xvfb
   check "glslangValidator" scripts/validate_shaders.sh "$texts"
 }
 
