@@ -116,7 +116,7 @@ class Person {
     tilt_ = 0.055f * swing(3.1f, 1.0f);
     const float sinceBlink = std::fmod(seconds + 0.5f, 2.3f);
     eyeOpen_ = 1 - 0.92f * std::exp(-std::pow((sinceBlink - 1.2f) / 0.06f, 2.0f));
-    smile_ = 0.6f + 0.4f * swing(2.9f, 2.0f);
+    smile_ = 0.78f + 0.22f * swing(2.9f, 2.0f);
     const Point elbow = body_ + Point{0.385f, 0.93f};
     const float wave = 0.13f + 0.33f * swing(0.9f, 0);
     const auto along = [&](float across, float up) { return elbow + Turned({across, -up}, wave); };
@@ -302,7 +302,7 @@ class Person {
     }
     const float v = (e.x * s + 0.004f) / 0.033f;  // Along the brow, outwards.
     const float thick = 0.0056f * Ramp(1.1f, 0.1f, v) * Ramp(-1.0f, -0.7f, v) + 0.0006f;
-    const float brow = std::abs(e.y + 0.0325f + 0.0075f * (1 - (v - 0.25f) * (v - 0.25f))) - thick;
+    const float brow = std::abs(e.y + 0.0325f + 0.0065f * (1 - 0.6f * (v - 0.05f) * (v - 0.05f))) - thick;
     if (std::abs(v) < 1) {
       const float hairs = 0.65f + 0.35f * Noise(e.x * 700 + e.y * 500, e.y * 60, 42);
       tint(hairs * Ramp(0.003f, -0.002f, brow), kHair * 0.9f);
