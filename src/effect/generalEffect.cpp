@@ -158,9 +158,11 @@ bool GeneralEffect::_LoadProgram() {
 
 void GeneralEffect::_SetKeyColor(const ParamValue& value) {
   const double(&c)[3] = value.value.color;
-  const double r = std::clamp(c[0], 0.0, 1.0);
-  const double g = std::clamp(c[1], 0.0, 1.0);
-  const double b = std::clamp(c[2], 0.0, 1.0);
+  // Not std::clamp, which lets what is no number through.
+  const auto unit = [](double part) { return part > 0 ? std::min(part, 1.0) : 0.0; };
+  const double r = unit(c[0]);
+  const double g = unit(c[1]);
+  const double b = unit(c[2]);
   keyChroma_ = {-0.100644 * r - 0.338572 * g + 0.439216 * b + 0.501961,
                 0.439216 * r - 0.398942 * g - 0.040274 * b + 0.501961};
 }
