@@ -64,7 +64,8 @@ std::unique_ptr<ResourceCache::Entry> ResourceCache::_LoadImage(const std::strin
 std::unique_ptr<ResourceCache::Entry> ResourceCache::_LoadFile(const std::string& path, int32_t kind) {
   const File file(std::fopen(path.c_str(), "rb"));
   if (file == nullptr) return nullptr;
-  if (std::fseek(file.get(), 0, SEEK_END) != 0) return nullptr;
+  // Nothing to read: an empty file, or a directory, which may tell any length.
+  if (std::fgetc(file.get()) == EOF || std::fseek(file.get(), 0, SEEK_END) != 0) return nullptr;
   const long length = std::ftell(file.get());
   if (length <= 0 || std::fseek(file.get(), 0, SEEK_SET) != 0) return nullptr;
   auto entry = std::make_unique<Entry>();
