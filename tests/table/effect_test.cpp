@@ -1,0 +1,685 @@
+// Effects through the table: their registry, and what the general effect draws, compared with a CPU reference.
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <map>
+#include <thread>
+
+#include "support/effectReference.h"
+#include "support/table_test.h"
+
+namespace qvg::test {
+namespace {
+
+constexpr char kName[] = "general_eff";
+constexpr int kSizes[][2] = {{48, 32}, {37, 23}};
+
+// ---- The host's images, by path
+
+struct HostImages {
+  std::map<std::string, Image> images;  // top row first
+  std::map<std::string, int> decoded;
+  int lent = 0;
+};
+HostImages host;
+
+struct LentImage : QVGHostImage {
+  std::vector<uint8_t> bytes;
+};
+
+QVGHostImage* Decode(const char* path) {
+  ++host.decoded[path];
+  const auto found = host.images.find(path);
+  if (found == host.images.end()) return nullptr;
+  auto* image = new LentImage;
+  for (const Color& color : found->second.texels)
+    for (const int c : {2, 1, 0, 3}) image->bytes.push_back(static_cast<uint8_t>(std::lround(color[c] * 255)));
+  image->pixels = image->bytes.data();
+  image->width = found->second.width;
+  image->height = found->second.height;
+  ++host.lent;
+  return image;
+}
+
+void Free(const char* path, QVGHostImage* image) {
+  EXPECT_EQ(host.images.count(path), 1u);
+  auto* lent = static_cast<LentImage*>(image);
+  std::fill(lent->bytes.begin(), lent->bytes.end(), 0xEE);
+  delete lent;
+  --host.lent;
+}
+
+/// A path that no test used before.
+std::string NewImage(const Image& image) {
+  static int count = 0;
+  const std::string path = "image " + std::to_string(++count);
+  host.images[path] = image;
+  return path;
+}
+
+// ---- Effects and their settings
+
+struct GiveBackEffect {
+  void operator()(QVGEffect* effect) const { Table().DestroyEffect(&effect); }
+};
+using EffectPtr = std::unique_ptr<QVGEffect, GiveBackEffect>;
+
+QVGParamValue Integer(int64_t integer) {
+  QVGParamValue value = {QVG_PARAM_INTEGER, {}};
+  value.value.integer = integer;
+  return value;
+}
+QVGParamValue Boolean(bool boolean) {
+  QVGParamValue value = {QVG_PARAM_BOOLEAN, {}};
+  std::memset(&value.value, 0xA5, sizeof value.value);  // only the first byte counts
+  value.value.boolean = boolean;
+  return value;
+}
+QVGParamValue Text(const char* text) {
+  QVGParamValue value = {QVG_PARAM_TEXT, {}};
+  value.value.text = text;
+  return value;
+}
+QVGParamValue Rgb(const Triple& rgb) {
+  QVGParamValue value = {QVG_PARAM_COLOR, {}};
+  std::copy(rgb.begin(), rgb.end(), value.value.color);
+  return value;
+}
+
+void Set(const EffectPtr& effect, const char* key, const QVGParamValue& value) {
+  EXPECT_TRUE(Table().SetEffectParameter(effect.get(), key, &value)) << key;
+}
+
+struct Number {
+  double EffectSettings::*member;
+  double divisor;
+};
+const std::map<std::string, Number> kNumbers = {{"similarity", {&EffectSettings::similarity, 1000}},
+                                                {"smoothness", {&EffectSettings::smoothness, 1000}},
+                                                {"anti-spill", {&EffectSettings::spill, 1000}},
+                                                {"whitten", {&EffectSettings::whitten, 100}},
+                                                {"blur", {&EffectSettings::blur, 100}},
+                                                {"bright", {&EffectSettings::brightness, 100}},
+                                                {"temperature", {&EffectSettings::temperature, 100}},
+                                                {"highlight", {&EffectSettings::highlight, 100}},
+                                                {"shadow", {&EffectSettings::shadow, 100}}};
+const std::map<std::string, bool EffectSettings::*> kSwitches = {{"enable_key", &EffectSettings::key},
+                                                                 {"enable_beauty", &EffectSettings::beauty},
+                                                                 {"enable_color", &EffectSettings::color},
+                                                                 {"enable_bg", &EffectSettings::background}};
+constexpr Triple kGreen = {0, 1, 0}, kBlue = {0.1, 0.2, 0.8};
+
+/// An effect together with what the reference knows of it.
+struct Tuned {
+  EffectPtr effect{Table().CreateEffect(kName)};
+  EffectSettings settings;
+  Image background;
+
+  Tuned& Number(const std::string& key, int value) {
+    Set(effect, key.c_str(), Integer(value));
+    settings.*kNumbers.at(key).member = value / kNumbers.at(key).divisor;
+    return *this;
+  }
+  Tuned& Switch(const std::string& key, bool on = true) {
+    Set(effect, key.c_str(), Boolean(on));
+    settings.*kSwitches.at(key) = on;
+    return *this;
+  }
+  Tuned& Key(const Triple& rgb) {
+    Set(effect, "color", Rgb(rgb));
+    settings.keyChroma = KeyChroma(rgb);
+    return *this;
+  }
+  Tuned& Under(const Image& image) {
+    background = image;
+    Set(effect, "bgfile", Text(NewImage(image).c_str()));
+    return Switch("enable_bg");
+  }
+};
+
+// ---- Pictures
+
+/// What the stages have to tell apart, premultiplied: green with a soft border on the left, skin with detail in the
+/// middle, everything else on the right; rows of half alpha and of none, exact black, white, greys and pure hues.
+Image Scene(int width, int height, int seed) {
+  Image image = MakeImage(width, height, [&](int x, int y) -> Color {
+    const auto wave = [&](int c) { return Wave(x, y, c, seed) / 255.0; };
+    const double u = static_cast<double>(x) / width;
+    const double soft = std::clamp((u - 0.25) * 8, 0.0, 1.0);
+    const double skin = u < 0.65 ? 1 : 0;
+    const Triple green = {0.1 + 0.15 * wave(0), 0.65 + 0.2 * wave(1), 0.1 + 0.2 * wave(2)};
+    const Triple face = {0.72 + 0.2 * wave(0), 0.52 + 0.15 * wave(1), 0.4 + 0.2 * wave(2)};
+    Color color;
+    for (int c = 0; c < 3; ++c) color[c] = skin * ((1 - soft) * green[c] + soft * face[c]) + (1 - skin) * wave(c);
+    const int band = y * 12 / height;
+    color[3] = band == 3 ? 128 / 255.0 : (band == 8 ? wave(3) : (band == 10 ? 0 : 1));
+    for (int c = 0; c < 3; ++c) color[c] *= color[3];
+    return color;
+  });
+  const Color exact[] = {{0, 0, 0, 1}, {1, 1, 1, 1}, {0.5, 0.5, 0.5, 1}, {1, 0, 0, 1}, {0, 1, 0, 1},    {0, 0, 1, 1},
+                         {1, 1, 0, 1}, {0, 1, 1, 1}, {1, 0, 1, 1},       {0, 0, 0, 0}, {0.4, 0.2, 0, 0}};
+  for (size_t i = 0; i < std::size(exact); ++i)
+    if (static_cast<int>(2 * i + 1) < width) image.at(static_cast<int>(2 * i + 1), height / 2) = exact[i];
+  return Quantised(image);
+}
+
+/// Two larger textures full of something else: for a frame and for the output.
+void LeaveGarbageTwice(int width, int height) {
+  const TexturePtr first = Upload(Picture(width + 27, height + 22, 71));
+  const TexturePtr second = Upload(Picture(width + 26, height + 21, 72));
+}
+
+class EffectTest : public TableTest {
+ protected:
+  void SetUp() override {
+    static QVGConfig config = {{}, Decode, Free};
+    QVG_GetGLRendererInterface(&config);
+    TableTest::SetUp();
+  }
+  void TearDown() override {
+    TableTest::TearDown();
+    QVG_GetGLRendererInterface(nullptr);
+    EXPECT_EQ(host.lent, 0) << "images that were not given back";
+    host.decoded.clear();
+  }
+
+  TexturePtr Apply(const EffectPtr& effect, const TexturePtr& frame) {
+    TexturePtr output(gl_.ApplyEffect(effect.get(), frame.get()));
+    EXPECT_NE(output, nullptr);
+    EXPECT_NE(output, frame);
+    return output;
+  }
+
+  /// Draws the frame, which holds the picture, and compares.
+  void Check(const Tuned& tuned, const TexturePtr& frame, const Image& picture, EffectErrors& errors) {
+    const EffectScene scene = {tuned.settings, picture, static_cast<int>(gl_.GetTextureRotation(frame.get()) % 4),
+                               gl_.GetTextureFlipped(frame.get()), tuned.background};
+    EXPECT_EQ(CompareEffect(ExpectedEffect(scene), Content(Apply(tuned.effect, frame).get()), errors), "");
+  }
+  void Check(const Tuned& tuned, const Image& picture, EffectErrors& errors) {
+    Check(tuned, Upload(picture), picture, errors);
+  }
+
+  /// With even and odd sizes, in fresh and in recycled larger storage.
+  void CheckSizes(const Tuned& tuned, EffectErrors& errors) {
+    for (const auto& [width, height] : kSizes) {
+      for (const bool recycled : {false, true}) {
+        SCOPED_TRACE(Size(width, height) + (recycled ? ", recycled" : ""));
+        ClearPools();
+        if (recycled) LeaveGarbageTwice(width, height);
+        Check(tuned, Scene(width, height, recycled ? 2 : 1), errors);
+      }
+    }
+  }
+
+  /// States and bounds the errors of a stage.
+  void Judge(const std::string& what, const EffectErrors& errors, double mean, double largest, double steepShare) {
+    EXPECT_LE(errors.mean(), mean);
+    EXPECT_LE(errors.largest, largest);
+    EXPECT_LE(errors.steepShare(), steepShare);
+    char text[96];
+    std::snprintf(text, sizeof text, ": mean error %.3f, %.1f%% of %zu pixels steep", errors.mean(),
+                  100 * errors.steepShare(), errors.pixels);
+    Report(what + text, {errors.largest, errors.values});
+  }
+};
+
+// ---- What is drawn
+
+TEST_F(EffectTest, Key) {
+  EffectErrors errors, hard;
+  const auto check = [&](const Triple& color, int similarity, int smoothness, int spill) {
+    SCOPED_TRACE(std::to_string(similarity) + ", " + std::to_string(smoothness) + ", " + std::to_string(spill));
+    Tuned tuned;
+    tuned.Switch("enable_key").Key(color);
+    tuned.Number("similarity", similarity).Number("smoothness", smoothness).Number("anti-spill", spill);
+    CheckSizes(tuned, smoothness == 1 ? hard : errors);
+  };
+  check(kGreen, 400, 80, 100);
+  for (const int similarity : {1, 280, 340, 480, 1000}) check(kGreen, similarity, 80, 100);
+  for (const int smoothness : {20, 500, 1000}) check(kGreen, 360, smoothness, 100);
+  for (const int spill : {20, 500, 1000}) check(kGreen, 360, 200, spill);
+  check(kBlue, 100, 120, 150);
+  Judge("key", errors, 0.2, 3, 0.1);
+  check(kGreen, 360, 1, 1);
+  Judge("key, smoothness and spill of 1", hard, 0.1, 3, 0.05);
+}
+
+TEST_F(EffectTest, KeyColourThatWasNotSetIsNoColour) {
+  EffectErrors errors;
+  CheckSizes(Tuned().Switch("enable_key"), errors);
+  Judge("key, nothing set", errors, 0.1, 3, 0.05);
+}
+
+TEST_F(EffectTest, Beauty) {
+  EffectErrors errors;
+  const int cases[][2] = {{0, 0}, {1, 0}, {50, 0}, {100, 0}, {0, 1}, {0, 2}, {0, 15}, {0, 51}, {0, 100}, {60, 40}};
+  for (const auto& [whitten, blur] : cases) {
+    SCOPED_TRACE(Size(whitten, blur));
+    Tuned tuned;
+    CheckSizes(tuned.Switch("enable_beauty").Number("whitten", whitten).Number("blur", blur), errors);
+  }
+  Judge("beauty", errors, 0.1, 1, 0.03);
+}
+
+TEST_F(EffectTest, Colour) {
+  EffectErrors errors;
+  const struct {
+    const char* key;
+    std::vector<int> values;
+  } cases[] = {{"bright", {-100, -40, 0, 1, 35, 100}},
+               {"temperature", {-100, -30, 1, 50, 100}},
+               {"highlight", {1, 60, 100}},
+               {"shadow", {1, 40, 100}}};
+  for (const auto& [key, values] : cases)
+    for (const int value : values) {
+      SCOPED_TRACE(key + (' ' + std::to_string(value)));
+      CheckSizes(Tuned().Switch("enable_color").Number(key, value), errors);
+    }
+  Judge("colour", errors, 0.2, 0.6, 0.02);
+}
+
+TEST_F(EffectTest, BackgroundOfAnySizeUnderTranslucentFrames) {
+  EffectErrors errors;
+  const int sizes[][2] = {{48, 32}, {1, 1}, {5, 3}, {64, 21}, {131, 97}};
+  for (const auto& [width, height] : sizes) {
+    for (const bool opaque : {true, false}) {
+      SCOPED_TRACE(Size(width, height));
+      CheckSizes(Tuned().Under(Picture(width, height, 5, opaque)), errors);
+    }
+  }
+  Judge("background", errors, 0.15, 1.5, 0);
+}
+
+TEST_F(EffectTest, AllStagesTogether) {
+  EffectErrors errors;
+  for (const bool opaque : {true, false}) {
+    Tuned tuned;
+    tuned.Switch("enable_key").Switch("enable_beauty").Switch("enable_color").Key(kGreen).Number("similarity", 360);
+    tuned.Number("smoothness", 200).Number("anti-spill", 300).Number("whitten", 40).Number("blur", 20);
+    tuned.Number("bright", 15).Number("temperature", -25).Number("highlight", 30).Number("shadow", 20);
+    CheckSizes(tuned, errors);
+    CheckSizes(tuned.Under(Picture(41, 33, 6, opaque)), errors);
+    CheckSizes(tuned.Number("bright", -30).Number("temperature", 60).Number("blur", 70).Key(kBlue), errors);
+    // Taken back one by one, everything is as before.
+    CheckSizes(tuned.Switch("enable_beauty", false).Switch("enable_bg", false).Number("temperature", 0), errors);
+    CheckSizes(tuned.Switch("enable_key", false).Number("shadow", 0), errors);
+  }
+  Judge("all stages", errors, 0.3, 3, 0.06);
+}
+
+TEST_F(EffectTest, TurnedAndFlippedFramesPresentUprightOverAnUprightBackground) {
+  EffectErrors errors;
+  const Image picture = Scene(37, 22, 3);
+  Tuned tuned;
+  tuned.Switch("enable_key").Key(kGreen).Number("similarity", 340).Number("smoothness", 300).Switch("enable_beauty");
+  tuned.Number("blur", 12).Under(Picture(29, 31, 7));
+  for (const uint32_t rotation : {0u, 1u, 2u, 3u, 5u, ~0u}) {
+    for (const bool flipped : {false, true}) {
+      SCOPED_TRACE(std::to_string(rotation) + (flipped ? ", flipped" : ""));
+      const TexturePtr frame = Upload(picture), upright = Upload(flipped ? FlippedRows(picture) : picture);
+      for (const TexturePtr* texture : {&frame, &upright})
+        EXPECT_TRUE(gl_.SetTextureRotation(texture->get(), rotation));
+      EXPECT_TRUE(gl_.SetTextureFlipped(frame.get(), flipped));
+      Check(tuned, frame, picture, errors);
+
+      // With nothing to change it shows what a draw of the frame shows.
+      const TexturePtr output = Apply(Tuned().Switch("enable_color").effect, frame);
+      EXPECT_EQ(gl_.GetTextureRotation(output.get()), 0u);
+      EXPECT_FALSE(gl_.GetTextureFlipped(output.get()));
+      const TexturePtr drawn(gl_.AcquireTexture(gl_.GetTextureWidth(output.get()), gl_.GetTextureHeight(output.get())));
+      EXPECT_TRUE(gl_.DrawTexture(upright.get(), Target(drawn.get()).get(), nullptr));
+      Errors same;
+      EXPECT_EQ(Compare(Content(drawn.get()), Content(output.get()), 0.01, same), "");
+    }
+  }
+  Judge("turns and flips", errors, 0.35, 3, 0.06);
+}
+
+TEST_F(EffectTest, OnlyTheContentIsReadWhateverItsChannelOrder) {
+  EffectErrors errors;
+  const Image whole = Scene(60, 40, 4);
+  Tuned tuned;
+  tuned.Switch("enable_key").Key(kGreen).Number("similarity", 340).Switch("enable_beauty").Number("blur", 30);
+  tuned.Under(Picture(30, 20, 8));
+  const TexturePtr frame = Upload(MakeFrame(Layouts(QVG_FORMAT_BGRA, 60, 40).front(), whole));
+  EXPECT_TRUE(gl_.SetTextureSize(frame.get(), 31, 19));
+  EXPECT_TRUE(gl_.SetTextureOrigin(frame.get(), 7, 18));
+  // What a draw leaves behind must not show either.
+  const TexturePtr target = Upload(Picture(50, 40, 9));
+  QVGDrawTextureParams params = DefaultParams();
+  params.blendType = QVG_BLEND_MULTIPLY;
+  params.depthTest = true;
+  EXPECT_TRUE(gl_.DrawTexture(frame.get(), Target(target.get(), nullptr, true).get(), &params));
+  Check(tuned, frame, Crop(whole, 7, 18, 31, 19), errors);
+  Judge("content", errors, 0.35, 3, 0.08);
+}
+
+TEST_F(EffectTest, KeyedPixelsShowExactlyTheBackground) {
+  for (const auto& [width, height] : kSizes) {
+    const Image background = Picture(width, height, 11, true);
+    Tuned tuned;
+    tuned.Switch("enable_key").Key(kGreen).Under(background);
+    for (const bool recycled : {false, true}) {
+      if (recycled) LeaveGarbageTwice(width, height);
+      const TexturePtr green = Upload(Image(width, height, {0, 1, 0, 1}));
+      Errors errors;
+      // The background's top row is the output's last one.
+      EXPECT_EQ(Compare(FlippedRows(background), Content(Apply(tuned.effect, green).get()), 0.01, errors), "");
+    }
+    // Each texel of a smaller background fills its share of the frame up to the edges; nearest texels are the same at
+    // the centres.
+    const Image small = Picture(3, 3, 12, true);
+    tuned.Under(small);
+    const Image filled = FlippedRows(Content(Apply(tuned.effect, Upload(Image(9, 9, {0, 1, 0, 1}))).get()));
+    for (int i = 0; i < 9; ++i) {
+      Errors errors;
+      EXPECT_EQ(
+          Compare(Crop(small, i % 3, i / 3, 1, 1), Crop(filled, i % 3 * 3 + 1, i / 3 * 3 + 1, 1, 1), 0.01, errors), "");
+    }
+    EXPECT_EQ(filled.at(0, 0), small.at(0, 0));
+    EXPECT_EQ(filled.at(8, 8), small.at(2, 2));
+  }
+}
+
+TEST_F(EffectTest, ValuesWhereAFormulaHasNone) {
+  const Color nothing = {}, black = {0, 0, 0, 1}, white = {1, 1, 1, 1}, red = {1, 0, 0, 1}, clear = {0.4, 0.2, 0.6, 0};
+  const auto shown = [&](const Tuned& tuned, const Color& color) {
+    const Color exact = Quantised(Image(1, 1, color)).texels[0];
+    const Image output = Content(Apply(tuned.effect, Upload(Image(5, 4, exact))).get());
+    for (const Color& texel : output.texels) EXPECT_EQ(texel, output.texels[0]);
+    return output.texels[0];
+  };
+  Tuned key, color;
+  key.Switch("enable_key").Key(kGreen);
+  for (const auto& [similarity, smoothness] : {std::pair(400, 80), {1, 1}, {1000, 1}}) {
+    key.Number("similarity", similarity).Number("smoothness", smoothness).Number("anti-spill", smoothness);
+    EXPECT_EQ(shown(key, nothing), nothing) << "alpha 0";
+    EXPECT_EQ(shown(key, clear), nothing) << "colour of alpha 0";
+    EXPECT_EQ(shown(key, red), similarity == 1000 ? nothing : red) << similarity;
+    EXPECT_EQ(shown(key, {0, 1, 0, 1}), nothing) << similarity;
+  }
+  EXPECT_EQ(shown(color.Switch("enable_color"), clear), Quantised(Image(1, 1, clear)).texels[0]);
+  for (const char* name : {"shadow", "highlight"}) {
+    color.Number(name, 100);
+    EXPECT_EQ(shown(color, black), black) << name;
+    EXPECT_EQ(shown(color, nothing), nothing) << name;
+    EXPECT_EQ(shown(color, white)[3], 1) << name;
+  }
+  color.Number("temperature", 100).Number("bright", -100);
+  EXPECT_EQ(shown(color, white), black);
+  // Nothing keyed over nothing.
+  EXPECT_EQ(shown(key.Under(Image(2, 2, nothing)), {0, 1, 0, 1}), nothing);
+}
+
+TEST_F(EffectTest, ParametersOutOfRangeCountAsTheNearestInRange) {
+  const TexturePtr frame = Upload(Scene(40, 30, 5));
+  const QVGParamDescriptor* rows = nullptr;
+  uint32_t count = 0;
+  ASSERT_TRUE(gl_.GetEffectParameterTable(kName, &rows, &count));
+  const auto draw = [&](const EffectPtr& effect) { return Content(Apply(effect, frame).get()); };
+  Tuned far, near;
+  for (Tuned* tuned : {&far, &near})
+    tuned->Switch("enable_key").Switch("enable_beauty").Switch("enable_color").Key(kGreen).Number("similarity", 340);
+  for (uint32_t i = 0; i < count; ++i) {
+    if (rows[i].valueType != QVG_PARAM_INTEGER) continue;
+    SCOPED_TRACE(rows[i].name);
+    for (const int64_t beyond : {rows[i].minimum.value.integer - 1, rows[i].maximum.value.integer + 1,
+                                 std::numeric_limits<int64_t>::min(), std::numeric_limits<int64_t>::max()}) {
+      Set(far.effect, rows[i].name, Integer(beyond));
+      Set(near.effect, rows[i].name, beyond < 1 ? rows[i].minimum : rows[i].maximum);
+      Errors errors;
+      EXPECT_EQ(Compare(draw(near.effect), draw(far.effect), 0.01, errors), "") << beyond;
+    }
+    for (Tuned* tuned : {&far, &near}) Set(tuned->effect, rows[i].name, rows[i].defaultValue);
+  }
+  const double infinity = std::numeric_limits<double>::infinity(), none = std::numeric_limits<double>::quiet_NaN();
+  for (const auto& [beyond, within] :
+       {std::pair(Triple{-3, 7, -0.1}, kGreen), {{-infinity, infinity, 0}, kGreen}, {{none, 1, none}, kGreen}}) {
+    Set(far.effect, "color", Rgb(beyond));
+    Set(near.effect, "color", Rgb(within));
+    Errors errors;
+    EXPECT_EQ(Compare(draw(near.effect), draw(far.effect), 0.01, errors), "") << beyond[0];
+  }
+}
+
+TEST_F(EffectTest, NothingIsDrawnWithoutAStageOrAFrame) {
+  const TexturePtr frame = Upload(Scene(20, 10, 1));
+  Tuned tuned;
+  EXPECT_EQ(gl_.ApplyEffect(tuned.effect.get(), frame.get()), nullptr);
+  tuned.Switch("enable_bg");
+  EXPECT_EQ(gl_.ApplyEffect(tuned.effect.get(), frame.get()), nullptr) << "a background that is none";
+  for (const char* path : {static_cast<const char*>(nullptr), "", "no such image"}) {
+    Set(tuned.effect, "bgfile", Text(path));
+    EXPECT_EQ(gl_.ApplyEffect(tuned.effect.get(), frame.get()), nullptr);
+  }
+  EXPECT_EQ(host.decoded, (std::map<std::string, int>{{"no such image", 1}}));
+  tuned.Switch("enable_bg", false).Under(Picture(4, 4, 1)).Switch("enable_bg", false);
+  EXPECT_EQ(gl_.ApplyEffect(tuned.effect.get(), frame.get()), nullptr) << "a background that is off";
+  EXPECT_EQ(gl_.ApplyEffect(tuned.effect.get(), nullptr), nullptr);
+  EffectErrors errors;
+  tuned.background = {};
+  CheckSizes(tuned.Switch("enable_color").Number("bright", 20), errors);
+  EXPECT_EQ(gl_.ApplyEffect(tuned.effect.get(), nullptr), nullptr);
+}
+
+TEST_F(EffectTest, ImagesAreDecodedOnceAPath) {
+  const std::string path = NewImage(Picture(6, 4, 1, true)), broken = "broken";
+  Tuned first, second;
+  for (int i = 0; i < 2; ++i) {
+    for (const Tuned* tuned : {&first, &second}) Set(tuned->effect, "bgfile", Text(path.c_str()));
+    EXPECT_EQ(host.lent, 0);
+    Set(first.effect, "bgfile", Text(i == 0 ? nullptr : ""));
+    Set(second.effect, "bgfile", Text(broken.c_str()));
+  }
+  Tuned().Under(Picture(1, 1, 1));
+  EXPECT_EQ(host.decoded[path], 1);
+  EXPECT_EQ(host.decoded[broken], 2) << "what failed is tried again";
+  // Without a callback there are no new images, but still the old ones.
+  QVG_GetGLRendererInterface(nullptr);
+  const TexturePtr green = Upload(Image(6, 4, {0, 1, 0, 1}));
+  first.Switch("enable_key").Key(kGreen).Switch("enable_bg");
+  Set(first.effect, "bgfile", Text(NewImage(Picture(3, 3, 3)).c_str()));
+  EXPECT_EQ(Content(Apply(first.effect, green).get()).at(0, 0)[3], 0);
+  Set(first.effect, "bgfile", Text(path.c_str()));
+  Errors errors;
+  EXPECT_EQ(Compare(FlippedRows(Picture(6, 4, 1, true)), Content(Apply(first.effect, green).get()), 0.01, errors), "");
+}
+
+TEST_F(EffectTest, FramesReuseEverythingButTheOutput) {
+  const std::vector<size_t> before = NameCounts();
+  {
+    Tuned tuned;
+    tuned.Switch("enable_color").Number("bright", 10);
+    const TexturePtr frame = Upload(Scene(24, 16, 1)), tall = Upload(Scene(16, 24, 1));
+    TexturePtr outputs[] = {Apply(tuned.effect, frame), Apply(tuned.effect, frame)};
+    const Image kept = Content(outputs[0].get());
+    EXPECT_NE(gl_.GetTextureId(outputs[0].get()), gl_.GetTextureId(outputs[1].get()));
+    std::vector<size_t> names = NameCounts();
+    for (const TexturePtr* input : {&frame, &tall, &frame}) {
+      outputs[1].reset();
+      outputs[1] = Apply(tuned.effect, *input);
+      EXPECT_EQ(gl_.GetTextureWidth(outputs[1].get()), gl_.GetTextureWidth(input->get()));
+    }
+    names[kTextures] = LiveNames(kTextures).size();  // one more for the other size
+    EXPECT_EQ(NameCounts(), names);
+    Errors errors;
+    EXPECT_EQ(Compare(kept, Content(outputs[0].get()), 0.01, errors), "") << "an output that is the host's changed";
+    EXPECT_EQ(Compare(kept, Content(outputs[1].get()), 0.01, errors), "");
+  }
+  ClearPools();
+  std::vector<size_t> after = NameCounts();
+  // The program stays in its cache.
+  for (const Names kind : {kPrograms, kShaders, kBuffers}) after[kind] = before[kind];
+  EXPECT_EQ(after, before);
+}
+
+TEST_F(EffectTest, WorksOnTwoContextsInTurn) {
+  const size_t frameBuffers = LiveNames(kFrameBuffers).size();
+  const Image picture = Scene(30, 20, 2);
+  Tuned tuned;
+  tuned.Switch("enable_key").Key(kGreen).Number("similarity", 340).Under(Picture(10, 10, 3));
+  EffectErrors errors;
+  for (int i = 0; i < 3; ++i) {
+    Check(tuned, picture, errors);
+    gl_.Finish();
+    std::thread([&] {
+      const CurrentContext other;
+      Check(tuned, picture, errors);
+      if (i == 2) tuned.effect.reset();
+      gl_.Finish();
+    }).join();
+  }
+  gl_.Finish();
+  EXPECT_EQ(LiveNames(kFrameBuffers).size(), frameBuffers);
+}
+
+// ---- The registry
+
+TEST_F(EffectTest, NamesAreCountedByTypeAndWrittenAll) {
+  constexpr int32_t kOwnType = 1, kNoType = 7;
+  const struct {
+    int32_t type, capacity;
+    bool written;
+  } cases[] = {{kOwnType, 1, true}, {kOwnType, 9, true},  {kOwnType, 0, false},
+               {kNoType, 0, true},  {kNoType, -1, false}, {0, 3, true}};
+  for (const auto& [type, capacity, written] : cases) {
+    SCOPED_TRACE(std::to_string(type) + ", " + std::to_string(capacity));
+    const char* names[2] = {nullptr, nullptr};
+    int32_t count = -5;
+    EXPECT_EQ(gl_.GetEffectNames(type, names, capacity, &count), written);
+    EXPECT_EQ(count, type == kOwnType ? 1 : 0);
+    EXPECT_STREQ(names[0], written ? kName : nullptr);
+    EXPECT_EQ(names[1], nullptr);
+  }
+  int32_t count = -5;
+  EXPECT_FALSE(gl_.GetEffectNames(kOwnType, nullptr, 4, &count));
+  EXPECT_EQ(count, 1);
+}
+
+TEST_F(EffectTest, NamesMatchExactlyAndSpeakTheLocale) {
+  EXPECT_TRUE(gl_.HasEffect(kName));
+  EXPECT_EQ(gl_.GetEffectType(kName), 1u);
+  for (const char* name :
+       {"general_ef", "general_eff ", "General_eff", "general_eff2", "genaralEffect", "colorEffect"}) {
+    EXPECT_FALSE(gl_.HasEffect(name)) << name;
+    EXPECT_EQ(gl_.CreateEffect(name), nullptr) << name;
+  }
+  const std::pair<const char*, bool> locales[] = {{nullptr, true}, {"", true},       {"zh", true},      {"zh_CN", true},
+                                                  {"en", false},   {"zh_TW", false}, {"zh_CN ", false}, {"ZH", false}};
+  for (const auto& [locale, chinese] : locales)
+    EXPECT_STREQ(gl_.QueryEffect(kName, locale), chinese ? "画面特效" : kName) << (locale != nullptr ? locale : "null");
+}
+
+struct Row {
+  const char *key, *label;
+  int control, type;
+  int64_t defaultValue, minimum, maximum;
+};
+constexpr Row kRows[] = {{"color", "背景色", 2, QVG_PARAM_COLOR, 0, 0, 0},
+                         {"similarity", "相似度", 0, QVG_PARAM_INTEGER, 400, 1, 1000},
+                         {"smoothness", "平滑", 0, QVG_PARAM_INTEGER, 80, 1, 1000},
+                         {"anti-spill", "背景色溢出抑制", 0, QVG_PARAM_INTEGER, 100, 1, 1000},
+                         {"bgfile", "背景图", 2, QVG_PARAM_TEXT, 0, 0, 0},
+                         {"whitten", "美白", 0, QVG_PARAM_INTEGER, 0, 0, 100},
+                         {"blur", "磨皮", 0, QVG_PARAM_INTEGER, 0, 0, 100},
+                         {"bright", "曝光", 0, QVG_PARAM_INTEGER, 0, -100, 100},
+                         {"temperature", "色温", 0, QVG_PARAM_INTEGER, 0, -100, 100},
+                         {"highlight", "高光", 0, QVG_PARAM_INTEGER, 0, 0, 100},
+                         {"shadow", "阴影", 0, QVG_PARAM_INTEGER, 0, 0, 100},
+                         {"enable_key", "是否抠像", 2, QVG_PARAM_BOOLEAN, 0, 0, 0},
+                         {"enable_beauty", "是否美颜", 2, QVG_PARAM_BOOLEAN, 0, 0, 0},
+                         {"enable_color", "是否调整颜色", 2, QVG_PARAM_BOOLEAN, 0, 0, 0},
+                         {"enable_bg", "是否叠加背景", 2, QVG_PARAM_BOOLEAN, 0, 0, 0}};
+
+TEST_F(EffectTest, ParameterTable) {
+  const QVGParamDescriptor* table = nullptr;
+  uint32_t count = 0;
+  EXPECT_TRUE(gl_.GetEffectParameterTable(kName, nullptr, &count));
+  EXPECT_FALSE(gl_.GetEffectParameterTable(kName, &table, nullptr));
+  EXPECT_EQ(table, nullptr);
+  ASSERT_TRUE(gl_.GetEffectParameterTable(kName, &table, &count));
+  ASSERT_EQ(count, std::size(kRows));
+  for (const Row& row : kRows) {
+    const QVGParamDescriptor& actual = *table++;
+    SCOPED_TRACE(row.key);
+    EXPECT_STREQ(actual.name, row.key);
+    EXPECT_STREQ(actual.label, row.label);
+    EXPECT_EQ(actual.controlKind, row.control);
+    for (const int32_t type : {actual.valueType, actual.valueType2, actual.defaultValue.type})
+      EXPECT_EQ(type, row.type);
+    if (row.type == QVG_PARAM_INTEGER) {
+      const std::pair<const QVGParamValue*, int64_t> values[] = {{&actual.defaultValue, row.defaultValue},
+                                                                 {&actual.minimum, row.minimum},
+                                                                 {&actual.maximum, row.maximum},
+                                                                 {&actual.step, 1}};
+      for (const auto& [value, expected] : values) {
+        EXPECT_EQ(value->type, QVG_PARAM_INTEGER);
+        EXPECT_EQ(value->value.integer, expected);
+      }
+    } else if (row.type == QVG_PARAM_COLOR) {
+      const double(&color)[3] = actual.defaultValue.value.color;
+      EXPECT_EQ((Triple{color[0], color[1], color[2]}), kGreen);
+    } else {
+      EXPECT_FALSE(row.type == QVG_PARAM_TEXT ? actual.defaultValue.value.text != nullptr
+                                              : actual.defaultValue.value.boolean);
+    }
+  }
+}
+
+TEST_F(EffectTest, ParametersTakeTheirTypesOnly) {
+  const Tuned tuned;
+  const TexturePtr frame = Upload(Scene(8, 8, 1));
+  for (const Row& row : kRows) {
+    SCOPED_TRACE(row.key);
+    for (const int32_t type : {-1, 0, 1, 2, 3, 4, 5, 6}) {
+      const QVGParamValue value = {type, {}};
+      const bool accepted = type == row.type || (row.type == QVG_PARAM_BOOLEAN && type == QVG_PARAM_INTEGER);
+      EXPECT_EQ(gl_.SetEffectParameter(tuned.effect.get(), row.key, &value), accepted) << type;
+    }
+    EXPECT_FALSE(gl_.SetEffectParameter(tuned.effect.get(), row.key, nullptr));
+    const QVGParamValue value = {row.type, {}};
+    for (const std::string& key :
+         {std::string(row.key) + ' ', std::string(row.key).substr(1), 'E' + std::string(row.key)})
+      EXPECT_FALSE(gl_.SetEffectParameter(tuned.effect.get(), key.c_str(), &value)) << key;
+  }
+  for (const char* key : {static_cast<const char*>(nullptr), "", "saturation", "contrast", "hue"}) {
+    const QVGParamValue value = Integer(1);
+    EXPECT_FALSE(gl_.SetEffectParameter(tuned.effect.get(), key, &value)) << (key != nullptr ? key : "null");
+  }
+  // Switches are the first byte of what they are given.
+  const std::pair<QVGParamValue, bool> states[] = {{Integer(1), true},    {Integer(256), false},
+                                                   {Boolean(true), true}, {Boolean(false), false},
+                                                   {Integer(-1), true},   {Integer(0), false}};
+  for (const auto& [value, on] : states) {
+    Set(tuned.effect, "enable_color", value);
+    const TexturePtr output(gl_.ApplyEffect(tuned.effect.get(), frame.get()));
+    EXPECT_EQ(output != nullptr, on);
+  }
+}
+
+TEST_F(EffectTest, InstancesLiveOnce) {
+  const TexturePtr first = Upload(Scene(8, 8, 1)), second = Upload(Scene(8, 8, 2));
+  Tuned other;
+  QVGEffect* effect = Tuned().Switch("enable_color").effect.release();
+  EXPECT_NE(effect, other.effect.get());
+  EXPECT_EQ(gl_.ApplyEffectWith(effect, first.get(), second.get(), 0.5f), first.get());
+  EXPECT_EQ(gl_.ApplyEffectWith(effect, nullptr, second.get(), 0.5f), nullptr);
+  EXPECT_EQ(gl_.ApplyEffectWith(nullptr, first.get(), second.get(), 0.5f), first.get());
+  EXPECT_EQ(gl_.ApplyEffect(nullptr, first.get()), first.get());
+  EXPECT_EQ(gl_.ApplyEffect(other.effect.get(), first.get()), nullptr) << "each has its own switches";
+  QVGEffect* again = effect;
+  EXPECT_TRUE(gl_.DestroyEffect(&effect));
+  EXPECT_EQ(effect, nullptr);
+  EXPECT_TRUE(gl_.DestroyEffect(&effect));
+  EXPECT_FALSE(gl_.DestroyEffect(&again));
+  EXPECT_NE(again, nullptr);
+  const QVGParamValue value = Boolean(true);
+  EXPECT_FALSE(gl_.SetEffectParameter(again, "enable_key", &value));
+  EXPECT_EQ(gl_.ApplyEffect(again, first.get()), nullptr);
+  EXPECT_EQ(gl_.ApplyEffectWith(again, first.get(), second.get(), 1), nullptr);
+}
+
+}  // namespace
+}  // namespace qvg::test

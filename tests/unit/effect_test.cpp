@@ -1,0 +1,203 @@
+// Parts of the effects that the table doesn't show: the base, the colour effect's program, the formulas on their own.
+#include "effect/effect.h"
+
+#include "base/content.h"
+#include "base/program.h"
+#include "base/programCache.h"
+#include "effect/colorEffect.h"
+#include "effect/generalEffect.h"
+#include "effect/imageSource.h"
+#include "support/effectReference.h"
+#include "unit_support.h"
+
+namespace qvg {
+namespace {
+
+using namespace test;
+
+struct NoImages : ImageSource {
+  Image* Acquire(const std::string&) override { return nullptr; }
+  void Release(Image*) override {}
+};
+
+class EffectTest : public GLTest {
+ protected:
+  void TearDown() override {
+    EXPECT_EQ(surfaces_.lent, 0);
+    programs_.reset();
+    EXPECT_EQ(Live(glIsProgram) + Live(glIsFramebuffer) + Live(glIsBuffer), 0);
+    GLTest::TearDown();
+  }
+
+  std::optional<ProgramCache> programs_{std::in_place};
+  Surfaces surfaces_;
+  NoImages images_;
+  EffectServices services_ = {*programs_, surfaces_, images_};
+};
+
+glm::vec3 Vec(const Triple& t) { return {t[0], t[1], t[2]}; }
+
+/// An effect as it could be added: the colour effect's program on the base of all effects.
+class ColourTestEffect : public TextureEffect {
+ public:
+  explicit ColourTestEffect(const EffectServices& services) : TextureEffect("colour test", services) {}
+
+  using TextureEffect::Process;
+  Texture* Process(Texture* frame) override {
+    if (!PrepareTarget(frame) || !LoadProgram(ColorEffectProgram::kName, ColorEffectProgram::VertexSource(),
+                                              ColorEffectProgram::FragmentSource()))
+      return nullptr;
+    Program& p = *program_;
+    const ContentRect content = ContentRect::Of(*frame);
+    p.SetUniformTexture(1, static_cast<int>(frame->id), "main_texture", frame->target);
+    p.SetUniform2f("texture_size", glm::vec2(content.storageWidth, content.storageHeight));
+    p.SetUniform4f("texture_bounds", content.SampleBounds());
+    p.SetUniformMatrix4f("mvpMat", mvp_, 1);
+    p.SetUniform3f("kelvin_rgb_high", KelvinToRGB(40000));
+    p.SetUniform3f("kelvin_rgb_low", KelvinToRGB(1000));
+    for (const auto& [name, value] : {std::pair("brightness", settings.brightness),
+                                      {"saturation", settings.saturation},
+                                      {"contrast", settings.contrast},
+                                      {"hue", settings.hue},
+                                      {"temperature", settings.temperature},
+                                      {"highlight", settings.highlight},
+                                      {"shadow", settings.shadow},
+                                      {"sharpness", settings.kernel ? 1.0 : 0.0}})
+      p.SetUniform1f(name, static_cast<float>(value));
+    // Without sharpening the rows must not be read.
+    const auto rows = settings.kernel.value_or(std::array<Triple, 3>{{{7, 7, 7}, {7, -7, 7}, {7, 7, 7}}});
+    p.SetUniform3f("sharp_filter_1", Vec(rows[0]));
+    p.SetUniform3f("sharp_filter_4", Vec(rows[1]));
+    p.SetUniform3f("sharp_filter_7", Vec(rows[2]));
+    const bool ok = _LoadVertices(*frame) && _LoadIndices() && _Draw(&vbo_, &ebo_);
+    Unbind();
+    return ok ? _TakeOutput() : nullptr;
+  }
+
+  EffectSettings settings;
+};
+
+TEST_F(EffectTest, ColourProgram) {
+  Image storage = Picture(50, 40, 3);
+  const Color exact[] = {{0, 0, 0, 1},       {1, 1, 1, 1}, {1, 0, 0, 1}, {0, 1, 0, 1}, {0, 0, 1, 1},
+                         {0.2, 0.2, 0.2, 1}, {1, 1, 0, 1}, {0, 1, 1, 1}, {1, 0, 1, 1}, {0.6, 0.2, 0, 0}};
+  for (int i = 0; i < 10; ++i) storage.at(10 + 3 * i, 15) = exact[i];
+  Texture frame;
+  Fill(frame, storage);
+  SetContent(frame, 7, 5, 37, 23);
+  const Image picture = Crop(storage, 7, 5, 37, 23);
+  ColourTestEffect effect(services_);
+  const auto draw = [&] {
+    Texture* output = effect.Process(&frame);
+    const Image drawn = output != nullptr ? StorageOf(*output) : Image();
+    surfaces_.ReleaseTexture(output);
+    return drawn;
+  };
+  EXPECT_EQ(Difference(picture, draw()), "") << "with every uniform 0";
+
+  EffectErrors errors;
+  const struct {
+    double EffectSettings::*member;
+    std::vector<double> values;
+  } cases[] = {{&EffectSettings::saturation, {-1, -0.3, 0.5, 3}},
+               {&EffectSettings::contrast, {-1.5, -0.5, 0.4, 2}},
+               {&EffectSettings::hue, {-0.5, 0.25, 1}},
+               {&EffectSettings::brightness, {-1, 0.3}},
+               {&EffectSettings::temperature, {-0.7, 0.4}},
+               {&EffectSettings::shadow, {0.5}},
+               {&EffectSettings::highlight, {1}}};
+  const auto check = [&] {
+    EXPECT_EQ(CompareEffect(ExpectedEffect({effect.settings, picture, 0, false, {}}), draw(), errors), "");
+  };
+  effect.settings.color = true;
+  for (const auto& [member, values] : cases) {
+    for (const double value : values) {
+      SCOPED_TRACE(std::to_string(&member - &cases[0].member) + ", " + std::to_string(value));
+      effect.settings.*member = value;
+      check();
+    }
+    effect.settings.*member = 0;
+  }
+  for (const double a : {0.2, 1.0}) {
+    effect.settings.kernel = {{{0, -a, 0}, {-a, 1 + 4 * a, -a}, {0, -a, 0}}};
+    check();
+  }
+  effect.settings.kernel = {{{0.1, 0.3, 0}, {-0.2, 0.5, 0.15}, {0.05, -0.1, 0.2}}};
+  check();
+  effect.settings.saturation = 0.4, effect.settings.contrast = 0.2, effect.settings.hue = -0.1;
+  effect.settings.temperature = 0.3, effect.settings.shadow = 0.2;
+  check();
+  EXPECT_LE(errors.mean(), 0.3);
+  EXPECT_LE(errors.largest, 0.6);
+  EXPECT_LE(errors.steepShare(), 0.05);
+  std::printf(
+      "             colour program: mean error %.3f, largest %.3f/255 in %zu values, %.1f%% of %zu pixels steep\n",
+      errors.mean(), errors.largest, errors.values, 100 * errors.steepShare(), errors.pixels);
+}
+
+TEST_F(EffectTest, BareEffectHasNoParametersAndChangesNothing) {
+  constexpr char kType[] = "bare";
+  TextureEffect effect(kType, services_);
+  const ParamValue value = {};
+  for (const char* key : {"", "color", "enable_key", "bright"}) EXPECT_FALSE(effect.SetParam(key, &value)) << key;
+  EXPECT_FALSE(effect.SetParam("bright", nullptr));
+  Texture first, second;
+  EXPECT_EQ(effect.Process(&first), &first);
+  EXPECT_EQ(effect.Process(&first, &second, 0.5f), &first);
+  EXPECT_EQ(effect.Process(nullptr), nullptr);
+  EXPECT_EQ(effect.TypeName(), kType);
+}
+
+TEST_F(EffectTest, FailureToGetAnOutputDrawsNothing) {
+  GeneralEffect effect(services_);
+  ParamValue on = {QVG_PARAM_BOOLEAN, {}};
+  on.value.boolean = true;
+  EXPECT_TRUE(effect.SetParam("enable_color", &on));
+  Texture frame;
+  Fill(frame, Picture(4, 4, 1));
+  class Refusing : public Surfaces {
+    Texture* AcquireTexture(int, int, GLenum) override { return nullptr; }
+  } refusing;
+  GeneralEffect starved({*programs_, refusing, images_});
+  EXPECT_TRUE(starved.SetParam("enable_color", &on));
+  EXPECT_EQ(starved.Process(&frame), nullptr);
+  Texture* output = effect.Process(&frame);
+  EXPECT_NE(output, nullptr);
+  surfaces_.ReleaseTexture(output);
+}
+
+TEST_F(EffectTest, BackgroundMappingLaysBothUpright) {
+  const auto place = [](const Texture& t, glm::dvec2 presented) {
+    const double s = presented.x, u = presented.y;
+    const glm::dvec2 turned[] = {{s, u}, {1 - u, s}, {1 - s, 1 - u}, {u, 1 - s}};
+    glm::dvec2 content = turned[t.rotation % 4];
+    if (t.flipped) content.y = 1 - content.y;
+    return glm::vec2((t.offsetX + content.x * t.loadedWidth) / t.Setting().width,
+                     (t.offsetY + content.y * t.loadedHeight) / t.Setting().height);
+  };
+  Texture frame, background;
+  ASSERT_TRUE(frame.Allocate(SettingOf(64, 48)));
+  ASSERT_TRUE(background.Allocate(SettingOf(20, 30)));
+  SetContent(frame, 5, 9, 37, 23);
+  SetContent(background, 3, 2, 11, 26);
+  for (uint32_t i = 0; i < 64; ++i) {
+    frame.rotation = i & 3, background.rotation = i >> 2 & 3;
+    frame.flipped = (i & 16) != 0, background.flipped = (i & 32) != 0;
+    const glm::mat3 mapping = BackgroundMapping(frame, background);
+    for (const glm::dvec2 presented : {glm::dvec2(0, 0), {1, 0}, {0, 1}, {0.3, 0.8}}) {
+      const glm::vec3 mapped = glm::vec3(place(frame, presented), 1) * mapping;
+      EXPECT_LT(glm::distance(mapped, glm::vec3(place(background, presented), 1)), 1e-5f) << i;
+    }
+  }
+}
+
+TEST_F(EffectTest, KelvinToRGBFollowsItsFitWithinItsRange) {
+  for (const double kelvin :
+       {-5.0, 999.0, 1000.0, 1900.0, 1950.0, 3000.0, 6599.0, 6600.0, 6601.0, 12000.0, 40000.0, 1e9})
+    EXPECT_LT(glm::distance(KelvinToRGB(kelvin), Vec(Kelvin(kelvin))), 1e-6f) << kelvin;
+  EXPECT_EQ(KelvinToRGB(1000).b, 0);
+  EXPECT_LT(KelvinToRGB(40000).r, KelvinToRGB(40000).b);
+}
+
+}  // namespace
+}  // namespace qvg

@@ -1,0 +1,188 @@
+// The cache of images and files by path.
+#include "context/resourceCache.h"
+
+#include <filesystem>
+#include <fstream>
+
+#include "context/scratchBufferPool.h"
+#include "context/texturePool.h"
+#include "unit_support.h"
+
+namespace qvg {
+namespace {
+
+using namespace test;
+
+constexpr char kPath[] = "folder/image.png";
+
+/// What the host's callbacks give and saw.
+struct Host {
+  QVGHostImage image = {};
+  bool decodes = true;
+  std::atomic<int> decoded = 0;
+  int freed = 0;
+  std::string path;  // of the last call
+};
+Host host;
+
+QVGHostImage* Decode(const char* path) {
+  std::this_thread::sleep_for(std::chrono::milliseconds(2));
+  ++host.decoded;
+  host.path = path;
+  return host.decodes ? &host.image : nullptr;
+}
+
+void Free(const char* path, QVGHostImage* image) {
+  EXPECT_EQ(image, &host.image);
+  host.path = path;
+  ++host.freed;
+}
+
+class ResourceCacheTest : public GLTest {
+ protected:
+  void SetUp() override {
+    GLTest::SetUp();
+    const Image picture = Picture(5, 3, 1);
+    bgra_ = Bytes(picture);
+    for (size_t i = 0; i < bgra_.size(); i += 4) std::swap(bgra_[i], bgra_[i + 2]);
+    host.image = {bgra_.data(), {}, 5, 3};
+    host.decodes = true;
+    host.decoded = host.freed = 0;
+    callbacks_.decodeImage = Decode;
+    callbacks_.freeImage = Free;
+    textures_.emplace(*manager_, 1000);
+    cache_.emplace(callbacks_, *textures_, scratch_);
+  }
+
+  void TearDown() override {
+    cache_.reset();
+    textures_.reset();
+    EXPECT_EQ(Live(glIsTexture), 0);
+    for (const std::string& file : files_) std::filesystem::remove(file);
+    GLTest::TearDown();
+  }
+
+  std::string File(const std::string& content) {
+    const std::string path = testing::TempDir() + "qvg_cache_" + std::to_string(files_.size());
+    std::ofstream(path, std::ios::binary) << content;
+    return files_.emplace_back(path);
+  }
+
+  std::vector<uint8_t> bgra_;
+  std::vector<std::string> files_;
+  ResourceCache::Callbacks callbacks_;
+  ScratchBufferPool scratch_;
+  std::optional<TexturePool> textures_;
+  std::optional<ResourceCache> cache_;
+};
+
+TEST_F(ResourceCacheTest, ImageIsDecodedOnceAndGivenBackAtOnce) {
+  ResourceCache::Entry* entry = cache_->Acquire(kPath, ResourceCache::kImageTexture);
+  ASSERT_NE(entry, nullptr);
+  EXPECT_EQ(host.path, kPath);
+  EXPECT_EQ(host.freed, 1);
+  std::fill(bgra_.begin(), bgra_.end(), 0);
+  const Texture& texture = *entry->texture;
+  EXPECT_TRUE(texture.flipped);
+  EXPECT_EQ(Difference(Picture(5, 3, 1), Crop(StorageOf(texture), texture.offsetX, texture.offsetY, 5, 3)), "");
+  // The path alone counts, whatever kind is asked for.
+  for (const int32_t kind : {1, 2, 3, 4}) EXPECT_EQ(cache_->Acquire(kPath, kind), entry) << kind;
+  EXPECT_EQ(entry->count, 5);
+  EXPECT_EQ(entry->kind, ResourceCache::kImageTexture);
+  for (int i = 0; i < 5; ++i) cache_->Release(entry, false);
+  EXPECT_EQ(cache_->Acquire(kPath, ResourceCache::kImageTexture), entry) << "unused entries stay";
+  EXPECT_EQ(host.decoded, 1);
+  EXPECT_EQ(cache_->Acquire(kPath, ResourceCache::kImageTexture), entry);
+  cache_->Release(entry, true);
+  EXPECT_EQ(cache_->Acquire(kPath, ResourceCache::kImageTexture), entry) << "another one held it";
+  cache_->Release(entry, false);
+  cache_->Release(entry, true);
+  cache_->Release(nullptr, true);
+  const GLuint name = texture.id;
+  Texture* pooled = textures_->Acquire(5, 3, GL_RGBA8);
+  EXPECT_EQ(pooled->id, name) << "its texture went back to the pool";
+  textures_->Release(pooled);
+  EXPECT_NE(cache_->Acquire(kPath, ResourceCache::kImageTexture), nullptr);
+  EXPECT_EQ(host.decoded, 2);
+  EXPECT_EQ(host.freed, 2);
+}
+
+TEST_F(ResourceCacheTest, WhatFailsLeavesNothing) {
+  for (const int32_t kind : {0, 5, -1}) EXPECT_EQ(cache_->Acquire(kPath, kind), nullptr) << kind;
+  EXPECT_EQ(cache_->Acquire("", ResourceCache::kImageTexture), nullptr);
+  callbacks_.decodeImage = nullptr;
+  for (const int32_t kind : {1, 2}) EXPECT_EQ(cache_->Acquire(kPath, kind), nullptr);
+  callbacks_.decodeImage = Decode;
+  EXPECT_EQ(host.decoded, 0);
+  host.decodes = false;
+  for (const int32_t kind : {1, 2}) EXPECT_EQ(cache_->Acquire(kPath, kind), nullptr);
+  EXPECT_EQ(host.decoded, 2);
+  EXPECT_EQ(host.freed, 0);
+  host.decodes = true;
+  const QVGHostImage good = host.image;
+  const QVGHostImage bad[] = {{nullptr, {}, 5, 3},      {good.pixels, {}, 0, 3},       {good.pixels, {}, 5, 0},
+                              {good.pixels, {}, -5, 3}, {good.pixels, {}, 1 << 20, 1}, {good.pixels, {}, 1, INT32_MAX}};
+  for (const QVGHostImage& image : bad) {
+    host.image = image;
+    EXPECT_EQ(cache_->Acquire(kPath, ResourceCache::kImageTexture), nullptr) << image.width << " x " << image.height;
+  }
+  EXPECT_EQ(host.freed, static_cast<int>(std::size(bad)));
+  EXPECT_EQ(Live(glIsTexture), 0);
+  host.image = good;
+  callbacks_.freeImage = nullptr;
+  EXPECT_NE(cache_->Acquire(kPath, ResourceCache::kImageTexture), nullptr);
+  EXPECT_EQ(host.freed, static_cast<int>(std::size(bad)));
+}
+
+TEST_F(ResourceCacheTest, DecodedImageIsKeptWhileItsEntryLives) {
+  for (const bool erased : {true, false}) {
+    ResourceCache::Entry* entry = cache_->Acquire(kPath, ResourceCache::kDecodedImage);
+    ASSERT_NE(entry, nullptr);
+    EXPECT_EQ(entry->image, &host.image);
+    EXPECT_EQ(entry->texture, nullptr);
+    EXPECT_EQ(host.freed, erased ? 0 : 1);
+    host.path.clear();
+    if (erased) cache_->Release(entry, true);
+  }
+  cache_.reset();
+  EXPECT_EQ(host.freed, 2);
+  EXPECT_EQ(host.path, kPath);
+}
+
+TEST_F(ResourceCacheTest, FilesAsBlocksAndAsStrings) {
+  std::string content = "first line\r\nsecond\n\x1A";
+  for (int i = 0; i < 5000; ++i) content += static_cast<char>(i * 7 % 256);
+  const std::string path = File(content), other = File(content);
+  ResourceCache::Entry* text = cache_->Acquire(path, ResourceCache::kFileBytes);
+  ASSERT_NE(text, nullptr);
+  EXPECT_EQ(text->bytes, content);
+  EXPECT_EQ(text->block, nullptr);
+  uint8_t* const idle = scratch_.Acquire(content.size());
+  scratch_.Release(idle);
+  ResourceCache::Entry* block = cache_->Acquire(other, ResourceCache::kFileInScratch);
+  ASSERT_NE(block, nullptr);
+  EXPECT_EQ(block->block, idle) << "the block behind the string went back to the pool";
+  EXPECT_EQ(std::string(reinterpret_cast<char*>(block->block), block->blockSize), content);
+  EXPECT_EQ(cache_->Acquire(other, ResourceCache::kFileBytes), block);
+  cache_->Release(block, true);
+  EXPECT_NE(scratch_.Acquire(content.size()), idle);
+  cache_->Release(block, true);
+  EXPECT_EQ(scratch_.Acquire(content.size()), idle);
+  const std::string empty = File("");
+  for (const std::string& none : {empty, path + " missing", testing::TempDir()})
+    for (const int32_t kind : {ResourceCache::kFileInScratch, ResourceCache::kFileBytes})
+      EXPECT_EQ(cache_->Acquire(none, kind), nullptr) << none;
+  EXPECT_EQ(host.decoded, 0);
+}
+
+TEST_F(ResourceCacheTest, ThreadsThatAskAtOnceShareOneEntry) {
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i)
+    threads.emplace_back([this] { EXPECT_NE(cache_->Acquire(kPath, ResourceCache::kDecodedImage), nullptr); });
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(host.decoded, 1);
+  EXPECT_EQ(cache_->Acquire(kPath, ResourceCache::kDecodedImage)->count, 5);
+}
+
+}  // namespace
+}  // namespace qvg
