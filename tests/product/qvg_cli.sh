@@ -143,11 +143,12 @@ exact="flags=accurate_rnd+full_chroma_int+bilinear"
 to601="scale=in_color_matrix=bt709:out_color_matrix=bt601:$exact"
 for row in "sd.mp4;" "own.mp4;" "hd.mp4;$to601" "tagged.mp4;$to601" "full.mp4;scale=$exact,format=rgb24,scale=$exact"; do
   clip=${row%%;*}
+  # The library's sampling of planes softens the sharp lines of a test picture.
   process "$clip" -o back.mp4
-  close "colours of $clip" 2 "$clip" back.mp4 "${row#*;}"
+  close "colours of $clip" 4 "$clip" back.mp4 "${row#*;}"
+  process "$clip" -o back.mp4 --sharp
+  close "colours of $clip with --sharp" 2 "$clip" back.mp4 "${row#*;}"
 done
-process sd.mp4 -o back.mp4 --native
-close "colours of sd.mp4 with --native" 4 sd.mp4 back.mp4
 
 process clip.mp4 -o sound.mp4
 sound() { ffmpeg -nostdin -v error -i "$1" -map 0:a -c copy -f md5 -; }

@@ -11,12 +11,12 @@ namespace qvgtool {
 
 /** How frames travel to the library. */
 enum class UploadPath {
+  // In their own format where the library has it; YUV that is limited-range or not BT.601 is brought to full-range BT.601
+  // within that format first.
+  kNative,
   // RGB in its own format, YUV as RGBA: the library's YUV conversion samples planes up to a pixel beside the pixel's
   // middle, which softens a picture; the scaler's does not.
-  kAuto,
-  // All frames in their own format where the library has it; YUV that is limited-range or not BT.601 is converted
-  // within that format first.
-  kNative
+  kSharp
 };
 
 /** The code under which the library takes this format; none when it takes it not at all. */

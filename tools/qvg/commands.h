@@ -20,7 +20,7 @@ struct ProcessOptions {
   ReadOptions read;
   WriteOptions write;
   Layout layout;
-  UploadPath upload = UploadPath::kAuto;
+  UploadPath upload = UploadPath::kNative;
   std::optional<std::pair<int, int>> size;  // Of the output; the own clip's as well.
   int64_t frames = 0;                       // At most; 0: all.
   bool verbose = false;

@@ -43,7 +43,7 @@ class Compositor {
   Layout layout_;
   int width_, height_;
   int blendType_;
-  UploadConverter converter_, imageConverter_{UploadPath::kAuto};
+  UploadConverter converter_, imageConverter_{UploadPath::kSharp};
   Texture target_;
   FrameBuffer frameBuffer_;
   Texture background_, shadow_;

@@ -153,9 +153,9 @@ void SetUpProcess(CLI::App& app, ProcessOptions& options) {
       ->group(write);
 
   app.add_flag_callback(
-         "--native", [&options] { options.upload = UploadPath::kNative; },
-         "Uploads YUV frames in their own format (NV12, P010, 4:2:0, 4:2:2, 4:4:4), not as RGBA: the library's own "
-         "conversion, which softens the picture a little")
+         "--sharp", [&options] { options.upload = UploadPath::kSharp; },
+         "Has FFmpeg turn YUV frames into RGB before they are uploaded, not the library on the GPU, whose conversion "
+         "softens a picture a little")
       ->group(write);
   app.add_flag("--verbose", options.verbose, "Prints every line of the library's and FFmpeg's logs");
 }
