@@ -149,7 +149,8 @@ Image Scene(int width, int height, int seed) {
     const double soft = std::clamp((u - 0.25) * 8, 0.0, 1.0);
     const double skin = u < 0.65 ? 1 : 0;
     const Triple green = {0.1 + 0.15 * wave(0), 0.65 + 0.2 * wave(1), 0.1 + 0.2 * wave(2)};
-    const Triple face = {0.72 + 0.2 * wave(0), 0.52 + 0.15 * wave(1), 0.4 + 0.2 * wave(2)};
+    const double pores = (3 * x + 5 * y) % 7 * 0.03 - 0.09;
+    const Triple face = {0.72 + pores + 0.2 * wave(0), 0.52 + pores + 0.15 * wave(1), 0.4 + pores + 0.2 * wave(2)};
     Color color;
     for (int c = 0; c < 3; ++c) color[c] = skin * ((1 - soft) * green[c] + soft * face[c]) + (1 - skin) * wave(c);
     const int band = y * 12 / height;
@@ -162,6 +163,13 @@ Image Scene(int width, int height, int seed) {
   for (size_t i = 0; i < std::size(exact); ++i)
     if (static_cast<int>(2 * i + 1) < width) image.at(static_cast<int>(2 * i + 1), height / 2) = exact[i];
   return Quantised(image);
+}
+
+/// Every colour in 16 levels, so that every branch of a decision about colour is taken.
+Image Cube() {
+  return MakeImage(64, 64, [](int x, int y) -> Color {
+    return {x % 16 / 15.0, y % 16 / 15.0, (x / 16 + y / 16 * 4) / 15.0, 1};
+  });
 }
 
 /// Two larger textures full of something else: for a frame and for the output.
@@ -254,13 +262,17 @@ TEST_F(EffectTest, KeyColourThatWasNotSetIsNoColour) {
 
 TEST_F(EffectTest, Beauty) {
   EffectErrors errors;
-  const int cases[][2] = {{0, 0}, {1, 0}, {50, 0}, {100, 0}, {0, 1}, {0, 2}, {0, 15}, {0, 51}, {0, 100}, {60, 40}};
+  const int cases[][2] = {{0, 0}, {1, 0}, {50, 0}, {100, 0}, {0, 1}, {0, 2}, {0, 6}, {0, 15}, {0, 51}, {0, 100}, {60, 40}};
   for (const auto& [whitten, blur] : cases) {
     SCOPED_TRACE(Size(whitten, blur));
     Tuned tuned;
     CheckSizes(tuned.Switch("enable_beauty").Number("whitten", whitten).Number("blur", blur), errors);
   }
-  Judge("beauty", errors, 0.1, 1, 0.03);
+  Judge("beauty", errors, 0.1, 0.65, 0.03);
+  EffectErrors whitened;
+  for (const int whitten : {30, 100})
+    Check(Tuned().Switch("enable_beauty").Number("whitten", whitten), Cube(), whitened);
+  Judge("whitening, all colours", whitened, 0.1, 1, 0.05);
 }
 
 TEST_F(EffectTest, Colour) {
@@ -275,7 +287,9 @@ TEST_F(EffectTest, Colour) {
   for (const auto& [key, values] : cases)
     for (const int value : values) {
       SCOPED_TRACE(key + (' ' + std::to_string(value)));
-      CheckSizes(Tuned().Switch("enable_color").Number(key, value), errors);
+      Tuned tuned;
+      CheckSizes(tuned.Switch("enable_color").Number(key, value), errors);
+      Check(tuned, Cube(), errors);
     }
   Judge("colour", errors, 0.2, 0.6, 0.02);
 }
