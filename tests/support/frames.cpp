@@ -3,12 +3,9 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <functional>
 
 namespace qvg::test {
 namespace {
-
-using SampleAt = std::function<uint8_t(int plane, int channel, int x, int y)>;
 
 int Half(int value) { return (value + 1) / 2; }
 
@@ -27,7 +24,9 @@ PlaneSize SizeOf(const Layout& layout, int plane) {
   return size;
 }
 
-Frame Fill(const Layout& layout, const SampleAt& sample) {
+}  // namespace
+
+Frame MakeFrame(const Layout& layout, const SampleAt& sample) {
   const Format& format = FormatOf(layout.code);
   Frame frame{layout, {}, {}, {}};
   frame.buffer.width = layout.width;
@@ -56,8 +55,6 @@ Frame Fill(const Layout& layout, const SampleAt& sample) {
   }
   return frame;
 }
-
-}  // namespace
 
 const std::vector<Format>& Formats() {
   static const std::array<int, 4> none = {-1, -1, -1, -1};
@@ -123,7 +120,7 @@ std::vector<Layout> Layouts(int code, int width, int height) {
 
 Frame MakeFrame(const Layout& layout, int seed) {
   const Format& format = FormatOf(layout.code);
-  return Fill(layout, [&](int plane, int channel, int x, int y) -> uint8_t {
+  return MakeFrame(layout, [&](int plane, int channel, int x, int y) -> uint8_t {
     if (plane == 0) return Wave(x, y, channel, seed);
     // Half the contrast, or most of the picture would be clipped.
     const int wave = Wave(layout.halfWidthChroma ? 2 * x : x, format.halfHeight ? 2 * y : y, plane + channel, seed);
@@ -137,7 +134,7 @@ Frame MakeFrame(int code, int width, int height, int seed) {
 
 Frame MakeFrame(const Layout& layout, const Image& picture) {
   const Format& format = FormatOf(layout.code);
-  return Fill(layout, [&](int, int channel, int x, int y) -> uint8_t {
+  return MakeFrame(layout, [&](int, int channel, int x, int y) -> uint8_t {
     for (int c = 0; c < 4; ++c)
       if (format.order[c] == channel) return static_cast<uint8_t>(std::lround(picture.at(x, y)[c] * 255));
     return 0x5A;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -45,6 +46,9 @@ struct Frame {
   std::vector<Image> planes;         // the samples, 0..1, channels in the order of memory
 };
 
+/// The sample at a place of a plane.
+using SampleAt = std::function<uint8_t(int plane, int channel, int x, int y)>;
+Frame MakeFrame(const Layout& layout, const SampleAt& sample);
 /// A frame with the test picture of the seed.
 Frame MakeFrame(const Layout& layout, int seed);
 Frame MakeFrame(int code, int width, int height, int seed);

@@ -1,4 +1,5 @@
 // Read-backs of textures in every form, compared with the same formulas on the CPU.
+#include <cstdlib>
 #include <thread>
 
 #include "support/table_test.h"
@@ -113,6 +114,40 @@ TEST_F(ReadBackTest, YuvOfEverySizePlaceAndFlag) {
   }
   Report("read-back of NV12", nv12Errors);
   Report("read-back of planar 4:2:0", planarErrors);
+}
+
+// Inside flat cells no filtering blurs the figures: the formulas must be exact.
+TEST_F(ReadBackTest, YuvFormulasOfFlatColours) {
+  Errors errors;
+  constexpr int kCell = 8, kLevels = 6;  // 0, 51, ... 255 of each of R, G and B
+  const Image picture = MakeImage(kLevels * kLevels * kCell, kLevels * kCell, [](int x, int y) -> Color {
+    return {y / kCell / 5.0, x / kCell / kLevels / 5.0, x / kCell % kLevels / 5.0, 0.5};
+  });
+  const TexturePtr texture = Upload(picture);
+  // Skips what lies within two texels of a cell's border.
+  const auto compare = [&](const Image& expected, const Image& actual, int cellWidth, int cellHeight) {
+    std::vector<bool> skip;
+    for (int y = 0; y < expected.height; ++y)
+      for (int x = 0; x < expected.width; ++x)
+        skip.push_back(std::abs(2 * (x % cellWidth) + 1 - cellWidth) > 3 ||
+                       std::abs(2 * (y % cellHeight) + 1 - cellHeight) > 3);
+    return Compare(expected, actual, 0.51, errors, skip);
+  };
+  for (const bool fullRange : {false, true}) {
+    SCOPED_TRACE(fullRange);
+    ReadBack read;
+    ASSERT_TRUE(gl_.TextureToYUV420PixelBuffer(texture.get(), fullRange, false, &read.buffer));
+    const Planes planes = PlanesOf(read.buffer), expected = ExpectedI420(picture, false, false, fullRange);
+    EXPECT_EQ(compare(expected.luma, planes.luma, kCell, kCell), "");
+    EXPECT_EQ(compare(expected.chroma[0], planes.chroma[0], kCell / 2, kCell / 2), "") << "U";
+    EXPECT_EQ(compare(expected.chroma[1], planes.chroma[1], kCell / 2, kCell / 2), "") << "V";
+  }
+  ReadBack read;
+  ASSERT_TRUE(gl_.TextureToNV12PixelBuffer(texture.get(), &read.buffer, false));
+  const Planes planes = PlanesOf(read.buffer), expected = ExpectedNV12(picture, false, false);
+  EXPECT_EQ(compare(expected.luma, planes.luma, kCell, kCell), "");
+  EXPECT_EQ(compare(expected.chroma[0], planes.chroma[0], kCell, kCell / 2), "") << "U, V";
+  Report("read-back of flat colours as YUV", errors);
 }
 
 TEST_F(ReadBackTest, PackedOfEverySizePlaceOrderAndFlag) {

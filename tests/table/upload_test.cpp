@@ -80,6 +80,32 @@ TEST_F(UploadTest, EveryFormatSizeAndStrideIntoNewTextures) {
   Report("upload of YUV formats", yuv);
 }
 
+// Inside flat cells no filtering blurs the figures: the formulas must be exact.
+TEST_F(UploadTest, YuvFormulasOfFlatColours) {
+  Errors errors;
+  constexpr int kCell = 8, kLevels = 6;  // 0, 51, ... 255 of each of Y, U and V
+  constexpr int kWidth = kLevels * kLevels * kCell, kHeight = kLevels * kCell;
+  std::vector<bool> skip;
+  for (int i = 0; i < kWidth * kHeight; ++i)
+    skip.push_back(i % kWidth % kCell != kCell / 2 || i / kWidth % kCell != kCell / 2);
+  for (const Format& format : Formats()) {
+    if (!format.yuv()) continue;
+    for (const Layout& layout : Layouts(format.code, kWidth, kHeight)) {
+      SCOPED_TRACE(layout.name);
+      const Frame frame = MakeFrame(layout, [&](int plane, int channel, int x, int y) -> uint8_t {
+        const int cellX = x / (plane > 0 && layout.halfWidthChroma ? kCell / 2 : kCell);
+        const int cellY = y / (plane > 0 && format.halfHeight ? kCell / 2 : kCell);
+        const int levels[] = {cellY, cellX / kLevels, cellX % kLevels};
+        return static_cast<uint8_t>(51 * levels[plane + channel]);
+      });
+      const TexturePtr texture = Upload(frame);
+      ASSERT_NE(texture, nullptr);
+      EXPECT_EQ(Compare(ExpectedUpload(frame, kWidth, kHeight), Content(texture.get()), 0.51, errors, skip), "");
+    }
+  }
+  Report("upload of flat YUV colours", errors);
+}
+
 TEST_F(UploadTest, IntoATextureThatHoldsAnotherFrame) {
   Errors packed, yuv;
   for (const Format& format : Formats()) {
