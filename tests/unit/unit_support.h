@@ -73,7 +73,9 @@ class GLTest : public testing::Test {
   void OnOtherThread(bool withContext, Work work) {
     std::thread([&] {
       void* context = withContext ? manager_->GetSharedContext() : nullptr;
-      EXPECT_TRUE(manager_->MakeCurrentContext(context, nullptr));
+      if (withContext) {
+        EXPECT_TRUE(manager_->MakeCurrentContext(context, nullptr));
+      }
       work();
       EXPECT_EQ(manager_->GetCurrentContext(), context);
       EXPECT_TRUE(manager_->ReleaseSharedContext(context));
