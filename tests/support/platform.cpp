@@ -2,6 +2,20 @@
 
 #include <utility>
 
+namespace qvg::test {
+namespace {
+
+// Rows without padding, the top one first.
+Image ImageOfBGRX(const uint8_t* bytes, int width, int height) {
+  return MakeImage(width, height, [&](int x, int y) -> Color {
+    const uint8_t* pixel = bytes + (static_cast<size_t>(y) * width + x) * 4;
+    return {pixel[2] / 255.0, pixel[1] / 255.0, pixel[0] / 255.0, 1};
+  });
+}
+
+}  // namespace
+}  // namespace qvg::test
+
 #ifdef _WIN32
 
 #include <windows.h>
@@ -31,7 +45,7 @@ void* GLFunction(const char* name) {
 
 bool HostWindow::Available() { return true; }
 
-HostWindow::HostWindow(int width, int height) {
+HostWindow::HostWindow(int width, int height, int x, int y) {
   static const ATOM windowClass = [] {
     WNDCLASSA description = {};
     description.style = CS_OWNDC;
@@ -41,14 +55,53 @@ HostWindow::HostWindow(int width, int height) {
     return RegisterClassA(&description);
   }();
   if (windowClass == 0) return;
-  handle_ = CreateWindowExA(0, "QVGTestWindow", "test", WS_POPUP | WS_VISIBLE, 0, 0, width, height, nullptr, nullptr,
+  handle_ = CreateWindowExA(0, "QVGTestWindow", "test", WS_POPUP | WS_VISIBLE, x, y, width, height, nullptr, nullptr,
                             GetModuleHandleA(nullptr), nullptr);
+}
+
+void HostWindow::Resize(int width, int height) {
+  SetWindowPos(static_cast<HWND>(handle_), nullptr, 0, 0, width, height, SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
+}
+
+// From the screen: what GL shows in a window is not in reach of the window's own device context.
+Image HostWindow::Pixels() const {
+  MSG message;
+  while (PeekMessageA(&message, nullptr, 0, 0, PM_REMOVE) != FALSE) DispatchMessageA(&message);
+  RECT area = {};
+  POINT origin = {};
+  if (GetClientRect(static_cast<HWND>(handle_), &area) == FALSE) return {};
+  ClientToScreen(static_cast<HWND>(handle_), &origin);
+  if (origin.x + area.right > GetSystemMetrics(SM_CXSCREEN)) return {};
+  if (origin.y + area.bottom > GetSystemMetrics(SM_CYSCREEN)) return {};
+  BITMAPINFO info = {};
+  info.bmiHeader.biSize = sizeof info.bmiHeader;
+  info.bmiHeader.biWidth = area.right;
+  info.bmiHeader.biHeight = -area.bottom;
+  info.bmiHeader.biPlanes = 1;
+  info.bmiHeader.biBitCount = 32;
+  void* bits = nullptr;
+  const HDC screen = GetDC(nullptr);
+  const HDC memory = CreateCompatibleDC(screen);
+  const HBITMAP bitmap = CreateDIBSection(memory, &info, DIB_RGB_COLORS, &bits, nullptr, 0);
+  const HGDIOBJ before = SelectObject(memory, bitmap);
+  Image image;
+  if (BitBlt(memory, 0, 0, area.right, area.bottom, screen, origin.x, origin.y, SRCCOPY) != FALSE) {
+    GdiFlush();
+    image = ImageOfBGRX(static_cast<const uint8_t*>(bits), area.right, area.bottom);
+  }
+  SelectObject(memory, before);
+  DeleteObject(bitmap);
+  DeleteDC(memory);
+  ReleaseDC(nullptr, screen);
+  return image;
 }
 
 void HostWindow::Destroy() {
   if (handle_ != nullptr) DestroyWindow(static_cast<HWND>(handle_));
   handle_ = nullptr;
 }
+
+std::vector<void*> UnusableWindows() { return {GetDesktopWindow()}; }
 
 }  // namespace qvg::test
 
@@ -91,6 +144,11 @@ xcb_connection_t* Connection() {
   return connection;
 }
 
+xcb_screen_t* Screen() { return XCB(xcb_setup_roots_iterator)(XCB(xcb_get_setup)(Connection())).data; }
+
+void* Handle(uint32_t id) { return reinterpret_cast<void*>(static_cast<uintptr_t>(id)); }
+uint32_t Id(void* handle) { return static_cast<uint32_t>(reinterpret_cast<uintptr_t>(handle)); }
+
 // Waits until the server has done what was asked.
 void Synchronise() {
   const auto cookie = XCB(xcb_get_input_focus)(Connection());
@@ -107,24 +165,60 @@ void* GLFunction(const char* name) {
 
 bool HostWindow::Available() { return Connection() != nullptr; }
 
-HostWindow::HostWindow(int width, int height) {
+HostWindow::HostWindow(int width, int height, int x, int y) {
   if (!Available()) return;
   xcb_connection_t* connection = Connection();
-  xcb_screen_t* screen = XCB(xcb_setup_roots_iterator)(XCB(xcb_get_setup)(connection)).data;
   const uint32_t window = XCB(xcb_generate_id)(connection);
+  // No window manager shall give it another size or place.
+  const uint32_t overrideRedirect = 1;
   XCB(xcb_create_window)
-  (connection, XCB_COPY_FROM_PARENT, window, screen->root, 0, 0, static_cast<uint16_t>(width),
-   static_cast<uint16_t>(height), 0, XCB_WINDOW_CLASS_INPUT_OUTPUT, screen->root_visual, 0, nullptr);
+  (connection, XCB_COPY_FROM_PARENT, window, Screen()->root, static_cast<int16_t>(x), static_cast<int16_t>(y),
+   static_cast<uint16_t>(width), static_cast<uint16_t>(height), 0, XCB_WINDOW_CLASS_INPUT_OUTPUT, Screen()->root_visual,
+   XCB_CW_OVERRIDE_REDIRECT, &overrideRedirect);
   XCB(xcb_map_window)(connection, window);
   Synchronise();
-  handle_ = reinterpret_cast<void*>(static_cast<uintptr_t>(window));
+  handle_ = Handle(window);
+}
+
+void HostWindow::Resize(int width, int height) {
+  const uint32_t size[] = {static_cast<uint32_t>(width), static_cast<uint32_t>(height)};
+  XCB(xcb_configure_window)
+  (Connection(), Id(handle_), XCB_CONFIG_WINDOW_WIDTH | XCB_CONFIG_WINDOW_HEIGHT, size);
+  Synchronise();
+}
+
+Image HostWindow::Pixels() const {
+  xcb_connection_t* connection = Connection();
+  const auto sizeCookie = XCB(xcb_get_geometry)(connection, Id(handle_));
+  auto* const size = XCB(xcb_get_geometry_reply)(connection, sizeCookie, nullptr);
+  if (size == nullptr) return {};
+  const auto cookie = XCB(xcb_get_image)(connection, XCB_IMAGE_FORMAT_Z_PIXMAP, Id(handle_), 0, 0, size->width,
+                                         size->height, ~uint32_t{0});
+  auto* const reply = XCB(xcb_get_image_reply)(connection, cookie, nullptr);
+  const bool whole = reply != nullptr && XCB(xcb_get_image_data_length)(reply) == 4 * size->width * size->height;
+  Image image;
+  if (whole) image = ImageOfBGRX(XCB(xcb_get_image_data)(reply), size->width, size->height);
+  std::free(reply);
+  std::free(size);
+  return image;
 }
 
 void HostWindow::Destroy() {
   if (handle_ == nullptr) return;
-  XCB(xcb_destroy_window)(Connection(), static_cast<uint32_t>(reinterpret_cast<uintptr_t>(handle_)));
+  XCB(xcb_destroy_window)(Connection(), Id(handle_));
   Synchronise();
   handle_ = nullptr;
+}
+
+std::vector<void*> UnusableWindows() {
+  xcb_connection_t* connection = Connection();
+  const uint32_t pixmap = XCB(xcb_generate_id)(connection), inputOnly = XCB(xcb_generate_id)(connection);
+  XCB(xcb_create_pixmap)(connection, Screen()->root_depth, pixmap, Screen()->root, 40, 30);
+  XCB(xcb_create_window)
+  (connection, 0, inputOnly, Screen()->root, 0, 0, 40, 30, 0, XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, 0,
+   nullptr);
+  Synchronise();
+  return {Handle(pixmap), Handle(inputOnly)};
 }
 
 }  // namespace qvg::test

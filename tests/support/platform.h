@@ -3,6 +3,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <vector>
+
+#include "image.h"
 
 namespace qvg::test {
 
@@ -27,10 +30,10 @@ class GuardedBlock {
   uint8_t* data_ = nullptr;
 };
 
-/// A visible window as a host would own it.
+/// A visible window as a host would own it, without a frame, at a place on the screen.
 class HostWindow {
  public:
-  HostWindow(int width, int height);
+  HostWindow(int width, int height, int x = 0, int y = 0);
   ~HostWindow() { Destroy(); }
   HostWindow(const HostWindow&) = delete;
   HostWindow& operator=(const HostWindow&) = delete;
@@ -39,10 +42,17 @@ class HostWindow {
   static bool Available();
   /// The value for CreateSharedContext; null when no window could be made.
   void* handle() const { return handle_; }
+  void Resize(int width, int height);
   void Destroy();
+  /// What the screen shows in the window, the top row first; empty when that can't be told, as for a window that
+  /// reaches beyond the screen.
+  Image Pixels() const;
 
  private:
   void* handle_ = nullptr;
 };
+
+/// Handles of this system's windows and drawables that nothing can be presented in.
+std::vector<void*> UnusableWindows();
 
 }  // namespace qvg::test

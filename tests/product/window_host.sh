@@ -1,0 +1,26 @@
+#!/bin/bash
+# window_host.sh PROGRAM [EMULATOR]: an example host with a window shows its frames and ends, and ends when its window
+# is closed. An X server is started where there is none.
+set -eu
+if [[ ! ${DISPLAY-} ]]; then
+  exec xvfb-run -a -s "-screen 0 1280x1024x24 -nolisten tcp -noreset" "$0" "$@"
+fi
+program=$1
+run=(${2:+"$2"} "$program")
+
+shown=$("${run[@]}" 40 | grep -a -v '^\[')
+echo "$shown"
+[[ $shown == "40 frames shown in a window of 640 x 360"* ]]
+
+if [[ ${2-} ]]; then
+  "${run[@]}" >/dev/null &
+  host=$!
+  sleep 3
+  wine taskkill /im "$(basename "$program")"
+  wait "$host"
+  exit
+fi
+
+# Without a display: one line, and a failure.
+if text=$(env -u DISPLAY "${run[@]}" 40 2>&1); then exit 1; fi
+[[ $text == "x11_host: there is no display" ]]

@@ -1,0 +1,496 @@
+// Textures in windows of the host. What a window shows is read from the screen and compared with a picture that is
+// computed here: bilinear samples of the content, colour times alpha, over black.
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <map>
+#include <thread>
+
+#include "support/platform.h"
+#include "support/table_test.h"
+
+namespace qvg::test {
+namespace {
+
+// Drivers may sample in 8 bits, which rounds along both axes before alpha and the window do.
+constexpr double kLimit = 2;
+
+struct Place {  // in pixels, from the window's lower left corner
+  int x, y, width, height;
+  bool operator==(const Place&) const = default;
+};
+
+// Where the picture belongs, in whole numbers.
+Place Fit(int width, int height, int turns, int windowWidth, int windowHeight) {
+  if (turns % 2 == 1) std::swap(width, height);
+  Place place = {0, 0, windowWidth, windowHeight};
+  if (width * windowHeight >= height * windowWidth) {
+    place.height = (2 * windowWidth * height + width) / (2 * width);
+    place.y = (windowHeight - place.height) / 2;
+  } else {
+    place.width = (2 * windowHeight * width + height) / (2 * height);
+    place.x = (windowWidth - place.width) / 2;
+  }
+  return place;
+}
+
+// What a window shows, the top row first, of a content given row 0 first. flipped: row 0 is the picture's top.
+Image Presented(const Image& content, int turns, bool flipped, int windowWidth, int windowHeight) {
+  const Place place = Fit(content.width, content.height, turns, windowWidth, windowHeight);
+  return MakeImage(windowWidth, windowHeight, [&](int column, int row) -> Color {
+    const int x = column - place.x, y = windowHeight - 1 - row - place.y;
+    if (x < 0 || x >= place.width || y < 0 || y >= place.height) return {0, 0, 0, 1};
+    const double s = (x + 0.5) / place.width, t = (y + 0.5) / place.height;
+    const std::pair<double, double> turned[] = {{s, t}, {1 - t, s}, {1 - s, 1 - t}, {t, 1 - s}};
+    auto [u, v] = turned[turns % 4];
+    if (flipped) v = 1 - v;
+    Color color = SampleLinear(content, u * content.width, v * content.height);
+    for (int c = 0; c < 3; ++c) color[c] *= color[3];
+    color[3] = 1;
+    return color;
+  });
+}
+
+/// A window of the host with its drawer. Every call leaves the caller's context current.
+class View {
+ public:
+  View(int width, int height, int x = 0, int y = 0)
+      : window(width, height, x, y), drawer(Table().CreateWndDrawer(window.handle())) {
+    EXPECT_NE(window.handle(), nullptr);
+    EXPECT_NE(drawer, nullptr);
+    Table().SetWndDrawerSize(drawer, width, height);
+  }
+  ~View() { Table().DestroyWndDrawer(&drawer); }
+  View(const View&) = delete;
+  View& operator=(const View&) = delete;
+
+  bool Draw(QVGTexture* texture) {
+    return OnItsContext([&] { return Table().DrawTextureToWnd(drawer, texture); });
+  }
+  bool Draw(const TexturePtr& texture) { return Draw(texture.get()); }
+  bool Clear(double r, double g, double b) {
+    const double rgb[] = {r, g, b};
+    return OnItsContext([&] { return Table().ClearWnd(drawer, rgb, nullptr, nullptr); });
+  }
+  void Resize(int width, int height) {
+    window.Resize(width, height);
+    Table().SetWndDrawerSize(drawer, width, height);
+  }
+  /// "" once the window shows the image. The screen may lag behind the calls.
+  std::string Shows(const Image& image, double limit = kLimit) {
+    std::string fault;
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(2);
+    do {
+      Errors now;
+      fault = Compare(image, window.Pixels(), limit, now);
+      errors.largest = fault.empty() ? std::max(errors.largest, now.largest) : errors.largest;
+      if (fault.empty()) errors.compared += now.compared;
+      if (!fault.empty()) std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    } while (!fault.empty() && std::chrono::steady_clock::now() < end);
+    return fault;
+  }
+
+  HostWindow window;
+  QVGWndDrawer* drawer = nullptr;
+  Errors errors;
+
+ private:
+  template <typename Work>
+  bool OnItsContext(Work work) {
+    // Other contexts see what was submitted here only when it is done.
+    if (Table().GetCurrentContext() != nullptr) Table().Finish();
+    QVGGLContext* previous = nullptr;
+    if (!Table().MakeCurrentContext(Table().GetWndDrawerHandle(drawer), &previous)) return false;
+    const bool result = work();
+    Table().MakeCurrentContext(previous, nullptr);
+    return result;
+  }
+};
+
+class WindowTest : public TableTest {
+ protected:
+  void SetUp() override {
+    if (!HostWindow::Available()) GTEST_SKIP() << "no display";
+    TableTest::SetUp();
+  }
+
+  // Storage larger than the content, with something else around it.
+  TexturePtr UploadIntoLarger(const Frame& frame) {
+    ClearPools();
+    LeaveGarbage(frame.buffer.format, frame.buffer.width, frame.buffer.height);
+    TexturePtr texture = Upload(frame);
+    EXPECT_GT(gl_.GetTextureAllocatedWidth(texture.get()), static_cast<uint32_t>(frame.buffer.width));
+    EXPECT_GT(gl_.GetTextureAllocatedHeight(texture.get()), static_cast<uint32_t>(frame.buffer.height));
+    return texture;
+  }
+
+  // The library and a new window work as ever.
+  void ExpectAllIsWell() {
+    if (gl_.GetCurrentContext() != context_->handle) gl_.MakeCurrentContext(context_->handle, nullptr);
+    const Image picture = Picture(30, 20, 4);
+    const TexturePtr texture = Upload(picture);
+    View view(60, 50);
+    EXPECT_TRUE(view.Draw(texture));
+    EXPECT_EQ(view.Shows(Presented(picture, 0, true, 60, 50)), "");
+    EXPECT_EQ(gl_.GetCurrentContext(), context_->handle);
+  }
+};
+
+// ---- What is shown ----
+
+TEST_F(WindowTest, BarsKeepTheAspectRatio) {
+  const struct {
+    int width, height, turns, windowWidth, windowHeight;
+    Place place;
+  } rows[] = {
+      {192, 108, 0, 500, 500, {0, 109, 500, 281}},
+      {192, 108, 0, 101, 77, {0, 10, 101, 57}},
+      {192, 108, 0, 333, 60, {113, 0, 107, 60}},
+      {192, 108, 1, 101, 77, {29, 0, 43, 77}},
+      {108, 192, 0, 101, 77, {29, 0, 43, 77}},
+      {108, 192, 1, 192, 108, {0, 0, 192, 108}},
+      {64, 64, 0, 101, 77, {12, 0, 77, 77}},
+      {64, 48, 2, 81, 80, {0, 9, 81, 61}},
+      {64, 48, 3, 81, 80, {10, 0, 60, 80}},
+      {300, 2, 0, 60, 60, {0, 30, 60, 0}},
+      {2, 300, 0, 60, 61, {30, 0, 0, 61}},
+      {1, 1, 0, 64, 40, {12, 0, 40, 40}},
+      {1920, 1080, 0, 1000, 1000, {0, 218, 1000, 563}},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(Size(row.width, row.height) + " in " + Size(row.windowWidth, row.windowHeight));
+    ASSERT_EQ(Fit(row.width, row.height, row.turns, row.windowWidth, row.windowHeight), row.place);
+    // Nowhere near black, so that a bar in the wrong place is seen.
+    const Image picture = MakeImage(row.width, row.height, [](int x, int y) -> Color {
+      return {(90 + Wave(x, y, 0, 3) / 2) / 255.0, (90 + Wave(x, y, 1, 3) / 2) / 255.0, 0.8, 1};
+    });
+    View view(row.windowWidth, row.windowHeight);
+    if (view.window.Pixels().empty()) continue;  // more than this screen holds
+    const TexturePtr texture = Upload(picture);
+    gl_.SetTextureRotation(texture.get(), row.turns);
+    ASSERT_TRUE(view.Draw(texture));
+    EXPECT_EQ(view.Shows(Presented(picture, row.turns, true, row.windowWidth, row.windowHeight)), "");
+  }
+}
+
+// Corner colours of a picture with red and green above blue and white, read from the window row by row.
+TEST_F(WindowTest, PicturesStandAsTurnedAndFlipped) {
+  const struct {
+    int turns;
+    bool topDown;
+    std::string corners;
+  } rows[] = {{0, true, "RGBW"},  {1, true, "BRWG"},  {2, true, "WBGR"},  {3, true, "GWRB"}, {5, true, "BRWG"},
+              {0, false, "BWRG"}, {1, false, "RBGW"}, {2, false, "GRWB"}, {3, false, "WGBR"}};
+  const std::map<char, Color> colors = {
+      {'R', {1, 0, 0, 1}}, {'G', {0, 1, 0, 1}}, {'B', {0, 0, 1, 1}}, {'W', {1, 1, 1, 1}}};
+  const TexturePtr texture =
+      Upload(MakeImage(16, 16, [&](int x, int y) { return colors.at("RGBW"[x / 8 + y / 8 * 2]); }));
+  ASSERT_TRUE(gl_.GetTextureFlipped(texture.get())) << "a top-down frame";
+  View view(64, 64);
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.corners);
+    gl_.SetTextureRotation(texture.get(), row.turns);
+    gl_.SetTextureFlipped(texture.get(), row.topDown);
+    ASSERT_TRUE(view.Draw(texture));
+    ASSERT_EQ(view.Shows(Presented(Content(texture.get()), row.turns, row.topDown, 64, 64)), "");
+    const Image pixels = view.window.Pixels();
+    for (int corner = 0; corner < 4; ++corner) {
+      EXPECT_EQ(pixels.at(16 + corner % 2 * 32, 16 + corner / 2 * 32), colors.at(row.corners[corner]));
+    }
+  }
+}
+
+TEST_F(WindowTest, EveryTurnAndFlipOfFreshAndLargerStorage) {
+  View view(90, 71);
+  for (const bool larger : {false, true}) {
+    for (const int width : {37, 52}) {  // the drawer's memory of the content has to follow
+      const Frame frame = MakeFrame(QVG_FORMAT_RGBA, width, 41, 7);
+      const Image picture = ExpectedUpload(frame, width, 41);
+      for (const bool flipped : {true, false}) {
+        for (int turns = 0; turns < 4; ++turns) {
+          SCOPED_TRACE(::testing::Message()
+                       << "larger " << larger << ", " << width << " wide, flipped " << flipped << ", turns " << turns);
+          const TexturePtr texture = larger ? UploadIntoLarger(frame) : Upload(frame);
+          gl_.SetTextureRotation(texture.get(), turns);
+          gl_.SetTextureFlipped(texture.get(), flipped);
+          ASSERT_TRUE(view.Draw(texture));
+          EXPECT_EQ(view.Shows(Presented(picture, turns, flipped, 90, 71)), "");
+        }
+      }
+    }
+  }
+  Report("windows", view.errors);
+}
+
+TEST_F(WindowTest, ContentOfEveryKindOfStorageAtAnyOrigin) {
+  View view(120, 66);
+  for (const int code : {QVG_FORMAT_RGBA, QVG_FORMAT_BGRA, QVG_FORMAT_RGB, QVG_FORMAT_RGBX332, QVG_FORMAT_NV12}) {
+    SCOPED_TRACE(FormatOf(code).name);
+    const TexturePtr texture = UploadIntoLarger(MakeFrame(code, 48, 30, 5));
+    const Image content = Content(texture.get());
+    ASSERT_TRUE(view.Draw(texture));
+    EXPECT_EQ(view.Shows(Presented(content, 0, true, 120, 66)), "");
+    // A part of it, set by the host.
+    gl_.SetTextureOrigin(texture.get(), 20, 15);
+    gl_.SetTextureSize(texture.get(), 31, 17);
+    const Image part = Content(texture.get());
+    ASSERT_NE(part.at(0, 0), content.at(0, 0));
+    ASSERT_TRUE(view.Draw(texture));
+    EXPECT_EQ(view.Shows(Presented(part, 0, true, 120, 66)), "");
+  }
+}
+
+TEST_F(WindowTest, AlphaFadesToBlack) {
+  const Image picture = MakeImage(64, 32, [](int x, int) -> Color {
+    return {1, 0.4, 0.8, x < 8 ? 0 : (x - 8) / 55.0};
+  });
+  const TexturePtr texture = Upload(picture);
+  View view(64, 32);
+  view.Clear(1, 1, 1);
+  ASSERT_TRUE(view.Draw(texture));
+  EXPECT_EQ(view.Shows(Presented(Quantised(picture), 0, true, 64, 32)), "");
+  EXPECT_EQ(view.window.Pixels().at(3, 9), (Color{0, 0, 0, 1}));
+}
+
+TEST_F(WindowTest, ChannelOrderOfTheTexture) {
+  const Image picture = Picture(40, 30, 6);
+  static constexpr int kCodes[] = {QVG_FORMAT_BGRA, QVG_FORMAT_RGBA, QVG_FORMAT_ABGR, QVG_FORMAT_ARGB};
+  View view(80, 60);
+  for (const bool larger : {false, true}) {
+    for (int order = 0; order < 4; ++order) {
+      SCOPED_TRACE(::testing::Message() << "order " << order << ", larger " << larger);
+      Frame frame = MakeFrame(Layouts(kCodes[order], 40, 30).front(), picture);
+      frame.buffer.format = QVG_FORMAT_RGBA;  // as they lie
+      const TexturePtr texture = larger ? UploadIntoLarger(frame) : Upload(frame);
+      ASSERT_TRUE(gl_.SetTextureChannelOrder(texture.get(), order));
+      ASSERT_TRUE(view.Draw(texture));
+      EXPECT_EQ(view.Shows(Presented(picture, 0, true, 80, 60)), "");
+      Errors errors;
+      EXPECT_EQ(Compare(picture, Content(texture.get()), 0.01, errors), "") << "presenting changed the texture";
+    }
+  }
+}
+
+TEST_F(WindowTest, ClearFillsTheWindow) {
+  View view(50, 30);
+  for (const Color& color : {Color{0.2, 0.4, 0.6, 1}, Color{1, 0, 1, 1}, Color{-1, 2, 0.5, 1}, Color{0, 0, 0, 1}}) {
+    ASSERT_TRUE(view.Clear(color[0], color[1], color[2]));
+    EXPECT_EQ(view.Shows(Image(50, 30, color), 0.51), "");
+  }
+}
+
+TEST_F(WindowTest, NothingToShowClearsOnly) {
+  const TexturePtr texture = Upload(Picture(20, 20, 1, true)), empty = Upload(Picture(20, 20, 1, true));
+  gl_.SetTextureSize(empty.get(), 0, 20);
+  HostWindow window(30, 30);
+  View view(30, 30);
+  for (const int row : {0, 1, 2}) {
+    SCOPED_TRACE(row);
+    ASSERT_TRUE(view.Clear(1, 1, 1));
+    ASSERT_EQ(view.Shows(Image(30, 30, {1, 1, 1, 1})), "");
+    gl_.SetWndDrawerSize(view.drawer, row == 1 ? 0 : 30, row == 2 ? 0 : 30);
+    ASSERT_TRUE(view.Draw(row == 0 ? empty : texture));
+    EXPECT_EQ(view.Shows(Image(30, 30, {0, 0, 0, 1})), "");
+  }
+  EXPECT_FALSE(view.Draw(nullptr));
+}
+
+TEST_F(WindowTest, WithoutItsContextADrawerDoesNothing) {
+  ExpectErrorLines();
+  View view(40, 40), other(40, 40, 100);
+  const Image white(40, 40, {1, 1, 1, 1});
+  const double red[] = {1, 0, 0};
+  const TexturePtr texture = Upload(Picture(20, 20, 1));
+  ASSERT_TRUE(view.Clear(1, 1, 1) && other.Clear(1, 1, 1));
+  for (QVGGLContext* current :
+       {static_cast<QVGGLContext*>(nullptr), context_->handle, gl_.GetWndDrawerHandle(other.drawer)}) {
+    ASSERT_TRUE(gl_.MakeCurrentContext(current, nullptr));
+    EXPECT_FALSE(gl_.DrawTextureToWnd(view.drawer, texture.get()));
+    gl_.ClearWnd(view.drawer, red, nullptr, nullptr);
+    EXPECT_EQ(gl_.GetCurrentContext(), current);
+  }
+  ASSERT_TRUE(gl_.MakeCurrentContext(context_->handle, nullptr));
+  EXPECT_EQ(view.Shows(white), "");
+  EXPECT_EQ(other.Shows(white), "");
+}
+
+// ---- Several windows, sizes and threads ----
+
+TEST_F(WindowTest, WindowsOfDifferentSizesAtOnce) {
+  View first(100, 60), second(70, 130, 120, 10);
+  for (int frame = 0; frame < 3; ++frame) {
+    const Image pictures[] = {Picture(50, 40, frame), Picture(33, 47, 8 + frame)};
+    const TexturePtr textures[] = {Upload(pictures[0]), Upload(pictures[1])};
+    ASSERT_TRUE(first.Draw(textures[0]) && second.Draw(textures[1]));
+    EXPECT_EQ(first.Shows(Presented(pictures[0], 0, true, 100, 60)), "");
+    EXPECT_EQ(second.Shows(Presented(pictures[1], 0, true, 70, 130)), "");
+    // The same texture in both.
+    ASSERT_TRUE(second.Draw(textures[0]));
+    EXPECT_EQ(second.Shows(Presented(pictures[0], 0, true, 70, 130)), "");
+    EXPECT_EQ(first.Shows(Presented(pictures[0], 0, true, 100, 60)), "");
+  }
+}
+
+TEST_F(WindowTest, ResizedBetweenFrames) {
+  View view(120, 80);
+  const Image picture = Picture(48, 32, 2);
+  const TexturePtr texture = Upload(picture);
+  const std::pair<int, int> sizes[] = {{120, 80}, {61, 97}, {300, 150}, {300, 151}, {33, 21}, {128, 128}};
+  for (const auto& [width, height] : sizes) {
+    SCOPED_TRACE(Size(width, height));
+    view.Resize(width, height);
+    ASSERT_TRUE(view.Draw(texture));
+    EXPECT_EQ(view.Shows(Presented(picture, 0, true, width, height)), "");
+    ASSERT_TRUE(view.Draw(texture));
+    EXPECT_EQ(view.Shows(Presented(picture, 0, true, width, height)), "") << "second frame";
+  }
+}
+
+TEST_F(WindowTest, TwoDrawersOnOneWindow) {
+  View view(60, 60);
+  const Image pictures[] = {Picture(40, 30, 1), Picture(30, 40, 2)};
+  const TexturePtr textures[] = {Upload(pictures[0]), Upload(pictures[1])};
+  QVGWndDrawer* const first = view.drawer;
+  QVGWndDrawer* second = gl_.CreateWndDrawer(view.window.handle());
+  ASSERT_NE(second, nullptr);
+  gl_.SetWndDrawerSize(second, 60, 60);
+  for (int frame = 0; frame < 4; ++frame) {
+    view.drawer = frame % 2 == 0 ? first : second;
+    ASSERT_TRUE(view.Draw(textures[frame % 2]));
+    EXPECT_EQ(view.Shows(Presented(pictures[frame % 2], 0, true, 60, 60)), "") << frame;
+  }
+  view.drawer = first;
+  gl_.DestroyWndDrawer(&second);
+  ASSERT_TRUE(view.Draw(textures[0]));
+  EXPECT_EQ(view.Shows(Presented(pictures[0], 0, true, 60, 60)), "") << "after the other drawer went";
+}
+
+TEST_F(WindowTest, EveryWindowDrawnOnAThreadOfItsOwn) {
+  constexpr int kThreads = 3;
+  std::vector<std::unique_ptr<View>> views;
+  for (int i = 0; i < kThreads; ++i) views.push_back(std::make_unique<View>(60 + 20 * i, 50, 150 * i));
+  std::atomic<int> drawn = 0;
+  const auto work = [&](int i) {
+    CurrentContext context;
+    for (int frame = 0; frame < 30; ++frame) {
+      const TexturePtr texture = Upload(Picture(40, 30 + i, frame));
+      drawn += views[i]->Draw(texture);
+    }
+  };
+  std::vector<std::thread> threads;
+  for (int i = 0; i < kThreads; ++i) threads.emplace_back(work, i);
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(drawn, 30 * kThreads);
+  for (int i = 0; i < kThreads; ++i) {
+    EXPECT_EQ(views[i]->Shows(Presented(Picture(40, 30 + i, 29), 0, true, 60 + 20 * i, 50)), "") << i;
+  }
+}
+
+// ---- Coming and going ----
+
+TEST_F(WindowTest, WhatCannotBePresentedInGivesNoDrawer) {
+  ExpectErrorLines();
+  HostWindow gone(20, 20);
+  std::vector<void*> windows = {nullptr, reinterpret_cast<void*>(uintptr_t{0x7FFFFFF1}), gone.handle()};
+  gone.Destroy();
+  for (void* window : UnusableWindows()) windows.push_back(window);
+  for (void* window : windows) {
+    TakeLog();
+    EXPECT_EQ(gl_.CreateWndDrawer(window), nullptr) << window;
+    EXPECT_NE(TakeLog().find("[ERROR] "), std::string::npos) << window;
+    EXPECT_EQ(gl_.GetCurrentContext(), context_->handle);
+  }
+  ExpectAllIsWell();
+}
+
+TEST_F(WindowTest, NothingIsLeftOfDrawers) {
+  ExpectAllIsWell();
+  const auto lastCount = [](const std::string& log) {
+    return log.substr(std::min(log.rfind("Context count="), log.size()));
+  };
+  const Frame frame = MakeFrame(QVG_FORMAT_RGBA, 40, 30, 1);
+  const TexturePtr texture = UploadIntoLarger(frame);
+  HostWindow window(50, 50);
+  const std::vector<size_t> names = NameCounts();
+  std::string count;
+  for (int round = 0; round < 20; ++round) {
+    TakeLog();
+    QVGWndDrawer* drawer = gl_.CreateWndDrawer(window.handle());
+    ASSERT_NE(drawer, nullptr) << round;
+    EXPECT_EQ(gl_.GetCurrentContext(), context_->handle);
+    gl_.SetWndDrawerSize(drawer, 50, 50);
+    gl_.Finish();
+    ASSERT_TRUE(gl_.MakeCurrentContext(gl_.GetWndDrawerHandle(drawer), nullptr));
+    ASSERT_TRUE(gl_.DrawTextureToWnd(drawer, texture.get()));
+    const bool current = round % 2 == 1;
+    if (!current) {
+      ASSERT_TRUE(gl_.MakeCurrentContext(context_->handle, nullptr));
+    }
+    EXPECT_TRUE(gl_.DestroyWndDrawer(&drawer));
+    EXPECT_EQ(drawer, nullptr);
+    EXPECT_EQ(gl_.GetCurrentContext(), current ? nullptr : context_->handle);
+    ASSERT_TRUE(gl_.MakeCurrentContext(context_->handle, nullptr));
+    const std::string after = lastCount(TakeLog());
+    if (round > 0) {
+      EXPECT_EQ(after, count) << round;
+    }
+    count = after;
+  }
+  EXPECT_NE(count, "");
+  EXPECT_EQ(NameCounts(), names);
+}
+
+TEST_F(WindowTest, WindowAndDrawerGoInAnyOrder) {
+  ExpectErrorLines();
+  const TexturePtr texture = Upload(Picture(30, 20, 1));
+  const double red[] = {1, 0, 0};
+  gl_.Finish();
+  // Each letter is a step: w the window dies, d the drawer does, c its context is made current, u nothing is, p the
+  // context is given to the pool, f a frame is drawn, r the window is cleared, o an other window takes a frame.
+  for (const std::string order :
+       {"fdw", "cfdw", "fwd", "cfwd", "cfwfrfud", "fwcfrd", "cfwuod", "cwofrud", "pdwo", "wpdo", "cfpod"}) {
+    SCOPED_TRACE(order);
+    View view(40, 40);
+    QVGGLContext* context = gl_.GetWndDrawerHandle(view.drawer);
+    for (const char step : order) {
+      if (step == 'w') view.window.Destroy();
+      if (step == 'd') gl_.DestroyWndDrawer(&view.drawer);
+      if (step == 'c') gl_.MakeCurrentContext(context, nullptr);  // a dead window's may refuse
+      if (step == 'u') gl_.MakeCurrentContext(nullptr, nullptr);
+      if (step == 'p') gl_.ReleaseSharedContext(&context);
+      if (step == 'f') gl_.DrawTextureToWnd(view.drawer, texture.get());
+      if (step == 'r') gl_.ClearWnd(view.drawer, red, nullptr, nullptr);
+      if (step == 'o') ExpectAllIsWell();
+    }
+    ExpectAllIsWell();
+  }
+}
+
+TEST_F(WindowTest, WindowDiesWhileAnotherThreadDraws) {
+  ExpectErrorLines();
+  for (int round = 0; round < 8; ++round) {
+    SCOPED_TRACE(round);
+    View view(200, 150);
+    std::atomic<int> frames = 0;
+    std::atomic<bool> gone = false;
+    std::thread thread([&] {
+      CurrentContext context;
+      const TexturePtr texture = Upload(Picture(64, 48, 1));
+      Table().Finish();
+      Table().MakeCurrentContext(Table().GetWndDrawerHandle(view.drawer), nullptr);
+      for (int after = 0; after < 5; after += gone) {
+        Table().DrawTextureToWnd(view.drawer, texture.get());
+        ++frames;
+      }
+      Table().MakeCurrentContext(context.handle, nullptr);
+    });
+    while (frames < 3 + round) std::this_thread::yield();
+    view.window.Destroy();
+    gone = true;
+    thread.join();
+  }
+  ExpectAllIsWell();
+}
+
+}  // namespace
+}  // namespace qvg::test
