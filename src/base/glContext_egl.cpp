@@ -394,6 +394,7 @@ QVGContextData* _CreateDummyGLContext(void* window, bool loadEntryPoints, const 
     const Reply<xcb_get_window_attributes_reply_t> attributes{xcb_get_window_attributes_reply(
         egl.connection, xcb_get_window_attributes(egl.connection, data->window), nullptr)};
     if (attributes == nullptr) return fail("xcb_get_window_attributes failed.");
+    if (attributes->_class == XCB_WINDOW_CLASS_INPUT_ONLY) return fail("the window is for input only.");
     const Reply<xcb_get_geometry_reply_t> geometry = Geometry(egl.connection, data->window);
     if (geometry == nullptr) return fail("xcb_get_geometry failed.");
     const WindowFormat format{attributes->visual, geometry->depth};
