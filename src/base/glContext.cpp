@@ -33,6 +33,20 @@ void QVGLContextManager::Uninit() {
   _DestroyAll();
 }
 
+void QVGLContextManager::DestroyOthers(void* kept) {
+  std::lock_guard poolLock(poolMutex_);
+  std::lock_guard lock(contextsMutex_);
+  pool_.clear();
+  for (auto entry = contexts_.begin(); entry != contexts_.end();) {
+    if (entry->second == kept) {
+      ++entry;
+      continue;
+    }
+    DestroyContextData(entry->second);
+    entry = contexts_.erase(entry);
+  }
+}
+
 void QVGLContextManager::_DestroyAll() {
   pool_.clear();
   for (const auto& [key, context] : contexts_) DestroyContextData(context);

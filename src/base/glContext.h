@@ -23,6 +23,9 @@ class QVGLContextManager {
   bool Init();
   /// Destroys every context, the main one last.
   void Uninit();
+  /// Destroys every shared context but one. Drivers keep parts of an object for each context that used it, and give
+  /// them back only when those contexts go before the object.
+  void DestroyOthers(void* kept);
 
   /// @param reserved ignored.
   /// @param window the caller's window, which must outlive the context; ignored with useDummyWindow. Null: hidden.
@@ -67,6 +70,7 @@ class TemporaryContext {
 
   /// Whether the context could be made and is current.
   bool Valid() const { return valid_; }
+  void* Handle() const { return context_; }
 
  private:
   QVGLContextManager& manager_;

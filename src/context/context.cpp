@@ -125,6 +125,7 @@ void QVGContext::Uninit() {
     images_.reset();
     resourceCache_.reset();
     texturePool_.reset();
+    contextManager_->DestroyOthers(context.Handle());
     programCache_.reset();
     pixelBufferMapper_.reset();
     pixelBufferPool_.reset();
