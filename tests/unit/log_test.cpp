@@ -6,6 +6,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <ctime>
+#include <latch>
 #include <regex>
 #include <sstream>
 #include <thread>
@@ -58,11 +59,13 @@ TEST_F(LogTest, DefaultSinkPutsTheLevelInFront) {
 }
 
 TEST_F(LogTest, LinesOfSeveralThreadsStayWhole) {
-  constexpr int kLines = 300;
+  constexpr int kLines = 1000;
   const std::string text = Written([] {
     std::vector<std::thread> threads;
+    std::latch start(4);
     for (int i = 0; i < 4; ++i) {
-      threads.emplace_back([i] {
+      threads.emplace_back([i, &start] {
+        start.arrive_and_wait();
         for (int n = 0; n < kLines; ++n) DefaultLogSink(std::string(80, static_cast<char>('a' + i)), i, 0);
       });
     }
