@@ -129,6 +129,11 @@ QVGContextData* QVGLContextManager::_FindCurrent() const {
   return found == contexts_.end() ? nullptr : found->second;
 }
 
+bool QVGLContextManager::IsLive(void* handle) {
+  std::lock_guard lock(contextsMutex_);
+  return contexts_.contains(static_cast<QVGContextData*>(handle));
+}
+
 void* QVGLContextManager::GetCurrentContext() {
   std::lock_guard lock(contextsMutex_);
   return _FindCurrent();

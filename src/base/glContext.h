@@ -36,6 +36,8 @@ class QVGLContextManager {
   void* GetSharedContext();
   /// Gives a context back for GetSharedContext and writes null into the handle.
   bool ReleaseSharedContext(void*& handle);
+  /// Whether the handle is of a context that is handed out or idle.
+  bool IsLive(void* handle);
   /// The handed-out context that is current on the calling thread, or null; never the main context.
   void* GetCurrentContext();
   /// Null unbinds. previous receives what GetCurrentContext would have given, in every outcome.

@@ -153,16 +153,20 @@ void WndDrawer::_DestroyObjects() {
 bool WndDrawer::Uninit() {
   std::lock_guard lock(mutex_);
   if (context_ == nullptr) return true;
+  // The host may have given it back, which destroys the context of a window that is gone.
+  const bool live = contexts_.IsLive(context_);
   {
     const BindingRestorer previous;
     if (initialized_) {
       // The window may be gone, and its context with it for making current; objects are shared, any context will do.
       std::unique_ptr<TemporaryContext> substitute;
-      if (!contexts_.MakeCurrentContext(context_, nullptr)) substitute = std::make_unique<TemporaryContext>(contexts_);
+      if (!live || !contexts_.MakeCurrentContext(context_, nullptr)) {
+        substitute = std::make_unique<TemporaryContext>(contexts_);
+      }
       _DestroyObjects();
     }
   }
-  contexts_.DestroySharedContext(context_);
+  if (live) contexts_.DestroySharedContext(context_);
   context_ = nullptr;
   initialized_ = false;
   return true;
