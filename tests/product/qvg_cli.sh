@@ -85,11 +85,12 @@ refused "a full disk" 1 process clip.mp4 -o /dev/full --format mpegts
 refused "unknown container" 1 process clip.mp4 -o out.nonsense
 refused "output over the input" 1 process clip.mp4 -o ./clip.mp4
 refused "missing background" 1 process clip.mp4 -o out.mp4 --background nothing.png
+refused "missing background of the effect" 1 process clip.mp4 -o out.mp4 --bgfile nothing.png
 refused "no output" 2 process clip.mp4
 refused "no command" 2
 refused "unknown command" 2 frobnicate
 for option in "--nonsense 1" "--scale big" "--scale -1" "--opacity 1.5" "--rotate x" "--size 10" "--size 0x5" \
-  "--blend purple" "--background-color mud" "--frames 0" "--quality 99" "--move 3"; do
+  "--blend purple" "--background-color mud" "--key mud" "--blur 101" "--bright -101" "--blur x" "--frames 0" "--quality 99" "--move 3"; do
   # shellcheck disable=SC2086
   refused "$option" 2 process clip.mp4 -o out.mp4 $option
 done
@@ -123,6 +124,70 @@ for row in "--opacity 0.5 --background-color blue;100 16 128" "--blend multiply 
   ((${r:-999} - wr <= 1 && wr - r <= 1 && g - wg <= 1 && wg - g <= 1 && b - wb <= 1 && wb - b <= 1))
   verdict "${row%%;*}" $? "wanted ${row#*;}, got ${r:-} ${g:-} ${b:-}"
 done
+
+# ---- Effects
+
+rows=$("$qvg" effects | tee effects.txt | grep -Ec "^[a-z_-]+ +(integer|switch|file|colour) ")
+expect "effects, as text and as JSON" "15 15" "$rows $("$qvg" effects --json | tee effects.json | grep -c '"default"')"
+python3 -c "import json; rows = json.load(open('effects.json'))[0]['parameters']
+assert [rows[6][k] for k in ('name', 'minimum', 'maximum')] == ['blur', 0, 100]; assert len(rows) == 15"
+verdict "the JSON can be read" $?
+
+rgba() { ffmpeg -nostdin -v error -i "$1" -vf "crop=1:1:$2:$3" -f rawvideo -pix_fmt rgba - | od -An -tu1 | xargs; }
+# near NAME LIMIT WANTED GOT: numbers, each as far off as the limit at most.
+near() {
+  awk -v w="$3" -v g="$4" -v limit="$2" 'BEGIN{n = split(w, a); if (split(g, b) != n) exit 1
+    for (i = 1; i <= n; ++i) if (a[i] - b[i] > limit || b[i] - a[i] > limit) exit 1}'
+  verdict "$1" $? "wanted $3, got $4"
+}
+screen="color=0x23A844:size=320x200,format=rgb24,noise=alls=6:allf=t"
+make -f lavfi -i "$screen,drawbox=x=100:y=20:w=120:h=60:color=0xC8785A:t=fill" -frames:v 1 screen.png
+make -f lavfi -i "color=red:size=100x100,format=rgb24,drawbox=y=50:h=50:w=100:color=blue:t=fill" -frames:v 1 halves.png
+key="--key 0x23A844 --similarity 150 --anti-spill 60"
+# shellcheck disable=SC2086
+process screen.png -o keyed.png $key
+near "keyed: the screen is transparent, the subject as it was" 8 "0 200 120 90 255" \
+  "$(rgba keyed.png 5 5 | cut -d' ' -f4) $(rgba keyed.png 160 50)"
+# shellcheck disable=SC2086
+process screen.png -o over.png $key --background-color 0x102030
+near "keyed over a colour" 8 "16 32 48 255 200 120 90 255" "$(rgba over.png 5 5) $(rgba over.png 160 50)"
+# shellcheck disable=SC2086
+process screen.png -o behind.png $key --background halves.png
+near "keyed over an image: all upright" 8 "255 0 0 0 0 255 200 120 90" \
+  "$(rgba behind.png 5 5 | cut -d' ' -f1-3) $(rgba behind.png 5 195 | cut -d' ' -f1-3) $(rgba behind.png 160 50 | cut -d' ' -f1-3)"
+# A picture of one colour that stays in part.
+make -f lavfi -i "color=0xC8785A:size=64x48,format=rgb24" -frames:v 1 skin.png
+part="--key 0x23A844 --similarity 1 --smoothness 600 --anti-spill 1"
+# shellcheck disable=SC2086
+process skin.png -o part.png $part
+read -r r g b a <<<"$(rgba part.png 30 20)"
+near "straight alpha" 3 "200 120 90" "$r $g $b"
+((a > 40 && a < 200))
+verdict "alpha between" $? "$a"
+for place in "" "--scale 0.7 --rotate 5"; do
+  # shellcheck disable=SC2086
+  process skin.png -o part-over.png $part $place --background-color white
+  near "blended straight over a colour $place" 3 \
+    "$((255 + (200 - 255) * a / 255)) $((255 + (120 - 255) * a / 255)) $((255 + (90 - 255) * a / 255)) 255" \
+    "$(rgba part-over.png 30 20)"
+done
+process red.png -o bright.png --bright 20
+near "a parameter switches its stage on" 3 "240 38 0 255" "$(rgba bright.png 5 5)"
+process red.png -o dull.png --bright 20 --no-enable-color
+expect "unless told otherwise" "$(pixels red.png)" "$(pixels dull.png)"
+make -f lavfi -i "$screen" -frames:v 3 -c:v libx264 -crf 4 screen.mp4
+# shellcheck disable=SC2086
+process screen.mp4 -o keyed.mov $key
+expect "a clip with alpha" "prores,0" "$(probe -show_entries stream=codec_name keyed.mov),$(rgba keyed.mov 5 5 | head -n 1 |
+  cut -d' ' -f4)"
+"$qvg" tune screen.png -o tune.png >tune.txt 2>err.log
+verdict "tune" $? "$(<err.log)"
+[[ $(probe -show_entries stream=width,height tune.png) =~ ^1[0-9]{3},[0-9]{3,4}$ ]]
+verdict "tune's sheet" $?
+# shellcheck disable=SC2046
+process screen.png -o tuned.png $(tail -n 1 tune.txt)
+near "tune's options" 8 "0 200 120 90 255" "$(rgba tuned.png 5 5 | cut -d' ' -f4) $(rgba tuned.png 160 50)"
+refused "tuning a picture without a screen" 1 tune <(make -f lavfi -i color=gray:size=64x48 -frames:v 1 -f mjpeg -) -o out.png
 
 # ---- Clips
 
@@ -171,6 +236,8 @@ make -i uneven.mp4 -c copy -metadata:s:v rotate=90 turned.mp4
 process turned.mp4 -o upright.png
 make -i turned.mp4 -frames:v 1 wanted.png
 close "rotation in the file" 8 wanted.png upright.png
+process turned.mp4 -o upright-effect.png --enable-color
+close "rotation in the file, through the effect" 2 upright.png upright-effect.png
 
 make -i clip.mp4 -frames:v 8 -an clip.y4m
 "$qvg" process - -o piped.mp4 <clip.y4m >/dev/null 2>err.log

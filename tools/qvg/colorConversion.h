@@ -11,7 +11,8 @@ namespace qvgtool {
 
 /** How frames travel to the library. */
 enum class UploadPath {
-  // In their own format where the library has it; YUV that is limited-range or not BT.601 is brought to full-range BT.601
+  // In their own format where the library has it; YUV that is limited-range or not BT.601 is brought to full-range
+  // BT.601
   // within that format first.
   kNative,
   // RGB in its own format, YUV as RGBA: the library's YUV conversion samples planes up to a pixel beside the pixel's

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "compositor.h"
+#include "effect.h"
 #include "mediaReader.h"
 #include "mediaWriter.h"
 
@@ -19,6 +20,7 @@ struct ProcessOptions {
   std::string sheet;  // Contact sheet, PNG; empty: none.
   ReadOptions read;
   WriteOptions write;
+  EffectSettings effect;
   Layout layout;
   UploadPath upload = UploadPath::kNative;
   std::optional<std::pair<int, int>> size;  // Of the output; the own clip's as well.
@@ -27,6 +29,19 @@ struct ProcessOptions {
 };
 
 int RunProcess(const ProcessOptions& options);
+
+/** Prints the effect's parameters. */
+int RunEffects(bool json);
+
+struct TuneOptions {
+  std::string input;
+  std::string sheet = "tune.png";
+  std::string key;  // Empty: found in the picture.
+  double from = 0;  // Seconds.
+};
+
+/** Finds values for keying and draws what they and their neighbours give. */
+int RunTune(const TuneOptions& options);
 
 /** Tells about platform, driver and versions. */
 int RunInfo(bool verbose);

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "alpha.h"
+
 namespace qvgtool {
 namespace {
 
@@ -71,9 +73,12 @@ void Compositor::SetBackground(const AVFrame& image) { background_ = renderer_.U
 
 const Texture& Compositor::Draw(const AVFrame& frame, int quarterTurns, bool alpha) {
   const auto& gl = renderer_.Table();
-  const Texture picture = renderer_.Upload(converter_.Prepare(frame));
-  // The library counts quarter turns in its own y direction, which is up.
-  gl.SetTextureRotation(picture.get(), static_cast<uint32_t>((4 - quarterTurns) % 4));
+  Texture picture = _Upload(frame, alpha && effect_);
+  // The library counts quarter turns counter-clockwise where y points up, as in an effect's result; in the targets of
+  // this class y points down.
+  gl.SetTextureRotation(picture.get(), static_cast<uint32_t>(effect_ ? quarterTurns : (4 - quarterTurns) % 4));
+  if (effect_) picture = effect_->Apply(picture);
+  const bool premultiplied = effect_ && effect_->Transparent(alpha);
   const bool lying = quarterTurns % 2 != 0;
   const int width = lying ? frame.height : frame.width;
   const int height = lying ? frame.width : frame.height;
@@ -94,11 +99,13 @@ const Texture& Compositor::Draw(const AVFrame& frame, int quarterTurns, bool alp
   params.translation[1] += layout_.move[1];
   params.scale[0] = params.scale[1] = fit * layout_.scale;
   params.rotation[2] = layout_.rotate;
-  params.opacity = layout_.opacity;
+  if (effect_) params.scale[1] *= -1;  // Its result lies the other way up.
 
+  if (premultiplied) picture = _StraightLayer(picture, std::exchange(params, DefaultParams()));
   const bool covers =
       sameSize && layout_.scale == 1 && layout_.rotate == 0 && layout_.move[0] == 0 && layout_.move[1] == 0;
-  const bool opaque = !alpha && layout_.opacity == 1;
+  params.opacity = layout_.opacity;
+  const bool opaque = !premultiplied && (!alpha || effect_) && layout_.opacity == 1;
   const bool replaces = layout_.blend.empty() && opaque;
   params.blendType = replaces ? static_cast<int>(QVG_BLEND_NONE) : blendType_;
 
@@ -112,10 +119,34 @@ const Texture& Compositor::Draw(const AVFrame& frame, int quarterTurns, bool alp
                    static_cast<double>(height_) / gl.GetTextureHeight(background_.get()));
       _DrawInto(background_, behind);
     }
-    if (layout_.shadow > 0) _DrawShadow(width, height, fit * layout_.scale, params);
+    // The shadow is a rectangle's.
+    if (layout_.shadow > 0 && !premultiplied) _DrawShadow(width, height, fit * layout_.scale, params);
   }
   _DrawInto(picture, params);
   return target_;
+}
+
+Texture Compositor::_Upload(const AVFrame& frame, bool premultiplied) {
+  if (!premultiplied) return renderer_.Upload(converter_.Prepare(frame));
+  return renderer_.Upload(*Premultiplied(
+      toRGBA_.Convert(frame, AV_PIX_FMT_RGBA, frame.width, frame.height, {.rgb = true, .fullRange = true})));
+}
+
+// The library blends straight colours. They are made after scaling and turning: between a straight pixel and a
+// transparent one, whose colour means nothing, edges would darken.
+Texture Compositor::_StraightLayer(const Texture& picture, QVGDrawTextureParams params) {
+  const auto& gl = renderer_.Table();
+  if (!layer_) {
+    layer_ = renderer_.NewTarget(width_, height_);
+    layerBuffer_ = renderer_.NewFrameBuffer(layer_);
+  }
+  constexpr double kNothing[4] = {0, 0, 0, 0};
+  params.blendType = QVG_BLEND_NONE;
+  if (!gl.ClearFrameBuffer(layerBuffer_.get(), kNothing) ||
+      !gl.DrawTexture(picture.get(), layerBuffer_.get(), &params)) {
+    throw Error("drawing failed");
+  }
+  return renderer_.Upload(*Unpremultiplied(*renderer_.ReadBack(layer_, AV_PIX_FMT_RGBA)));
 }
 
 void Compositor::_DrawShadow(int width, int height, double scale, const QVGDrawTextureParams& place) {

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "colorConversion.h"
+#include "effect.h"
 #include "renderer.h"
 
 namespace qvgtool {
@@ -32,10 +33,15 @@ class Compositor {
   /** Lays an image over the whole output, below everything; it is cut to the output's shape. */
   void SetBackground(const AVFrame& image);
 
+  /** Every frame goes through the effect first. It must live as long as this object. */
+  void SetEffect(const Effect& effect) { effect_ = &effect; }
+
   /** Draws a frame. @return the finished picture, in force until the next call. Throws Error. */
   const Texture& Draw(const AVFrame& frame, int quarterTurns, bool alpha);
 
  private:
+  Texture _Upload(const AVFrame& frame, bool premultiplied);
+  Texture _StraightLayer(const Texture& picture, QVGDrawTextureParams params);
   void _DrawShadow(int width, int height, double scale, const QVGDrawTextureParams& place);
   void _DrawInto(const Texture& texture, const QVGDrawTextureParams& params);
 
@@ -44,8 +50,12 @@ class Compositor {
   int width_, height_;
   int blendType_;
   UploadConverter converter_, imageConverter_{UploadPath::kSharp};
+  ColorConverter toRGBA_;
   Texture target_;
   FrameBuffer frameBuffer_;
+  const Effect* effect_ = nullptr;
+  Texture layer_;
+  FrameBuffer layerBuffer_;
   Texture background_, shadow_;
   int shadowWidth_ = 0, shadowHeight_ = 0;
 };

@@ -17,6 +17,12 @@ class DemoClip : public FrameSource {
   int64_t next_ = 0;
 };
 
+/** The screen's colour. */
+inline constexpr char kDemoKey[] = "#22aa41";
+
+/** The name under which the effect gets it. */
+inline constexpr char kDemoBackground[] = "the demo's background";
+
 /** A picture to put behind the clip: an evening with lights, as large as its frames. */
 FramePtr DemoBackground(const VideoFormat& format);
 

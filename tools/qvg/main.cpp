@@ -3,10 +3,13 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cstring>
 #include <filesystem>
 #include <sstream>
 
 #include "commands.h"
+#include "demoClip.h"
+#include "effectOptions.h"
 
 extern "C" {
 #include <libavutil/parseutils.h>
@@ -42,8 +45,9 @@ void SetUpProcess(CLI::App& app, ProcessOptions& options) {
   app.footer(
       "Examples:\n"
       "  qvg process clip.mp4 -o out.mp4                          the clip as it is\n"
-      "  qvg process clip.mp4 -o out.mp4 --scale 0.8 --rotate 5 --background beach.jpg --shadow 0.6\n"
+      "  qvg process clip.mp4 -o out.mp4 --scale 0.8 --rotate 5 --background beach.jpg --drop-shadow 0.6\n"
       "  qvg process photo.jpg -o out.png --size 640x480\n"
+      "  qvg process screen.mp4 -o out.mp4 --key 0x23a844 --background beach.jpg --blur 60\n"
       "  ffmpeg -i clip.mkv -f yuv4mpegpipe - | qvg process - -o out.mp4\n"
       "Colours come out as they went in; the output is tagged as limited-range BT.601.\n"
       "Exit code: 0 done, 1 failed or input damaged, 2 wrong usage, 130 interrupted.");
@@ -96,7 +100,8 @@ void SetUpProcess(CLI::App& app, ProcessOptions& options) {
           "")
       ->type_name("NAME")
       ->group(mix);
-  app.add_option("--background", options.layout.background, "Image behind the frame, cut to the output's shape")
+  app.add_option("--background", options.layout.background,
+                 "Image behind the frame, cut to the output's shape; with --key where the key colour was")
       ->type_name("FILE")
       ->group(mix);
   app.add_option_function<std::string>(
@@ -111,7 +116,7 @@ void SetUpProcess(CLI::App& app, ProcessOptions& options) {
          "Colour behind the frame: #rrggbb, #rrggbbaa or a name; else black, or transparent where the image keeps it")
       ->type_name("COLOUR")
       ->group(mix);
-  app.add_option("--shadow", options.layout.shadow, "Opacity of a soft shadow below the frame")
+  app.add_option("--drop-shadow", options.layout.shadow, "Opacity of a soft shadow below the frame")
       ->check(CLI::Range(0.0, 1.0).description(""))
       ->type_name("0..1")
       ->group(mix);
@@ -160,8 +165,31 @@ void SetUpProcess(CLI::App& app, ProcessOptions& options) {
   app.add_flag("--verbose", options.verbose, "Prints every line of the library's and FFmpeg's logs");
 }
 
+// The own clip: keyed over a picture, with beauty, unless options say otherwise.
+void CompleteDemo(ProcessOptions& options, const CLI::App& app) {
+  const auto add = [&](const char* name, ParamSetting setting) {
+    options.effect.try_emplace(name, std::move(setting));
+  };
+  add("enable_key", ParamSetting::Switch(true));
+  add("color", ParamSetting::Color(kDemoKey));
+  add("similarity", ParamSetting::Integer(140));
+  add("smoothness", ParamSetting::Integer(60));
+  add("anti-spill", ParamSetting::Integer(60));
+  add("blur", ParamSetting::Integer(60));
+  add("whitten", ParamSetting::Integer(20));
+  if (app.count("--background-color") == 0 && options.layout.background.empty()) {
+    add("bgfile", ParamSetting::File(kDemoBackground));
+  }
+}
+
 // What is known once all options are: defaults of the own clip, and wishes that exclude each other.
 void Complete(ProcessOptions& options, const CLI::App& app) {
+  EffectSettings& effect = options.effect;
+  if (options.input.empty()) CompleteDemo(options, app);
+  if (IsOn(effect, "enable_key") && !options.layout.background.empty() && !effect.contains("bgfile")) {
+    effect["bgfile"] = ParamSetting::File(std::exchange(options.layout.background, {}));
+  }
+  ImplySwitches(effect);
   if (!options.input.empty()) {
     if (options.output.empty()) throw CLI::RequiredError("-o FILE");
     return;
@@ -175,9 +203,18 @@ void Complete(ProcessOptions& options, const CLI::App& app) {
   if (options.sheet.empty()) {
     options.sheet = (path.parent_path() / (path.stem().string() + "-sheet.png")).string();
   }
-  if (app.count("--scale") == 0) options.layout.scale = 0.8;
-  if (app.count("--rotate") == 0) options.layout.rotate = -4;
-  if (app.count("--shadow") == 0) options.layout.shadow = 0.6;
+}
+
+void SetUpTune(CLI::App& app, TuneOptions& options) {
+  app.description(
+      "Finds the colour of the screen along the picture's borders and values with which it disappears,\n"
+      "draws what they and their neighbours give, and prints the options to paste.");
+  app.add_option("INPUT", options.input, "Video or image")->required();
+  app.add_option("-o,--output", options.sheet, "The contact sheet")->type_name("PNG")->capture_default_str();
+  app.add_option("--key", options.key, "Colour of the screen; else found")->type_name("COLOUR");
+  app.add_option("--from", options.from, "Looks at the frame there")
+      ->check(CLI::Range(0.0, 1e9).description(""))
+      ->type_name("SECONDS");
 }
 
 int Main(int argc, char** argv) {
@@ -186,13 +223,28 @@ int Main(int argc, char** argv) {
   app.require_subcommand(1);
   app.formatter(std::make_shared<WrappingFormatter>());
   ProcessOptions options;
-  bool verboseInfo = false;
+  TuneOptions tuneOptions;
+  bool verboseInfo = false, json = false;
   CLI::App* process = app.add_subcommand("process", "Takes a video or image through the library");
   SetUpProcess(*process, options);
   CLI::App* info = app.add_subcommand("info", "Tells which display, driver and versions the library works with");
   info->add_flag("--verbose", verboseInfo, "Prints the library's log as well");
+  CLI::App* effects =
+      app.add_subcommand("effects", "Lists the effect's parameters, which qvg process takes as options");
+  effects->add_flag("--json", json, "As JSON");
+  CLI::App* tune = app.add_subcommand("tune", "Finds values for keying a video or image and draws what they give");
+  SetUpTune(*tune, tuneOptions);
 
   CatchFfmpegLog(false);
+  if (argc > 1 && !std::strcmp(argv[1], "process")) {
+    try {
+      AddEffectOptions(*process, LoadEffectTable(), options.effect);
+    } catch (const Error& error) {
+      fmt::print(stderr, "qvg: no options for effects: {}\n", error.what());
+      if (!std::any_of(argv, argv + argc, [](const char* word) { return !std::strcmp(word, "--help"); }))
+        return kFailed;
+    }
+  }
   try {
     app.parse(argc, argv);
     if (process->parsed()) Complete(options, *process);
@@ -201,7 +253,7 @@ int Main(int argc, char** argv) {
     const char* help = process->parsed() ? "qvg process --help" : "qvg --help";
     std::string line = error.what();
     if (app.get_subcommands().empty() && argc > 1 && argv[1][0] != '-') {
-      line = fmt::format("no command is named {}: there are process and info", argv[1]);
+      line = fmt::format("no command is named {}: there are process, tune, effects and info", argv[1]);
     }
     std::replace(line.begin(), line.end(), '\n', ' ');
     fmt::print(stderr, "qvg: {} (see {})\n", line, help);
@@ -210,7 +262,10 @@ int Main(int argc, char** argv) {
   try {
     CatchFfmpegLog(options.verbose || verboseInfo);
     CatchSignals();
-    return info->parsed() ? RunInfo(verboseInfo) : RunProcess(options);
+    if (info->parsed()) return RunInfo(verboseInfo);
+    if (effects->parsed()) return RunEffects(json);
+    if (tune->parsed()) return RunTune(tuneOptions);
+    return RunProcess(options);
   } catch (const std::bad_alloc&) {
     fmt::print(stderr, "qvg: not enough memory\n");
   } catch (const std::exception& error) {

@@ -189,4 +189,11 @@ std::string MediaReader::Damage() const {
   return {};
 }
 
+FramePtr ReadImage(const std::string& path) {
+  MediaReader reader(path, {.sound = false});
+  FramePtr image = reader.Read();
+  if (!image) throw Error(fmt::format("{}: no picture could be decoded", path));
+  return image;
+}
+
 }  // namespace qvgtool

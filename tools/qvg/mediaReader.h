@@ -45,4 +45,7 @@ class MediaReader : public FrameSource {
   std::string readError_;
 };
 
+/** The first picture of a file. Throws Error. */
+FramePtr ReadImage(const std::string& path);
+
 }  // namespace qvgtool

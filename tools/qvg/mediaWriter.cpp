@@ -18,6 +18,23 @@ namespace {
 constexpr const char* kH264Encoders[] = {"libx264", "libopenh264"};
 constexpr AVCodecID kFallbacks[] = {AV_CODEC_ID_MPEG4, AV_CODEC_ID_MJPEG};
 
+// Containers that can hold alpha, and the encoder for it. Others, that only would, lose it on the way.
+constexpr struct {
+  const char *container, *encoder;
+  AVPixelFormat format;
+} kAlphaEncoders[] = {
+    {"mov", "prores_ks", AV_PIX_FMT_YUVA444P10LE},
+    {"webm", "libvpx-vp9", AV_PIX_FMT_YUVA420P},
+    {"matroska", "ffv1", AV_PIX_FMT_BGRA},
+};
+
+AVPixelFormat AlphaFormat(const AVCodec* codec) {
+  for (const auto& row : kAlphaEncoders) {
+    if (!std::strcmp(codec->name, row.encoder)) return row.format;
+  }
+  return AV_PIX_FMT_NONE;
+}
+
 // How --quality and --preset reach each encoder; others get the first form.
 void SetQuality(AVCodecContext* encoder, const WriteOptions& options) {
   const std::string name = encoder->codec->name;
@@ -68,6 +85,10 @@ MediaWriter::MediaWriter(const std::string& path, const WriteOptions& options) :
   if (singleImage_) av_opt_set_int(output->priv_data, "update", 1, 0);
   _ChooseCodecs(options.codec);
   const AVCodec* codec = codecs_.front();
+  if (options.alpha && !image_) {
+    encoderFormat_ = AlphaFormat(codec);
+    if (encoderFormat_ != AV_PIX_FMT_NONE) frameFormat_ = AV_PIX_FMT_RGBA;
+  }
   for (const AVPixelFormat format : {AV_PIX_FMT_NV12, AV_PIX_FMT_YUV420P}) {
     if (!image_ && encoderFormat_ == AV_PIX_FMT_NONE && Supports(codec, format)) encoderFormat_ = frameFormat_ = format;
   }
@@ -100,6 +121,9 @@ void MediaWriter::_ChooseCodecs(const std::string& name) {
     if (codecs_.empty()) throw Error(fmt::format("{}: {} can't be written into {}", path_, name, container->name));
     return;
   }
+  for (const auto& row : kAlphaEncoders) {
+    if (options_.alpha && !std::strcmp(container->name, row.container)) add(avcodec_find_encoder_by_name(row.encoder));
+  }
   const AVCodecID first = av_guess_codec(container, nullptr, path_.c_str(), nullptr, AVMEDIA_TYPE_VIDEO);
   if (first == AV_CODEC_ID_H264) {
     for (const char* encoder : kH264Encoders) add(avcodec_find_encoder_by_name(encoder));
@@ -122,7 +146,10 @@ bool MediaWriter::_OpenEncoder(const AVCodec* codec, const VideoFormat& format, 
     encoderFormat_ = frameFormat_ = AV_PIX_FMT_YUV420P;
   }
   if (frameFormat_ == AV_PIX_FMT_RGBA) {
-    encoderFormat_ = NearestFormat(codec, format.alpha ? AV_PIX_FMT_RGBA : AV_PIX_FMT_RGB24);
+    encoderFormat_ = format.alpha ? AlphaFormat(codec) : AV_PIX_FMT_NONE;
+    if (encoderFormat_ == AV_PIX_FMT_NONE) {
+      encoderFormat_ = NearestFormat(codec, format.alpha ? AV_PIX_FMT_RGBA : AV_PIX_FMT_RGB24);
+    }
   }
   encoder_ = Checked(CodecContextPtr(avcodec_alloc_context3(codec)));
   AVCodecContext* encoder = encoder_.get();

@@ -11,6 +11,7 @@ struct WriteOptions {
   int quality = 16;   // Constant rate factor (0..51, lower is better) or its like in other encoders.
   std::string preset = "medium";
   std::string container;  // FFmpeg's muxer name; empty: by the file's name.
+  bool alpha = false;     // Prefer an encoder that keeps alpha, where the container can have one.
 };
 
 class MediaWriter {

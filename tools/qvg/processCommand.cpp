@@ -7,6 +7,7 @@
 #include "commands.h"
 #include "contactSheet.h"
 #include "demoClip.h"
+#include "imageFiles.h"
 #include "logCapture.h"
 #include "progress.h"
 
@@ -19,13 +20,6 @@ void OnSignal(int number) {
   interrupted = true;
   // A second one ends a program that hangs.
   std::signal(number, SIG_DFL);
-}
-
-FramePtr ReadImage(const std::string& path) {
-  MediaReader reader(path, {.sound = false});
-  FramePtr image = reader.Read();
-  if (!image) throw Error(fmt::format("{}: no picture could be decoded", path));
-  return image;
 }
 
 void RefuseToOverwrite(const std::string& input, const std::string& output) {
@@ -50,17 +44,9 @@ VideoFormat OutputFormat(const VideoFormat& source, const ProcessOptions& option
   const Layout& layout = options.layout;
   const bool bare = layout.background.empty() && layout.backgroundColor[3] < 1;
   const bool uncovered = layout.scale < 1 || layout.rotate != 0 || layout.move[0] != 0 || layout.move[1] != 0 ||
-                         layout.opacity < 1 || options.size.has_value();
+                         layout.opacity < 1 || options.size.has_value() || KeysOut(options.effect);
   format.alpha = writer.KeepsAlpha() && bare && (source.alpha || uncovered);
   return format;
-}
-
-std::string NoContextReason(LogCapture& log) {
-  std::string reason;
-  for (const LogLine& line : log.Lines()) {
-    if (line.level == LogLine::kError && reason.empty()) reason = line.message;
-  }
-  return "the library could not start" + (reason.empty() ? "" : ": " + reason) + " (qvg info tells more)";
 }
 
 // What is told when everything is closed and standard output is the user's again.
@@ -93,10 +79,12 @@ Outcome Process(const ProcessOptions& options, LogCapture& log) {
     source = std::make_unique<MediaReader>(options.input, options.read);
     RefuseToOverwrite(options.input, options.output);
   }
-  MediaWriter writer(options.output, options.write);
+  WriteOptions write = options.write;
+  write.alpha = KeysOut(options.effect) && options.layout.background.empty() && options.layout.backgroundColor[3] < 1;
+  MediaWriter writer(options.output, write);
   FramePtr background;
   if (!options.layout.background.empty()) background = ReadImage(options.layout.background);
-  if (options.input.empty() && !background) background = DemoBackground(source->Format());
+  if (options.input.empty()) ProvideImage(kDemoBackground, DemoBackground(source->Format()));
 
   FramePtr frame = source->Read();
   if (!frame) {
@@ -109,10 +97,17 @@ Outcome Process(const ProcessOptions& options, LogCapture& log) {
 
   const VideoFormat& in = source->Format();
   const VideoFormat out = OutputFormat(in, options, writer);
+  std::optional<Effect> effect;
+  if (AnyStage(options.effect)) {
+    const bool lying = in.quarterTurns % 2 != 0;
+    CutImagesTo(lying ? in.height : in.width, lying ? in.width : in.height);
+    effect.emplace(*renderer, options.effect);
+  }
   Layout layout = options.layout;
   if (!out.alpha) layout.backgroundColor[3] = 1;
   Compositor compositor(*renderer, layout, out.width, out.height, options.upload);
   if (background) compositor.SetBackground(*background);
+  if (effect) compositor.SetEffect(*effect);
 
   int64_t limit = writer.SingleImage() ? 1 : options.frames;
   const int64_t total = limit > 0 && (in.frameCount == 0 || limit < in.frameCount) ? limit : in.frameCount;

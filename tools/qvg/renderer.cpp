@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include "colorConversion.h"
+#include "imageFiles.h"
 
 namespace qvgtool {
 namespace {
@@ -22,7 +23,7 @@ void EndLoan(void* opaque, uint8_t*) {
 
 }  // namespace
 
-Renderer::Renderer() : gl_(QVG_GetGLRendererInterface(nullptr)), context_(gl_, gl_->GetSharedContext()) {
+Renderer::Renderer() : gl_(QVG_GetGLRendererInterface(&LibraryConfig())), context_(gl_, gl_->GetSharedContext()) {
   if (context_ && !gl_->MakeCurrentContext(context_.get(), nullptr)) context_ = {};
 }
 
@@ -63,11 +64,11 @@ FrameBuffer Renderer::NewFrameBuffer(const Texture& target) const {
   return frameBuffer;
 }
 
-FramePtr Renderer::ReadBack(const Texture& texture, AVPixelFormat format) const {
+FramePtr Renderer::ReadBack(const Texture& texture, AVPixelFormat format, bool flip) const {
   auto loan = std::make_unique<Loan>(Loan{gl_, {}});
   QVGPixelBuffer& buffer = loan->buffer;
   const bool read = format == AV_PIX_FMT_NV12   ? gl_->TextureToNV12PixelBuffer(texture.get(), &buffer, false)
-                    : format == AV_PIX_FMT_RGBA ? gl_->TextureToRGBAPixelBuffer(texture.get(), &buffer, false)
+                    : format == AV_PIX_FMT_RGBA ? gl_->TextureToRGBAPixelBuffer(texture.get(), &buffer, flip)
                                                 : gl_->TextureToYUV420PixelBuffer(texture.get(), false, false, &buffer);
   if (!read) throw Error("a frame could not be read back");
   const size_t pixels = static_cast<size_t>(buffer.width) * static_cast<size_t>(buffer.height);

@@ -56,8 +56,9 @@ class Renderer {
   FrameBuffer NewFrameBuffer(const Texture& target) const;
 
   /** The picture as NV12 or yuv420p (limited-range BT.601) or RGBA. The frame lends the library's memory and gives it
-   *  back when its last reference goes, at the latest before this object. Throws Error. */
-  FramePtr ReadBack(const Texture& texture, AVPixelFormat format) const;
+   *  back when its last reference goes, at the latest before this object. RGBA comes in the order of the texture's
+   * rows, with flip the other way round. Throws Error. */
+  FramePtr ReadBack(const Texture& texture, AVPixelFormat format, bool flip = false) const;
 
  private:
   const QVGGLRendererInterface* gl_;

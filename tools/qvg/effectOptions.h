@@ -1,0 +1,13 @@
+// The effect's parameters as options of the command line.
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+#include "effect.h"
+
+namespace qvgtool {
+
+/** An option for each row of the table, in groups; what the user gives goes into the settings. */
+void AddEffectOptions(CLI::App& app, const EffectTable& table, EffectSettings& settings);
+
+}  // namespace qvgtool

@@ -1,0 +1,35 @@
+// A PNG of pictures with labels.
+#pragma once
+
+#include <vector>
+
+#include "ffmpegPtr.h"
+
+namespace qvgtool {
+
+/** The picture that comes out of a chain of FFmpeg's filters; null when the chain can't be had here. */
+FramePtr Filtered(const AVFrame& frame, const std::string& chain);
+
+class Sheet {
+ public:
+  Sheet(int width, int height);
+
+  /** An RGB24 picture that lies inside. */
+  void Paste(const AVFrame& tile, int x, int y);
+  void Label(int x, int y, std::string text, int size = 19);
+  /** Writes the PNG; without labels when the machine has no font. Throws Error. */
+  void Save(const std::string& path);
+
+ private:
+  struct Text {
+    int x, y, size;
+    std::string text;
+  };
+  FramePtr picture_;
+  std::vector<Text> labels_;
+};
+
+/** Copies an RGB24 picture into another, where it must fit. */
+void Paste(const AVFrame& tile, AVFrame& picture, int x, int y);
+
+}  // namespace qvgtool
