@@ -74,7 +74,7 @@ std::optional<Chroma> Peak(const AVFrame& rgba, const std::vector<size_t>& pixel
       }
     }
   }
-  return most * 4 >= pixels.size() ? std::optional(best) : std::nullopt;
+  return most * 5 >= pixels.size() * 2 ? std::optional(best) : std::nullopt;
 }
 
 // The smallest value in a range for which a condition that stays true once it is true holds; high when none.
