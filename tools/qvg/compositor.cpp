@@ -73,12 +73,13 @@ void Compositor::SetBackground(const AVFrame& image) { background_ = renderer_.U
 
 const Texture& Compositor::Draw(const AVFrame& frame, int quarterTurns, bool alpha) {
   const auto& gl = renderer_.Table();
-  Texture picture = _Upload(frame, alpha && effect_);
+  const Effect* effect = effect_ && effect_->On() ? effect_ : nullptr;
+  Texture picture = _Upload(frame, alpha && effect);
   // The library counts quarter turns counter-clockwise where y points up, as in an effect's result; in the targets of
   // this class y points down.
-  gl.SetTextureRotation(picture.get(), static_cast<uint32_t>(effect_ ? quarterTurns : (4 - quarterTurns) % 4));
-  if (effect_) picture = effect_->Apply(picture);
-  const bool premultiplied = effect_ && effect_->Transparent(alpha);
+  gl.SetTextureRotation(picture.get(), static_cast<uint32_t>(effect ? quarterTurns : (4 - quarterTurns) % 4));
+  if (effect) picture = effect->Apply(picture);
+  const bool premultiplied = effect && effect->Transparent(alpha);
   const bool lying = quarterTurns % 2 != 0;
   const int width = lying ? frame.height : frame.width;
   const int height = lying ? frame.width : frame.height;
@@ -99,13 +100,13 @@ const Texture& Compositor::Draw(const AVFrame& frame, int quarterTurns, bool alp
   params.translation[1] += layout_.move[1];
   params.scale[0] = params.scale[1] = fit * layout_.scale;
   params.rotation[2] = layout_.rotate;
-  if (effect_) params.scale[1] *= -1;  // Its result lies the other way up.
+  if (effect) params.scale[1] *= -1;  // Its result lies the other way up.
 
   if (premultiplied) picture = _StraightLayer(picture, std::exchange(params, DefaultParams()));
   const bool covers =
       sameSize && layout_.scale == 1 && layout_.rotate == 0 && layout_.move[0] == 0 && layout_.move[1] == 0;
   params.opacity = layout_.opacity;
-  const bool opaque = !premultiplied && (!alpha || effect_) && layout_.opacity == 1;
+  const bool opaque = !premultiplied && (!alpha || effect) && layout_.opacity == 1;
   const bool replaces = layout_.blend.empty() && opaque;
   params.blendType = replaces ? static_cast<int>(QVG_BLEND_NONE) : blendType_;
 

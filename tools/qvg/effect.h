@@ -58,6 +58,9 @@ class Effect {
 
   void Set(const std::string& name, const ParamSetting& setting);
 
+  /** Without a stage that is switched on there is nothing to apply. */
+  bool On() const { return AnyStage(settings_); }
+
   /** The result lies the other way up: the picture's top is in its last row. Throws Error. */
   Texture Apply(const Texture& frame) const;
 
