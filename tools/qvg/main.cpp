@@ -172,9 +172,9 @@ void CompleteDemo(ProcessOptions& options, const CLI::App& app) {
   };
   add("enable_key", ParamSetting::Switch(true));
   add("color", ParamSetting::Color(kDemoKey));
-  add("similarity", ParamSetting::Integer(140));
-  add("smoothness", ParamSetting::Integer(60));
-  add("anti-spill", ParamSetting::Integer(60));
+  add("similarity", ParamSetting::Integer(155));
+  add("smoothness", ParamSetting::Integer(50));
+  add("anti-spill", ParamSetting::Integer(75));
   add("blur", ParamSetting::Integer(60));
   add("whitten", ParamSetting::Integer(20));
   if (app.count("--background-color") == 0 && options.layout.background.empty()) {
