@@ -97,4 +97,12 @@ std::vector<LogLine> LogCapture::Lines() {
   return lines_;
 }
 
+std::string NoContextReason(LogCapture& log) {
+  std::string reason;
+  for (const LogLine& line : log.Lines()) {
+    if (line.level == LogLine::kError && reason.empty()) reason = line.message;
+  }
+  return "the library could not start" + (reason.empty() ? "" : ": " + reason) + " (qvg info tells more)";
+}
+
 }  // namespace qvgtool

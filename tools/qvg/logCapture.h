@@ -44,4 +44,7 @@ class LogCapture {
   bool forward_ = false, verbose_ = false;
 };
 
+/** One line that says why the library gave no context, by what it logged. */
+std::string NoContextReason(LogCapture& log);
+
 }  // namespace qvgtool

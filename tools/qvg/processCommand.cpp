@@ -8,6 +8,7 @@
 #include "contactSheet.h"
 #include "demoClip.h"
 #include "logCapture.h"
+#include "previewWindow.h"
 #include "progress.h"
 
 namespace qvgtool {
@@ -53,14 +54,6 @@ VideoFormat OutputFormat(const VideoFormat& source, const ProcessOptions& option
                          layout.opacity < 1 || options.size.has_value();
   format.alpha = writer.KeepsAlpha() && bare && (source.alpha || uncovered);
   return format;
-}
-
-std::string NoContextReason(LogCapture& log) {
-  std::string reason;
-  for (const LogLine& line : log.Lines()) {
-    if (line.level == LogLine::kError && reason.empty()) reason = line.message;
-  }
-  return "the library could not start" + (reason.empty() ? "" : ": " + reason) + " (qvg info tells more)";
 }
 
 // What is told when everything is closed and standard output is the user's again.
@@ -113,6 +106,11 @@ Outcome Process(const ProcessOptions& options, LogCapture& log) {
   if (!out.alpha) layout.backgroundColor[3] = 1;
   Compositor compositor(*renderer, layout, out.width, out.height, options.upload);
   if (background) compositor.SetBackground(*background);
+  std::optional<PreviewWindow> window;
+  if (options.preview) {
+    const std::string name = options.input.empty() ? "own clip" : options.input;
+    window.emplace(*renderer, name, out.width, out.height, !options.maxSpeed, Interrupted);
+  }
 
   int64_t limit = writer.SingleImage() ? 1 : options.frames;
   const int64_t total = limit > 0 && (in.frameCount == 0 || limit < in.frameCount) ? limit : in.frameCount;
@@ -121,28 +119,41 @@ Outcome Process(const ProcessOptions& options, LogCapture& log) {
 
   Progress progress(total);
   int64_t done = 0;
+  FramePtr before;
+  const AVFrame* current = nullptr;
+  const auto redraw = [&] { compositor.Draw(*current, in.quarterTurns, in.alpha); };
+  const auto seconds = [&](const FramePtr& of) { return static_cast<double>(of->pts) * av_q2d(in.timeBase); };
   writer.Open(out, *frame, source->SoundStreams());
   while (frame && !interrupted) {
+    if (window && current && !window->WaitFor(seconds(frame), redraw)) break;
+    current = frame.get();
     const Texture& picture = compositor.Draw(*frame, in.quarterTurns, in.alpha);
+    if (window) window->Show(picture, seconds(frame));
     FramePtr result = renderer->ReadBack(picture, writer.FrameFormat());
     result->pts = frame->pts;
     if (sheet && sheet->Wants(done)) {
-      sheet->Add(*frame, *result, static_cast<double>(frame->pts) * av_q2d(in.timeBase));
+      sheet->Add(*frame, *result, seconds(frame));
     }
     writer.Write(std::move(result));
     progress.Update(++done);
     if (limit > 0 && done >= limit) break;
+    before = std::move(frame);  // The preview may draw it again.
     frame = source->Read();
     while (PacketPtr sound = source->TakeSound()) writer.AddSound(std::move(sound));
   }
   const bool complete = !frame;
   writer.Finish(complete);
   progress.Clear();
-  const double seconds = progress.Seconds();
+  const double elapsed = progress.Seconds();
   const bool sheetSaved = sheet && sheet->Save();
+  const bool closed = window && window->Closed();
+  if (window && writer.SingleImage() && !options.maxSpeed && !interrupted) window->Hold("written", redraw);
 
   Outcome outcome;
-  outcome.summary.push_back(Summary(options.output, writer, out, done, seconds));
+  outcome.summary.push_back(Summary(options.output, writer, out, done, elapsed));
+  if (closed) {
+    outcome.summary.push_back(fmt::format("window closed: {} ends after {} frames", options.output, done));
+  }
   if (sheetSaved) outcome.summary.push_back(fmt::format("{}: contact sheet, before and after", options.sheet));
   if (!writer.SoundLeftOut().empty()) {
     outcome.complaints.push_back(
@@ -159,6 +170,8 @@ Outcome Process(const ProcessOptions& options, LogCapture& log) {
 }
 
 }  // namespace
+
+bool Interrupted() { return interrupted; }
 
 void CatchSignals() {
   std::signal(SIGINT, OnSignal);
