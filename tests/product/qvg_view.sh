@@ -153,6 +153,16 @@ eventually "a clip that has ended stays" titled ", end"
 key q
 ended "until it is closed" 0
 
+start process clip.mp4 -o lost.mp4 --preview
+eventually "it plays" titled "frames/s"
+key space
+eventually "it is paused" titled "paused"
+xdotool windowclose "$window"
+ended "a window destroyed by others counts as closed" 0
+count=$(frames lost.mp4)
+((count > 1 && count < 500))
+verdict "and the output is readable" $? "$count frames"
+
 # ---- No display
 
 for command in "process -o none.mp4 --frames 2 --preview" "view quarters.png"; do

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 #define GLFW_INCLUDE_NONE
 #include <GLFW/glfw3.h>
+#include <X11/Xlib.h>
 
 #include <algorithm>
 #include <iterator>
@@ -12,7 +13,7 @@
 #include "driver.h"
 
 // As GLFW's own header of native access has it, which wants more X11 headers than are needed.
-extern "C" unsigned long glfwGetX11Window(GLFWwindow* window);
+extern "C" Window glfwGetX11Window(GLFWwindow* window);
 
 namespace qvgtool {
 namespace {
@@ -25,6 +26,14 @@ constexpr double kScreenShare = 0.9;
 std::string lastGlfwError;
 
 void KeepError(int, const char* text) { lastGlfwError = text; }
+
+// Xlib would end the process, and the output file were lost, when somebody else destroys the window.
+XID lostResource = 0;
+
+int KeepLostResource(Display*, XErrorEvent* error) {
+  lostResource = error->resourceid;
+  return 0;
+}
 
 Error NoWindow(const std::string& what) {
   return Error("no preview: " + what + (lastGlfwError.empty() ? "" : " (" + lastGlfwError + ")"));
@@ -68,6 +77,8 @@ PreviewWindow::PreviewWindow(const Renderer& renderer, const std::string& name, 
   drawer_ = Drawer(&renderer.Table(),
                    renderer.Table().CreateWndDrawer(reinterpret_cast<void*>(glfwGetX11Window(window_.get()))));
   if (!drawer_) throw NoWindow("the library can't draw into a window of this display");
+  lostResource = 0;
+  XSetErrorHandler(KeepLostResource);
   glfwSetWindowUserPointer(window_.get(), this);
   glfwSetWindowRefreshCallback(window_.get(), [](GLFWwindow* window) { _Of(window).dirty_ = true; });
   glfwSetFramebufferSizeCallback(window_.get(), [](GLFWwindow* window, int, int) { _Of(window).dirty_ = true; });
@@ -151,7 +162,9 @@ bool PreviewWindow::_Serve(double timeout, const std::function<void()>& redraw) 
   } else {
     glfwPollEvents();
   }
-  closed_ = closed_ || glfwWindowShouldClose(window_.get());
+  int width = 0, height = 0;
+  glfwGetFramebufferSize(window_.get(), &width, &height);  // Fails for a window that is gone.
+  closed_ = closed_ || glfwWindowShouldClose(window_.get()) || lostResource == glfwGetX11Window(window_.get());
   if (closed_ || stopped_()) return false;
   if (std::exchange(stagesChanged_, false)) redraw();
   if (dirty_) _Present();
