@@ -25,6 +25,8 @@ struct ProcessOptions {
   UploadPath upload = UploadPath::kNative;
   std::optional<std::pair<int, int>> size;  // Of the output; the own clip's as well.
   int64_t frames = 0;                       // At most; 0: all.
+  bool preview = false;                     // A window shows each frame
+  bool maxSpeed = false;                    // and does not wait for the clip's own rate.
   bool verbose = false;
 };
 
@@ -43,10 +45,22 @@ struct TuneOptions {
 /** Finds values for keying and draws what they and their neighbours give. */
 int RunTune(const TuneOptions& options);
 
+struct ViewOptions {
+  std::string input;  // Empty: the tool's own clip.
+  ReadOptions read{.sound = false};
+  bool loop = false;
+  bool maxSpeed = false;
+  bool verbose = false;
+};
+
+/** Shows an image or clip in a window. */
+int RunView(const ViewOptions& options);
+
 /** Tells about platform, driver and versions. */
 int RunInfo(bool verbose);
 
 /** Makes SIGINT and SIGTERM end the running command cleanly. */
 void CatchSignals();
+bool Interrupted();
 
 }  // namespace qvgtool

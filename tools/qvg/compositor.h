@@ -33,8 +33,8 @@ class Compositor {
   /** Lays an image over the whole output, below everything; it is cut to the output's shape. */
   void SetBackground(const AVFrame& image);
 
-  /** Every frame goes through the effect first. It must live as long as this object. */
-  void SetEffect(const Effect& effect) { effect_ = &effect; }
+  /** Every frame goes through the effect first, which must live as long as this object; null: through none. */
+  void SetEffect(const Effect* effect) { effect_ = effect; }
 
   /** Draws a frame. @return the finished picture, in force until the next call. Throws Error. */
   const Texture& Draw(const AVFrame& frame, int quarterTurns, bool alpha);

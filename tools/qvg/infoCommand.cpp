@@ -1,35 +1,16 @@
-#include <EGL/egl.h>
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <set>
 
 #include "commands.h"
+#include "driver.h"
 #include "logCapture.h"
 
 namespace qvgtool {
 namespace {
 
 constexpr const char* kSoftwareRenderers[] = {"llvmpipe", "softpipe", "swrast", "SwiftShader", "Software"};
-
-struct DriverTexts {
-  std::string vendor, renderer, version, glsl, eglVersion, eglVendor;
-};
-
-// A host may ask GL itself while a context of the library is current.
-DriverTexts AskDriver() {
-  using GetString = const unsigned char* (*)(unsigned);
-  const auto getString = reinterpret_cast<GetString>(eglGetProcAddress("glGetString"));
-  const auto gl = [&](unsigned name) {
-    const unsigned char* text = getString ? getString(name) : nullptr;
-    return text ? std::string(reinterpret_cast<const char*>(text)) : std::string("unknown");
-  };
-  const auto egl = [](EGLint name) {
-    const char* text = eglQueryString(eglGetCurrentDisplay(), name);
-    return std::string(text ? text : "unknown");
-  };
-  return {gl(0x1F00), gl(0x1F01), gl(0x1F02), gl(0x8B8C), egl(EGL_VERSION), egl(EGL_VENDOR)};
-}
 
 void Row(const char* title, const std::string& text) { fmt::print("{:<12}{}\n", title, text); }
 

@@ -10,6 +10,7 @@
 #include "commands.h"
 #include "demoClip.h"
 #include "effectOptions.h"
+#include "previewWindow.h"
 
 extern "C" {
 #include <libavutil/parseutils.h>
@@ -162,6 +163,23 @@ void SetUpProcess(CLI::App& app, ProcessOptions& options) {
          "Has FFmpeg turn YUV frames into RGB before they are uploaded, not the library on the GPU, whose conversion "
          "softens a picture a little")
       ->group(write);
+  app.add_flag(
+         "--preview", options.preview,
+         "Shows each frame in a window while it is processed, at the clip's own rate; see qvg view --help for keys")
+      ->group("Watching");
+  app.add_flag("--max-speed", options.maxSpeed, "With --preview: as fast as it goes")->group("Watching");
+  app.add_flag("--verbose", options.verbose, "Prints every line of the library's and FFmpeg's logs");
+}
+
+void SetUpView(CLI::App& app, ViewOptions& options) {
+  app.description("Shows a video or image in a window, through the library. Without INPUT the tool's own clip.");
+  app.footer(std::string(kPreviewKeys) + "\nA clip stays on its last frame until the window is closed.");
+  app.add_option("INPUT", options.input, "Video, image, or - for a stream (such as Y4M) on standard input");
+  app.add_option("--from", options.read.from, "Starts there in the input")
+      ->check(CLI::Range(0.0, 1e9).description(""))
+      ->type_name("SECONDS");
+  app.add_flag("--loop", options.loop, "Begins again at the end of a clip");
+  app.add_flag("--max-speed", options.maxSpeed, "Shows frames as fast as it goes, not at the clip's own rate");
   app.add_flag("--verbose", options.verbose, "Prints every line of the library's and FFmpeg's logs");
 }
 
@@ -227,6 +245,9 @@ int Main(int argc, char** argv) {
   bool verboseInfo = false, json = false;
   CLI::App* process = app.add_subcommand("process", "Takes a video or image through the library");
   SetUpProcess(*process, options);
+  ViewOptions viewOptions;
+  CLI::App* view = app.add_subcommand("view", "Shows a video or image in a window");
+  SetUpView(*view, viewOptions);
   CLI::App* info = app.add_subcommand("info", "Tells which display, driver and versions the library works with");
   info->add_flag("--verbose", verboseInfo, "Prints the library's log as well");
   CLI::App* effects =
@@ -250,18 +271,19 @@ int Main(int argc, char** argv) {
     if (process->parsed()) Complete(options, *process);
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() == 0) return app.exit(error);
-    const char* help = process->parsed() ? "qvg process --help" : "qvg --help";
+    const char* help = process->parsed() ? "qvg process --help" : view->parsed() ? "qvg view --help" : "qvg --help";
     std::string line = error.what();
     if (app.get_subcommands().empty() && argc > 1 && argv[1][0] != '-') {
-      line = fmt::format("no command is named {}: there are process, tune, effects and info", argv[1]);
+      line = fmt::format("no command is named {}: there are process, view, tune, effects and info", argv[1]);
     }
     std::replace(line.begin(), line.end(), '\n', ' ');
     fmt::print(stderr, "qvg: {} (see {})\n", line, help);
     return kBadUsage;
   }
   try {
-    CatchFfmpegLog(options.verbose || verboseInfo);
+    CatchFfmpegLog(options.verbose || viewOptions.verbose || verboseInfo);
     CatchSignals();
+    if (view->parsed()) return RunView(viewOptions);
     if (info->parsed()) return RunInfo(verboseInfo);
     if (effects->parsed()) return RunEffects(json);
     if (tune->parsed()) return RunTune(tuneOptions);

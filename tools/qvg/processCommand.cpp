@@ -9,6 +9,7 @@
 #include "demoClip.h"
 #include "imageFiles.h"
 #include "logCapture.h"
+#include "previewWindow.h"
 #include "progress.h"
 
 namespace qvgtool {
@@ -69,6 +70,24 @@ std::string Summary(const std::string& path, const MediaWriter& writer, const Vi
   return line;
 }
 
+// Leaves those of the wanted stages on that the preview's keys have not switched off. False when none is left.
+bool LeaveOn(Effect& effect, const EffectSettings& wanted, const StageSwitches& stages) {
+  constexpr struct {
+    bool StageSwitches::*stage;
+    const char* parameter;
+  } kStages[] = {{&StageSwitches::key, "enable_key"},
+                 {&StageSwitches::beauty, "enable_beauty"},
+                 {&StageSwitches::color, "enable_color"},
+                 {&StageSwitches::background, "enable_bg"}};
+  bool any = false;
+  for (const auto& [stage, parameter] : kStages) {
+    const bool on = stages.*stage && IsOn(wanted, parameter);
+    effect.Set(parameter, ParamSetting::Switch(on));
+    any = any || on;
+  }
+  return any;
+}
+
 Outcome Process(const ProcessOptions& options, LogCapture& log) {
   std::optional<Renderer> renderer;  // Outlives the writer, whose encoder may hold frames that the library lent.
   std::unique_ptr<FrameSource> source;
@@ -107,7 +126,14 @@ Outcome Process(const ProcessOptions& options, LogCapture& log) {
   if (!out.alpha) layout.backgroundColor[3] = 1;
   Compositor compositor(*renderer, layout, out.width, out.height, options.upload);
   if (background) compositor.SetBackground(*background);
-  if (effect) compositor.SetEffect(*effect);
+  if (effect) compositor.SetEffect(&*effect);
+  StageSwitches stages;
+  std::optional<PreviewWindow> window;
+  if (options.preview) {
+    const std::string name = options.input.empty() ? "own clip" : options.input;
+    window.emplace(*renderer, name, out.width, out.height, !options.maxSpeed, Interrupted);
+    if (effect) window->SetStages(&stages);
+  }
 
   int64_t limit = writer.SingleImage() ? 1 : options.frames;
   const int64_t total = limit > 0 && (in.frameCount == 0 || limit < in.frameCount) ? limit : in.frameCount;
@@ -116,28 +142,45 @@ Outcome Process(const ProcessOptions& options, LogCapture& log) {
 
   Progress progress(total);
   int64_t done = 0;
+  FramePtr before;
+  const AVFrame* current = nullptr;
+  const auto draw = [&]() -> const Texture& {
+    if (window && effect) compositor.SetEffect(LeaveOn(*effect, options.effect, stages) ? &*effect : nullptr);
+    return compositor.Draw(*current, in.quarterTurns, in.alpha);
+  };
+  const auto redraw = [&] { draw(); };
+  const auto seconds = [&](const FramePtr& of) { return static_cast<double>(of->pts) * av_q2d(in.timeBase); };
   writer.Open(out, *frame, source->SoundStreams());
   while (frame && !interrupted) {
-    const Texture& picture = compositor.Draw(*frame, in.quarterTurns, in.alpha);
+    if (window && current && !window->WaitFor(seconds(frame), redraw)) break;
+    current = frame.get();
+    const Texture& picture = draw();
+    if (window) window->Show(picture, seconds(frame));
     FramePtr result = renderer->ReadBack(picture, writer.FrameFormat());
     result->pts = frame->pts;
     if (sheet && sheet->Wants(done)) {
-      sheet->Add(*frame, *result, static_cast<double>(frame->pts) * av_q2d(in.timeBase));
+      sheet->Add(*frame, *result, seconds(frame));
     }
     writer.Write(std::move(result));
     progress.Update(++done);
     if (limit > 0 && done >= limit) break;
+    before = std::move(frame);  // The preview may draw it again.
     frame = source->Read();
     while (PacketPtr sound = source->TakeSound()) writer.AddSound(std::move(sound));
   }
   const bool complete = !frame;
   writer.Finish(complete);
   progress.Clear();
-  const double seconds = progress.Seconds();
+  const double elapsed = progress.Seconds();
   const bool sheetSaved = sheet && sheet->Save();
+  const bool closed = window && window->Closed();
+  if (window && writer.SingleImage() && !options.maxSpeed && !interrupted) window->Hold("written", redraw);
 
   Outcome outcome;
-  outcome.summary.push_back(Summary(options.output, writer, out, done, seconds));
+  outcome.summary.push_back(Summary(options.output, writer, out, done, elapsed));
+  if (closed) {
+    outcome.summary.push_back(fmt::format("window closed: {} ends after {} frames", options.output, done));
+  }
   if (sheetSaved) outcome.summary.push_back(fmt::format("{}: contact sheet, before and after", options.sheet));
   if (!writer.SoundLeftOut().empty()) {
     outcome.complaints.push_back(
@@ -154,6 +197,8 @@ Outcome Process(const ProcessOptions& options, LogCapture& log) {
 }
 
 }  // namespace
+
+bool Interrupted() { return interrupted; }
 
 void CatchSignals() {
   std::signal(SIGINT, OnSignal);

@@ -1,0 +1,70 @@
+// The preview's pacing, on a clock of its own.
+#include "../../tools/qvg/playback.h"
+
+#include <gtest/gtest.h>
+
+namespace qvgtool {
+namespace {
+
+constexpr double kStep = 0.04;
+
+TEST(PlaybackTest, FramesKeepTheClipsDistancesAndAShortDelayIsCaughtUpWith) {
+  Playback playback(true);
+  EXPECT_EQ(playback.Delay(0, 10), 0.0) << "the first frame is due at once";
+  playback.Shown(0, 10);
+  EXPECT_NEAR(*playback.Delay(kStep, 10.01), 0.03, 1e-9);
+  playback.Shown(kStep, 10.2);
+  EXPECT_EQ(playback.Delay(2 * kStep, 10.2), 0.0) << "no sleep while behind";
+  playback.Shown(2 * kStep, 10.2);
+  EXPECT_NEAR(*playback.Delay(1, 10.21), 0.79, 1e-9) << "back at the clip's own times";
+}
+
+TEST(PlaybackTest, AfterALongDelayTheClipGoesOnWithoutRacing) {
+  Playback playback(true);
+  playback.Shown(0, 10);
+  playback.Shown(kStep, 15);
+  EXPECT_NEAR(*playback.Delay(2 * kStep, 15), kStep, 1e-9);
+}
+
+TEST(PlaybackTest, UnpacedFramesAreAlwaysDue) {
+  Playback playback(false);
+  playback.Shown(0, 10);
+  EXPECT_EQ(playback.Delay(1000, 10), 0.0);
+}
+
+TEST(PlaybackTest, APauseHoldsFramesAndTheClipGoesOnFromThere) {
+  for (const bool paced : {true, false}) {
+    Playback playback(paced);
+    playback.Shown(0, 10);
+    playback.TogglePause();
+    EXPECT_FALSE(playback.Delay(kStep, 20).has_value());
+    playback.TogglePause();
+    EXPECT_EQ(playback.Delay(kStep, 20), 0.0);
+    playback.Shown(kStep, 20);
+    EXPECT_NEAR(*playback.Delay(2 * kStep, 20), paced ? kStep : 0, 1e-9);
+  }
+}
+
+TEST(PlaybackTest, AStepLetsOneFrameThroughAndPauses) {
+  Playback playback(true);
+  playback.Shown(0, 10);
+  for (const double frame : {1.0, 2.0}) {
+    playback.Step();
+    EXPECT_TRUE(playback.Paused());
+    EXPECT_EQ(playback.Delay(frame, 10), 0.0);
+    playback.Shown(frame, 10);
+    EXPECT_FALSE(playback.Delay(frame + kStep, 1000).has_value());
+  }
+}
+
+TEST(PlaybackTest, TheRateIsThatOfTheLastSecond) {
+  Playback playback(false);
+  EXPECT_EQ(playback.Rate(), 0);
+  for (int i = 0; i < 10; ++i) playback.Shown(0, 0.5 * i);
+  EXPECT_NEAR(playback.Rate(), 2, 1e-9);
+  for (int i = 1; i <= 50; ++i) playback.Shown(0, 4.5 + 0.04 * i);
+  EXPECT_NEAR(playback.Rate(), 25, 0.01);
+}
+
+}  // namespace
+}  // namespace qvgtool

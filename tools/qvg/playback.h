@@ -1,0 +1,34 @@
+// When a clip's frames are due, and whether they may go on at all. Knows no clock: the time is handed in.
+#pragma once
+
+#include <deque>
+#include <optional>
+
+namespace qvgtool {
+
+class Playback {
+ public:
+  /** paced: frames keep the clip's own distances; otherwise each is due at once. */
+  explicit Playback(bool paced) : paced_(paced) {}
+
+  /** Seconds from now until the frame of that time in the clip is due, 0 when it is late; none while paused. */
+  std::optional<double> Delay(double frameTime, double now);
+  /** The frame of that time has been shown. */
+  void Shown(double frameTime, double now);
+
+  void TogglePause();
+  /** Lets one frame through and pauses behind it. */
+  void Step();
+  bool Paused() const { return paused_; }
+
+  /** Frames shown a second, over about the last one; 0 after fewer than two. */
+  double Rate() const;
+
+ private:
+  bool paced_;
+  bool paused_ = false, step_ = false;
+  std::optional<double> start_;  // When the clip's time 0 was, or would have been.
+  std::deque<double> shown_;
+};
+
+}  // namespace qvgtool
