@@ -178,6 +178,8 @@ bool FrameBuffer::Bind() {
 
 bool FrameBuffer::UnBind() {
   if (!bound_) return true;
+  // Another context has something else bound.
+  if (!_OnOwnContext()) return false;
   glBindFramebuffer(GL_FRAMEBUFFER, 0);
   if (!CheckGLError()) return false;
   bound_ = false;
@@ -255,6 +257,7 @@ bool FrameBuffer::BlitToPbo(BO* buffer, int x, int y, int width, int height, int
     if (Bind()) read(content.x + x, content.y + y);
     return true;
   }
+  if (!_OnOwnContext()) return true;
   FrameBuffer resolved(surfaces_);
   resolved.Allocate({});
   Texture* texture = surfaces_.AcquireTexture(width, height, GL_RGBA8);
