@@ -23,7 +23,7 @@ xvfb_pid=
 start_xvfb() {
   local file=build/results/display
   rm -f "$file"
-  Xvfb -displayfd 3 -screen 0 1280x1024x24 -nolisten tcp 3>"$file" >/dev/null 2>&1 </dev/null &
+  Xvfb -displayfd 3 -screen 0 1280x1024x24 -nolisten tcp -noreset 3>"$file" >/dev/null 2>&1 </dev/null &
   xvfb_pid=$!
   local tries
   for ((tries = 0; tries < 100; ++tries)); do
