@@ -20,6 +20,8 @@ bool RenderBuffer::Allocate(const RenderBufferSetting& wanted) {
   } else {
     glRenderbufferStorage(GL_RENDERBUFFER, wanted.internalFormat, wanted.width, wanted.height);
   }
+  // Left bound, it would outlive its deletion on another context.
+  glBindRenderbuffer(GL_RENDERBUFFER, 0);
   if (!CheckGLError()) {
     glDeleteRenderbuffers(1, &id);
     id = 0;

@@ -21,7 +21,6 @@ class RenderBuffer {
   RenderBuffer(const RenderBuffer&) = delete;
   RenderBuffer& operator=(const RenderBuffer&) = delete;
 
-  /// Leaves the render buffer bound.
   bool Allocate(const RenderBufferSetting& setting);
 
   bool Allocated() const { return allocated_; }

@@ -26,10 +26,7 @@ RenderBuffer* RenderBufferPool::Acquire(int width, int height, GLenum internalFo
   }
   if (buffer == nullptr) {
     auto created = std::make_unique<PooledRenderBuffer>();
-    const bool allocated = created->Allocate({width, height, width, height, 0, internalFormat});
-    // Left bound, it would outlive its deletion on another context.
-    glBindRenderbuffer(GL_RENDERBUFFER, 0);
-    if (!allocated) return nullptr;
+    if (!created->Allocate({width, height, width, height, 0, internalFormat})) return nullptr;
     buffer = created.release();
   }
   buffer->fence.Wait();
