@@ -181,9 +181,7 @@ part_windows() {
   local run=("${with_x[@]}" "${wine_environment[@]}")
   if check "wine prefix" "${run[@]}" scripts/make_wine_prefix.sh; then
     "${run[@]}" wineserver -p # Stays until it is told to go: starting it takes seconds.
-    # Known to fail here, behind the tests before it only: an effect used on two contexts in turn. It passes alone and on
-    # Linux; its cause is not found yet.
-    build_folder=windows suffix=.exe run_test_programs "${run[@]}" GTEST_FILTER=-EffectTest.WorksOnTwoContextsInTurn wine
+    build_folder=windows suffix=.exe run_test_programs "${run[@]}" wine
     run_product windows "${run[@]}"
     "${run[@]}" wineserver -k
   fi

@@ -3,14 +3,30 @@
 #include <fmt/format.h>
 
 #include <glm/gtc/type_ptr.hpp>
+#include <type_traits>
 #include <vector>
 
-#include "base/contextObjects.h"
 #include "base/glError.h"
 #include "base/shader.h"
 #include "utils/log.h"
 
 namespace qvg {
+
+namespace {
+
+// The value with another first part.
+template <class Value>
+Value Different(Value value) {
+  if constexpr (std::is_arithmetic_v<Value>) {
+    return value == 0 ? Value{1} : Value{0};
+  } else {
+    float& first = *glm::value_ptr(value);
+    first = Different(first);
+    return value;
+  }
+}
+
+}  // namespace
 
 Program::~Program() {
   if (CurrentContextId() == 0) return;
@@ -61,6 +77,9 @@ bool Program::_Loaded(const std::source_location& where) const {
 bool Program::Bind() {
   if (!_Loaded(std::source_location::current())) return false;
   glUseProgram(id_);
+  const ContextId context = CurrentContextId();
+  moved_ = context != context_;
+  context_ = context;
   return CheckGLError();
 }
 
@@ -78,49 +97,56 @@ int Program::GetUniformLocation(const std::string& name) {
   return location;
 }
 
-template <class Upload>
-bool Program::_Set(const std::string& name, Upload upload, const std::source_location& where) {
+template <class Value, class Upload>
+bool Program::_Set(const std::string& name, const Value& value, Upload upload, const std::source_location& where) {
   if (!_Loaded(where)) return false;
   const GLint location = GetUniformLocation(name);
-  if (location >= 0) upload(location);
+  if (location >= 0) {
+    // Mesa brings uniforms to a context when one of them changes there, and takes a value that another context has set
+    // for no change.
+    if (moved_) upload(location, Different(value));
+    upload(location, value);
+  }
   return CheckGLError(where);
 }
 
 bool Program::SetUniform1i(const std::string& name, int value) {
   return _Set(
-      name, [&](GLint location) { glUniform1i(location, value); }, std::source_location::current());
+      name, value, [](GLint location, int v) { glUniform1i(location, v); }, std::source_location::current());
 }
 
 bool Program::SetUniform1f(const std::string& name, float value) {
   return _Set(
-      name, [&](GLint location) { glUniform1f(location, value); }, std::source_location::current());
+      name, value, [](GLint location, float v) { glUniform1f(location, v); }, std::source_location::current());
 }
 
 bool Program::SetUniform2f(const std::string& name, float x, float y) {
-  return _Set(
-      name, [&](GLint location) { glUniform2f(location, x, y); }, std::source_location::current());
+  const auto upload = [](GLint location, const glm::vec2& v) { glUniform2f(location, v.x, v.y); };
+  return _Set(name, glm::vec2(x, y), upload, std::source_location::current());
 }
 
 bool Program::SetUniform3f(const std::string& name, float x, float y, float z) {
-  return _Set(
-      name, [&](GLint location) { glUniform3f(location, x, y, z); }, std::source_location::current());
+  const auto upload = [](GLint location, const glm::vec3& v) { glUniform3f(location, v.x, v.y, v.z); };
+  return _Set(name, glm::vec3(x, y, z), upload, std::source_location::current());
 }
 
 bool Program::SetUniform4f(const std::string& name, float x, float y, float z, float w) {
-  return _Set(
-      name, [&](GLint location) { glUniform4f(location, x, y, z, w); }, std::source_location::current());
+  const auto upload = [](GLint location, const glm::vec4& v) { glUniform4f(location, v.x, v.y, v.z, v.w); };
+  return _Set(name, glm::vec4(x, y, z, w), upload, std::source_location::current());
 }
 
 bool Program::SetUniformMatrix3f(const std::string& name, const glm::mat3& matrix, int count) {
-  return _Set(
-      name, [&](GLint location) { glUniformMatrix3fv(location, count, GL_FALSE, glm::value_ptr(matrix)); },
-      std::source_location::current());
+  const auto upload = [&](GLint location, const glm::mat3& first) {
+    glUniformMatrix3fv(location, &first == &matrix ? count : 1, GL_FALSE, glm::value_ptr(first));
+  };
+  return _Set(name, matrix, upload, std::source_location::current());
 }
 
 bool Program::SetUniformMatrix4f(const std::string& name, const glm::mat4& matrix, int count) {
-  return _Set(
-      name, [&](GLint location) { glUniformMatrix4fv(location, count, GL_FALSE, glm::value_ptr(matrix)); },
-      std::source_location::current());
+  const auto upload = [&](GLint location, const glm::mat4& first) {
+    glUniformMatrix4fv(location, &first == &matrix ? count : 1, GL_FALSE, glm::value_ptr(first));
+  };
+  return _Set(name, matrix, upload, std::source_location::current());
 }
 
 bool Program::SetUniformTexture(int unit, int texture, const std::string& name, unsigned int target) {

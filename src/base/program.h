@@ -5,6 +5,7 @@
 #include <string>
 #include <unordered_map>
 
+#include "base/contextObjects.h"
 #include "base/gl.h"
 #include "base/gpuFence.h"
 
@@ -53,12 +54,14 @@ class Program {
   void SetCacheName(const std::string& name) { cacheName_ = name; }
 
  private:
-  template <class Upload>
-  bool _Set(const std::string& name, Upload upload, const std::source_location& where);
+  template <class Value, class Upload>
+  bool _Set(const std::string& name, const Value& value, Upload upload, const std::source_location& where);
   bool _Loaded(const std::source_location& where) const;
 
   GLuint id_ = 0;
   bool loaded_ = false;
+  ContextId context_ = 0;  // where it was bound last
+  bool moved_ = false;     // there for the first time since it was bound elsewhere
   std::unordered_map<std::string, GLint> locations_;
   std::string cacheName_;
 };

@@ -70,6 +70,30 @@ TEST_F(DrawerTest, SceneAndProgramAreGivenBackAfterADraw) {
   EXPECT_EQ(Difference(Image(20, 12, {0, 0, 0, 1}), StorageOf(target)), "");
 }
 
+// Parameters are state of the program, which all contexts share: each has to see what another one set last.
+TEST_F(DrawerTest, ContextsInTurnDrawWithTheLatestParameters) {
+  const Image picture = Picture(20, 12, 2, true);
+  Texture texture, target;
+  Fill(texture, picture);
+  Fill(target, picture);
+  const auto draw = [&](float opacity) {
+    FrameBuffer scene(surfaces_);
+    ASSERT_TRUE(scene.Allocate({}));
+    ASSERT_TRUE(scene.BindColorTexture(&target));
+    scene.camera = Camera::ForCanvas(20, 12);
+    TextureDrawer drawer(*programs_, surfaces_);
+    drawer.mainTexture = &texture;
+    drawer.opacity = opacity;
+    drawer.SetScene(&scene);
+    EXPECT_TRUE(drawer.Draw());
+    glFinish();
+  };
+  draw(0.25f);
+  OnOtherThread(true, [&] { draw(0.75f); });
+  draw(0.75f);
+  EXPECT_NEAR(StorageOf(target).at(5, 5)[3], 0.75, 0.01);
+}
+
 TEST_F(DrawerTest, UnknownYuvFormatsOnlyCentreTheTarget) {
   const Image before = Picture(192, 108, 1);
   for (const int32_t format : {0, 4, -1}) {
