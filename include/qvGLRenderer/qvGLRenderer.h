@@ -62,7 +62,7 @@ typedef struct QVGEffect QVGEffect;           /**< An instance of a named effect
 
 /** A decoded image, owned by the host. The library reads the pixels and the size only. */
 typedef struct QVGHostImage {
-  const uint8_t* pixels; /**< Rows top-down without padding, 4 bytes a pixel in the order B, G, R, A. */
+  const uint8_t* pixels; /**< Rows top-down without padding, 4 bytes a pixel in the order B, G, R, A; straight alpha. */
   uint8_t host[28];      /**< The host's own; never touched by the library. */
   int32_t width;         /**< Pixels. */
   int32_t height;        /**< Pixels. */
@@ -201,6 +201,32 @@ typedef struct QVGFrameBufferDesc {
 } QVGFrameBufferDesc;
 
 /* ---- Effects ------------------------------------------------------------------------------------------------ */
+
+/*
+ * There is one effect, "general_eff", of type 1. In one pass over a frame it keys out a colour, smooths and whitens
+ * skin, corrects colour and lays the result over an image; each stage runs when its switch is on. Its parameters are in
+ * the table of slot 58 with ranges and defaults; integers out of range count as the nearest in range:
+ *
+ *   enable_key     switch: keying
+ *   color          colour that becomes transparent. It has no value until it is set, whatever the table's default says.
+ *   similarity     per mille: pixels whose chroma is nearer to the colour's than this are transparent
+ *   smoothness     per mille beyond that, over which pixels become opaque; 1 is a hard edge
+ *   anti-spill     per mille beyond that, over which a tint of the colour is turned to grey
+ *   enable_beauty  switch: skin
+ *   blur           smoothing of skin: strength in percent and, as a number of texels, its reach
+ *   whitten        whitening of skin, percent
+ *   enable_color   switch: colour correction
+ *   bright         brightness, percent: 100 doubles it, -100 is black
+ *   temperature    percent: cooler below 0, warmer above
+ *   highlight      percent; at present without an effect on the picture
+ *   shadow         percent by which dark parts are lightened
+ *   enable_bg      switch: background
+ *   bgfile         path of an image for QVGDecodeImage, shown upright behind the frame and cut to its shape; null, an
+ *                  empty path or an image that can't be read: none. A path is decoded once and kept, on the GPU, until
+ *                  the library is released; a file that changes is not noticed.
+ *
+ * Frames and outputs have premultiplied alpha.
+ */
 
 /** Types of parameter values. */
 enum QVGParamType { QVG_PARAM_INTEGER = 0, QVG_PARAM_BOOLEAN = 2, QVG_PARAM_TEXT = 3, QVG_PARAM_COLOR = 5 };
@@ -386,44 +412,60 @@ typedef struct QVGGLRendererInterface {
 
   /* Windows */
 
-  /** 48 [any] A drawer for the host's window (Windows: HWND; Linux: X11 window id cast to a pointer). The window must
-   *  outlive it. Give back with DestroyWndDrawer. @return null on failure. */
+  /** 48 [any] A drawer for the host's window (Windows: HWND; Linux: X11 window id cast to a pointer, of the display
+   *  that DISPLAY names; the id of another display's window can't be told from one of this display's). The window
+   *  should outlive it; when it does not, nothing is shown any more. What was current stays current. Give back with
+   *  DestroyWndDrawer. @return null for null, for what is no window, or on failure. */
   QVGWndDrawer* (*CreateWndDrawer)(void* window);
-  /** 49 [any] The drawer's context, for MakeCurrentContext; null for null. Owned by the drawer. */
+  /** 49 [any] The drawer's context, for MakeCurrentContext; null for null. Owned by the drawer: never give it to slots
+   *  10 or 14. */
   QVGGLContext* (*GetWndDrawerHandle)(QVGWndDrawer* drawer);
-  /** 50 [GL, the drawer's context] Fills the window with the colour (R, G, B) and shows it. Both last arguments are
-   *  ignored. @return false for null. */
+  /** 50 [GL, the drawer's context] Fills the window with the colour (R, G, B) and shows it; may wait for the display.
+   *  Both last arguments are ignored. @return false for a null drawer or colour; true otherwise, also when the drawer's
+   *  context is not current and nothing is shown. */
   bool (*ClearWnd)(QVGWndDrawer* drawer, const double rgb[3], void* reserved1, void* reserved2);
-  /** 51 [any] Tells the window's size in pixels, for the next draw. @return false for null. */
+  /** 51 [any] Tells the window's size in pixels, for the next draw, also while another thread draws. Until it was told
+   *  once, slot 52 shows black. @return false for null. */
   bool (*SetWndDrawerSize)(QVGWndDrawer* drawer, uint32_t width, uint32_t height);
-  /** 52 [GL, the drawer's context] Shows the texture in the window, letterboxed. @return false for null. */
+  /** 52 [GL, the drawer's context] Shows the texture's content in the window: as large as it fits, upright as rotation
+   *  and flipped flag tell, over black, colour multiplied by alpha. May wait for the display. Work submitted on another
+   *  context must be done (slot 47). @return false for null or when the drawer's context is not current; true
+   *  otherwise, also when there is nothing to see (a size of 0, a window that is gone). */
   bool (*DrawTextureToWnd)(QVGWndDrawer* drawer, QVGTexture* texture);
-  /** 53 [any] Destroys a drawer and writes null; the window stays. @return true. */
+  /** 53 [any] Destroys a drawer and its context and writes null; the window stays. The context must not be current on
+   *  another thread. @return true. */
   bool (*DestroyWndDrawer)(QVGWndDrawer** drawer);
 
   /* Effects */
 
   /** 54 [any] count receives the number of effects of the type. When that is at most capacity and names is not null,
    *  the name of every registered effect, of all types, is written to names: make it large enough. The texts are the
-   *  library's. @return true when names were written. */
+   *  library's. @return true when names were written; false for a null count. */
   bool (*GetEffectNames)(int32_t type, const char** names, int32_t capacity, int32_t* count);
-  /** 55 [any] true when an effect of that name exists. */
+  /** 55 [any] true when an effect of that name exists; false for null. */
   bool (*HasEffect)(const char* name);
-  /** 56 [any] The effect's type; 0 when unknown. */
+  /** 56 [any] The effect's type; 0 when unknown or null. */
   uint32_t (*GetEffectType)(const char* name);
-  /** 57 [any] The effect's name for people, UTF-8; key is a locale such as "zh_CN". Null when unknown. */
+  /** 57 [any] The effect's name for people, UTF-8, the library's: Chinese for the locales "zh_CN", "zh", "" and null,
+   *  the effect's own name for others. Null when unknown or null. */
   const char* (*QueryEffect)(const char* name, const char* key);
-  /** 58 [any] The effect's parameter table and its number of rows. @return false when unknown or count is null. */
+  /** 58 [any] The effect's parameter table and its number of rows; table may be null. @return false when unknown or
+   *  when name or count is null. */
   bool (*GetEffectParameterTable)(const char* name, const QVGParamDescriptor** table, uint32_t* count);
-  /** 59 [GL] An instance of the effect. Give back with DestroyEffect. @return null when unknown or on failure. */
+  /** 59 [GL] An instance of the effect, with all stages off. One thread at a time, on any of the library's contexts.
+   *  Give back with DestroyEffect. @return null for null, when unknown, without a context, or on failure. */
   QVGEffect* (*CreateEffect)(const char* name);
-  /** 60 [GL] Sets a parameter by its key. @return false for null, an unknown key or instance, or a value of a type that
-   *  the key does not take. */
+  /** 60 [GL] Sets a parameter by its key. Switches take booleans and integers, whose first byte counts; other rows
+   *  their own type. @return false for null, an unknown key or instance, or a value of a type that the key does not
+   *  take; true otherwise, also for an image that can't be read. */
   bool (*SetEffectParameter)(QVGEffect* effect, const char* key, const QVGParamValue* value);
-  /** 61 [GL] Runs the effect. @return a new texture, to be given back with ReleaseTexture; the input itself for a null
-   *  effect; null for a null input, when no stage is switched on, or on failure. */
+  /** 61 [GL] Runs the effect. The input stays the caller's. @return a new texture, to be given back with
+   *  ReleaseTexture, as large as the input is presented (an odd turn exchanges width and height), upright, with
+   * rotation 0 and flipped false: its row 0 is the bottom of the picture, so slots 37 and 38 take flip for rows from
+   * the top. The input itself for a null effect; null for a null input, when no stage is switched on, or on failure. */
   QVGTexture* (*ApplyEffect)(QVGEffect* effect, QVGTexture* input);
-  /** 62 [GL] The form with two inputs. @return the first texture for a null effect and for effects with one input. */
+  /** 62 [GL] The form with two inputs, which no effect has at present. @return the first texture itself, not to be
+   *  given back twice; null for an instance that is not live. */
   QVGTexture* (*ApplyEffectWith)(QVGEffect* effect, QVGTexture* first, QVGTexture* second, float value);
   /** 63 [GL] Destroys an instance and writes null. @return true, also for null; false when it is not live. */
   bool (*DestroyEffect)(QVGEffect** effect);

@@ -17,7 +17,8 @@ ProgramCache::~ProgramCache() {
 
 Program* ProgramCache::Get(const std::string& name, const std::string& vertexSource,
                            const std::string& fragmentSource) {
-  if (name.empty()) return nullptr;
+  // Without a context the program would be an empty one, and lent to all who come later.
+  if (name.empty() || CurrentContextId() == 0) return nullptr;
   std::lock_guard lock(mutex_);
   const auto found =
       std::find_if(idle_.begin(), idle_.end(), [&](const Program* program) { return program->CacheName() == name; });

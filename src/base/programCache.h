@@ -17,8 +17,8 @@ class ProgramCache {
   ProgramCache(const ProgramCache&) = delete;
   ProgramCache& operator=(const ProgramCache&) = delete;
 
-  /// The idle program of that name that came back first, or a new one from the sources; null without a name, or when
-  /// there is none idle and a source is empty. A program that did not compile is lent like any other.
+  /// The idle program of that name that came back first, or a new one from the sources; null without a name or a
+  /// context, or when there is none idle and a source is empty. A program that did not compile is lent like any other.
   Program* Get(const std::string& name, const std::string& vertexSource, const std::string& fragmentSource);
   /// Takes a program back, also one that was never lent. False for null.
   bool Return(Program* program);

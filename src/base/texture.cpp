@@ -166,6 +166,12 @@ bool Texture::RemapRGBA(const Swizzle& swizzle) {
 }
 
 bool Texture::CopyFrom(const Texture* source, int x, int y, int width, int height) {
+  if (!SubmitCopyFrom(source, x, y, width, height)) return false;
+  glFinish();
+  return CheckGLError();
+}
+
+bool Texture::SubmitCopyFrom(const Texture* source, int x, int y, int width, int height) {
   if (source == nullptr) return false;
   const int64_t area = int64_t{setting_.width} * setting_.height;
   if (allocated_ && area < int64_t{source->loadedWidth} * source->loadedHeight) {
@@ -193,8 +199,6 @@ bool Texture::CopyFrom(const Texture* source, int x, int y, int width, int heigh
   glBindTexture(GL_TEXTURE_2D, 0);
   glDeleteFramebuffers(1, &reader);
   if (!ok) return false;
-  glFinish();
-  if (!CheckGLError()) return false;
   loadedWidth = copyWidth;
   loadedHeight = copyHeight;
   return true;

@@ -58,6 +58,8 @@ class Texture {
   /// height below 1 means the source's content size. Storage too small for the source's content is made anew. The copy
   /// is complete when the call returns.
   bool CopyFrom(const Texture* source, int x, int y, int width, int height);
+  /// The same without waiting: for what follows on the same context.
+  bool SubmitCopyFrom(const Texture* source, int x, int y, int width, int height);
 
   /// Lays a content rectangle of the size in the centre of the storage, rounding down.
   void CentreContent(int width, int height);

@@ -1,7 +1,10 @@
 #include "context/frameOperations.h"
 
+#include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <initializer_list>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <source_location>
@@ -204,7 +207,8 @@ bool ContentIsInside(const Texture& texture) {
 // A copy of the content with the channels as they are stored, and the same look.
 TextureLease CopyStored(QVGContext& context, const Texture& source) {
   TextureLease copy(context.Textures(), source.loadedWidth, source.loadedHeight, source.Setting().internalFormat);
-  if (!copy || !copy->CopyFrom(&source, source.offsetX, source.offsetY, source.loadedWidth, source.loadedHeight) ||
+  if (!copy ||
+      !copy->SubmitCopyFrom(&source, source.offsetX, source.offsetY, source.loadedWidth, source.loadedHeight) ||
       !copy->RemapRGBA(source.CurrentSwizzle())) {
     return {};
   }
@@ -255,8 +259,8 @@ bool StoreAsRGBA(QVGContext& context, Texture& texture) {
 }
 
 bool Clear(FrameBuffer& frameBuffer, const double rgba[4]) {
-  const float color[4] = {static_cast<float>(rgba[0]), static_cast<float>(rgba[1]), static_cast<float>(rgba[2]),
-                          static_cast<float>(rgba[3])};
+  const float color[4] = {ColorComponent(rgba[0]), ColorComponent(rgba[1]), ColorComponent(rgba[2]),
+                          ColorComponent(rgba[3])};
   return frameBuffer.Clear(color);
 }
 
@@ -392,6 +396,11 @@ Texture* CloneTexture(QVGContext& context, Texture* source) {
   copy->flipped = source->flipped;
   copy->rotation = source->rotation;
   return copy.Take();
+}
+
+float ColorComponent(double value) {
+  constexpr double kLargest = std::numeric_limits<float>::max();
+  return std::isnan(value) ? 0 : static_cast<float>(std::clamp(value, -kLargest, kLargest));
 }
 
 bool ClearTexture(QVGContext& context, Texture* texture, const double rgba[4]) {

@@ -29,6 +29,8 @@ void ReleasePixelBuffer(QVGContext& context, QVGPixelBuffer** buffer);
 
 /// A copy of the content, which looks and reads back as the source does.
 Texture* CloneTexture(QVGContext& context, Texture* source);
+/// As GL takes it: what is no number counts as 0, what is beyond a float as the nearest one.
+float ColorComponent(double value);
 bool ClearTexture(QVGContext& context, Texture* texture, const double rgba[4]);
 
 /// Owned by the caller; null on failure.

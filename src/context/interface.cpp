@@ -439,8 +439,8 @@ void Finish() noexcept {
 WndDrawer* From(QVGWndDrawer* drawer) { return reinterpret_cast<WndDrawer*>(drawer); }
 
 QVGWndDrawer* CreateWndDrawer(void* window) noexcept {
-  return WithContexts<QVGWndDrawer*>(nullptr, [&](QVGLContextManager& contexts) {
-    auto drawer = std::make_unique<WndDrawer>(contexts);
+  return WithContext<QVGWndDrawer*>(nullptr, [&](QVGContext& context) {
+    auto drawer = std::make_unique<WndDrawer>(*context.Contexts());
     return drawer->Init(window) ? reinterpret_cast<QVGWndDrawer*>(drawer.release()) : nullptr;
   });
 }
@@ -452,14 +452,15 @@ QVGGLContext* GetWndDrawerHandle(QVGWndDrawer* drawer) noexcept {
 bool ClearWnd(QVGWndDrawer* drawer, const double rgb[3], void* /*reserved1*/, void* /*reserved2*/) noexcept {
   if (drawer == nullptr || rgb == nullptr) return false;
   return Guard(false, [&] {
-    From(drawer)->Clear(static_cast<float>(rgb[0]), static_cast<float>(rgb[1]), static_cast<float>(rgb[2]));
+    From(drawer)->Clear(ColorComponent(rgb[0]), ColorComponent(rgb[1]), ColorComponent(rgb[2]));
     return true;
   });
 }
 
 bool SetWndDrawerSize(QVGWndDrawer* drawer, uint32_t width, uint32_t height) noexcept {
   if (drawer == nullptr) return false;
-  From(drawer)->SetSize(static_cast<int>(width), static_cast<int>(height));
+  const auto pixels = [](uint32_t size) { return static_cast<int>(std::min(size, uint32_t{INT32_MAX})); };
+  From(drawer)->SetSize(pixels(width), pixels(height));
   return true;
 }
 
@@ -532,8 +533,10 @@ bool GetEffectParameterTable(const char* name, const QVGParamDescriptor** table,
 
 QVGEffect* CreateEffect(const char* name) noexcept {
   if (IsEmpty(name)) return nullptr;
-  return WithContext<QVGEffect*>(
-      nullptr, [&](QVGContext& context) { return reinterpret_cast<QVGEffect*>(context.Effects().CreateEffect(name)); });
+  return WithContext<QVGEffect*>(nullptr, [&](QVGContext& context) {
+    if (CurrentContextId() == 0) return static_cast<QVGEffect*>(nullptr);
+    return reinterpret_cast<QVGEffect*>(context.Effects().CreateEffect(name));
+  });
 }
 
 bool SetEffectParameter(QVGEffect* effect, const char* key, const QVGParamValue* value) noexcept {

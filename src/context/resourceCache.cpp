@@ -1,6 +1,7 @@
 #include "context/resourceCache.h"
 
 #include <cstdio>
+#include <utility>
 
 #include "base/texture.h"
 #include "context/scratchBufferPool.h"
@@ -17,8 +18,12 @@ using File = std::unique_ptr<std::FILE, FileCloser>;
 
 }  // namespace
 
-ResourceCache::~ResourceCache() {
-  for (auto& [path, entry] : entries_) _Destroy(*entry);
+void ResourceCache::EntryDeleter::operator()(Entry* entry) const {
+  if (entry->texture != nullptr) cache->textures_.Release(entry->texture);
+  if (entry->block != nullptr) cache->scratchBuffers_.Release(entry->block);
+  const QVGFreeImage free = cache->callbacks_.freeImage;
+  if (entry->image != nullptr && free != nullptr) free(entry->path.c_str(), entry->image);
+  delete entry;
 }
 
 ResourceCache::Entry* ResourceCache::Acquire(const std::string& path, int32_t kind) {
@@ -26,67 +31,58 @@ ResourceCache::Entry* ResourceCache::Acquire(const std::string& path, int32_t ki
   std::lock_guard lock(mutex_);
   auto found = entries_.find(path);
   if (found == entries_.end()) {
-    std::unique_ptr<Entry> entry = kind <= kDecodedImage ? _LoadImage(path, kind) : _LoadFile(path, kind);
-    if (entry == nullptr) return nullptr;
+    EntryPtr entry(new Entry, {this});
     entry->kind = kind;
     entry->path = path;
+    if (!(kind <= kDecodedImage ? _LoadImage(*entry) : _LoadFile(*entry))) return nullptr;
     found = entries_.emplace(path, std::move(entry)).first;
   }
   ++found->second->count;
   return found->second.get();
 }
 
-std::unique_ptr<ResourceCache::Entry> ResourceCache::_LoadImage(const std::string& path, int32_t kind) {
+bool ResourceCache::_LoadImage(Entry& entry) {
   const QVGDecodeImage decode = callbacks_.decodeImage;
-  if (decode == nullptr) return nullptr;
-  auto entry = std::make_unique<Entry>();
-  QVGHostImage* image = decode(path.c_str());
-  if (image == nullptr) return nullptr;
-  if (kind == kDecodedImage) {
-    entry->image = image;
-    return entry;
-  }
-  Texture* texture = nullptr;
-  if (image->pixels != nullptr && image->width >= 1 && image->height >= 1) {
-    texture = textures_.Acquire(static_cast<uint32_t>(image->width), static_cast<uint32_t>(image->height), GL_RGBA8);
-  }
-  if (texture != nullptr && !texture->Load(image->width, image->height, image->pixels, GL_BGRA, GL_UNSIGNED_BYTE)) {
-    textures_.Release(texture);
-  }
   const QVGFreeImage free = callbacks_.freeImage;
-  if (free != nullptr) free(path.c_str(), image);
-  if (texture == nullptr) return nullptr;
-  texture->flipped = true;
-  entry->texture = texture;
-  return entry;
+  if (decode == nullptr) return false;
+  QVGHostImage* const image = decode(entry.path.c_str());
+  if (image == nullptr) return false;
+  if (entry.kind == kDecodedImage) {
+    entry.image = image;
+    return true;
+  }
+  const auto giveBack = [&](QVGHostImage* record) {
+    if (free != nullptr) free(entry.path.c_str(), record);
+  };
+  const std::unique_ptr<QVGHostImage, decltype(giveBack)> record(image, giveBack);
+  if (image->pixels == nullptr || image->width < 1 || image->height < 1) return false;
+  entry.texture =
+      textures_.Acquire(static_cast<uint32_t>(image->width), static_cast<uint32_t>(image->height), GL_RGBA8);
+  if (entry.texture == nullptr ||
+      !entry.texture->Load(image->width, image->height, image->pixels, GL_BGRA, GL_UNSIGNED_BYTE)) {
+    return false;
+  }
+  entry.texture->flipped = true;
+  // Other contexts may draw with it at once, and its upload is nowhere to be waited for.
+  glFinish();
+  return true;
 }
 
-std::unique_ptr<ResourceCache::Entry> ResourceCache::_LoadFile(const std::string& path, int32_t kind) {
-  const File file(std::fopen(path.c_str(), "rb"));
-  if (file == nullptr) return nullptr;
+bool ResourceCache::_LoadFile(Entry& entry) {
+  const File file(std::fopen(entry.path.c_str(), "rb"));
+  if (file == nullptr) return false;
   // Nothing to read: an empty file, or a directory, which may tell any length.
-  if (std::fgetc(file.get()) == EOF || std::fseek(file.get(), 0, SEEK_END) != 0) return nullptr;
+  if (std::fgetc(file.get()) == EOF || std::fseek(file.get(), 0, SEEK_END) != 0) return false;
   const long length = std::ftell(file.get());
-  if (length <= 0 || std::fseek(file.get(), 0, SEEK_SET) != 0) return nullptr;
-  auto entry = std::make_unique<Entry>();
-  const size_t size = static_cast<size_t>(length);
-  uint8_t* block = scratchBuffers_.Acquire(size);
-  const bool whole = std::fread(block, 1, size, file.get()) == size;
-  if (whole && kind == kFileInScratch) {
-    entry->block = block;
-    entry->blockSize = size;
-    return entry;
-  }
-  if (whole) entry->bytes.assign(reinterpret_cast<const char*>(block), size);
-  scratchBuffers_.Release(block);
-  return whole ? std::move(entry) : nullptr;
-}
-
-void ResourceCache::_Destroy(Entry& entry) {
-  if (entry.texture != nullptr) textures_.Release(entry.texture);
-  if (entry.block != nullptr) scratchBuffers_.Release(entry.block);
-  const QVGFreeImage free = callbacks_.freeImage;
-  if (entry.image != nullptr && free != nullptr) free(entry.path.c_str(), entry.image);
+  if (length <= 0 || std::fseek(file.get(), 0, SEEK_SET) != 0) return false;
+  entry.blockSize = static_cast<size_t>(length);
+  entry.block = scratchBuffers_.Acquire(entry.blockSize);
+  if (std::fread(entry.block, 1, entry.blockSize, file.get()) != entry.blockSize) return false;
+  if (entry.kind == kFileInScratch) return true;
+  entry.bytes.assign(reinterpret_cast<const char*>(entry.block), entry.blockSize);
+  scratchBuffers_.Release(std::exchange(entry.block, nullptr));
+  entry.blockSize = 0;
+  return true;
 }
 
 void ResourceCache::Release(Entry* entry, bool erase) {
@@ -95,7 +91,6 @@ void ResourceCache::Release(Entry* entry, bool erase) {
   const auto found = entries_.find(entry->path);
   if (found == entries_.end()) return;
   if (--found->second->count >= 1 || !erase) return;
-  _Destroy(*found->second);
   entries_.erase(found);
 }
 

@@ -46,7 +46,7 @@ class ResourceCache {
   ResourceCache(const Callbacks& callbacks, TexturePool& textures, ScratchBufferPool& scratchBuffers)
       : callbacks_(callbacks), textures_(textures), scratchBuffers_(scratchBuffers) {}
   /// Destroys every entry, whatever its count.
-  ~ResourceCache();
+  ~ResourceCache() = default;
   ResourceCache(const ResourceCache&) = delete;
   ResourceCache& operator=(const ResourceCache&) = delete;
 
@@ -57,15 +57,21 @@ class ResourceCache {
   void Release(Entry* entry, bool erase);
 
  private:
-  std::unique_ptr<Entry> _LoadImage(const std::string& path, int32_t kind);
-  std::unique_ptr<Entry> _LoadFile(const std::string& path, int32_t kind);
-  void _Destroy(Entry& entry);
+  /// Gives back what the entry holds; so does a failure half-way through loading.
+  struct EntryDeleter {
+    ResourceCache* cache;
+    void operator()(Entry* entry) const;
+  };
+  using EntryPtr = std::unique_ptr<Entry, EntryDeleter>;
+
+  bool _LoadImage(Entry& entry);
+  bool _LoadFile(Entry& entry);
 
   const Callbacks& callbacks_;
   TexturePool& textures_;
   ScratchBufferPool& scratchBuffers_;
   std::mutex mutex_;
-  std::map<std::string, std::unique_ptr<Entry>> entries_;
+  std::map<std::string, EntryPtr> entries_;
 };
 
 }  // namespace qvg

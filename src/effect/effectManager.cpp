@@ -50,10 +50,13 @@ Texture* EffectManager::ApplyEffectWith(Effect* effect, Texture* first, Texture*
 
 bool EffectManager::DestroyEffect(Effect*& effect) {
   if (effect == nullptr) return true;
-  std::lock_guard lock(mutex_);
-  const auto found = std::find(live_.begin(), live_.end(), effect);
-  if (found == live_.end()) return false;
-  live_.erase(found);
+  {
+    std::lock_guard lock(mutex_);
+    const auto found = std::find(live_.begin(), live_.end(), effect);
+    if (found == live_.end()) return false;
+    live_.erase(found);
+  }
+  // Outside the lock: giving an image back may wait until another one is decoded.
   delete effect;
   effect = nullptr;
   return true;

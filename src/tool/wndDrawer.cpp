@@ -136,12 +136,15 @@ void WndDrawer::_CreateGeometry() {
   }
 }
 
-void WndDrawer::_DestroyObjects() {
-  content_.reset();
+void WndDrawer::_DestroyVertexArrays() {
   for (GLuint* vertexArray : {&vertexArray_, &flippedVertexArray_}) {
     glDeleteVertexArrays(1, vertexArray);
     *vertexArray = 0;
   }
+}
+
+void WndDrawer::_DestroyObjects() {
+  content_.reset();
   for (GLuint* buffer : {&positionBuffer_, &texcoordBuffer_, &flippedTexcoordBuffer_, &indexBuffer_}) {
     glDeleteBuffers(1, buffer);
     *buffer = 0;
@@ -158,12 +161,13 @@ bool WndDrawer::Uninit() {
   {
     const BindingRestorer previous;
     if (initialized_) {
-      // The window may be gone, and its context with it for making current; objects are shared, any context will do.
+      // The window may be gone, and its context with it for making current. Its vertex arrays go with it then; the rest
+      // is shared, and any context will do.
+      const bool own = live && contexts_.MakeCurrentContext(context_, nullptr);
       std::unique_ptr<TemporaryContext> substitute;
-      if (!live || !contexts_.MakeCurrentContext(context_, nullptr)) {
-        substitute = std::make_unique<TemporaryContext>(contexts_);
-      }
-      _DestroyObjects();
+      if (!own) substitute = std::make_unique<TemporaryContext>(contexts_);
+      if (own) _DestroyVertexArrays();
+      if (own || substitute->Valid()) _DestroyObjects();
     }
   }
   if (live) contexts_.DestroySharedContext(context_);
@@ -172,10 +176,7 @@ bool WndDrawer::Uninit() {
   return true;
 }
 
-void WndDrawer::SetSize(int width, int height) {
-  windowWidth_ = width;
-  windowHeight_ = height;
-}
+void WndDrawer::SetSize(int width, int height) { size_ = {width, height}; }
 
 GLuint WndDrawer::_LoadShader(GLenum type, const std::string& source) {
   const GLuint shader = glCreateShader(type);
@@ -252,8 +253,8 @@ const Texture* WndDrawer::_WholeStorage(const Texture& texture) {
     content_ = std::make_unique<Texture>();
     if (!content_->Allocate(setting)) content_.reset();
   }
-  if (content_ == nullptr ||
-      !content_->CopyFrom(&texture, texture.offsetX, texture.offsetY, texture.loadedWidth, texture.loadedHeight)) {
+  if (content_ == nullptr || !content_->SubmitCopyFrom(&texture, texture.offsetX, texture.offsetY, texture.loadedWidth,
+                                                       texture.loadedHeight)) {
     return &texture;
   }
   content_->RemapRGBA(texture.CurrentSwizzle());
@@ -262,8 +263,8 @@ const Texture* WndDrawer::_WholeStorage(const Texture& texture) {
   return content_.get();
 }
 
-void WndDrawer::_DrawQuad(const Texture& texture) {
-  const Viewport viewport = FitIntoWindow(texture, windowWidth_, windowHeight_);
+void WndDrawer::_DrawQuad(const Texture& texture, const Size& window) {
+  const Viewport viewport = FitIntoWindow(texture, window.width, window.height);
   glViewport(viewport.x, viewport.y, viewport.width, viewport.height);
   glUseProgram(program_);
   glActiveTexture(GL_TEXTURE0);
@@ -276,14 +277,15 @@ void WndDrawer::_DrawQuad(const Texture& texture) {
 
 bool WndDrawer::Draw(const Texture* texture) {
   if (!_Ready()) return false;
-  const bool visible = texture != nullptr && windowWidth_ > 0 && windowHeight_ > 0 && texture->loadedWidth > 0 &&
+  const Size window = size_;
+  const bool visible = texture != nullptr && window.width > 0 && window.height > 0 && texture->loadedWidth > 0 &&
                        texture->loadedHeight > 0;
   const Texture* picture = visible ? _WholeStorage(*texture) : nullptr;
   _BindTarget();
   glClearColor(0, 0, 0, 1);
   glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
-  if (picture != nullptr) _DrawQuad(*picture);
-  glViewport(0, 0, windowWidth_, windowHeight_);
+  if (picture != nullptr) _DrawQuad(*picture, window);
+  glViewport(0, 0, window.width, window.height);
   contexts_.SwapBuffers(context_);
   glUseProgram(0);
   glBindTexture(GL_TEXTURE_2D, 0);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <glm/glm.hpp>
+#include <atomic>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -36,7 +36,7 @@ class WndDrawer {
   /// be made on it.
   bool Init(void* window);
   bool Uninit();
-  /// The window's size in pixels, for the next Clear or Draw.
+  /// The window's size in pixels, not negative, for the next Draw. Any thread.
   void SetSize(int width, int height);
   void* Context() const { return context_; }
 
@@ -47,15 +47,21 @@ class WndDrawer {
   bool Draw(const Texture* texture);
 
  private:
+  struct Size {
+    int width;
+    int height;
+  };
+
   GLuint _LoadShader(GLenum type, const std::string& source);
   GLuint _CreateProgram(const std::string& vertexSource, const std::string& fragmentSource);
   void _CreateGeometry();
+  void _DestroyVertexArrays();
   void _DestroyObjects();
   bool _Ready() const;
   void _BindTarget();
   void _UnbindTarget();
   const Texture* _WholeStorage(const Texture& texture);
-  void _DrawQuad(const Texture& texture);
+  void _DrawQuad(const Texture& texture, const Size& window);
 
   QVGLContextManager& contexts_;
   bool initialized_ = false;
@@ -73,9 +79,9 @@ class WndDrawer {
   GLuint targetRenderbuffer_ = 0;
   bool useTargetFramebuffer_ = false;
   bool useTargetRenderbuffer_ = false;
-  int windowWidth_ = 0;
-  int windowHeight_ = 0;
-  // The content of a texture with larger storage, on its own: the program samples whatever lies beside it.
+  std::atomic<Size> size_ = Size{0, 0};
+  // The content of a texture with larger storage, on its own: the program samples whatever lies beside it. Counts in no
+  // pool: it lives as long as pictures of the size are shown.
   std::unique_ptr<Texture> content_;
 };
 

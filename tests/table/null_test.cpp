@@ -85,6 +85,22 @@ TEST_F(NullTest, WindowSlots) {
   EXPECT_TRUE(gl_.DestroyWndDrawer(nullptr));
 }
 
+TEST_F(NullTest, EffectsNeedAContext) {
+  gl_.MakeCurrentContext(nullptr, nullptr);
+  EXPECT_EQ(gl_.CreateEffect("general_eff"), nullptr);
+  gl_.MakeCurrentContext(context_->handle, nullptr);
+  // Nothing unusable is left for later ones.
+  QVGEffect* effect = gl_.CreateEffect("general_eff");
+  QVGParamValue on = {};
+  on.value.integer = 1;
+  const Image picture = Picture(8, 6, 1, true);
+  ASSERT_TRUE(gl_.SetEffectParameter(effect, "enable_color", &on));
+  const TexturePtr input = Upload(picture), output(gl_.ApplyEffect(effect, input.get()));
+  Errors errors;
+  EXPECT_EQ(Compare(FlippedRows(picture), Content(output.get()), 1.01, errors), "");
+  gl_.DestroyEffect(&effect);
+}
+
 TEST_F(NullTest, EffectSlots) {
   const TexturePtr first = Upload(Picture(4, 4, 1)), second = Upload(Picture(4, 4, 2));
   const QVGParamDescriptor* parameters = nullptr;
