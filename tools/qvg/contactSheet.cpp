@@ -11,7 +11,7 @@
 namespace qvgtool {
 namespace {
 
-constexpr int kColumns = 3, kTileWidth = 480, kGap = 16, kLabelHeight = 34;
+constexpr int kRows = 3, kTileWidth = 560, kGap = 16, kLabelHeight = 34;
 
 }  // namespace
 
@@ -22,9 +22,9 @@ ContactSheet::ContactSheet(std::string path, const VideoFormat& after, int64_t t
 }
 
 bool ContactSheet::Wants(int64_t index) const {
-  const auto taken = static_cast<int64_t>(columns_.size());
-  if (taken >= kColumns) return false;
-  return index >= (total_ > 0 ? total_ * (2 * taken + 1) / (2 * kColumns) : taken * 25);
+  const auto taken = static_cast<int64_t>(rows_.size());
+  if (taken >= kRows) return false;
+  return index >= (total_ > 0 ? total_ * (2 * taken + 1) / (2 * kRows) : taken * 25);
 }
 
 FramePtr ContactSheet::_Tile(const AVFrame& frame, int width, int height) {
@@ -41,20 +41,22 @@ FramePtr ContactSheet::_Tile(const AVFrame& frame, int width, int height) {
 }
 
 void ContactSheet::Add(const AVFrame& before, const AVFrame& after, double seconds) {
-  columns_.push_back({_Tile(before, tileWidth_, tileHeight_), _Tile(after, tileWidth_, tileHeight_), seconds});
+  rows_.push_back({_Tile(before, tileWidth_, tileHeight_), _Tile(after, tileWidth_, tileHeight_), seconds});
 }
 
 bool ContactSheet::Save() {
-  if (columns_.empty()) return false;
-  const int columns = static_cast<int>(columns_.size()), rowHeight = tileHeight_ + kLabelHeight + kGap;
-  Sheet sheet(columns * (tileWidth_ + kGap) + kGap, 2 * rowHeight + kGap);
-  for (int i = 0; i < columns; ++i) {
-    const Column& column = columns_[static_cast<size_t>(i)];
-    const int x = kGap + i * (tileWidth_ + kGap);
-    sheet.Paste(*column.before, x, kGap);
-    sheet.Paste(*column.after, x, kGap + rowHeight);
-    sheet.Label(x + 2, kGap + tileHeight_ + 9, fmt::format("before   {:.2f} s", column.seconds));
-    sheet.Label(x + 2, kGap + rowHeight + tileHeight_ + 9, fmt::format("after   {:.2f} s", column.seconds));
+  if (rows_.empty()) return false;
+  const int columnWidth = tileWidth_ + kGap, rowHeight = tileHeight_ + kLabelHeight + kGap;
+  Sheet sheet(2 * columnWidth + kGap, static_cast<int>(rows_.size()) * rowHeight + kGap);
+  int y = kGap;
+  for (const Row& row : rows_) {
+    int x = kGap;
+    for (const auto& [tile, label] : {std::pair(&row.before, "before"), std::pair(&row.after, "after")}) {
+      sheet.Paste(**tile, x, y);
+      sheet.Label(x + 2, y + tileHeight_ + 9, fmt::format("{}   {:.2f} s", label, row.seconds));
+      x += columnWidth;
+    }
+    y += rowHeight;
   }
   sheet.Save(path_);
   return true;

@@ -18,7 +18,7 @@ class ContactSheet {
   bool Save();
 
  private:
-  struct Column {
+  struct Row {
     FramePtr before, after;
     double seconds;
   };
@@ -27,7 +27,7 @@ class ContactSheet {
   std::string path_;
   int64_t total_;
   int tileWidth_, tileHeight_;
-  std::vector<Column> columns_;
+  std::vector<Row> rows_;
 };
 
 }  // namespace qvgtool

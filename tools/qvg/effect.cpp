@@ -29,7 +29,7 @@ constexpr struct {
     {"blur", "Smooths skin", "enable_beauty"},
     {"bright", "Exposure", "enable_color"},
     {"temperature", "Colour temperature: cooler below 0, warmer above", "enable_color"},
-    {"highlight", "Darkens the lights", "enable_color"},
+    {"highlight", "Without effect at present", "enable_color"},
     {"shadow", "Lightens the shadows", "enable_color"},
     {"enable_key", "Keying on or off; else on when one of its parameters is given", nullptr},
     {"enable_beauty", "Beauty on or off; else on when one of its parameters is given", nullptr},

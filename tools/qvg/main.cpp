@@ -204,9 +204,11 @@ void CompleteDemo(ProcessOptions& options, const CLI::App& app) {
 void Complete(ProcessOptions& options, const CLI::App& app) {
   EffectSettings& effect = options.effect;
   if (options.input.empty()) CompleteDemo(options, app);
-  if (IsOn(effect, "enable_key") && !options.layout.background.empty() && !effect.contains("bgfile")) {
+  const bool behindKey = IsOn(effect, "enable_key") || IsOn(effect, "enable_bg");
+  if (behindKey && !options.layout.background.empty() && !effect.contains("bgfile")) {
     effect["bgfile"] = ParamSetting::File(std::exchange(options.layout.background, {}));
   }
+  if (IsOn(effect, "enable_bg") && !effect.contains("bgfile")) throw CLI::RequiredError("--bgfile FILE");
   ImplySwitches(effect);
   if (!options.input.empty()) {
     if (options.output.empty()) throw CLI::RequiredError("-o FILE");
