@@ -10,6 +10,7 @@ headless=(env -u DISPLAY -u WAYLAND_DISPLAY)
 xvfb=(xvfb-run -a -s "-screen 0 1280x1024x24 -nolisten tcp -noreset")
 sanitizer_options=(
   "ASAN_OPTIONS=detect_leaks=1:strict_string_checks=1:check_initialization_order=1"
+  "LSAN_OPTIONS=suppressions=$PWD/tests/support/lsan.supp:print_suppressions=0"
   "UBSAN_OPTIONS=print_stacktrace=1"
   "TSAN_OPTIONS=suppressions=$PWD/tests/support/tsan.supp:second_deadlock_stack=1"
 )
@@ -190,7 +191,9 @@ part_windows() {
 
 part_asan() {
   build asan || return
-  build_folder=asan suffix= run_test_programs "${headless[@]}" "${mesa_only[@]}" "${sanitizer_options[@]}"
+  start_xvfb
+  build_folder=asan suffix= run_test_programs "${with_x[@]}" "${mesa_only[@]}" "${sanitizer_options[@]}"
+  stop_xvfb
 }
 
 part_tsan() {
