@@ -201,7 +201,9 @@ part_tsan() {
   # The shadow memory has fixed places, which some kernels' address randomisation runs into.
   local fixed=()
   setarch -R true 2>/dev/null && fixed=(setarch -R)
-  build_folder=tsan suffix= run_test_programs "${headless[@]}" "${mesa_only[@]}" "${sanitizer_options[@]}" "${fixed[@]}"
+  start_xvfb
+  build_folder=tsan suffix= run_test_programs "${with_x[@]}" "${mesa_only[@]}" "${sanitizer_options[@]}" "${fixed[@]}"
+  stop_xvfb
 }
 
 part_coverage() {
