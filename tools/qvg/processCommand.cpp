@@ -11,6 +11,7 @@
 #include "logCapture.h"
 #include "previewWindow.h"
 #include "progress.h"
+#include "sheet.h"
 
 namespace qvgtool {
 namespace {
@@ -159,7 +160,7 @@ Outcome Process(const ProcessOptions& options, LogCapture& log) {
     FramePtr result = renderer->ReadBack(picture, writer.FrameFormat());
     result->pts = frame->pts;
     if (sheet && sheet->Wants(done)) {
-      sheet->Add(*frame, *result, seconds(frame));
+      sheet->Add(*Upright(*frame, in.quarterTurns), *result, seconds(frame));
     }
     writer.Write(std::move(result));
     progress.Update(++done);

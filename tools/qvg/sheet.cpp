@@ -4,6 +4,7 @@
 
 #include <cstring>
 
+#include "colorConversion.h"
 #include "mediaWriter.h"
 
 extern "C" {
@@ -44,6 +45,15 @@ FramePtr Filtered(const AVFrame& frame, const std::string& chain) {
   const bool done = av_buffersrc_add_frame(source, send.get()) >= 0 && av_buffersrc_close(source, 1, 0) >= 0 &&
                     av_buffersink_get_frame(sink, result.get()) >= 0;
   return done ? std::move(result) : nullptr;
+}
+
+FramePtr Upright(const AVFrame& frame, int quarterTurns) {
+  static constexpr const char* kChains[] = {"null", "transpose=clock", "hflip,vflip", "transpose=cclock"};
+  FramePtr turned = Filtered(frame, kChains[quarterTurns % 4]);
+  if (!turned) throw Error("FFmpeg's filters that turn a picture are missing: " + FfmpegError(AVERROR(EINVAL)));
+  // What is guessed from the number of lines would change with them.
+  turned->colorspace = TagsOf(frame).matrix;
+  return turned;
 }
 
 void Paste(const AVFrame& tile, AVFrame& picture, int x, int y) {

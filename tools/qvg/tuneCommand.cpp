@@ -44,8 +44,9 @@ FramePtr Tile(const AVFrame& keyed, int width, int height) {
 
 std::string Tune(const TuneOptions& options, LogCapture& log) {
   MediaReader reader(options.input, {.from = options.from, .sound = false});
-  const FramePtr frame = reader.Read();
+  FramePtr frame = reader.Read();
   if (!frame) throw Error(fmt::format("{}: no picture could be decoded", options.input));
+  frame = Upright(*frame, reader.Format().quarterTurns);
   ColorConverter converter;
   const AVFrame& rgba =
       converter.Convert(*frame, AV_PIX_FMT_RGBA, frame->width, frame->height, {.rgb = true, .fullRange = true});
