@@ -30,6 +30,12 @@ Image Crop(const Image& image, int x, int y, int width, int height) {
   return MakeImage(width, height, [&](int i, int j) { return image.at(x + i, y + j); });
 }
 
+Image Over(Image image, const Image& part, int left, int bottom) {
+  for (int y = 0; y < part.height; ++y)
+    for (int x = 0; x < part.width; ++x) image.at(left + x, bottom + y) = part.at(x, y);
+  return image;
+}
+
 Image Quantised(const Image& image) {
   Image result = image;
   for (Color& color : result.texels)
@@ -92,6 +98,11 @@ std::string Compare(const std::vector<Image>& candidates, const Image& actual, d
 std::string Compare(const Image& expected, const Image& actual, double limit, Errors& errors,
                     const std::vector<bool>& skip) {
   return Compare(std::vector<Image>{expected}, actual, limit, errors, skip);
+}
+
+std::string Difference(const Image& expected, const Image& actual, double limit, const std::vector<bool>& skip) {
+  Errors errors;
+  return Compare(expected, actual, limit, errors, skip);
 }
 
 }  // namespace qvg::test

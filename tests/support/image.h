@@ -39,6 +39,8 @@ Image Picture(int width, int height, int seed, bool opaque = false);
 
 Image FlippedRows(const Image& image);
 Image Crop(const Image& image, int x, int y, int width, int height);
+/// The picture with another one laid over a part of it.
+Image Over(Image image, const Image& part, int left, int bottom);
 /// Each channel rounded to 8 bits, as a texture stores it.
 Image Quantised(const Image& image);
 
@@ -58,5 +60,8 @@ std::string Compare(const std::vector<Image>& candidates, const Image& actual, d
                     const std::vector<bool>& skip = {});
 std::string Compare(const Image& expected, const Image& actual, double limit, Errors& errors,
                     const std::vector<bool>& skip = {});
+/// The same for errors that nobody reports; without a limit both must hold the same bytes.
+std::string Difference(const Image& expected, const Image& actual, double limit = 0.01,
+                       const std::vector<bool>& skip = {});
 
 }  // namespace qvg::test

@@ -144,11 +144,10 @@ TEST_F(DrawTest, GeometryInFreshAndRecycledStorage) {
 }
 
 TEST_F(DrawTest, NullParametersMeanTheDefaults) {
-  Errors errors;
   const TexturePtr source = Upload(Picture(64, 48, 1)), target = Upload(Picture(64, 48, 2));
   const FrameBufferPtr frameBuffer = Target(target.get());
   ASSERT_TRUE(gl_.DrawTexture(source.get(), frameBuffer.get(), nullptr));
-  EXPECT_EQ(Compare(Picture(64, 48, 1), Content(target.get()), 0.01, errors), "");
+  EXPECT_EQ(Difference(Picture(64, 48, 1), Content(target.get())), "");
 }
 
 // ---- Blends: every colour of the source meets every colour of the target ----
@@ -313,7 +312,6 @@ TEST_F(DrawTest, DepthTestHidesWhatLiesBehind) {
 }
 
 TEST_F(DrawTest, EqualDepthPasses) {
-  Errors errors;
   const TexturePtr target = Upload(Picture(64, 48, 1)), source = Upload(Picture(64, 48, 2));
   const TexturePtr over = Upload(Picture(64, 48, 3));
   const FrameBufferPtr frameBuffer = Target(target.get(), nullptr, true);
@@ -323,12 +321,12 @@ TEST_F(DrawTest, EqualDepthPasses) {
   params.depthTest = true;
   ASSERT_TRUE(gl_.DrawTexture(source.get(), frameBuffer.get(), &params));
   ASSERT_TRUE(gl_.DrawTexture(over.get(), frameBuffer.get(), &params));
-  EXPECT_EQ(Compare(Picture(64, 48, 3), Content(target.get()), 0.01, errors), "");
+  EXPECT_EQ(Difference(Picture(64, 48, 3), Content(target.get())), "");
   // The test stays with its draw.
   params.depthTest = false;
   params.translation[2] = -50;
   ASSERT_TRUE(gl_.DrawTexture(source.get(), frameBuffer.get(), &params));
-  EXPECT_EQ(Compare(Picture(64, 48, 2), Content(target.get()), 0.01, errors), "");
+  EXPECT_EQ(Difference(Picture(64, 48, 2), Content(target.get())), "");
 }
 
 // A frame buffer's own colour buffer has no slot that reads it: GL does.
@@ -376,7 +374,6 @@ TEST_F(DrawTest, OwnColourBufferBlendsWithItsContent) {
 }
 
 TEST_F(DrawTest, FrameBufferTakesOneTextureAfterAnother) {
-  Errors errors;
   const Image pictures[] = {Picture(64, 48, 1), Picture(32, 40, 2)};
   const TexturePtr targets[] = {Upload(pictures[0]), Upload(pictures[1])};
   const TexturePtr source = Upload(Picture(30, 20, 3));
@@ -390,7 +387,7 @@ TEST_F(DrawTest, FrameBufferTakesOneTextureAfterAnother) {
     Set(scene.params.translation, 0.4, 0.1, 0);
     ASSERT_TRUE(gl_.DrawTexture(source.get(), frameBuffer.get(), &scene.params));
     const DrawResult expected = ExpectedDraw(scene);
-    EXPECT_EQ(Compare(expected.image, Content(targets[i].get()), kLimit, errors, expected.onEdge), "");
+    EXPECT_EQ(Difference(expected.image, Content(targets[i].get()), kLimit, expected.onEdge), "");
   }
 }
 

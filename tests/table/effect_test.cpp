@@ -347,8 +347,7 @@ TEST_F(EffectTest, TurnedAndFlippedFramesPresentUprightOverAnUprightBackground) 
       EXPECT_FALSE(gl_.GetTextureFlipped(output.get()));
       const TexturePtr drawn(gl_.AcquireTexture(gl_.GetTextureWidth(output.get()), gl_.GetTextureHeight(output.get())));
       EXPECT_TRUE(gl_.DrawTexture(upright.get(), Target(drawn.get()).get(), nullptr));
-      Errors same;
-      EXPECT_EQ(Compare(Content(drawn.get()), Content(output.get()), 0.01, same), "");
+      EXPECT_EQ(Difference(Content(drawn.get()), Content(output.get())), "");
     }
   }
   Judge("turns and flips", errors, 0.35, 3, 0.06);
@@ -381,9 +380,8 @@ TEST_F(EffectTest, KeyedPixelsShowExactlyTheBackground) {
     for (const bool recycled : {false, true}) {
       if (recycled) LeaveGarbageTwice(width, height);
       const TexturePtr green = Upload(Image(width, height, {0, 1, 0, 1}));
-      Errors errors;
       // The background's top row is the output's last one.
-      EXPECT_EQ(Compare(FlippedRows(background), Content(Apply(tuned.effect, green).get()), 0.01, errors), "");
+      EXPECT_EQ(Difference(FlippedRows(background), Content(Apply(tuned.effect, green).get())), "");
     }
     // Each texel of a smaller background fills its share of the frame up to the edges; nearest texels are the same at
     // the centres.
@@ -391,9 +389,7 @@ TEST_F(EffectTest, KeyedPixelsShowExactlyTheBackground) {
     tuned.Under(small);
     const Image filled = FlippedRows(Content(Apply(tuned.effect, Upload(Image(9, 9, {0, 1, 0, 1}))).get()));
     for (int i = 0; i < 9; ++i) {
-      Errors errors;
-      EXPECT_EQ(
-          Compare(Crop(small, i % 3, i / 3, 1, 1), Crop(filled, i % 3 * 3 + 1, i / 3 * 3 + 1, 1, 1), 0.01, errors), "");
+      EXPECT_EQ(Difference(Crop(small, i % 3, i / 3, 1, 1), Crop(filled, i % 3 * 3 + 1, i / 3 * 3 + 1, 1, 1)), "");
     }
     EXPECT_EQ(filled.at(0, 0), small.at(0, 0));
     EXPECT_EQ(filled.at(8, 8), small.at(2, 2));
@@ -447,8 +443,7 @@ TEST_F(EffectTest, ParametersOutOfRangeCountAsTheNearestInRange) {
                                  std::numeric_limits<int64_t>::min(), std::numeric_limits<int64_t>::max()}) {
       Set(far.effect, rows[i].name, Integer(beyond));
       Set(near.effect, rows[i].name, beyond < 1 ? rows[i].minimum : rows[i].maximum);
-      Errors errors;
-      EXPECT_EQ(Compare(draw(near.effect), draw(far.effect), 0.01, errors), "") << beyond;
+      EXPECT_EQ(Difference(draw(near.effect), draw(far.effect)), "") << beyond;
     }
     for (Tuned* tuned : {&far, &near}) Set(tuned->effect, rows[i].name, rows[i].defaultValue);
   }
@@ -457,8 +452,7 @@ TEST_F(EffectTest, ParametersOutOfRangeCountAsTheNearestInRange) {
        {std::pair(Triple{-3, 7, -0.1}, kGreen), {{-infinity, infinity, 0}, kGreen}, {{none, 1, none}, kGreen}}) {
     Set(far.effect, "color", Rgb(beyond));
     Set(near.effect, "color", Rgb(within));
-    Errors errors;
-    EXPECT_EQ(Compare(draw(near.effect), draw(far.effect), 0.01, errors), "") << beyond[0];
+    EXPECT_EQ(Difference(draw(near.effect), draw(far.effect)), "") << beyond[0];
   }
 }
 
@@ -501,8 +495,7 @@ TEST_F(EffectTest, ImagesAreDecodedOnceAPath) {
   Set(first.effect, "bgfile", Text(NewImage(Picture(3, 3, 3)).c_str()));
   EXPECT_EQ(Content(Apply(first.effect, green).get()).at(0, 0)[3], 0);
   Set(first.effect, "bgfile", Text(path.c_str()));
-  Errors errors;
-  EXPECT_EQ(Compare(FlippedRows(Picture(6, 4, 1, true)), Content(Apply(first.effect, green).get()), 0.01, errors), "");
+  EXPECT_EQ(Difference(FlippedRows(Picture(6, 4, 1, true)), Content(Apply(first.effect, green).get())), "");
 }
 
 TEST_F(EffectTest, FramesReuseEverythingButTheOutput) {
@@ -522,9 +515,8 @@ TEST_F(EffectTest, FramesReuseEverythingButTheOutput) {
     }
     names[kTextures] = LiveNames(kTextures).size();  // one more for the other size
     EXPECT_EQ(NameCounts(), names);
-    Errors errors;
-    EXPECT_EQ(Compare(kept, Content(outputs[0].get()), 0.01, errors), "") << "an output that is the host's changed";
-    EXPECT_EQ(Compare(kept, Content(outputs[1].get()), 0.01, errors), "");
+    EXPECT_EQ(Difference(kept, Content(outputs[0].get())), "") << "an output that is the host's changed";
+    EXPECT_EQ(Difference(kept, Content(outputs[1].get())), "");
   }
   ClearPools();
   std::vector<size_t> after = NameCounts();

@@ -186,21 +186,19 @@ TEST_F(ReadBackTest, PackedOfEverySizePlaceOrderAndFlag) {
 }
 
 TEST_F(ReadBackTest, TexturesOfThreeByteFormats) {
-  Errors errors;
   for (const int code : {QVG_FORMAT_RGB, QVG_FORMAT_BGR, QVG_FORMAT_RGBX332}) {
     const Frame frame = MakeFrame(code, 37, 24, 3);
     const TexturePtr texture = Upload(frame);
     const Image content = Content(texture.get());  // uploads are another test's
     ReadBack bgra, nv12;
     ASSERT_TRUE(gl_.TextureToBGRAPixelBuffer(texture.get(), &bgra.buffer, true));
-    EXPECT_EQ(Compare(FlippedRows(content), PixelsOf(bgra.buffer), 0.01, errors), "");
+    EXPECT_EQ(Difference(FlippedRows(content), PixelsOf(bgra.buffer)), "");
     ASSERT_TRUE(gl_.TextureToNV12PixelBuffer(texture.get(), &nv12.buffer, false));
-    EXPECT_EQ(Compare(ExpectedNV12(content, false, false).luma, PlanesOf(nv12.buffer).luma, kYuvLimit, errors), "");
+    EXPECT_EQ(Difference(ExpectedNV12(content, false, false).luma, PlanesOf(nv12.buffer).luma, kYuvLimit), "");
   }
 }
 
 TEST_F(ReadBackTest, SeveralAtOnceAreReleasedInAnyOrderOnAnyThread) {
-  Errors errors;
   std::vector<Image> pictures;
   std::vector<TexturePtr> textures;
   for (int i = 0; i < 4; ++i) {
@@ -215,14 +213,12 @@ TEST_F(ReadBackTest, SeveralAtOnceAreReleasedInAnyOrderOnAnyThread) {
       ASSERT_TRUE(done);
     }
     textures.clear();
-    EXPECT_EQ(Compare(pictures[2], PixelsOf(reads[2].buffer), 0.01, errors), "");
+    EXPECT_EQ(Difference(pictures[2], PixelsOf(reads[2].buffer)), "");
     std::thread([&] { reads[0].Release(); }).join();  // a thread without a context
-    EXPECT_EQ(Compare(pictures[2], PixelsOf(reads[2].buffer), 0.01, errors), "");
-    EXPECT_EQ(Compare(ExpectedNV12(pictures[3], false, false).luma, PlanesOf(reads[3].buffer).luma, kYuvLimit, errors),
-              "");
+    EXPECT_EQ(Difference(pictures[2], PixelsOf(reads[2].buffer)), "");
+    EXPECT_EQ(Difference(ExpectedNV12(pictures[3], false, false).luma, PlanesOf(reads[3].buffer).luma, kYuvLimit), "");
     reads[3].Release();
-    EXPECT_EQ(Compare(ExpectedNV12(pictures[1], false, false).luma, PlanesOf(reads[1].buffer).luma, kYuvLimit, errors),
-              "");
+    EXPECT_EQ(Difference(ExpectedNV12(pictures[1], false, false).luma, PlanesOf(reads[1].buffer).luma, kYuvLimit), "");
   }
   QVGPixelBuffer never = {};
   uint8_t byte = 0;

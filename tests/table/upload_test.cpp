@@ -127,10 +127,9 @@ TEST_F(UploadTest, IntoATextureThatHoldsAnotherFrame) {
                           format.yuv() ? yuv : packed),
                   "");
         const Image around = Surroundings(texture.get());
-        Errors none;
         std::vector<bool> content;
         for (const Color& color : around.texels) content.push_back(color == Color{});
-        EXPECT_EQ(Compare(before, around, 0, none, content), "") << "written outside the content";
+        EXPECT_EQ(Difference(before, around, 0, content), "") << "written outside the content";
       }
     }
   }
@@ -143,8 +142,7 @@ TEST_F(UploadTest, TurnedTextureKeepsTheFrameUpright) {
   gl_.SetTextureRotation(texture.get(), 1);
   const Frame frame = MakeFrame(QVG_FORMAT_NV12, 64, 48, 4);
   ASSERT_TRUE(gl_.UploadPixelBufferToTexture(texture.get(), &frame.buffer, false, false, kNoMatte));
-  Errors errors;
-  EXPECT_EQ(Compare(ExpectedUpload(frame, 64, 48), Content(texture.get()), kYuvLimit, errors), "");
+  EXPECT_EQ(Difference(ExpectedUpload(frame, 64, 48), Content(texture.get()), kYuvLimit), "");
 }
 
 TEST_F(UploadTest, MatteKeysOneColourOut) {
@@ -184,14 +182,13 @@ TEST_F(UploadTest, MatteKeysOneColourOut) {
 }
 
 TEST_F(UploadTest, MatteTakesTheFramesSizeAndIsForFourBytePixelsOnly) {
-  Errors errors;
   const Image picture = Picture(20, 30, 8);
   const Color key = picture.at(7, 9);
   const QVGColor matte = {key[0], key[1], key[2], key[3]};
   const TexturePtr texture = Upload(Picture(64, 48, 9));
   const Frame frame = MakeFrame(Layouts(QVG_FORMAT_ARGB, 20, 30).front(), picture);
   ASSERT_TRUE(gl_.UploadPixelBufferToTexture(texture.get(), &frame.buffer, false, true, matte));
-  EXPECT_EQ(Compare(Matted(picture, matte), Content(texture.get()), 0.01, errors), "");
+  EXPECT_EQ(Difference(Matted(picture, matte), Content(texture.get())), "");
 
   for (const int code : {QVG_FORMAT_RGB, QVG_FORMAT_BGR, QVG_FORMAT_NV12, QVG_FORMAT_I444}) {
     SCOPED_TRACE(FormatOf(code).name);
@@ -202,7 +199,7 @@ TEST_F(UploadTest, MatteTakesTheFramesSizeAndIsForFourBytePixelsOnly) {
         gl_.UploadPixelBufferToNewTexture(&plain.buffer, true, true, {pixel[0], pixel[1], pixel[2], 1}));
     ASSERT_NE(kept, nullptr);
     EXPECT_FALSE(gl_.GetTextureFlipped(kept.get()));
-    EXPECT_EQ(Compare(expected, Content(kept.get()), kYuvLimit, errors), "");
+    EXPECT_EQ(Difference(expected, Content(kept.get()), kYuvLimit), "");
   }
 }
 
@@ -248,7 +245,6 @@ const BadFrame kBadFrames[] = {
 };
 
 TEST_F(UploadTest, BadFramesAreRefusedBeforeAnythingIsMade) {
-  Errors errors;
   const Image picture = Picture(40, 30, 1);
   const TexturePtr texture = Upload(picture);
   const std::vector<size_t> names = NameCounts();
@@ -270,7 +266,7 @@ TEST_F(UploadTest, BadFramesAreRefusedBeforeAnythingIsMade) {
   EXPECT_EQ(NameCounts(), names);
   EXPECT_EQ(TakeLog().find("OpenGL Error"), std::string::npos);
   EXPECT_TRUE(gl_.GetTextureFlipped(texture.get()));
-  EXPECT_EQ(Compare(picture, Content(texture.get()), 0, errors), "") << "a refused frame changed the texture";
+  EXPECT_EQ(Difference(picture, Content(texture.get()), 0), "") << "a refused frame changed the texture";
 }
 
 }  // namespace

@@ -266,8 +266,7 @@ TEST_F(WindowTest, ChannelOrderOfTheTexture) {
       ASSERT_TRUE(gl_.SetTextureChannelOrder(texture.get(), order));
       ASSERT_TRUE(view.Draw(texture));
       EXPECT_EQ(view.Shows(Presented(picture, 0, true, 80, 60)), "");
-      Errors errors;
-      EXPECT_EQ(Compare(picture, Content(texture.get()), 0.01, errors), "") << "presenting changed the texture";
+      EXPECT_EQ(Difference(picture, Content(texture.get())), "") << "presenting changed the texture";
     }
   }
 }

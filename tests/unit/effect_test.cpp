@@ -166,31 +166,6 @@ TEST_F(EffectTest, FailureToGetAnOutputDrawsNothing) {
   surfaces_.ReleaseTexture(output);
 }
 
-TEST_F(EffectTest, BackgroundMappingLaysBothUpright) {
-  const auto place = [](const Texture& t, glm::dvec2 presented) {
-    const double s = presented.x, u = presented.y;
-    const glm::dvec2 turned[] = {{s, u}, {1 - u, s}, {1 - s, 1 - u}, {u, 1 - s}};
-    glm::dvec2 content = turned[t.rotation % 4];
-    if (t.flipped) content.y = 1 - content.y;
-    return glm::vec2((t.offsetX + content.x * t.loadedWidth) / t.Setting().width,
-                     (t.offsetY + content.y * t.loadedHeight) / t.Setting().height);
-  };
-  Texture frame, background;
-  ASSERT_TRUE(frame.Allocate(SettingOf(64, 48)));
-  ASSERT_TRUE(background.Allocate(SettingOf(20, 30)));
-  SetContent(frame, 5, 9, 37, 23);
-  SetContent(background, 3, 2, 11, 26);
-  for (uint32_t i = 0; i < 64; ++i) {
-    frame.rotation = i & 3, background.rotation = i >> 2 & 3;
-    frame.flipped = (i & 16) != 0, background.flipped = (i & 32) != 0;
-    const glm::mat3 mapping = BackgroundMapping(frame, background);
-    for (const glm::dvec2 presented : {glm::dvec2(0, 0), {1, 0}, {0, 1}, {0.3, 0.8}}) {
-      const glm::vec3 mapped = glm::vec3(place(frame, presented), 1) * mapping;
-      EXPECT_LT(glm::distance(mapped, glm::vec3(place(background, presented), 1)), 1e-5f) << i;
-    }
-  }
-}
-
 TEST_F(EffectTest, KelvinToRGBFollowsItsFitWithinItsRange) {
   for (const double kelvin :
        {-5.0, 999.0, 1000.0, 1900.0, 1950.0, 3000.0, 6599.0, 6600.0, 6601.0, 12000.0, 40000.0, 1e9})

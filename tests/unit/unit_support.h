@@ -54,7 +54,7 @@ class GLTest : public testing::Test {
  protected:
   void SetUp() override {
     ASSERT_TRUE(manager_->Init());
-    ASSERT_TRUE(manager_->MakeCurrentContext(manager_->GetSharedContext(), nullptr));
+    ASSERT_TRUE(MakeCurrent(manager_->GetSharedContext()));
   }
 
   void TearDown() override {
@@ -64,18 +64,18 @@ class GLTest : public testing::Test {
     }
     manager_.reset();
     ShutdownContextPlatform();
+    EXPECT_EQ(CurrentNativeContext(), nullptr);
   }
 
   std::string TakeLog() { return log_.Take(); }
+  bool MakeCurrent(void* context) { return manager_->MakeCurrentContext(context, nullptr); }
 
   /// Runs on another thread with another context, or without one.
   template <class Work>
   void OnOtherThread(bool withContext, Work work) {
     std::thread([&] {
       void* context = withContext ? manager_->GetSharedContext() : nullptr;
-      if (withContext) {
-        EXPECT_TRUE(manager_->MakeCurrentContext(context, nullptr));
-      }
+      EXPECT_TRUE(!withContext || MakeCurrent(context));
       work();
       EXPECT_EQ(manager_->GetCurrentContext(), context);
       EXPECT_TRUE(manager_->ReleaseSharedContext(context));
@@ -154,19 +154,6 @@ inline Image StorageOf(const Texture& texture) {
   glGetTexImage(GL_TEXTURE_2D, 0, GL_RGBA, GL_UNSIGNED_BYTE, bytes.data());
   glBindTexture(GL_TEXTURE_2D, 0);
   return FromBytes(bytes.data(), width, height);
-}
-
-/// Where two pictures differ; empty when they are the same.
-inline std::string Difference(const Image& expected, const Image& actual) {
-  Errors errors;
-  return Compare(expected, actual, 0.01, errors);
-}
-
-/// The picture with another one laid over a part of it.
-inline Image Over(Image image, const Image& part, int left, int bottom) {
-  for (int y = 0; y < part.height; ++y)
-    for (int x = 0; x < part.width; ++x) image.at(left + x, bottom + y) = part.at(x, y);
-  return image;
 }
 
 /// Surfaces made and destroyed on the spot; render buffers as a pool would recycle them, or multisampled.
