@@ -100,14 +100,25 @@ TexturePtr Upload(const Frame& frame, bool flipped) {
   return TexturePtr(Table().UploadPixelBufferToNewTexture(&frame.buffer, flipped, false, {}));
 }
 
-TexturePtr Upload(const Image& picture) {
-  return Upload(MakeFrame(Layouts(QVG_FORMAT_RGBA, picture.width, picture.height).front(), picture));
-}
+TexturePtr Upload(const Image& picture) { return Upload(MakeFrame(QVG_FORMAT_RGBA, picture)); }
 
 void LeaveGarbage(int code, int width, int height) {
   // Even differences on one axis and odd ones on the other: the origin of the next content is off the centre.
   TexturePtr texture = Upload(MakeFrame(code, width + 27, height + 22, 77));
   EXPECT_NE(texture, nullptr);
+}
+
+TexturePtr UploadAnew(const Frame& frame, bool recycled) {
+  ClearPools();
+  if (recycled) LeaveGarbage(frame.buffer.format, frame.buffer.width, frame.buffer.height);
+  TexturePtr texture = Upload(frame);
+  EXPECT_EQ(Table().GetTextureAllocatedWidth(texture.get()) > frame.buffer.width + 1u, recycled);
+  EXPECT_EQ(Table().GetTextureAllocatedHeight(texture.get()) > frame.buffer.height + 1u, recycled);
+  return texture;
+}
+
+TexturePtr UploadAnew(const Image& picture, bool recycled) {
+  return UploadAnew(MakeFrame(QVG_FORMAT_RGBA, picture), recycled);
 }
 
 FrameBufferPtr Target(QVGTexture* texture, const QVGCamera* camera, bool depth) {
@@ -211,10 +222,10 @@ void TableTest::Report(const std::string& what, const Errors& errors) {
   report_ += "             " + what + ": largest error " + text + '\n';
 }
 
-void TableTest::ClearPools() {
-  EXPECT_TRUE(gl_.ClearTexturePool());
-  EXPECT_TRUE(gl_.ClearRenderBufferPool());
-  EXPECT_TRUE(gl_.ClearPixelBufferPool());
+void ClearPools() {
+  EXPECT_TRUE(Table().ClearTexturePool());
+  EXPECT_TRUE(Table().ClearRenderBufferPool());
+  EXPECT_TRUE(Table().ClearPixelBufferPool());
 }
 
 }  // namespace qvg::test

@@ -72,6 +72,9 @@ TexturePtr Upload(const Image& picture);
 /// Leaves idle textures in the pools, larger than this and full of something else, such as an upload of the format
 /// uses.
 void LeaveGarbage(int code, int width, int height);
+/// With empty pools: fresh storage, or larger storage full of something else.
+TexturePtr UploadAnew(const Frame& frame, bool recycled);
+TexturePtr UploadAnew(const Image& picture, bool recycled);
 FrameBufferPtr Target(QVGTexture* texture, const QVGCamera* camera = nullptr, bool depth = false);
 
 /// The bytes of a read-back as pictures.
@@ -83,6 +86,7 @@ Image Content(QVGTexture* texture);
 Image Storage(QVGTexture* texture);
 
 std::string Size(int width, int height);
+void ClearPools();
 
 /// Runs with a context of its own, empty pools, and standard output captured: a test during which the library logs an
 /// error fails unless it says that errors belong to it.
@@ -96,7 +100,6 @@ class TableTest : public ::testing::Test {
   void ExpectErrorLines() { errorsExpected_ = true; }
   /// States the largest error of a comparison, in steps of 1/255.
   void Report(const std::string& what, const Errors& errors);
-  void ClearPools();
 
   const QVGGLRendererInterface& gl_ = Table();
   std::unique_ptr<CurrentContext> context_;
