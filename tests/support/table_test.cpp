@@ -159,6 +159,14 @@ Planes PlanesOf(const QVGPixelBuffer& buffer) {
   return planes;
 }
 
+std::string Compare(const Planes& expected, const QVGPixelBuffer& buffer, double limit, Errors& errors) {
+  const Planes actual = PlanesOf(buffer);
+  std::string faults = Compare(expected.luma, actual.luma, limit, errors);
+  for (size_t i = 0; i < expected.chroma.size(); ++i)
+    faults += Compare(expected.chroma[i], actual.chroma[i], limit, errors);
+  return faults;
+}
+
 Image Content(QVGTexture* texture) {
   ReadBack read;
   if (!Table().TextureToRGBAPixelBuffer(texture, &read.buffer, false)) return {};

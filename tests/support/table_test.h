@@ -80,6 +80,8 @@ FrameBufferPtr Target(QVGTexture* texture, const QVGCamera* camera = nullptr, bo
 /// The bytes of a read-back as pictures.
 Image PixelsOf(const QVGPixelBuffer& buffer);
 Planes PlanesOf(const QVGPixelBuffer& buffer);
+/// Compares plane by plane.
+std::string Compare(const Planes& expected, const QVGPixelBuffer& buffer, double limit, Errors& errors);
 /// What the texture's content holds as sampled, texture row 0 first.
 Image Content(QVGTexture* texture);
 /// The whole storage as stored.

@@ -65,25 +65,13 @@ struct GiveBackEffect {
 };
 using EffectPtr = std::unique_ptr<QVGEffect, GiveBackEffect>;
 
-QVGParamValue Integer(int64_t integer) {
-  QVGParamValue value = {QVG_PARAM_INTEGER, {}};
-  value.value.integer = integer;
-  return value;
-}
+QVGParamValue Integer(int64_t integer) { return {QVG_PARAM_INTEGER, {.integer = integer}}; }
+QVGParamValue Text(const char* text) { return {QVG_PARAM_TEXT, {.text = text}}; }
+QVGParamValue Rgb(const Triple& rgb) { return {QVG_PARAM_COLOR, {.color = {rgb[0], rgb[1], rgb[2]}}}; }
 QVGParamValue Boolean(bool boolean) {
   QVGParamValue value = {QVG_PARAM_BOOLEAN, {}};
   std::memset(&value.value, 0xA5, sizeof value.value);  // only the first byte counts
   value.value.boolean = boolean;
-  return value;
-}
-QVGParamValue Text(const char* text) {
-  QVGParamValue value = {QVG_PARAM_TEXT, {}};
-  value.value.text = text;
-  return value;
-}
-QVGParamValue Rgb(const Triple& rgb) {
-  QVGParamValue value = {QVG_PARAM_COLOR, {}};
-  std::copy(rgb.begin(), rgb.end(), value.value.color);
   return value;
 }
 
@@ -198,6 +186,8 @@ class EffectTest : public TableTest {
     EXPECT_NE(output, frame);
     return output;
   }
+
+  Image Shown(const Tuned& tuned, const Image& picture) { return Content(Apply(tuned.effect, Upload(picture)).get()); }
 
   /// Draws the frame, which holds the picture, and compares.
   void Check(const Tuned& tuned, const TexturePtr& frame, const Image& picture, EffectErrors& errors) {
@@ -359,7 +349,7 @@ TEST_F(EffectTest, OnlyTheContentIsReadWhateverItsChannelOrder) {
   Tuned tuned;
   tuned.Switch("enable_key").Key(kGreen).Number("similarity", 340).Switch("enable_beauty").Number("blur", 30);
   tuned.Under(Picture(30, 20, 8));
-  const TexturePtr frame = Upload(MakeFrame(Layouts(QVG_FORMAT_BGRA, 60, 40).front(), whole));
+  const TexturePtr frame = Upload(MakeFrame(QVG_FORMAT_BGRA, whole));
   EXPECT_TRUE(gl_.SetTextureSize(frame.get(), 31, 19));
   EXPECT_TRUE(gl_.SetTextureOrigin(frame.get(), 7, 18));
   // What a draw leaves behind must not show either.
@@ -379,20 +369,9 @@ TEST_F(EffectTest, KeyedPixelsShowExactlyTheBackground) {
     tuned.Switch("enable_key").Key(kGreen).Under(background);
     for (const bool recycled : {false, true}) {
       if (recycled) LeaveGarbageTwice(width, height);
-      const TexturePtr green = Upload(Image(width, height, {0, 1, 0, 1}));
       // The background's top row is the output's last one.
-      EXPECT_EQ(Difference(FlippedRows(background), Content(Apply(tuned.effect, green).get())), "");
+      EXPECT_EQ(Difference(FlippedRows(background), Shown(tuned, Image(width, height, {0, 1, 0, 1}))), "");
     }
-    // Each texel of a smaller background fills its share of the frame up to the edges; nearest texels are the same at
-    // the centres.
-    const Image small = Picture(3, 3, 12, true);
-    tuned.Under(small);
-    const Image filled = FlippedRows(Content(Apply(tuned.effect, Upload(Image(9, 9, {0, 1, 0, 1}))).get()));
-    for (int i = 0; i < 9; ++i) {
-      EXPECT_EQ(Difference(Crop(small, i % 3, i / 3, 1, 1), Crop(filled, i % 3 * 3 + 1, i / 3 * 3 + 1, 1, 1)), "");
-    }
-    EXPECT_EQ(filled.at(0, 0), small.at(0, 0));
-    EXPECT_EQ(filled.at(8, 8), small.at(2, 2));
   }
 }
 
@@ -400,7 +379,7 @@ TEST_F(EffectTest, ValuesWhereAFormulaHasNone) {
   const Color nothing = {}, black = {0, 0, 0, 1}, white = {1, 1, 1, 1}, red = {1, 0, 0, 1}, clear = {0.4, 0.2, 0.6, 0};
   const auto shown = [&](const Tuned& tuned, const Color& color) {
     const Color exact = Quantised(Image(1, 1, color)).texels[0];
-    const Image output = Content(Apply(tuned.effect, Upload(Image(5, 4, exact))).get());
+    const Image output = Shown(tuned, Image(5, 4, exact));
     for (const Color& texel : output.texels) EXPECT_EQ(texel, output.texels[0]);
     return output.texels[0];
   };
@@ -490,12 +469,12 @@ TEST_F(EffectTest, ImagesAreDecodedOnceAPath) {
   EXPECT_EQ(host.decoded[broken], 2) << "what failed is tried again";
   // Without a callback there are no new images, but still the old ones.
   QVG_GetGLRendererInterface(nullptr);
-  const TexturePtr green = Upload(Image(6, 4, {0, 1, 0, 1}));
+  const Image green(6, 4, {0, 1, 0, 1});
   first.Switch("enable_key").Key(kGreen).Switch("enable_bg");
   Set(first.effect, "bgfile", Text(NewImage(Picture(3, 3, 3)).c_str()));
-  EXPECT_EQ(Content(Apply(first.effect, green).get()).at(0, 0)[3], 0);
+  EXPECT_EQ(Shown(first, green).at(0, 0)[3], 0);
   Set(first.effect, "bgfile", Text(path.c_str()));
-  EXPECT_EQ(Difference(FlippedRows(Picture(6, 4, 1, true)), Content(Apply(first.effect, green).get())), "");
+  EXPECT_EQ(Difference(FlippedRows(Picture(6, 4, 1, true)), Shown(first, green)), "");
 }
 
 TEST_F(EffectTest, FramesReuseEverythingButTheOutput) {
@@ -572,9 +551,6 @@ TEST_F(EffectTest, NamesAreCountedByTypeAndWrittenAll) {
     EXPECT_STREQ(names[0], written ? kName : nullptr);
     EXPECT_EQ(names[1], nullptr);
   }
-  int32_t count = -5;
-  EXPECT_FALSE(gl_.GetEffectNames(kOwnType, nullptr, 4, &count));
-  EXPECT_EQ(count, 1);
 }
 
 TEST_F(EffectTest, NamesMatchExactlyAndSpeakTheLocale) {
@@ -628,22 +604,18 @@ TEST_F(EffectTest, ParameterTable) {
     EXPECT_EQ(actual.controlKind, row.control);
     for (const int32_t type : {actual.valueType, actual.valueType2, actual.defaultValue.type})
       EXPECT_EQ(type, row.type);
+    const auto& standard = actual.defaultValue.value;
     if (row.type == QVG_PARAM_INTEGER) {
-      const std::pair<const QVGParamValue*, int64_t> values[] = {{&actual.defaultValue, row.defaultValue},
-                                                                 {&actual.minimum, row.minimum},
-                                                                 {&actual.maximum, row.maximum},
-                                                                 {&actual.step, 1}};
-      for (const auto& [value, expected] : values) {
-        EXPECT_EQ(value->type, QVG_PARAM_INTEGER);
-        EXPECT_EQ(value->value.integer, expected);
-      }
-    } else if (row.type == QVG_PARAM_COLOR) {
-      const double(&color)[3] = actual.defaultValue.value.color;
-      EXPECT_EQ((Triple{color[0], color[1], color[2]}), kGreen);
-    } else {
-      EXPECT_FALSE(row.type == QVG_PARAM_TEXT ? actual.defaultValue.value.text != nullptr
-                                              : actual.defaultValue.value.boolean);
+      const QVGParamValue* const values[] = {&actual.minimum, &actual.maximum, &actual.step};
+      const int64_t expected[] = {row.minimum, row.maximum, 1};
+      EXPECT_EQ(standard.integer, row.defaultValue);
+      for (int i = 0; i < 3; ++i)
+        EXPECT_TRUE(values[i]->type == QVG_PARAM_INTEGER && values[i]->value.integer == expected[i]) << i;
     }
+    const Triple color = {standard.color[0], standard.color[1], standard.color[2]};
+    EXPECT_TRUE(row.type != QVG_PARAM_COLOR || color == kGreen);
+    EXPECT_TRUE(row.type != QVG_PARAM_TEXT || standard.text == nullptr);
+    EXPECT_TRUE(row.type != QVG_PARAM_BOOLEAN || !standard.boolean);
   }
 }
 
@@ -659,22 +631,19 @@ TEST_F(EffectTest, ParametersTakeTheirTypesOnly) {
     }
     EXPECT_FALSE(gl_.SetEffectParameter(tuned.effect.get(), row.key, nullptr));
     const QVGParamValue value = {row.type, {}};
-    for (const std::string& key :
-         {std::string(row.key) + ' ', std::string(row.key).substr(1), 'E' + std::string(row.key)})
-      EXPECT_FALSE(gl_.SetEffectParameter(tuned.effect.get(), key.c_str(), &value)) << key;
+    EXPECT_FALSE(gl_.SetEffectParameter(tuned.effect.get(), row.key + 1, &value));
+    EXPECT_FALSE(gl_.SetEffectParameter(tuned.effect.get(), (row.key + std::string(" ")).c_str(), &value));
   }
-  for (const char* key : {static_cast<const char*>(nullptr), "", "saturation", "contrast", "hue"}) {
-    const QVGParamValue value = Integer(1);
-    EXPECT_FALSE(gl_.SetEffectParameter(tuned.effect.get(), key, &value)) << (key != nullptr ? key : "null");
-  }
+  const QVGParamValue one = Integer(1);
+  for (const char* key : {static_cast<const char*>(nullptr), "", "saturation", "contrast", "hue", "Blur"})
+    EXPECT_FALSE(gl_.SetEffectParameter(tuned.effect.get(), key, &one)) << (key != nullptr ? key : "null");
   // Switches are the first byte of what they are given.
   const std::pair<QVGParamValue, bool> states[] = {{Integer(1), true},    {Integer(256), false},
                                                    {Boolean(true), true}, {Boolean(false), false},
                                                    {Integer(-1), true},   {Integer(0), false}};
   for (const auto& [value, on] : states) {
     Set(tuned.effect, "enable_color", value);
-    const TexturePtr output(gl_.ApplyEffect(tuned.effect.get(), frame.get()));
-    EXPECT_EQ(output != nullptr, on);
+    EXPECT_EQ(TexturePtr(gl_.ApplyEffect(tuned.effect.get(), frame.get())) != nullptr, on);
   }
 }
 
@@ -685,8 +654,6 @@ TEST_F(EffectTest, InstancesLiveOnce) {
   EXPECT_NE(effect, other.effect.get());
   EXPECT_EQ(gl_.ApplyEffectWith(effect, first.get(), second.get(), 0.5f), first.get());
   EXPECT_EQ(gl_.ApplyEffectWith(effect, nullptr, second.get(), 0.5f), nullptr);
-  EXPECT_EQ(gl_.ApplyEffectWith(nullptr, first.get(), second.get(), 0.5f), first.get());
-  EXPECT_EQ(gl_.ApplyEffect(nullptr, first.get()), first.get());
   EXPECT_EQ(gl_.ApplyEffect(other.effect.get(), first.get()), nullptr) << "each has its own switches";
   QVGEffect* again = effect;
   EXPECT_TRUE(gl_.DestroyEffect(&effect));

@@ -37,17 +37,6 @@ void Erase(Frame& frame) {
   for (GuardedBlock& block : frame.memory) std::memset(block.data(), 0, block.size());
 }
 
-// Everything around the content.
-Image Surroundings(QVGTexture* texture) {
-  Image storage = Storage(texture);
-  const int width = static_cast<int>(Table().GetTextureWidth(texture));
-  const int height = static_cast<int>(Table().GetTextureHeight(texture));
-  const int left = (storage.width - width) / 2, bottom = (storage.height - height) / 2;
-  for (int y = bottom; y < bottom + height; ++y)
-    for (int x = left; x < left + width; ++x) storage.at(x, y) = {};
-  return storage;
-}
-
 TEST_F(UploadTest, EveryFormatSizeAndStrideIntoNewTextures) {
   Errors packed, yuv;
   for (const Format& format : Formats()) {
@@ -126,10 +115,10 @@ TEST_F(UploadTest, IntoATextureThatHoldsAnotherFrame) {
         EXPECT_EQ(Compare(Expected(frame, contentWidth, contentHeight), Content(texture.get()), Limit(format),
                           format.yuv() ? yuv : packed),
                   "");
-        const Image around = Surroundings(texture.get());
-        std::vector<bool> content;
-        for (const Color& color : around.texels) content.push_back(color == Color{});
-        EXPECT_EQ(Difference(before, around, 0, content), "") << "written outside the content";
+        const Image after = Storage(texture.get());
+        const int left = (after.width - contentWidth) / 2, bottom = (after.height - contentHeight) / 2;
+        const Image content = Crop(after, left, bottom, contentWidth, contentHeight);
+        EXPECT_EQ(Difference(Over(before, content, left, bottom), after, 0), "") << "written outside the content";
       }
     }
   }
@@ -186,7 +175,7 @@ TEST_F(UploadTest, MatteTakesTheFramesSizeAndIsForFourBytePixelsOnly) {
   const Color key = picture.at(7, 9);
   const QVGColor matte = {key[0], key[1], key[2], key[3]};
   const TexturePtr texture = Upload(Picture(64, 48, 9));
-  const Frame frame = MakeFrame(Layouts(QVG_FORMAT_ARGB, 20, 30).front(), picture);
+  const Frame frame = MakeFrame(QVG_FORMAT_ARGB, picture);
   ASSERT_TRUE(gl_.UploadPixelBufferToTexture(texture.get(), &frame.buffer, false, true, matte));
   EXPECT_EQ(Difference(Matted(picture, matte), Content(texture.get())), "");
 
@@ -213,12 +202,9 @@ struct BadFrame {
 
 const BadFrame kBadFrames[] = {
     {"no plane 0", QVG_FORMAT_RGBA, [](QVGPixelBuffer& b) { b.plane[0] = nullptr; }},
-    {"no plane 0", QVG_FORMAT_NV12, [](QVGPixelBuffer& b) { b.plane[0] = nullptr; }},
     {"no plane 1", QVG_FORMAT_NV12, [](QVGPixelBuffer& b) { b.plane[1] = nullptr; }},
-    {"no plane 1", QVG_FORMAT_YUV16_SP, [](QVGPixelBuffer& b) { b.plane[1] = nullptr; }},
     {"no plane 1", QVG_FORMAT_I420, [](QVGPixelBuffer& b) { b.plane[1] = nullptr; }},
     {"no plane 2", QVG_FORMAT_I444, [](QVGPixelBuffer& b) { b.plane[2] = nullptr; }},
-    {"no plane 2", QVG_FORMAT_J422, [](QVGPixelBuffer& b) { b.plane[2] = nullptr; }},
     {"width 0", QVG_FORMAT_RGBA, [](QVGPixelBuffer& b) { b.width = 0; }},
     {"height 0", QVG_FORMAT_NV12, [](QVGPixelBuffer& b) { b.height = 0; }},
     {"negative width", QVG_FORMAT_I420, [](QVGPixelBuffer& b) { b.width = -16; }},
@@ -229,7 +215,6 @@ const BadFrame kBadFrames[] = {
     {"stride 0", QVG_FORMAT_RGBA, [](QVGPixelBuffer& b) { b.stride[0] = 0; }},
     {"negative stride", QVG_FORMAT_RGB, [](QVGPixelBuffer& b) { b.stride[0] = -b.stride[0]; }},
     {"stride below the row", QVG_FORMAT_RGBA, [](QVGPixelBuffer& b) { b.stride[0] -= 1; }},
-    {"stride below the row", QVG_FORMAT_BGR, [](QVGPixelBuffer& b) { b.stride[0] -= 3; }},
     {"stride below the row", QVG_FORMAT_RGBX332, [](QVGPixelBuffer& b) { b.stride[0] = 3 * b.width; }},
     {"luma stride below the row", QVG_FORMAT_NV12, [](QVGPixelBuffer& b) { b.stride[0] -= 1; }},
     {"chroma stride below the row", QVG_FORMAT_NV12, [](QVGPixelBuffer& b) { b.stride[1] -= 1; }},
@@ -237,10 +222,8 @@ const BadFrame kBadFrames[] = {
     {"chroma stride below the row", QVG_FORMAT_YUV16_SP, [](QVGPixelBuffer& b) { b.stride[1] -= 1; }},
     {"V stride below the row", QVG_FORMAT_I444, [](QVGPixelBuffer& b) { b.stride[2] -= 1; }},
     {"U stride 0", QVG_FORMAT_J420, [](QVGPixelBuffer& b) { b.stride[1] = 0; }},
-    {"format 0", QVG_FORMAT_RGBA, [](QVGPixelBuffer& b) { b.format = 0; }},
     {"format 1", QVG_FORMAT_I420, [](QVGPixelBuffer& b) { b.format = 1; }},
     {"format 18", QVG_FORMAT_I420, [](QVGPixelBuffer& b) { b.format = 18; }},
-    {"format 22", QVG_FORMAT_I420, [](QVGPixelBuffer& b) { b.format = 22; }},
     {"format -1", QVG_FORMAT_NV12, [](QVGPixelBuffer& b) { b.format = -1; }},
 };
 
