@@ -1,7 +1,7 @@
 // Draws through frame buffers, compared with the same formulas on the CPU.
 #include <algorithm>
 #include <functional>
-#include <set>
+#include <thread>
 
 #include "support/table_test.h"
 
@@ -136,13 +136,6 @@ TEST_F(DrawTest, GeometryInFreshAndRecycledStorage) {
     }
   }
   Report("draws with transforms and cameras", errors);
-}
-
-TEST_F(DrawTest, NullParametersMeanTheDefaults) {
-  const TexturePtr source = Upload(Picture(64, 48, 1)), target = Upload(Picture(64, 48, 2));
-  const FrameBufferPtr frameBuffer = Target(target.get());
-  ASSERT_TRUE(gl_.DrawTexture(source.get(), frameBuffer.get(), nullptr));
-  EXPECT_EQ(Difference(Picture(64, 48, 1), Content(target.get())), "");
 }
 
 // ---- Blends: every colour of the source meets every colour of the target ----
@@ -296,6 +289,26 @@ TEST_F(DrawTest, EqualDepthPasses) {
   params.translation[2] = -50;
   ASSERT_TRUE(gl_.DrawTexture(source.get(), frameBuffer.get(), &params));
   EXPECT_EQ(Difference(Picture(64, 48, 2), Content(target.get())), "");
+  ASSERT_TRUE(gl_.DrawTexture(over.get(), frameBuffer.get(), nullptr)) << "as without a test, fully opaque, in place";
+  EXPECT_EQ(Difference(Picture(64, 48, 3), Content(target.get())), "");
+}
+
+// Parameters are state of the program, which all contexts share: each has to see what another one set last.
+TEST_F(DrawTest, ContextsInTurnDrawWithTheLatestParameters) {
+  const TexturePtr source = Upload(Picture(20, 12, 2, true)), target = Upload(Picture(20, 12, 2, true));
+  QVGDrawTextureParams params = DefaultParams();
+  const auto draw = [&](double opacity) {
+    params.opacity = opacity;
+    EXPECT_TRUE(gl_.DrawTexture(source.get(), Target(target.get()).get(), &params));
+    gl_.Finish();
+  };
+  draw(0.25);
+  std::thread([&] {
+    const CurrentContext other;
+    draw(0.75);
+  }).join();
+  draw(0.75);
+  EXPECT_NEAR(Content(target.get()).at(5, 5)[3], 0.75, 0.01);
 }
 
 // A frame buffer's own colour buffer has no slot that reads it: GL does.

@@ -25,11 +25,9 @@ TEST_F(NullTest, TextureSlots) {
   EXPECT_FALSE(gl_.UploadPixelBufferToTexture(texture.get(), nullptr, false, false, {}));
   EXPECT_FALSE(gl_.ClearTexture(nullptr, color));
   EXPECT_FALSE(gl_.ClearTexture(texture.get(), nullptr));
-  EXPECT_EQ(gl_.GetTextureWidth(nullptr), 0u);
-  EXPECT_EQ(gl_.GetTextureHeight(nullptr), 0u);
-  EXPECT_EQ(gl_.GetTextureAllocatedWidth(nullptr), 0u);
-  EXPECT_EQ(gl_.GetTextureAllocatedHeight(nullptr), 0u);
-  EXPECT_EQ(gl_.GetTextureRotation(nullptr), 0u);
+  for (const auto get : {gl_.GetTextureWidth, gl_.GetTextureHeight, gl_.GetTextureAllocatedWidth,
+                         gl_.GetTextureAllocatedHeight, gl_.GetTextureRotation, gl_.GetTextureId})
+    EXPECT_EQ(get(nullptr), 0u);
   EXPECT_FALSE(gl_.GetTextureFlipped(nullptr));
   EXPECT_EQ(gl_.GetTextureId(nullptr), 0u);
   EXPECT_FALSE(gl_.SetTextureSize(nullptr, 1, 1));
@@ -44,12 +42,11 @@ TEST_F(NullTest, ReadBackSlots) {
   QVGPixelBuffer out = {};
   EXPECT_FALSE(gl_.TextureToYUV420PixelBuffer(nullptr, false, false, &out));
   EXPECT_FALSE(gl_.TextureToYUV420PixelBuffer(texture.get(), false, false, nullptr));
-  EXPECT_FALSE(gl_.TextureToNV12PixelBuffer(nullptr, &out, false));
-  EXPECT_FALSE(gl_.TextureToNV12PixelBuffer(texture.get(), nullptr, false));
-  EXPECT_FALSE(gl_.TextureToRGBAPixelBuffer(nullptr, &out, false));
-  EXPECT_FALSE(gl_.TextureToRGBAPixelBuffer(texture.get(), nullptr, false));
-  EXPECT_FALSE(gl_.TextureToBGRAPixelBuffer(nullptr, &out, false));
-  EXPECT_FALSE(gl_.TextureToBGRAPixelBuffer(texture.get(), nullptr, false));
+  for (const auto readBack :
+       {gl_.TextureToNV12PixelBuffer, gl_.TextureToRGBAPixelBuffer, gl_.TextureToBGRAPixelBuffer}) {
+    EXPECT_FALSE(readBack(nullptr, &out, false));
+    EXPECT_FALSE(readBack(texture.get(), nullptr, false));
+  }
   EXPECT_EQ(out.plane[0], nullptr);
 }
 

@@ -56,12 +56,12 @@ constexpr Place kPlaces[] = {Place::Fresh, Place::Recycled, Place::OffCentre};
 constexpr double kYuvLimit = 1.51;
 
 /// A descriptor whose every field holds something else.
-QVGPixelBuffer Filled() { return {{}, {-7, -7, -7}, -7, -7, -7, -7, 0x12345678}; }
+QVGPixelBuffer Filled() { return {{}, {-7, -7, -7}, -7, -7, -7, -7, -7}; }
 
 /// What it says after a read-back: format, width, height, strides and how far the other planes are behind the first.
 std::vector<ptrdiff_t> Fields(const QVGPixelBuffer& b) {
   EXPECT_EQ(b.kind, 2);
-  EXPECT_EQ(b.reserved, 0x12345678);
+  EXPECT_EQ(b.reserved, -7);
   const auto distance = [&](int plane) { return b.plane[plane] != nullptr ? b.plane[plane] - b.plane[0] : -1; };
   return {b.format, b.width, b.height, b.stride[0], b.stride[1], b.stride[2], distance(1), distance(2)};
 }

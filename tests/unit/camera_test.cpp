@@ -3,18 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <glm/ext/matrix_relational.hpp>
-#include <glm/gtc/matrix_transform.hpp>
 
 namespace qvg {
 namespace {
-
-TEST(CameraTest, DefaultMatricesAreTheComputedOnes) {
-  const Camera camera;
-  const glm::mat4 projection = glm::orthoRH_NO(-960.f, 960.f, -540.f, 540.f, 0.f, 20000.f);
-  EXPECT_TRUE(glm::all(glm::equal(camera.Projection(), projection, 1e-9f)));
-  EXPECT_EQ(camera.View(), glm::lookAtRH(glm::vec3(0, 0, 1000), glm::vec3(0), glm::vec3(0, 1, 0)));
-}
 
 TEST(CameraTest, CanvasIsPixelForPixelUnderBothProjections) {
   for (const int32_t projection : {Camera::kOrthographic, 0, 2}) {

@@ -135,35 +135,16 @@ TEST_F(EffectTest, ColourProgram) {
       errors.mean(), errors.largest, errors.values, 100 * errors.steepShare(), errors.pixels);
 }
 
-TEST_F(EffectTest, BareEffectHasNoParametersAndChangesNothing) {
-  constexpr char kType[] = "bare";
-  TextureEffect effect(kType, services_);
-  const ParamValue value = {};
-  for (const char* key : {"", "color", "enable_key", "bright"}) EXPECT_FALSE(effect.SetParam(key, &value)) << key;
-  EXPECT_FALSE(effect.SetParam("bright", nullptr));
-  Texture first, second;
-  EXPECT_EQ(effect.Process(&first), &first);
-  EXPECT_EQ(effect.Process(&first, &second, 0.5f), &first);
-  EXPECT_EQ(effect.Process(nullptr), nullptr);
-  EXPECT_EQ(effect.TypeName(), kType);
-}
-
 TEST_F(EffectTest, FailureToGetAnOutputDrawsNothing) {
-  GeneralEffect effect(services_);
-  ParamValue on = {QVG_PARAM_BOOLEAN, {}};
-  on.value.boolean = true;
-  EXPECT_TRUE(effect.SetParam("enable_color", &on));
-  Texture frame;
-  Fill(frame, Picture(4, 4, 1));
   class Refusing : public Surfaces {
     Texture* AcquireTexture(int, int, GLenum) override { return nullptr; }
   } refusing;
-  GeneralEffect starved({*programs_, refusing, images_});
-  EXPECT_TRUE(starved.SetParam("enable_color", &on));
-  EXPECT_EQ(starved.Process(&frame), nullptr);
-  Texture* output = effect.Process(&frame);
-  EXPECT_NE(output, nullptr);
-  surfaces_.ReleaseTexture(output);
+  GeneralEffect effect({*programs_, refusing, images_});
+  ParamValue on = {QVG_PARAM_BOOLEAN, {.boolean = true}};
+  EXPECT_TRUE(effect.SetParam("enable_color", &on));
+  Texture frame;
+  Fill(frame, Picture(4, 4, 1));
+  EXPECT_EQ(effect.Process(&frame), nullptr);
 }
 
 TEST_F(EffectTest, KelvinToRGBFollowsItsFitWithinItsRange) {

@@ -1,5 +1,7 @@
 #include "base/texture.h"
 
+#include <array>
+
 #include "unit_support.h"
 
 namespace qvg {
@@ -9,15 +11,8 @@ using namespace test;
 
 using TextureTest = GLTest;
 
-TEST_F(TextureTest, BytesOfATexel) {
-  const struct {
-    GLenum format;
-    int bytes;
-  } cases[] = {{GL_R8, 1},      {GL_R3_G3_B2, 1}, {GL_RGBA2, 1},    {GL_R16UI, 2},  {GL_RG8, 2},    {GL_RGB5_A1, 2},
-               {GL_RGBA4, 2},   {GL_RGB8, 3},     {GL_SRGB8, 3},    {GL_RGBA8, 4},  {GL_R32F, 4},   {GL_RG16, 4},
-               {GL_RG16UI, 4},  {GL_RGB16, 4},    {GL_RGB16UI, 6},  {GL_RGBA12, 6}, {GL_RGBA16, 8}, {GL_RG32UI, 8},
-               {GL_RGB32F, 12}, {GL_RGBA32I, 16}, {GL_RGBA32F, 16}, {0, 4}};
-  for (const auto& [format, bytes] : cases) EXPECT_EQ(BytesPerTexel(format), bytes) << format;
+std::array<int, 4> ContentOf(const Texture& texture) {
+  return {texture.offsetX, texture.offsetY, texture.loadedWidth, texture.loadedHeight};
 }
 
 TEST_F(TextureTest, LoadCentresTheImageInTheStorage) {
@@ -38,19 +33,14 @@ TEST_F(TextureTest, LoadCentresTheImageInTheStorage) {
         glBindBuffer(GL_PIXEL_UNPACK_BUFFER, 0);
       }
       ASSERT_TRUE(texture.Load(c.width, c.height, Bytes(image).data(), GL_RGBA, GL_UNSIGNED_BYTE));
-      EXPECT_EQ(texture.offsetX, c.x);
-      EXPECT_EQ(texture.offsetY, c.y);
-      EXPECT_EQ(texture.loadedWidth, c.width);
-      EXPECT_EQ(texture.loadedHeight, c.height);
-      EXPECT_EQ(Difference(Over(before, image, c.x, c.y), StorageOf(texture)), "");
+      EXPECT_EQ(ContentOf(texture), (std::array<int, 4>{c.x, c.y, c.width, c.height}));
+      const Image centred = Over(before, image, c.x, c.y);
+      EXPECT_EQ(Difference(centred, StorageOf(texture)), "");
       EXPECT_EQ(Integer(GL_PIXEL_UNPACK_BUFFER_BINDING), 0);
       // Rows that are further apart, which a pbo's path does not know, at the origin.
-      ASSERT_TRUE(texture.LoadAtOrigin(c.width - c.width / 3, c.height, Bytes(image).data(), GL_RGBA, GL_UNSIGNED_BYTE,
-                                       c.width));
-      EXPECT_EQ(
-          Difference(Over(Over(before, image, c.x, c.y), Crop(image, 0, 0, c.width - c.width / 3, c.height), 0, 0),
-                     StorageOf(texture)),
-          "");
+      const int part = c.width - c.width / 3;
+      ASSERT_TRUE(texture.LoadAtOrigin(part, c.height, Bytes(image).data(), GL_RGBA, GL_UNSIGNED_BYTE, c.width));
+      EXPECT_EQ(Difference(Over(centred, Crop(image, 0, 0, part, c.height), 0, 0), StorageOf(texture)), "");
     }
   }
   EXPECT_EQ(Live(glIsBuffer), 0) << "a texture's pbo outlived it";
@@ -69,32 +59,6 @@ TEST_F(TextureTest, FailedAllocationLeavesNoName) {
   }
 }
 
-TEST_F(TextureTest, UpdateTakesFiltersAndWrapModesAndNothingOfABadSetting) {
-  Texture texture;
-  TextureSetting setting = SettingOf(8, 8);
-  setting.wrapT = GL_REPEAT;
-  ASSERT_TRUE(texture.Allocate(setting));
-  const auto state = [&] {
-    std::vector<GLenum> values;
-    glBindTexture(GL_TEXTURE_2D, texture.id);
-    for (const GLenum name : {GL_TEXTURE_MAG_FILTER, GL_TEXTURE_MIN_FILTER, GL_TEXTURE_WRAP_S, GL_TEXTURE_WRAP_T})
-      glGetTexParameterIuiv(GL_TEXTURE_2D, name, &values.emplace_back());
-    glBindTexture(GL_TEXTURE_2D, 0);
-    return values;
-  };
-  EXPECT_EQ(state(), (std::vector<GLenum>{GL_LINEAR, GL_LINEAR, GL_CLAMP_TO_EDGE, GL_REPEAT}));
-  setting.magFilter = 0xBAD;
-  setting.minFilter = GL_NEAREST;
-  texture.UpdateSetting(setting);
-  EXPECT_EQ(TakeLog(), "0 OpenGL Error: Invalid enum\n");
-  EXPECT_EQ(texture.Setting().minFilter, GLenum{GL_LINEAR});
-  setting.magFilter = GL_LINEAR;
-  setting.width = 99;
-  texture.UpdateSetting(setting);
-  EXPECT_EQ(state(), (std::vector<GLenum>{GL_LINEAR, GL_NEAREST, GL_CLAMP_TO_EDGE, GL_REPEAT}));
-  EXPECT_EQ(texture.Setting().width, 8);
-}
-
 TEST_F(TextureTest, CopyFromPlacesWholeOrPartInTheCentre) {
   const Image from = Picture(40, 30, 1);
   const Image before = Picture(50, 36, 2);
@@ -111,10 +75,8 @@ TEST_F(TextureTest, CopyFromPlacesWholeOrPartInTheCentre) {
     const GLuint name = texture.id;
     ASSERT_TRUE(texture.CopyFrom(&source, c.x, c.y, c.width, c.height));
     EXPECT_EQ(texture.id, name);
-    EXPECT_EQ(texture.loadedWidth, c.copiedWidth);
-    EXPECT_EQ(texture.loadedHeight, c.copiedHeight);
-    EXPECT_EQ(texture.offsetX, (50 - c.copiedWidth) / 2);
-    EXPECT_EQ(texture.offsetY, (36 - c.copiedHeight) / 2);
+    EXPECT_EQ(ContentOf(texture),
+              (std::array<int, 4>{(50 - c.copiedWidth) / 2, (36 - c.copiedHeight) / 2, c.copiedWidth, c.copiedHeight}));
     const Image part = Crop(from, c.x, c.y, c.copiedWidth, c.copiedHeight);
     EXPECT_EQ(Difference(Over(before, part, texture.offsetX, texture.offsetY), StorageOf(texture)), "");
   }
