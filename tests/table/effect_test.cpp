@@ -362,19 +362,6 @@ TEST_F(EffectTest, OnlyTheContentIsReadWhateverItsChannelOrder) {
   Judge("content", errors, 0.35, 3, 0.08);
 }
 
-TEST_F(EffectTest, KeyedPixelsShowExactlyTheBackground) {
-  for (const auto& [width, height] : kSizes) {
-    const Image background = Picture(width, height, 11, true);
-    Tuned tuned;
-    tuned.Switch("enable_key").Key(kGreen).Under(background);
-    for (const bool recycled : {false, true}) {
-      if (recycled) LeaveGarbageTwice(width, height);
-      // The background's top row is the output's last one.
-      EXPECT_EQ(Difference(FlippedRows(background), Shown(tuned, Image(width, height, {0, 1, 0, 1}))), "");
-    }
-  }
-}
-
 TEST_F(EffectTest, ValuesWhereAFormulaHasNone) {
   const Color nothing = {}, black = {0, 0, 0, 1}, white = {1, 1, 1, 1}, red = {1, 0, 0, 1}, clear = {0.4, 0.2, 0.6, 0};
   const auto shown = [&](const Tuned& tuned, const Color& color) {
@@ -474,6 +461,7 @@ TEST_F(EffectTest, ImagesAreDecodedOnceAPath) {
   Set(first.effect, "bgfile", Text(NewImage(Picture(3, 3, 3)).c_str()));
   EXPECT_EQ(Shown(first, green).at(0, 0)[3], 0);
   Set(first.effect, "bgfile", Text(path.c_str()));
+  // The background's top row is the output's last one.
   EXPECT_EQ(Difference(FlippedRows(Picture(6, 4, 1, true)), Shown(first, green)), "");
 }
 

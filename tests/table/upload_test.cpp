@@ -1,6 +1,7 @@
 // Uploads of every format, read back and compared with the same formulas on the CPU.
 #include <cmath>
 #include <cstring>
+#include <functional>
 
 #include "support/table_test.h"
 
@@ -33,37 +34,42 @@ std::vector<Image> Expected(const Frame& frame, int width, int height) {
   return images;
 }
 
-void Erase(Frame& frame) {
-  for (GuardedBlock& block : frame.memory) std::memset(block.data(), 0, block.size());
+/// Runs the test with every size, in fresh and in recycled storage, every layout of the format and both row orders.
+void ForEachUpload(int code, const std::function<void(const Layout& layout, bool recycled, bool flipped)>& test) {
+  for (const auto& [width, height] : kSizes) {
+    for (const bool recycled : {false, true}) {
+      ClearPools();
+      if (recycled) LeaveGarbage(code, width, height);
+      for (const Layout& layout : Layouts(code, width, height)) {
+        for (const bool flipped : {false, true}) {
+          SCOPED_TRACE(layout.name + ", " + Size(width, height) + (recycled ? ", recycled" : "") +
+                       (flipped ? ", flipped" : ""));
+          test(layout, recycled, flipped);
+        }
+      }
+    }
+  }
 }
 
 TEST_F(UploadTest, EveryFormatSizeAndStrideIntoNewTextures) {
   Errors packed, yuv;
   for (const Format& format : Formats()) {
-    for (const auto& [width, height] : kSizes) {
-      for (const bool recycled : {false, true}) {
-        ClearPools();
-        if (recycled) LeaveGarbage(format.code, width, height);
-        for (const Layout& layout : Layouts(format.code, width, height)) {
-          for (const bool flipped : {false, true}) {
-            SCOPED_TRACE(layout.name + ", " + Size(width, height) + (recycled ? ", recycled" : "") +
-                         (flipped ? ", flipped" : ""));
-            Frame frame = MakeFrame(layout, flipped ? 1 : 2);
-            const TexturePtr texture = Upload(frame, flipped);
-            ASSERT_NE(texture, nullptr);
-            Erase(frame);  // the library has no business with it any more
-            EXPECT_EQ(gl_.GetTextureWidth(texture.get()), static_cast<unsigned>(width));
-            EXPECT_EQ(gl_.GetTextureHeight(texture.get()), static_cast<unsigned>(height));
-            EXPECT_EQ(gl_.GetTextureFlipped(texture.get()), !flipped);
-            EXPECT_EQ(gl_.GetTextureRotation(texture.get()), 0u);
-            EXPECT_EQ(gl_.GetTextureAllocatedWidth(texture.get()) > static_cast<unsigned>(width) + 1, recycled);
-            EXPECT_EQ(Compare(Expected(frame, width, height), Content(texture.get()), Limit(format),
-                              format.yuv() ? yuv : packed),
-                      "");
-          }
-        }
-      }
-    }
+    ForEachUpload(format.code, [&](const Layout& layout, bool recycled, bool flipped) {
+      const unsigned width = layout.width, height = layout.height;
+      Frame frame = MakeFrame(layout, flipped ? 1 : 2);
+      const TexturePtr texture = Upload(frame, flipped);
+      ASSERT_NE(texture, nullptr);
+      // The library has no business with it any more.
+      for (GuardedBlock& block : frame.memory) std::memset(block.data(), 0, block.size());
+      EXPECT_EQ(gl_.GetTextureWidth(texture.get()), width);
+      EXPECT_EQ(gl_.GetTextureHeight(texture.get()), height);
+      EXPECT_EQ(gl_.GetTextureFlipped(texture.get()), !flipped);
+      EXPECT_EQ(gl_.GetTextureRotation(texture.get()), 0u);
+      EXPECT_EQ(gl_.GetTextureAllocatedWidth(texture.get()) > width + 1, recycled);
+      Errors& errors = format.yuv() ? yuv : packed;
+      EXPECT_EQ(Compare(Expected(frame, layout.width, layout.height), Content(texture.get()), Limit(format), errors),
+                "");
+    });
   }
   Report("upload of packed formats", packed);
   Report("upload of YUV formats", yuv);
@@ -136,36 +142,26 @@ TEST_F(UploadTest, TurnedTextureKeepsTheFrameUpright) {
 
 TEST_F(UploadTest, MatteKeysOneColourOut) {
   Errors errors;
+  const Color key = {20 / 255.0, 200 / 255.0, 90 / 255.0, 130 / 255.0};
   for (const int code : {QVG_FORMAT_RGBA, QVG_FORMAT_ARGB, QVG_FORMAT_BGRA, QVG_FORMAT_ABGR}) {
-    for (const auto& [width, height] : kSizes) {
+    ForEachUpload(code, [&](const Layout& layout, bool, bool flipped) {
       // Around the key colour: itself, and a step off in each channel and direction.
-      const Color key = {20 / 255.0, 200 / 255.0, 90 / 255.0, 130 / 255.0};
-      Image picture = Picture(width, height, 6);
+      Image picture = Picture(layout.width, layout.height, 6);
       for (size_t i = 0; i < picture.texels.size(); i += 2) {
         const int which = static_cast<int>(i / 2 % 9);
         picture.texels[i] = key;
         if (which > 0) picture.texels[i][(which - 1) / 2] += (which % 2 == 0 ? 1 : -1) / 255.0;
       }
+      const Frame frame = MakeFrame(layout, picture);
       for (const double offset : {0.0, 0.002}) {
         const QVGColor matte = {key[0] + offset, key[1] + offset, key[2] + offset, key[3] + offset};
-        for (const bool recycled : {false, true}) {
-          ClearPools();
-          if (recycled) LeaveGarbage(code, width, height);
-          for (const Layout& layout : Layouts(code, width, height)) {
-            for (const bool flipped : {false, true}) {
-              SCOPED_TRACE(layout.name + ", " + Size(width, height) + (recycled ? ", recycled" : "") +
-                           (flipped ? ", flipped" : ""));
-              const Frame frame = MakeFrame(layout, picture);
-              const TexturePtr texture(gl_.UploadPixelBufferToNewTexture(&frame.buffer, flipped, true, matte));
-              ASSERT_NE(texture, nullptr);
-              EXPECT_TRUE(gl_.GetTextureFlipped(texture.get()));
-              const Image matted = Matted(picture, matte);
-              EXPECT_EQ(Compare(flipped ? FlippedRows(matted) : matted, Content(texture.get()), 0.01, errors), "");
-            }
-          }
-        }
+        const TexturePtr texture(gl_.UploadPixelBufferToNewTexture(&frame.buffer, flipped, true, matte));
+        ASSERT_NE(texture, nullptr);
+        EXPECT_TRUE(gl_.GetTextureFlipped(texture.get()));
+        const Image matted = Matted(picture, matte);
+        EXPECT_EQ(Compare(flipped ? FlippedRows(matted) : matted, Content(texture.get()), 0.01, errors), "");
       }
-    }
+    });
   }
   Report("upload with a matte", errors);
 }

@@ -14,14 +14,6 @@ class ContextTest : public GLTest {
   void SetUp() override { ASSERT_TRUE(manager_->Init()); }
 };
 
-TEST_F(ContextTest, NothingIsMadeBeforeTheStart) {
-  manager_->Uninit();
-  EXPECT_EQ(manager_->CreateSharedContext(nullptr, nullptr, true), nullptr);
-  EXPECT_EQ(manager_->GetSharedContext(), nullptr);
-  EXPECT_EQ(manager_->GetCurrentContext(), nullptr);
-  EXPECT_EQ(CurrentContextId(), 0u);
-}
-
 TEST_F(ContextTest, TheCallersOwnContextStays) {
   // A context that is in no map, as one that the host has made itself.
   QVGContextData* const own = _CreateDummyGLContext(nullptr, false, nullptr);

@@ -40,18 +40,6 @@ TEST(PlaybackTest, APauseHoldsFramesAndTheClipGoesOnFromThere) {
   }
 }
 
-TEST(PlaybackTest, AStepLetsOneFrameThroughAndPauses) {
-  Playback playback(true);
-  playback.Shown(0, 10);
-  for (const double frame : {1.0, 2.0}) {
-    playback.Step();
-    EXPECT_TRUE(playback.Paused());
-    EXPECT_EQ(playback.Delay(frame, 10), 0.0);
-    playback.Shown(frame, 10);
-    EXPECT_FALSE(playback.Delay(frame + kStep, 1000).has_value());
-  }
-}
-
 TEST(PlaybackTest, TheRateIsThatOfTheLastSecond) {
   Playback playback(false);
   EXPECT_EQ(playback.Rate(), 0);

@@ -83,44 +83,22 @@ TEST_F(PoolTest, FailedTexturesLeaveNothing) {
   pool.Release(integers);
 }
 
-/// Notes the calls that order the work of contexts: F for a fence, f for a flush, w for a wait.
-class OrderingCalls {
+/// Notes each call of a GL function, as a letter, during its life.
+template <auto& function, char letter>
+class Noted {
  public:
-  OrderingCalls() {
-    fenceSync_ = glad_glFenceSync;
-    flush_ = glad_glFlush;
-    waitSync_ = glad_glWaitSync;
-    glad_glFenceSync = [](GLenum condition, GLbitfield flags) {
-      calls_ += 'F';
-      return fenceSync_(condition, flags);
-    };
-    glad_glFlush = [] {
-      calls_ += 'f';
-      flush_();
-    };
-    glad_glWaitSync = [](GLsync sync, GLbitfield flags, GLuint64 timeout) {
-      calls_ += 'w';
-      waitSync_(sync, flags, timeout);
-    };
+  explicit Noted(std::string& calls) {
+    calls_ = &calls;
+    original_ = std::exchange(function, [](auto... arguments) {
+      *calls_ += letter;
+      return original_(arguments...);
+    });
   }
-  ~OrderingCalls() {
-    glad_glFenceSync = fenceSync_;
-    glad_glFlush = flush_;
-    glad_glWaitSync = waitSync_;
-  }
-
-  template <class Work>
-  std::string During(Work work) {
-    calls_.clear();
-    work();
-    return calls_;
-  }
+  ~Noted() { function = original_; }
 
  private:
-  static inline std::string calls_;
-  static inline PFNGLFENCESYNCPROC fenceSync_;
-  static inline PFNGLFLUSHPROC flush_;
-  static inline PFNGLWAITSYNCPROC waitSync_;
+  static inline std::string* calls_;
+  static inline std::remove_reference_t<decltype(function)> original_;
 };
 
 // Not every driver shows pictures that are drawn or read too early: what counts is that the order is asked for.
@@ -135,22 +113,30 @@ TEST_F(PoolTest, PendingWorkIsWaitedForOnAnotherContextAlone) {
       {[&] { texture = textures.Acquire(8, 8, GL_RGBA8); }, [&] { textures.Release(texture); }},
       {[&] { buffer = buffers.Acquire(8, 8, GL_RGBA8); }, [&] { buffers.Release(buffer); }},
   };
-  OrderingCalls calls;
-  for (const auto& [take, giveBack] : kinds) {
-    take();
-    EXPECT_EQ(calls.During(giveBack), "Ff");
-    EXPECT_EQ(calls.During(take), "");
-    EXPECT_EQ(calls.During(giveBack), "Ff");
-    OnOtherThread(true, [&, &taken = take, &given = giveBack] {
-      EXPECT_EQ(calls.During(taken), "w");
-      EXPECT_EQ(calls.During(given), "Ff");
+  std::string calls;  // F: a fence, f: a flush, w: a wait
+  const Noted<glad_glFenceSync, 'F'> fences(calls);
+  const Noted<glad_glFlush, 'f'> flushes(calls);
+  const Noted<glad_glWaitSync, 'w'> waits(calls);
+  const auto during = [&](const std::function<void()>& work) {
+    calls.clear();
+    work();
+    return calls;
+  };
+  for (const auto& kind : kinds) {
+    kind.take();
+    EXPECT_EQ(during(kind.giveBack), "Ff");
+    EXPECT_EQ(during(kind.take), "");
+    EXPECT_EQ(during(kind.giveBack), "Ff");
+    OnOtherThread(true, [&] {
+      EXPECT_EQ(during(kind.take), "w");
+      EXPECT_EQ(during(kind.giveBack), "Ff");
     });
-    EXPECT_EQ(calls.During(take), "w");
-    giveBack();
+    EXPECT_EQ(during(kind.take), "w");
+    kind.giveBack();
   }
   // Who has no context can leave no fence.
   texture = textures.Acquire(8, 8, GL_RGBA8);
-  OnOtherThread(false, [&] { EXPECT_EQ(calls.During([&] { textures.Release(texture); }), ""); });
+  OnOtherThread(false, [&] { EXPECT_EQ(during([&] { textures.Release(texture); }), ""); });
 }
 
 TEST_F(PoolTest, RenderBuffersOfTheFormatThatFitAreTakenSmallestFirst) {
