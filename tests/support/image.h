@@ -44,6 +44,10 @@ Image Over(Image image, const Image& part, int left, int bottom);
 /// Each channel rounded to 8 bits, as a texture stores it.
 Image Quantised(const Image& image);
 
+/// Four bytes a pixel, rows without padding.
+std::vector<uint8_t> Bytes(const Image& image, bool bgra = false);
+Image FromBytes(const uint8_t* bytes, int width, int height);
+
 /// The value at a place measured in texels (0 is the left edge of the first), never reaching outside the image.
 Color SampleLinear(const Image& image, double x, double y);
 Color SampleNearest(const Image& image, double x, double y);
@@ -54,6 +58,10 @@ struct Errors {
   size_t compared = 0;
 };
 
+/// How the sizes differ; "" when they don't.
+std::string SizeFault(const Image& expected, const Image& actual);
+/// What texel i is and what it should be.
+std::string TexelFault(const Image& expected, const Image& actual, size_t i);
 /// "" when every texel of actual is within limit steps of the same texel of one of the candidates, else where and how
 /// not. Texels for which skip is set are left out.
 std::string Compare(const std::vector<Image>& candidates, const Image& actual, double limit, Errors& errors,

@@ -174,16 +174,13 @@ Image Content(QVGTexture* texture) {
 }
 
 Image Storage(QVGTexture* texture) {
-  QVGPixelBuffer all = {};
-  all.width = static_cast<int>(Table().GetTextureAllocatedWidth(texture));
-  all.height = static_cast<int>(Table().GetTextureAllocatedHeight(texture));
-  all.stride[0] = 4 * all.width;
-  std::vector<uint8_t> bytes(static_cast<size_t>(all.stride[0]) * all.height);
-  all.plane[0] = bytes.data();
+  const int width = static_cast<int>(Table().GetTextureAllocatedWidth(texture));
+  const int height = static_cast<int>(Table().GetTextureAllocatedHeight(texture));
+  std::vector<uint8_t> bytes(size_t{4} * width * height);
   Gl().BindTexture(kGLTexture2D, Table().GetTextureId(texture));
   Gl().GetTexImage(kGLTexture2D, 0, kGLRGBA, kGLUnsignedByte, bytes.data());
   Gl().BindTexture(kGLTexture2D, 0);
-  return PixelsOf(all);
+  return FromBytes(bytes.data(), width, height);
 }
 
 std::string Size(int width, int height) { return std::to_string(width) + " x " + std::to_string(height); }

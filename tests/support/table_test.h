@@ -20,9 +20,11 @@ const QVGGLRendererInterface& Table();
 struct GiveBack {
   void operator()(QVGTexture* texture) const { Table().ReleaseTexture(&texture); }
   void operator()(QVGFrameBuffer* frameBuffer) const { Table().DestroyFrameBuffer(&frameBuffer); }
+  void operator()(QVGEffect* effect) const { Table().DestroyEffect(&effect); }
 };
 using TexturePtr = std::unique_ptr<QVGTexture, GiveBack>;
 using FrameBufferPtr = std::unique_ptr<QVGFrameBuffer, GiveBack>;
+using EffectPtr = std::unique_ptr<QVGEffect, GiveBack>;
 
 /// A context of the library, current on the calling thread for this object's life.
 class CurrentContext {

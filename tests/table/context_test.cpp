@@ -10,18 +10,18 @@ namespace {
 using ContextTest = TableTest;
 
 TEST_F(ContextTest, VersionsAreThoseOfTheDriver) {
-  int32_t major = 0, minor = 0, requiredMajor = 0, requiredMinor = 0;
-  gl_.GetGLVersion(&major, nullptr);
-  gl_.GetGLVersion(nullptr, &minor);
-  gl_.GetRequiredGLVersion(&requiredMajor, nullptr);
-  gl_.GetRequiredGLVersion(nullptr, &requiredMinor);
-  EXPECT_EQ(requiredMajor * 10 + requiredMinor, 42);
+  int32_t found[2] = {}, required[2] = {};
   int fromDriver[2] = {};
-  Gl().GetIntegerv(0x821B, &fromDriver[0]);
-  Gl().GetIntegerv(0x821C, &fromDriver[1]);
-  EXPECT_EQ(major, fromDriver[0]);
-  EXPECT_EQ(minor, fromDriver[1]);
-  EXPECT_EQ(gl_.IsGLVersionSupported(), major * 10 + minor >= 42);
+  gl_.GetGLVersion(&found[0], nullptr);
+  gl_.GetGLVersion(nullptr, &found[1]);
+  gl_.GetRequiredGLVersion(&required[0], nullptr);
+  gl_.GetRequiredGLVersion(nullptr, &required[1]);
+  for (const int i : {0, 1}) {
+    Gl().GetIntegerv(0x821B + i, &fromDriver[i]);
+    EXPECT_EQ(found[i], fromDriver[i]);
+    EXPECT_EQ(required[i], i == 0 ? 4 : 2);
+  }
+  EXPECT_EQ(gl_.IsGLVersionSupported(), found[0] * 10 + found[1] >= 42);
 }
 
 TEST_F(ContextTest, CurrentAndPrevious) {
@@ -42,6 +42,9 @@ TEST_F(ContextTest, CurrentAndPrevious) {
   TakeLog();
   std::thread([&] {
     EXPECT_EQ(gl_.GetCurrentContext(), nullptr);
+    EXPECT_EQ(Upload(Picture(8, 8, 1)), nullptr);
+    EXPECT_EQ(gl_.AcquireTexture(8, 8), nullptr);
+    EXPECT_EQ(gl_.CreateFrameBuffer(8, 8, true, false), nullptr);
     EXPECT_TRUE(gl_.MakeCurrentContext(other, nullptr));
     QVGGLContext* previous = nullptr;
     EXPECT_FALSE(gl_.MakeCurrentContext(context_->handle, &previous)) << "current on two threads";
@@ -100,7 +103,6 @@ TEST_F(ContextTest, TexturesAreSharedAndFrameBuffersAreNot) {
   ASSERT_TRUE(gl_.ClearFrameBuffer(mine.get(), color));
   gl_.Finish();
   {
-    QVGGLContext* previous = nullptr;
     CurrentContext other;
     EXPECT_EQ(Difference(picture, Content(texture.get())), "");
     const FrameBufferPtr its = Target(second.get());  // likely the same number as mine
@@ -111,7 +113,6 @@ TEST_F(ContextTest, TexturesAreSharedAndFrameBuffersAreNot) {
     EXPECT_EQ(LiveNames(kFrameBuffers), names) << "a frame buffer of another context was deleted";
     ASSERT_TRUE(gl_.DrawTexture(texture.get(), its.get(), nullptr));
     EXPECT_EQ(Difference(picture, Content(second.get())), "");
-    EXPECT_TRUE(gl_.MakeCurrentContext(other.handle, &previous));
   }
   ASSERT_TRUE(gl_.MakeCurrentContext(context_->handle, nullptr));
   EXPECT_EQ(Difference(Image(64, 48, {1, 0, 0, 1}), Content(target.get())), "");
@@ -122,8 +123,10 @@ TEST_F(ContextTest, TexturesAreSharedAndFrameBuffersAreNot) {
 // ---- Threads ----
 
 // Uploads, draws and reads back, comparing every frame with what this thread's picture must give.
-std::string RenderFrames(int seed, int frames) {
+void RenderFrames(int seed, int frames) {
   constexpr int kWidth = 64, kHeight = 48;
+  QVGDrawTextureParams params = DefaultParams();
+  params.scale[0] = -1;
   std::vector<Frame> pictures;
   std::vector<Planes> expected;
   for (int i = 0; i < 2; ++i) {
@@ -132,49 +135,42 @@ std::string RenderFrames(int seed, int frames) {
     scene.source = Quantised(ExpectedUpload(pictures.back(), kWidth, kHeight));
     scene.target = Image(kWidth, kHeight);
     scene.camera = DefaultCamera(kWidth, kHeight);
-    scene.params.scale[0] = -1;
+    scene.params = params;
     expected.push_back(ExpectedNV12(Quantised(ExpectedDraw(scene).image), true, false));
   }
   CurrentContext context;
-  if (context.handle == nullptr) return "no context";
+  ASSERT_NE(context.handle, nullptr);
   const TexturePtr target(Table().AcquireTexture(kWidth, kHeight));
-  FrameBufferPtr frameBuffer(Table().CreateFrameBuffer(kWidth, kHeight, false, false));
-  if (!Table().BindTextureToFrameBuffer(frameBuffer.get(), target.get())) return "no target";
-  QVGDrawTextureParams params = DefaultParams();
-  params.scale[0] = -1;
-  std::vector<unsigned> vertexArrays;
+  const FrameBufferPtr frameBuffer = Target(target.get());
+  size_t vertexArrays = 0;
   for (int i = 0; i < frames; ++i) {
-    const std::string where = "thread " + std::to_string(seed) + ", frame " + std::to_string(i) + ": ";
+    SCOPED_TRACE(::testing::Message() << "thread " << seed << ", frame " << i);
     const TexturePtr source = Upload(pictures[i % 2]);
-    if (source == nullptr) return where + "no upload";
-    if (!Table().DrawTexture(source.get(), frameBuffer.get(), &params)) return where + "no draw";
+    ASSERT_NE(source, nullptr);
+    ASSERT_TRUE(Table().DrawTexture(source.get(), frameBuffer.get(), &params));
     ReadBack read;
-    if (!Table().TextureToNV12PixelBuffer(target.get(), &read.buffer, false)) return where + "no read-back";
+    ASSERT_TRUE(Table().TextureToNV12PixelBuffer(target.get(), &read.buffer, false));
     Errors errors;
     // Upload, draw and read-back each round, and the upload's error counts for several channels.
-    const std::string fault = Compare(expected[i % 2], read.buffer, 4, errors);
-    if (!fault.empty()) return where + fault;
-    if (i == 2) vertexArrays = LiveNames(kVertexArrays);
+    ASSERT_EQ(Compare(expected[i % 2], read.buffer, 4, errors), "");
+    if (i == 2) vertexArrays = LiveNames(kVertexArrays).size();
   }
-  if (frames > 3 && vertexArrays.size() != LiveNames(kVertexArrays).size()) return "vertex arrays are left over";
-  return Gl().GetError() == 0 ? "" : "a GL error was left behind";
+  EXPECT_TRUE(frames <= 3 || vertexArrays == LiveNames(kVertexArrays).size()) << "vertex arrays are left over";
+  EXPECT_EQ(Gl().GetError(), 0u);
 }
 
 TEST_F(ContextTest, FourThreadsDoNotDisturbEachOther) {
   const auto run = [](int frames) {
-    std::string faults[4];
     std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i) threads.emplace_back([&, i] { faults[i] = RenderFrames(i, frames); });
+    for (int i = 0; i < 4; ++i) threads.emplace_back(RenderFrames, i, frames);
     for (std::thread& thread : threads) thread.join();
-    return faults[0] + faults[1] + faults[2] + faults[3];
+    ClearPools();
+    std::vector<size_t> names = NameCounts();
+    names.resize(kFrameBuffers + 1);
+    return names;
   };
-  EXPECT_EQ(run(1), "");  // leaves programs behind for all
-  ClearPools();
-  const std::vector<size_t> names = NameCounts();
-  EXPECT_EQ(run(200), "");
-  ClearPools();
-  const std::vector<size_t> after = NameCounts();
-  for (int kind = kTextures; kind <= kFrameBuffers; ++kind) EXPECT_EQ(after[kind], names[kind]) << "kind " << kind;
+  const std::vector<size_t> names = run(1);  // leaves programs behind for all
+  EXPECT_EQ(run(200), names);
 }
 
 // ---- Windows of the host ----
@@ -269,7 +265,6 @@ TEST_F(ContextTest, StartReleaseAndStartAgain) {
     EXPECT_EQ(held, nullptr);
     QVG_ReleaseGLRendererInterface(&held);
     QVGConfig config = {};
-    std::string("text").copy(config.text, sizeof config.text - 1);
     EXPECT_EQ(QVG_GetGLRendererInterface(round == 0 ? &config : nullptr), first);
     EXPECT_EQ(QVG_GetGLRendererInterface(nullptr), first);
     CurrentContext context;

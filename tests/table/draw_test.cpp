@@ -343,14 +343,11 @@ TEST_F(DrawTest, OwnColourBufferBlendsWithItsContent) {
       for (size_t i = 0; i < skip.size(); ++i) skip[i] = skip[i] || drawn.onEdge[i];
     }
     std::vector<uint8_t> bytes(63 * 46 * 4);
-    QVGPixelBuffer read = {};
-    read.plane[0] = bytes.data();
-    read.stride[0] = 63 * 4, read.width = 63, read.height = 46;
     Gl().BindFramebuffer(kGLFramebuffer, name);
     Gl().ReadPixels(left, bottom, 63, 46, kGLRGBA, kGLUnsignedByte, bytes.data());
     Gl().BindFramebuffer(kGLFramebuffer, 0);
     // Three draws, each rounded, of which the second and third scale the error.
-    EXPECT_EQ(Compare(expected, PixelsOf(read), 3, errors, skip), "");
+    EXPECT_EQ(Compare(expected, FromBytes(bytes.data(), 63, 46), 3, errors, skip), "");
   }
   Report("draws into an own colour buffer", errors);
 }

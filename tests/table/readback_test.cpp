@@ -22,9 +22,7 @@ class ReadBackTest : public TableTest {
     gl_.PreallocatePixelBuffers(65536, 1, true);
     LeaveGarbage(QVG_FORMAT_RGBA, picture.width, picture.height * 2);
     if (place == Place::Recycled) return Upload(picture);
-    Image larger = Picture(picture.width + 9, picture.height + 7, 99);
-    for (int y = 0; y < picture.height; ++y)
-      for (int x = 0; x < picture.width; ++x) larger.at(x + 2, y + 6) = picture.at(x, y);
+    const Image larger = Over(Picture(picture.width + 9, picture.height + 7, 99), picture, 2, 6);
     TexturePtr texture = Upload(larger);
     const unsigned left = (gl_.GetTextureAllocatedWidth(texture.get()) - larger.width) / 2;
     const unsigned bottom = (gl_.GetTextureAllocatedHeight(texture.get()) - larger.height) / 2;
@@ -43,9 +41,8 @@ class ReadBackTest : public TableTest {
 };
 
 std::string Trace(Place place, int width, int height) {
-  return Size(width, height) + (place == Place::Fresh      ? ""
-                                : place == Place::Recycled ? ", recycled"
-                                                           : ", off the centre");
+  const char* const places[] = {"", ", recycled", ", off the centre"};
+  return Size(width, height) + places[static_cast<int>(place)];
 }
 
 constexpr int kSizes[][2] = {{1, 1}, {1, 6}, {7, 1}, {5, 3}, {37, 23}, {64, 48}};

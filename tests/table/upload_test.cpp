@@ -11,7 +11,6 @@ namespace {
 using UploadTest = TableTest;
 
 constexpr int kSizes[][2] = {{1, 1}, {5, 3}, {37, 23}, {64, 48}};
-constexpr QVGColor kNoMatte = {};
 
 // In steps from the exact value. Packed frames are stored as they come, rounded once where they have fewer bits. A YUV
 // frame is the sum of samples times up to 1.772; a driver that filters with 8 bits may be a step off with each.
@@ -114,7 +113,7 @@ TEST_F(UploadTest, IntoATextureThatHoldsAnotherFrame) {
         const Image before = Storage(texture.get());
         gl_.SetTextureChannelOrder(texture.get(), 0);
         const Frame frame = MakeFrame(layout, 3);
-        ASSERT_TRUE(gl_.UploadPixelBufferToTexture(texture.get(), &frame.buffer, true, false, kNoMatte));
+        ASSERT_TRUE(gl_.UploadPixelBufferToTexture(texture.get(), &frame.buffer, true, false, {}));
         EXPECT_FALSE(gl_.GetTextureFlipped(texture.get()));
         EXPECT_EQ(gl_.GetTextureWidth(texture.get()), static_cast<unsigned>(contentWidth));
         EXPECT_EQ(gl_.GetTextureHeight(texture.get()), static_cast<unsigned>(contentHeight));
@@ -136,7 +135,7 @@ TEST_F(UploadTest, TurnedTextureKeepsTheFrameUpright) {
   const TexturePtr texture(gl_.AcquireTexture(64, 48));
   gl_.SetTextureRotation(texture.get(), 1);
   const Frame frame = MakeFrame(QVG_FORMAT_NV12, 64, 48, 4);
-  ASSERT_TRUE(gl_.UploadPixelBufferToTexture(texture.get(), &frame.buffer, false, false, kNoMatte));
+  ASSERT_TRUE(gl_.UploadPixelBufferToTexture(texture.get(), &frame.buffer, false, false, {}));
   EXPECT_EQ(Difference(ExpectedUpload(frame, 64, 48), Content(texture.get()), kYuvLimit), "");
 }
 
@@ -232,15 +231,15 @@ TEST_F(UploadTest, BadFramesAreRefusedBeforeAnythingIsMade) {
       SCOPED_TRACE(std::string(FormatOf(bad.code).name) + ": " + bad.what);
       Frame frame = MakeFrame(bad.code, 37, 23, 1);
       bad.spoil(frame.buffer);
-      EXPECT_EQ(gl_.UploadPixelBufferToNewTexture(&frame.buffer, false, matte, kNoMatte), nullptr);
-      EXPECT_FALSE(gl_.UploadPixelBufferToTexture(texture.get(), &frame.buffer, true, matte, kNoMatte));
+      EXPECT_EQ(gl_.UploadPixelBufferToNewTexture(&frame.buffer, false, matte, {}), nullptr);
+      EXPECT_FALSE(gl_.UploadPixelBufferToTexture(texture.get(), &frame.buffer, true, matte, {}));
     }
   }
   // Frames without a fault that the texture can't hold.
   for (const Frame& frame : {MakeFrame(QVG_FORMAT_RGBA, 41, 10, 1), MakeFrame(QVG_FORMAT_BGRA, 10, 31, 1),
                              MakeFrame(QVG_FORMAT_RGB, 10, 10, 1), MakeFrame(QVG_FORMAT_RGBX332, 10, 10, 1)}) {
     SCOPED_TRACE(frame.layout.name);
-    EXPECT_FALSE(gl_.UploadPixelBufferToTexture(texture.get(), &frame.buffer, true, false, kNoMatte));
+    EXPECT_FALSE(gl_.UploadPixelBufferToTexture(texture.get(), &frame.buffer, true, false, {}));
   }
   EXPECT_EQ(NameCounts(), names);
   EXPECT_EQ(TakeLog().find("OpenGL Error"), std::string::npos);

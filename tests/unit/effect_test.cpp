@@ -147,13 +147,5 @@ TEST_F(EffectTest, FailureToGetAnOutputDrawsNothing) {
   EXPECT_EQ(effect.Process(&frame), nullptr);
 }
 
-TEST_F(EffectTest, KelvinToRGBFollowsItsFitWithinItsRange) {
-  for (const double kelvin :
-       {-5.0, 999.0, 1000.0, 1900.0, 1950.0, 3000.0, 6599.0, 6600.0, 6601.0, 12000.0, 40000.0, 1e9})
-    EXPECT_LT(glm::distance(KelvinToRGB(kelvin), Vec(Kelvin(kelvin))), 1e-6f) << kelvin;
-  EXPECT_EQ(KelvinToRGB(1000).b, 0);
-  EXPECT_LT(KelvinToRGB(40000).r, KelvinToRGB(40000).b);
-}
-
 }  // namespace
 }  // namespace qvg

@@ -98,8 +98,8 @@ TEST_F(FrameBufferTest, RectanglesOfTheContentReachTheirPlaceInABuffer) {
     BO buffer;
     ASSERT_TRUE(buffer.Allocate(size + 8, GL_STREAM_READ, expected.data()));
     EXPECT_TRUE(frameBuffer.BlitToPbo(&buffer, c.x, c.y, c.width, c.height, c.offset, c.format));
-    std::vector<uint8_t> pixels = Bytes(Crop(picture, 7 + c.x, 4 + c.y, c.readWidth, c.readHeight));
-    for (size_t i = 0; c.format == GL_BGRA && i < pixels.size(); i += 4) std::swap(pixels[i], pixels[i + 2]);
+    const Image part = Crop(picture, 7 + c.x, 4 + c.y, c.readWidth, c.readHeight);
+    const std::vector<uint8_t> pixels = Bytes(part, c.format == GL_BGRA);
     std::copy(pixels.begin(), pixels.end(), expected.begin() + c.offset);
     const auto* mapped = static_cast<const uint8_t*>(buffer.Map(GL_MAP_READ_BIT));
     ASSERT_NE(mapped, nullptr);
@@ -135,36 +135,6 @@ TEST_F(FrameBufferTest, MultisampledColourIsResolvedForReading) {
   EXPECT_TRUE(buffer.UnMap());
   EXPECT_EQ(surfaces_.lent, 2) << "the resolved texture was not given back";
   EXPECT_EQ(Live(glIsFramebuffer), 1);
-}
-
-// Most of it the table shows as well, but not what only the drawers call.
-TEST_F(FrameBufferTest, AnotherContextIsLeftAlone) {
-  const float color[4] = {1, 0, 0, 1};
-  Texture target;
-  Fill(target, Picture(20, 12, 1));
-  BO buffer;
-  ASSERT_TRUE(buffer.Allocate(20 * 12 * 4, GL_STREAM_READ, nullptr));
-  for (const int samples : {0, 4}) {
-    SCOPED_TRACE(samples);
-    surfaces_.samples = samples;
-    FrameBuffer mine(surfaces_);
-    ASSERT_TRUE(mine.Allocate({20, 12, 0, false, true}));
-    ASSERT_TRUE(mine.Bind());
-    glFinish();
-    OnOtherThread(true, [&] {
-      GLuint its[8];  // one of them likely has the other's number
-      glGenFramebuffers(8, its);
-      for (const GLuint name : its) glBindFramebuffer(GL_FRAMEBUFFER, name);
-      const bool results[] = {mine.Bind(), mine.Clear(color), mine.BindColorTexture(&target),
-                              mine.BlitToTexture(&target), mine.CopyContentTo(target)};
-      EXPECT_EQ(std::count(std::begin(results), std::end(results), true), 0);
-      EXPECT_TRUE(mine.BlitToPbo(&buffer, 0, 0, 0, 0, 0, GL_RGBA));
-      EXPECT_FALSE(mine.UnBind());
-      EXPECT_EQ(TakeLog(), Repeated("0 framebuffer belongs to another context\n", 7));
-      EXPECT_EQ(Integer(GL_FRAMEBUFFER_BINDING), static_cast<GLint>(its[7]));
-      glDeleteFramebuffers(8, its);
-    });
-  }
 }
 
 }  // namespace

@@ -6,7 +6,6 @@
 #include <memory>
 
 #include "base/bo.h"
-#include "context/context.h"
 #include "context/pixelBufferMapper.h"
 #include "context/pixelBufferPool.h"
 #include "context/renderBufferPool.h"
@@ -215,18 +214,6 @@ TEST_F(PoolTest, PixelBuffersOfTheKindThatFitAreTakenSmallestFirst) {
   EXPECT_EQ(Integer(GL_PIXEL_PACK_BUFFER_BINDING), 0);
 }
 
-TEST_F(PoolTest, NothingIsMadeWithoutAContext) {
-  TexturePool textures(*manager_, 100);
-  RenderBufferPool renderBuffers(100);
-  PixelBufferPool pixelBuffers(100);
-  OnOtherThread(false, [&] {
-    EXPECT_EQ(textures.Acquire(8, 8, GL_RGBA8), nullptr);
-    EXPECT_EQ(renderBuffers.Acquire(8, 8, GL_RGBA8), nullptr);
-    EXPECT_EQ(pixelBuffers.Acquire(8, GL_STREAM_READ, GL_PIXEL_PACK_BUFFER), nullptr);
-  });
-  EXPECT_EQ(TakeLog(), "");
-}
-
 TEST_F(PoolTest, MapperWorksOnAnyThreadAndLeavesItsContextAlone) {
   auto mapper = std::make_unique<PixelBufferMapper>(*manager_);
   uint32_t size = 77;
@@ -280,23 +267,6 @@ TEST(ScratchBufferPoolTest, SmallestBlockThatFitsUnlessFarTooLarge) {
     EXPECT_NE(pool.Lend(1000).Data(), large);
   }
   EXPECT_EQ(pool.Acquire(600), medium);
-}
-
-TEST(QVGContextTest, HasNothingBetweenItsEndAndItsNextStart) {
-  LogCapture log;
-  for (int round = 0; round < 2; ++round) {
-    QVGContext& context = QVGContext::GetInstance();
-    ASSERT_NE(context.Contexts(), nullptr);
-    int32_t major = 0, minor = 0;
-    context.GetGLVersion(&major, &minor);
-    EXPECT_GE(major, 4);
-    for (int i = 0; i < 2; ++i) context.Uninit();
-    EXPECT_EQ(context.Contexts(), nullptr);
-    EXPECT_FALSE(context.IsGLVersionSupported());
-    context.GetGLVersion(&major, &minor);
-    EXPECT_EQ(major * 10 + minor, 0);
-  }
-  EXPECT_EQ(log.Take(), "");
 }
 
 }  // namespace

@@ -39,9 +39,7 @@ class ResourceCacheTest : public GLTest {
  protected:
   void SetUp() override {
     GLTest::SetUp();
-    const Image picture = Picture(5, 3, 1);
-    bgra_ = Bytes(picture);
-    for (size_t i = 0; i < bgra_.size(); i += 4) std::swap(bgra_[i], bgra_[i + 2]);
+    bgra_ = Bytes(Picture(5, 3, 1), true);
     hostImage = {bgra_.data(), {}, 5, 3};
     decodes = true;
     decoded = freed = 0;

@@ -47,18 +47,6 @@ TEST_F(TextureTest, LoadCentresTheImageInTheStorage) {
   EXPECT_EQ(Live(glIsTexture), 0);
 }
 
-TEST_F(TextureTest, FailedAllocationLeavesNoName) {
-  TextureSetting negative = SettingOf(-4, 4), deepBadFormat = SettingOf(4, 4, GL_RGBA);
-  deepBadFormat.depth = 2;
-  for (const TextureSetting& setting : {negative, SettingOf(4, 4, GL_RGBA), deepBadFormat}) {
-    Texture texture;
-    EXPECT_FALSE(texture.Allocate(setting));
-    EXPECT_TRUE(TakeLog().starts_with("0 OpenGL Error: Invalid "));
-    EXPECT_FALSE(texture.Allocated());
-    EXPECT_EQ(Live(glIsTexture), 0);
-  }
-}
-
 TEST_F(TextureTest, CopyFromPlacesWholeOrPartInTheCentre) {
   const Image from = Picture(40, 30, 1);
   const Image before = Picture(50, 36, 2);
@@ -85,7 +73,7 @@ TEST_F(TextureTest, CopyFromPlacesWholeOrPartInTheCentre) {
 
 TEST_F(TextureTest, CopyFromMakesStorageThatIsTooSmallAnew) {
   const Image part = Crop(Picture(40, 30, 1), 0, 0, 20, 10);
-  Texture source, fresh, small, nothing;
+  Texture source, fresh, small;
   Fill(source, Picture(40, 30, 1));
   SetContent(source, 0, 0, 20, 10);
   ASSERT_TRUE(small.Allocate(SettingOf(199, 1)));
@@ -96,12 +84,6 @@ TEST_F(TextureTest, CopyFromMakesStorageThatIsTooSmallAnew) {
     EXPECT_EQ(Difference(part, Crop(StorageOf(*texture), 10, 10, 20, 10)), "");
   }
   EXPECT_EQ(Live(glIsTexture), 3) << "the old storage's name lives on";
-
-  EXPECT_FALSE(fresh.CopyFrom(nullptr, 0, 0, 0, 0));
-  EXPECT_EQ(TakeLog(), "");
-  EXPECT_FALSE(fresh.CopyFrom(&nothing, 0, 0, 8, 8));  // a source without storage
-  EXPECT_EQ(TakeLog(), "0 OpenGL Error: Framebuffer object is not complete\n");
-  EXPECT_EQ(fresh.loadedWidth, 20);
   EXPECT_EQ(Live(glIsFramebuffer), 0);
   EXPECT_EQ(Integer(GL_READ_FRAMEBUFFER_BINDING), 0);
 }

@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -96,12 +95,6 @@ int Live(IsName isName) {
   return count;
 }
 
-inline std::string Repeated(const std::string& text, int count) {
-  std::string all;
-  while (count-- > 0) all += text;
-  return all;
-}
-
 inline GLint Integer(GLenum name) {
   GLint value = -1;
   glGetIntegerv(name, &value);
@@ -114,21 +107,6 @@ inline TextureSetting SettingOf(int width, int height, GLenum internalFormat = G
   setting.height = height;
   setting.internalFormat = internalFormat;
   return setting;
-}
-
-inline std::vector<uint8_t> Bytes(const Image& image) {
-  std::vector<uint8_t> bytes;
-  for (const Color& color : image.texels)
-    for (const double value : color) bytes.push_back(static_cast<uint8_t>(std::lround(value * 255)));
-  return bytes;
-}
-
-inline Image FromBytes(const uint8_t* bytes, int width, int height) {
-  return MakeImage(width, height, [&](int x, int y) {
-    Color color;
-    for (size_t c = 0; c < 4; ++c) color[c] = bytes[4 * (static_cast<size_t>(y) * width + x) + c] / 255.0;
-    return color;
-  });
 }
 
 /// Gives the texture storage that is full of the picture.
@@ -156,13 +134,13 @@ inline Image StorageOf(const Texture& texture) {
   return FromBytes(bytes.data(), width, height);
 }
 
-/// Surfaces made and destroyed on the spot; render buffers as a pool would recycle them, or multisampled.
+/// Surfaces made and destroyed on the spot.
 class Surfaces : public SurfaceSource {
  public:
   RenderBuffer* AcquireRenderBuffer(int width, int height, GLenum internalFormat) override {
     if (fail) return nullptr;
     auto* buffer = new RenderBuffer;
-    EXPECT_TRUE(buffer->Allocate({width + extraWidth, height + extraHeight, width, height, samples, internalFormat}));
+    EXPECT_TRUE(buffer->Allocate({width, height, width, height, samples, internalFormat}));
     ++lent;
     return buffer;
   }
@@ -181,7 +159,7 @@ class Surfaces : public SurfaceSource {
     delete std::exchange(texture, nullptr);
   }
 
-  int extraWidth = 0, extraHeight = 0, samples = 0;
+  int samples = 0;
   bool fail = false;
   int lent = 0;
 };
