@@ -1,41 +1,28 @@
 #!/bin/bash
 # Runs the command-line tool as a person would and looks at what it leaves. Argument: path of qvg.
-set -u
-qvg=$(realpath "$1")
-dir=$(mktemp -d)
-trap 'rm -rf "$dir"' EXIT
-cd "$dir" || exit 1
-passed=0 failed=0
+# Options stand in tables as one text each.
+# shellcheck disable=SC2046,SC2086 source=tests/product/tool_checks.sh
+source "$(dirname "$0")/tool_checks.sh"
 
-# verdict NAME STATUS [DETAIL]: counts a check by its status.
-verdict() {
-  if [[ $2 -eq 0 ]]; then
-    ((++passed))
-    echo "ok    $1"
-  else
-    ((++failed))
-    echo "FAIL  $1${3:+: $3}"
-  fi
-}
-# expect NAME WANTED GOT
-expect() {
-  [[ $2 == "$3" ]]
-  verdict "$1" $? "wanted '$2', got '$3'"
-}
-make() { ffmpeg -nostdin -v error -y "$@"; }
-probe() { ffprobe -v error -of csv=p=0 "$@"; }
-frames() { probe -count_frames -select_streams v -show_entries stream=nb_read_frames "$1" | tr -d ','; }
 pixels() { ffmpeg -nostdin -v error -i "$1" ${2:+-vf "$2"} -f rawvideo -pix_fmt rgba - | md5sum; }
 process() { "$qvg" process "$@" >out.log 2>err.log </dev/null; }
 
-# refused NAME STATUS ARGUMENT...: the status, one line on standard error, no file left as out.*.
+# rgba FILE X Y: the pixel's channels.
+rgba() { ffmpeg -nostdin -v error -i "$1" -vf "crop=1:1:$2:$3" -f rawvideo -pix_fmt rgba - | od -An -tu1 | xargs; }
+# near NAME LIMIT WANTED GOT: numbers, each as far off as the limit at most.
+near() {
+  awk -v w="$3" -v g="$4" -v limit="$2" 'BEGIN{n = split(w, a); if (split(g, b) != n) exit 1
+    for (i = 1; i <= n; ++i) if (a[i] - b[i] > limit || b[i] - a[i] > limit) exit 1}'
+  verdict "$1" $? "wanted $3, got $4"
+}
+
+# refused STATUS ARGUMENT...: the status, one line on standard error, no file left as out.*.
 refused() {
-  local name=$1 status=$2 got
-  shift 2
-  "$qvg" "$@" >out.log 2>err.log </dev/null
+  local got
+  "$qvg" "${@:2}" >out.log 2>err.log </dev/null
   got=$?
-  [[ $got -eq $status && $(wc -l <err.log) -eq 1 && $(<err.log) == "qvg: "* && ! -e out.mp4 && ! -e out.png ]]
-  verdict "refused: $name" $? "exit $got, $(<err.log)"
+  [[ $got -eq $1 && $(lines err.log) -eq 1 && $(<err.log) == "qvg: "* && ! -e out.mp4 && ! -e out.png ]]
+  verdict "refused: ${*:2}" $? "exit $got, $(<err.log)"
 }
 
 # difference A B [FILTER FOR A]: mean absolute difference of luma and chroma, the largest of the three.
@@ -47,12 +34,7 @@ difference() {
              END{if (!n) {print 999; exit} m=y; if (u>m) m=u; if (v>m) m=v; printf "%.3f", m/n}'
 }
 # close NAME LIMIT A B [FILTER FOR A]
-close() {
-  local d
-  d=$(difference "${@:3}")
-  awk -v d="$d" -v limit="$2" 'BEGIN{exit !(d < limit)}'
-  verdict "$1 ($d of 255)" $? "limit $2"
-}
+close() { near "$1" "$2" 0 "$(difference "${@:3}")"; }
 
 # ---- Command line
 
@@ -74,25 +56,21 @@ make -f lavfi -i "testsrc2=size=320x240:rate=25" -f lavfi -i sine=440 -t 2 -c:v 
 echo "not media" >text.txt
 head -c 4000 /dev/urandom >noise.mp4
 : >empty.mp4
-refused "no such file" 1 process nothing.mp4 -o out.mp4
-refused "a text" 1 process text.txt -o out.mp4
-refused "noise" 1 process noise.mp4 -o out.mp4
-refused "an empty file" 1 process empty.mp4 -o out.mp4
-refused "a directory" 1 process . -o out.mp4
-refused "sound only" 1 process <(make -f lavfi -i sine=440 -t 0.2 -f wav -) -o out.mp4
-refused "no place to write" 1 process clip.mp4 -o missing/out.mp4
-refused "a full disk" 1 process clip.mp4 -o /dev/full --format mpegts
-refused "unknown container" 1 process clip.mp4 -o out.nonsense
-refused "output over the input" 1 process clip.mp4 -o ./clip.mp4
-refused "missing background" 1 process clip.mp4 -o out.mp4 --background nothing.png
-refused "missing background of the effect" 1 process clip.mp4 -o out.mp4 --bgfile nothing.png
-refused "no output" 2 process clip.mp4
-refused "no command" 2
-refused "unknown command" 2 frobnicate
+for file in nothing.mp4 text.txt noise.mp4 empty.mp4 .; do
+  refused 1 process $file -o out.mp4
+done
+refused 1 process <(make -f lavfi -i sine=440 -t 0.2 -f wav -) -o out.mp4
+for output in missing/out.mp4 out.nonsense ./clip.mp4 "/dev/full --format mpegts" "out.mp4 --background nothing.png" \
+  "out.mp4 --bgfile nothing.png"; do
+  refused 1 process clip.mp4 -o $output
+done
+refused 2
+refused 2 frobnicate
+refused 2 process clip.mp4
 for option in "--nonsense 1" "--scale big" "--scale -1" "--opacity 1.5" "--rotate x" "--size 10" "--size 0x5" \
-  "--blend purple" "--background-color mud" "--key mud" "--blur 101" "--bright -101" "--blur x" "--frames 0" "--quality 99" "--move 3"; do
-  # shellcheck disable=SC2086
-  refused "$option" 2 process clip.mp4 -o out.mp4 $option
+  "--blend purple" "--background-color mud" "--key mud" "--blur 101" "--bright -101" "--blur x" "--frames 0" \
+  "--quality 99" "--move 3" --enable-bg; do
+  refused 2 process clip.mp4 -o out.mp4 $option
 done
 
 # ---- Images
@@ -113,16 +91,11 @@ process square.png -o moved.png --move 20,-30
 expect "--move leads to the right and up" "$(pixels square.png "crop=80:70:0:30")" \
   "$(pixels moved.png "crop=80:70:20:0")"
 make -f lavfi -i "color=0xC82000:size=32x32,format=rgb24" -frames:v 1 red.png
-colour() { ffmpeg -nostdin -v error -i "$1" -vf crop=1:1:0:0 -f rawvideo -pix_fmt rgb24 - | od -An -tu1 | xargs; }
 for row in "--opacity 0.5 --background-color blue;100 16 128" "--blend multiply --background-color 0x8080FF;100 16 0" \
   "--blend screen --background-color 0x808080;228 144 128" "--blend lighten --background-color blue;200 32 255" \
   "--scale 0.1 --background-color 0x102030;16 32 48"; do
-  # shellcheck disable=SC2086
   process red.png -o mixed.png ${row%%;*}
-  read -r r g b <<<"$(colour mixed.png)"
-  read -r wr wg wb <<<"${row#*;}"
-  ((${r:-999} - wr <= 1 && wr - r <= 1 && g - wg <= 1 && wg - g <= 1 && b - wb <= 1 && wb - b <= 1))
-  verdict "${row%%;*}" $? "wanted ${row#*;}, got ${r:-} ${g:-} ${b:-}"
+  near "${row%%;*}" 1 "${row#*;} 255" "$(rgba mixed.png 0 0)"
 done
 
 # ---- Effects
@@ -133,39 +106,27 @@ python3 -c "import json; rows = json.load(open('effects.json'))[0]['parameters']
 assert [rows[6][k] for k in ('name', 'minimum', 'maximum')] == ['blur', 0, 100]; assert len(rows) == 15"
 verdict "the JSON can be read" $?
 
-rgba() { ffmpeg -nostdin -v error -i "$1" -vf "crop=1:1:$2:$3" -f rawvideo -pix_fmt rgba - | od -An -tu1 | xargs; }
-# near NAME LIMIT WANTED GOT: numbers, each as far off as the limit at most.
-near() {
-  awk -v w="$3" -v g="$4" -v limit="$2" 'BEGIN{n = split(w, a); if (split(g, b) != n) exit 1
-    for (i = 1; i <= n; ++i) if (a[i] - b[i] > limit || b[i] - a[i] > limit) exit 1}'
-  verdict "$1" $? "wanted $3, got $4"
-}
 screen="color=0x23A844:size=320x200,format=rgb24,noise=alls=6:allf=t"
 make -f lavfi -i "$screen,drawbox=x=100:y=20:w=120:h=60:color=0xC8785A:t=fill" -frames:v 1 screen.png
 make -f lavfi -i "color=red:size=100x100,format=rgb24,drawbox=y=50:h=50:w=100:color=blue:t=fill" -frames:v 1 halves.png
 key="--key 0x23A844 --similarity 150 --anti-spill 60"
-# shellcheck disable=SC2086
 process screen.png -o keyed.png $key
 near "keyed: the screen is transparent, the subject as it was" 8 "0 200 120 90 255" \
   "$(rgba keyed.png 5 5 | cut -d' ' -f4) $(rgba keyed.png 160 50)"
-# shellcheck disable=SC2086
 process screen.png -o over.png $key --background-color 0x102030
 near "keyed over a colour" 8 "16 32 48 255 200 120 90 255" "$(rgba over.png 5 5) $(rgba over.png 160 50)"
-# shellcheck disable=SC2086
 process screen.png -o behind.png $key --background halves.png
 near "keyed over an image: all upright" 8 "255 0 0 0 0 255 200 120 90" \
   "$(rgba behind.png 5 5 | cut -d' ' -f1-3) $(rgba behind.png 5 195 | cut -d' ' -f1-3) $(rgba behind.png 160 50 | cut -d' ' -f1-3)"
 # A picture of one colour that stays in part.
 make -f lavfi -i "color=0xC8785A:size=64x48,format=rgb24" -frames:v 1 skin.png
 part="--key 0x23A844 --similarity 1 --smoothness 600 --anti-spill 1"
-# shellcheck disable=SC2086
 process skin.png -o part.png $part
 read -r r g b a <<<"$(rgba part.png 30 20)"
 near "straight alpha" 3 "200 120 90" "$r $g $b"
 ((a > 40 && a < 200))
 verdict "alpha between" $? "$a"
 for place in "" "--scale 0.7 --rotate 5"; do
-  # shellcheck disable=SC2086
   process skin.png -o part-over.png $part $place --background-color white
   near "blended straight over a colour $place" 3 \
     "$((255 + (200 - 255) * a / 255)) $((255 + (120 - 255) * a / 255)) $((255 + (90 - 255) * a / 255)) 255" \
@@ -176,7 +137,6 @@ near "a parameter switches its stage on" 3 "240 38 0 255" "$(rgba bright.png 5 5
 process red.png -o dull.png --bright 20 --no-enable-color
 expect "unless told otherwise" "$(pixels red.png)" "$(pixels dull.png)"
 make -f lavfi -i "$screen" -frames:v 3 -c:v libx264 -crf 4 screen.mp4
-# shellcheck disable=SC2086
 process screen.mp4 -o keyed.mov $key
 expect "a clip with alpha" "prores,0" "$(probe -show_entries stream=codec_name keyed.mov),$(rgba keyed.mov 5 5 | head -n 1 |
   cut -d' ' -f4)"
@@ -184,10 +144,9 @@ expect "a clip with alpha" "prores,0" "$(probe -show_entries stream=codec_name k
 verdict "tune" $? "$(<err.log)"
 [[ $(probe -show_entries stream=width,height tune.png) =~ ^1[0-9]{3},[0-9]{3,4}$ ]]
 verdict "tune's sheet" $?
-# shellcheck disable=SC2046
 process screen.png -o tuned.png $(tail -n 1 tune.txt)
 near "tune's options" 8 "0 200 120 90 255" "$(rgba tuned.png 5 5 | cut -d' ' -f4) $(rgba tuned.png 160 50)"
-refused "tuning a picture without a screen" 1 tune <(make -f lavfi -i color=gray:size=64x48 -frames:v 1 -f mjpeg -) -o out.png
+refused 1 tune <(make -f lavfi -i color=gray:size=64x48 -frames:v 1 -f mjpeg -) -o out.png
 
 # ---- Clips
 
@@ -243,21 +202,18 @@ make -i clip.mp4 -frames:v 8 -an clip.y4m
 "$qvg" process - -o piped.mp4 <clip.y4m >/dev/null 2>err.log
 expect "Y4M on standard input" "0 8" "$? $(frames piped.mp4)"
 "$qvg" process clip.mp4 -o quiet.mp4 --frames 2 2>err.log >out.log
-expect "one summary line, nothing of the library's log" "1 0" "$(wc -l <out.log) $(wc -l <err.log)"
+expect "one summary line, nothing of the library's log" "1 0" "$(lines out.log) $(lines err.log)"
 
 # ---- Ends that come too early
 
 head -c $(($(stat -c %s clip.mp4) * 2 / 3)) clip.mp4 >torn.mp4
 process torn.mp4 -o torn-out.mp4
-expect "a torn file" "1 1" "$? $(wc -l <err.log)"
+expect "a torn file" "1 1" "$? $(lines err.log)"
 [[ $(frames torn-out.mp4) -ge 20 ]]
 verdict "what came before the tear is there" $? "$(frames torn-out.mp4)"
 "$qvg" process -o stopped.mp4 >out.log 2>err.log </dev/null &
 tool=$!
-for ((i = 0; i < 100; ++i)); do
-  [[ -e stopped.mp4 ]] && break
-  sleep 0.1
-done
+within 100 test -e stopped.mp4
 sleep 0.5
 kill -INT $tool
 wait $tool
@@ -265,5 +221,4 @@ expect "interrupted" "130" $?
 [[ $(frames stopped.mp4) -ge 1 ]]
 verdict "an interrupted clip is readable" $?
 
-echo "$passed passed, $failed failed"
-((failed == 0))
+finish

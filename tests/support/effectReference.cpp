@@ -257,12 +257,8 @@ EffectResult ExpectedEffect(const EffectScene& scene) {
 }
 
 std::string CompareEffect(const EffectResult& expected, const Image& actual, EffectErrors& errors) {
+  if (const std::string fault = SizeFault(expected.image, actual); !fault.empty()) return fault;
   std::ostringstream text;
-  if (actual.width != expected.image.width || actual.height != expected.image.height) {
-    text << "size " << actual.width << " x " << actual.height << ", expected " << expected.image.width << " x "
-         << expected.image.height;
-    return text.str();
-  }
   size_t bad = 0;
   for (size_t i = 0; i < actual.texels.size(); ++i) {
     double outside = 0, width = 0, largest = 0, sum = 0;
@@ -284,11 +280,7 @@ std::string CompareEffect(const EffectResult& expected, const Image& actual, Eff
       errors.values += 4;
     }
     if (outside <= 1 + width / 20 || bad++ > 0) continue;
-    text << "texel (" << i % actual.width << ", " << i / actual.width << ") is";
-    for (const double value : actual.texels[i]) text << ' ' << std::lround(value * 255);
-    text << ", expected";
-    for (const double value : expected.image.texels[i]) text << ' ' << value * 255;
-    text << ": " << outside << " steps outside its range";
+    text << TexelFault(expected.image, actual, i) << ": " << outside << " steps outside its range";
   }
   if (bad > 1) text << " (" << bad << " such texels of " << actual.texels.size() << ')';
   return text.str();

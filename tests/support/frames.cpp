@@ -141,6 +141,10 @@ Frame MakeFrame(const Layout& layout, const Image& picture) {
   });
 }
 
+Frame MakeFrame(int code, const Image& picture) {
+  return MakeFrame(Layouts(code, picture.width, picture.height).front(), picture);
+}
+
 Image ExpectedUpload(const Frame& frame, int width, int height, std::array<double, 4> nudges) {
   const Format& format = FormatOf(frame.layout.code);
   if (!format.yuv()) {

@@ -54,6 +54,7 @@ Frame MakeFrame(const Layout& layout, int seed);
 Frame MakeFrame(int code, int width, int height, int seed);
 /// A packed frame with this picture.
 Frame MakeFrame(const Layout& layout, const Image& picture);
+Frame MakeFrame(int code, const Image& picture);
 
 /// What a texture with a content of width x height holds after the upload, row 0 first. The nudges, in texels, move
 /// the places where planes are sampled: luma x and y, chroma x and y.

@@ -30,11 +30,33 @@ Image Crop(const Image& image, int x, int y, int width, int height) {
   return MakeImage(width, height, [&](int i, int j) { return image.at(x + i, y + j); });
 }
 
+Image Over(Image image, const Image& part, int left, int bottom) {
+  for (int y = 0; y < part.height; ++y)
+    for (int x = 0; x < part.width; ++x) image.at(left + x, bottom + y) = part.at(x, y);
+  return image;
+}
+
 Image Quantised(const Image& image) {
   Image result = image;
   for (Color& color : result.texels)
     for (double& value : color) value = std::floor(std::clamp(value, 0.0, 1.0) * 255 + 0.5) / 255;
   return result;
+}
+
+std::vector<uint8_t> Bytes(const Image& image, bool bgra) {
+  std::vector<uint8_t> bytes;
+  for (const Color& color : image.texels)
+    for (const int c : {bgra ? 2 : 0, 1, bgra ? 0 : 2, 3})
+      bytes.push_back(static_cast<uint8_t>(std::lround(color[c] * 255)));
+  return bytes;
+}
+
+Image FromBytes(const uint8_t* bytes, int width, int height) {
+  return MakeImage(width, height, [&](int x, int y) {
+    Color color;
+    for (size_t c = 0; c < 4; ++c) color[c] = bytes[4 * (static_cast<size_t>(y) * width + x) + c] / 255.0;
+    return color;
+  });
 }
 
 Color SampleLinear(const Image& image, double x, double y) {
@@ -58,14 +80,28 @@ Color SampleNearest(const Image& image, double x, double y) {
                   static_cast<int>(std::clamp(std::floor(y), 0.0, image.height - 1.0)));
 }
 
+std::string SizeFault(const Image& expected, const Image& actual) {
+  if (actual.width == expected.width && actual.height == expected.height) return "";
+  std::ostringstream text;
+  text << "size " << actual.width << " x " << actual.height << ", expected " << expected.width << " x "
+       << expected.height;
+  return text.str();
+}
+
+std::string TexelFault(const Image& expected, const Image& actual, size_t i) {
+  std::ostringstream text;
+  text << "texel (" << i % actual.width << ", " << i / actual.width << ") is";
+  for (const double value : actual.texels[i]) text << ' ' << std::lround(value * 255);
+  text << ", expected";
+  for (const double value : expected.texels[i]) text << ' ' << value * 255;
+  return text.str();
+}
+
 std::string Compare(const std::vector<Image>& candidates, const Image& actual, double limit, Errors& errors,
                     const std::vector<bool>& skip) {
   const Image& first = candidates.front();
+  if (const std::string fault = SizeFault(first, actual); !fault.empty()) return fault;
   std::ostringstream text;
-  if (actual.width != first.width || actual.height != first.height) {
-    text << "size " << actual.width << " x " << actual.height << ", expected " << first.width << " x " << first.height;
-    return text.str();
-  }
   size_t bad = 0;
   for (size_t i = 0; i < actual.texels.size(); ++i) {
     if (!skip.empty() && skip[i]) continue;
@@ -79,11 +115,7 @@ std::string Compare(const std::vector<Image>& candidates, const Image& actual, d
     ++errors.compared;
     errors.largest = std::max(errors.largest, error);
     if (error <= limit || bad++ > 0) continue;
-    text << "texel (" << i % actual.width << ", " << i / actual.width << ") is";
-    for (double value : actual.texels[i]) text << ' ' << std::lround(value * 255);
-    text << ", expected";
-    for (double value : first.texels[i]) text << ' ' << value * 255;
-    text << ": off by " << error << " steps";
+    text << TexelFault(first, actual, i) << ": off by " << error << " steps";
   }
   if (bad > 1) text << " (" << bad << " such texels of " << actual.texels.size() << ')';
   return text.str();
@@ -92,6 +124,11 @@ std::string Compare(const std::vector<Image>& candidates, const Image& actual, d
 std::string Compare(const Image& expected, const Image& actual, double limit, Errors& errors,
                     const std::vector<bool>& skip) {
   return Compare(std::vector<Image>{expected}, actual, limit, errors, skip);
+}
+
+std::string Difference(const Image& expected, const Image& actual, double limit, const std::vector<bool>& skip) {
+  Errors errors;
+  return Compare(expected, actual, limit, errors, skip);
 }
 
 }  // namespace qvg::test

@@ -39,8 +39,14 @@ Image Picture(int width, int height, int seed, bool opaque = false);
 
 Image FlippedRows(const Image& image);
 Image Crop(const Image& image, int x, int y, int width, int height);
+/// The picture with another one laid over a part of it.
+Image Over(Image image, const Image& part, int left, int bottom);
 /// Each channel rounded to 8 bits, as a texture stores it.
 Image Quantised(const Image& image);
+
+/// Four bytes a pixel, rows without padding.
+std::vector<uint8_t> Bytes(const Image& image, bool bgra = false);
+Image FromBytes(const uint8_t* bytes, int width, int height);
 
 /// The value at a place measured in texels (0 is the left edge of the first), never reaching outside the image.
 Color SampleLinear(const Image& image, double x, double y);
@@ -52,11 +58,18 @@ struct Errors {
   size_t compared = 0;
 };
 
+/// How the sizes differ; "" when they don't.
+std::string SizeFault(const Image& expected, const Image& actual);
+/// What texel i is and what it should be.
+std::string TexelFault(const Image& expected, const Image& actual, size_t i);
 /// "" when every texel of actual is within limit steps of the same texel of one of the candidates, else where and how
 /// not. Texels for which skip is set are left out.
 std::string Compare(const std::vector<Image>& candidates, const Image& actual, double limit, Errors& errors,
                     const std::vector<bool>& skip = {});
 std::string Compare(const Image& expected, const Image& actual, double limit, Errors& errors,
                     const std::vector<bool>& skip = {});
+/// The same for errors that nobody reports; without a limit both must hold the same bytes.
+std::string Difference(const Image& expected, const Image& actual, double limit = 0.01,
+                       const std::vector<bool>& skip = {});
 
 }  // namespace qvg::test

