@@ -334,9 +334,9 @@ typedef struct QVGGLRendererInterface {
                                                QVGColor matte);
   /** 22 [GL] The same into a texture. RGB frames need a texture whose storage has the kind that slot 21 makes for the
    *  format (RGBA for 4-byte formats, RGB for 3-byte ones, one of its own for RGBX332) and at least the frame's size;
-   * the content becomes the frame's size, centred. YUV frames are scaled to the texture's content size. @return false
-   * for null, an unknown format, a missing plane, a size out of range, a stride below the row's bytes, an unfit
-   * texture, or a GL error. */
+   *  the content becomes the frame's size, centred. YUV frames are scaled to the texture's content size. @return
+   *  false for null, an unknown format, a missing plane, a size out of range, a stride below the row's bytes, an
+   *  unfit texture, or a GL error. */
   bool (*UploadPixelBufferToTexture)(QVGTexture* destination, const QVGPixelBuffer* source, bool flipped, bool matteRGB,
                                      QVGColor matte);
   /** 23 [GL] Fills the content with the colour (R, G, B, A). @return false for null or on failure. */
@@ -393,19 +393,18 @@ typedef struct QVGGLRendererInterface {
   /** 43 [GL] Draws into the texture's content from now on; the texture stays the caller's. A texture of another channel
    *  order is brought into the order R, G, B, A first and looks the same. The depth buffer may be replaced: clear it
    *  afterwards. Keep the texture until another is bound or the frame buffer is destroyed, if you still draw to it.
-   *  @return false for null, when the frame buffer
-   *  has buffers of another size, on another context than the frame buffer's, or on failure. */
+   *  @return false for null, when the frame buffer has buffers of another size, on another context than the frame
+   *  buffer's, or on failure. */
   bool (*BindTextureToFrameBuffer)(QVGFrameBuffer* frameBuffer, QVGTexture* texture);
   /** 44 [GL] Fills the content with the colour (R, G, B, A), and the depth buffer. @return false for null or on
-   * failure. */
+   *  failure. */
   bool (*ClearFrameBuffer)(QVGFrameBuffer* frameBuffer, const double rgba[4]);
   /** 45 [GL] Draws the texture's content, turned by its rotation, into the frame buffer; null params mean the
    *  defaults. Source or matte may be the target itself. @return false when source or destination is null, when the
-   * frame buffer belongs to another context, or on failure. */
+   *  frame buffer belongs to another context, or on failure. */
   bool (*DrawTexture)(QVGTexture* source, QVGFrameBuffer* destination, const QVGDrawTextureParams* params);
-  /** 46 [any] Destroys a frame buffer and writes null. On another context than its own the GL name waits until that one
-   * is next used.
-   *  @return false for null. */
+  /** 46 [any] Destroys a frame buffer and writes null. On another context than its own the GL name waits until that
+   *  one is next used. @return false for null. */
   bool (*DestroyFrameBuffer)(QVGFrameBuffer** frameBuffer);
   /** 47 [GL] Waits until all work submitted on the current context is done. */
   void (*Finish)(void);
@@ -461,8 +460,9 @@ typedef struct QVGGLRendererInterface {
   bool (*SetEffectParameter)(QVGEffect* effect, const char* key, const QVGParamValue* value);
   /** 61 [GL] Runs the effect. The input stays the caller's. @return a new texture, to be given back with
    *  ReleaseTexture, as large as the input is presented (an odd turn exchanges width and height), upright, with
-   * rotation 0 and flipped false: its row 0 is the bottom of the picture, so slots 37 and 38 take flip for rows from
-   * the top. The input itself for a null effect; null for a null input, when no stage is switched on, or on failure. */
+   *  rotation 0 and flipped false: its row 0 is the bottom of the picture, so slots 37 and 38 take flip for rows from
+   *  the top. The input itself for a null effect; null for a null input, when no stage is switched on, or on failure.
+   */
   QVGTexture* (*ApplyEffect)(QVGEffect* effect, QVGTexture* input);
   /** 62 [GL] The form with two inputs, which no effect has at present. @return the first texture itself, not to be
    *  given back twice; null for an instance that is not live. */

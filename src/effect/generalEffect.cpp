@@ -24,6 +24,28 @@ constexpr double kLowKelvin = 1000;
 constexpr float kPerMille = 1000;
 constexpr float kPercent = 100;
 
+/// Maps texture coordinates of the frame to those of a background that stands upright in the presented frame and fills
+/// it. For row vectors: (u, v, 1) * matrix.
+glm::mat3 BackgroundMapping(const Texture& frame, const Texture& background) {
+  // Written for column vectors, from right to left, and transposed at the end.
+  const auto affine = [](glm::vec2 x, glm::vec2 y, glm::vec2 origin) {
+    return glm::mat3(glm::vec3(x, 0), glm::vec3(y, 0), glm::vec3(origin, 1));
+  };
+  const auto turn = [&affine](int quarterTurns) {
+    const glm::vec2 origin = TurnTexCoord({0, 0}, quarterTurns);
+    return affine(TurnTexCoord({1, 0}, quarterTurns) - origin, TurnTexCoord({0, 1}, quarterTurns) - origin, origin);
+  };
+  const auto flip = [&affine](bool flipped) { return flipped ? affine({1, 0}, {0, -1}, {0, 1}) : glm::mat3(1); };
+  const auto place = [&affine](const Texture& texture) {
+    const ContentRect content = ContentRect::Of(texture);
+    return affine({content.Extent().x, 0}, {0, content.Extent().y}, content.Origin());
+  };
+  const glm::mat3 presentedToFrame = place(frame) * flip(frame.flipped) * turn(QuarterTurns(frame.rotation));
+  const glm::mat3 presentedToBackground =
+      place(background) * flip(background.flipped) * turn(QuarterTurns(background.rotation));
+  return glm::transpose(presentedToBackground * glm::inverse(presentedToFrame));
+}
+
 }  // namespace
 
 /// One row of the parameter table: what the host sees, and what setting it does.
@@ -115,26 +137,6 @@ glm::vec3 KelvinToRGB(double kelvin) {
     blue = std::log(t - 10) * 0.543206789110196 - 1.19625408914;
   }
   return glm::clamp(glm::vec3(red, green, blue), 0.0f, 1.0f);
-}
-
-glm::mat3 BackgroundMapping(const Texture& frame, const Texture& background) {
-  // Written for column vectors, from right to left, and transposed at the end.
-  const auto affine = [](glm::vec2 x, glm::vec2 y, glm::vec2 origin) {
-    return glm::mat3(glm::vec3(x, 0), glm::vec3(y, 0), glm::vec3(origin, 1));
-  };
-  const auto turn = [&affine](int quarterTurns) {
-    const glm::vec2 origin = TurnTexCoord({0, 0}, quarterTurns);
-    return affine(TurnTexCoord({1, 0}, quarterTurns) - origin, TurnTexCoord({0, 1}, quarterTurns) - origin, origin);
-  };
-  const auto flip = [&affine](bool flipped) { return flipped ? affine({1, 0}, {0, -1}, {0, 1}) : glm::mat3(1); };
-  const auto place = [&affine](const Texture& texture) {
-    const ContentRect content = ContentRect::Of(texture);
-    return affine({content.Extent().x, 0}, {0, content.Extent().y}, content.Origin());
-  };
-  const glm::mat3 presentedToFrame = place(frame) * flip(frame.flipped) * turn(QuarterTurns(frame.rotation));
-  const glm::mat3 presentedToBackground =
-      place(background) * flip(background.flipped) * turn(QuarterTurns(background.rotation));
-  return glm::transpose(presentedToBackground * glm::inverse(presentedToFrame));
 }
 
 GeneralEffect::GeneralEffect(const EffectServices& services)

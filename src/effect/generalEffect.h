@@ -68,8 +68,4 @@ class GeneralEffect : public TextureEffect {
 /// M. Charity's table of black-body colours.
 glm::vec3 KelvinToRGB(double kelvin);
 
-/// Maps texture coordinates of the frame to those of a background that stands upright in the presented frame and fills
-/// it. For row vectors: (u, v, 1) * matrix.
-glm::mat3 BackgroundMapping(const Texture& frame, const Texture& background);
-
 }  // namespace qvg

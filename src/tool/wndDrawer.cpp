@@ -49,20 +49,15 @@ std::string InfoLog(GLuint name, GLint length, decltype(glGetShaderInfoLog) read
   return text;
 }
 
-/// Makes what was current on the thread current again at the end of a scope, also when it is the host's own.
-class BindingRestorer {
- public:
-  BindingRestorer() : binding_(CurrentBinding()) {}
-  ~BindingRestorer() { RestoreBinding(binding_); }
-  BindingRestorer(const BindingRestorer&) = delete;
-  BindingRestorer& operator=(const BindingRestorer&) = delete;
-
- private:
-  ContextBinding binding_;
+/// Where a picture stands in a window: GL viewport, in pixels from the lower left corner.
+struct Viewport {
+  int x = 0;
+  int y = 0;
+  int width = 0;
+  int height = 0;
 };
 
-}  // namespace
-
+/// The largest place of the picture's aspect ratio in the middle of a window.
 Viewport FitIntoWindow(const Texture& texture, int windowWidth, int windowHeight) {
   const double width = IsOddTurn(texture.rotation) ? texture.loadedHeight : texture.loadedWidth;
   const double height = IsOddTurn(texture.rotation) ? texture.loadedWidth : texture.loadedHeight;
@@ -78,6 +73,20 @@ Viewport FitIntoWindow(const Texture& texture, int windowWidth, int windowHeight
   }
   return viewport;
 }
+
+/// Makes what was current on the thread current again at the end of a scope, also when it is the host's own.
+class BindingRestorer {
+ public:
+  BindingRestorer() : binding_(CurrentBinding()) {}
+  ~BindingRestorer() { RestoreBinding(binding_); }
+  BindingRestorer(const BindingRestorer&) = delete;
+  BindingRestorer& operator=(const BindingRestorer&) = delete;
+
+ private:
+  ContextBinding binding_;
+};
+
+}  // namespace
 
 WndDrawer::~WndDrawer() { Uninit(); }
 

@@ -12,17 +12,6 @@ namespace qvg {
 class QVGLContextManager;
 class Texture;
 
-/// Where a picture stands in a window: GL viewport, in pixels from the lower left corner.
-struct Viewport {
-  int x = 0;
-  int y = 0;
-  int width = 0;
-  int height = 0;
-};
-
-/// The largest place of the picture's aspect ratio in the middle of a window.
-Viewport FitIntoWindow(const Texture& texture, int windowWidth, int windowHeight);
-
 /// Presents textures in one window of the host, through a context of its own on that window. Clear and Draw run on a
 /// thread on which that context is current; the window outlives the drawer.
 class WndDrawer {

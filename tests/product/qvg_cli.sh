@@ -195,6 +195,9 @@ make -i uneven.mp4 -c copy -metadata:s:v rotate=90 turned.mp4
 process turned.mp4 -o upright.png
 make -i turned.mp4 -frames:v 1 wanted.png
 close "rotation in the file" 8 wanted.png upright.png
+process turned.mp4 -o sheeted.png --sheet sheet.png
+for side in before:16 after:592; do make -i sheet.png -vf "crop=560:747:${side#*:}:16" "${side%:*}.png"; done
+close "a turned clip in a contact sheet" 8 before.png after.png
 process turned.mp4 -o upright-effect.png --enable-color
 close "rotation in the file, through the effect" 2 upright.png upright-effect.png
 
