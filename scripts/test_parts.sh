@@ -142,7 +142,7 @@ part_format() {
   local files
   mapfile -t files < <(list_sources)
   check "clang-format (${#files[@]} files)" clang-format --dry-run -Werror "${files[@]}"
-  check "layers" scripts/check_layers.sh
+  check "platform seam" scripts/check_platform.sh
 }
 
 part_linux() {

@@ -1,11 +1,12 @@
 #include "base/bo.h"
 
+#include "base/contextState.h"
 #include "base/glError.h"
 
 namespace qvg {
 
 BO::~BO() {
-  if (id_ != 0) glDeleteBuffers(1, &id_);
+  if (id_ != 0) DeleteSharedObject({SharedObject::kBuffer, id_});
 }
 
 bool BO::Allocate(int64_t size, GLenum usage, const void* data) {
@@ -44,17 +45,19 @@ bool BO::UnBind() {
 }
 
 void* BO::Map(GLbitfield access) {
-  Bind(target_);
-  void* address = glMapBufferRange(target_, 0, size_, access);
-  UnBind();
-  return CheckGLError() ? address : nullptr;
+  glBindBuffer(target_, id_);
+  void* const address = glMapBufferRange(target_, 0, size_, access);
+  glBindBuffer(target_, 0);
+  if (CheckGLError()) return address;
+  if (address != nullptr) UnMap();
+  return nullptr;
 }
 
 bool BO::UnMap() {
-  Bind(target_);
-  glUnmapBuffer(target_);
-  UnBind();
-  return CheckGLError();
+  glBindBuffer(target_, id_);
+  const bool kept = glUnmapBuffer(target_) == GL_TRUE;
+  glBindBuffer(target_, 0);
+  return CheckGLError() && kept;
 }
 
 }  // namespace qvg

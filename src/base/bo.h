@@ -23,6 +23,7 @@ class BO {
   bool UnBind();
   /// Maps the whole buffer; the mapping does not need the binding. Null on failure.
   void* Map(GLbitfield access);
+  /// False after a GL error, or when the driver has lost what was in the buffer.
   bool UnMap();
 
   GLuint Id() const { return id_; }

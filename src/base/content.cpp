@@ -1,12 +1,14 @@
 #include "base/content.h"
 
-#include "base/texture.h"
-
 namespace qvg {
 
-ContentRect ContentRect::Of(const Texture& texture) {
-  return {texture.Setting().width, texture.Setting().height, texture.offsetX,
-          texture.offsetY,         texture.loadedWidth,      texture.loadedHeight};
+ContentRect ContentRect::Centred(int storageWidth, int storageHeight, int width, int height) {
+  return {storageWidth, storageHeight, (storageWidth - width) / 2, (storageHeight - height) / 2, width, height};
+}
+
+bool ContentRect::IsInside() const {
+  return width >= 1 && height >= 1 && x >= 0 && y >= 0 && int64_t{x} + width <= storageWidth &&
+         int64_t{y} + height <= storageHeight;
 }
 
 glm::vec2 ContentRect::Origin() const {
@@ -35,14 +37,14 @@ glm::vec2 TurnTexCoord(glm::vec2 coord, int quarterTurns) {
   }
 }
 
-QuadCorners ContentTexCoords(const ContentRect& content, int quarterTurns, bool flipped) {
-  QuadCorners corners = {glm::vec2(0, 1), glm::vec2(0, 0), glm::vec2(1, 0), glm::vec2(1, 1)};
-  for (glm::vec2& corner : corners) {
-    glm::vec2 turned = TurnTexCoord(corner, quarterTurns);
+glm::mat3 ContentTexMatrix(const ContentRect& content, int quarterTurns, bool flipped) {
+  const auto place = [&](glm::vec2 coord) {
+    glm::vec2 turned = TurnTexCoord(coord, quarterTurns);
     if (flipped) turned.y = 1 - turned.y;
-    corner = content.Origin() + turned * content.Extent();
-  }
-  return corners;
+    return content.Origin() + turned * content.Extent();
+  };
+  const glm::vec2 origin = place({0, 0});
+  return {glm::vec3(place({1, 0}) - origin, 0), glm::vec3(place({0, 1}) - origin, 0), glm::vec3(origin, 1)};
 }
 
 }  // namespace qvg

@@ -6,8 +6,6 @@
 
 namespace qvg {
 
-class Texture;
-
 /// Where a picture lies inside larger storage, in texels from column and row 0.
 struct ContentRect {
   int storageWidth = 0;
@@ -17,8 +15,11 @@ struct ContentRect {
   int width = 0;
   int height = 0;
 
-  static ContentRect Of(const Texture& texture);
+  /// A rectangle of the size in the middle of the storage, rounding down.
+  static ContentRect Centred(int storageWidth, int storageHeight, int width, int height);
 
+  /// Whether it has texels, and all of them lie in the storage.
+  bool IsInside() const;
   /// First column and row of the content, as a fraction of the storage.
   glm::vec2 Origin() const;
   /// Size of the content, as a fraction of the storage.
@@ -38,7 +39,8 @@ inline bool IsOddTurn(uint32_t rotation) { return (rotation & 1u) != 0; }
 /// Turns a coordinate of 0..1: 1 gives (1 - v, u), 2 gives (1 - u, 1 - v), 3 gives (v, 1 - u).
 glm::vec2 TurnTexCoord(glm::vec2 coord, int quarterTurns);
 
-/// Storage coordinates of the content for a quad on which the content stands turned, and then, flipped, upside down.
-QuadCorners ContentTexCoords(const ContentRect& content, int quarterTurns, bool flipped = false);
+/// Maps coordinates of 0..1 over a quad to storage coordinates of the content that stands on it turned, and then,
+/// flipped, upside down. For column vectors: matrix * (u, v, 1).
+glm::mat3 ContentTexMatrix(const ContentRect& content, int quarterTurns, bool flipped = false);
 
 }  // namespace qvg

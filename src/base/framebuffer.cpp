@@ -9,6 +9,57 @@
 
 namespace qvg {
 
+Scene Scene::On(const Texture& texture) {
+  return {RenderTarget::On(texture), Camera::ForCanvas(texture.Content().width, texture.Content().height)};
+}
+
+bool ClearTarget(const RenderTarget& target, const float color[4], bool depth) {
+  const ContentRect& content = target.content;
+  SetDrawState();
+  glBindFramebuffer(GL_FRAMEBUFFER, target.frameBuffer);
+  glClearColor(color[0], color[1], color[2], color[3]);
+  if (depth) {
+    // Everywhere: the next texture may have its content at another place.
+    glDepthMask(GL_TRUE);
+    glClear(GL_DEPTH_BUFFER_BIT);
+  }
+  glEnable(GL_SCISSOR_TEST);
+  glScissor(content.x, content.y, content.width, content.height);
+  glClear(GL_COLOR_BUFFER_BIT);
+  glDisable(GL_SCISSOR_TEST);
+  return CheckGLError();
+}
+
+bool CopyContent(const RenderTarget& from, const Texture& to) {
+  const RenderTarget destination = RenderTarget::On(to);
+  if (from.frameBuffer == 0 || destination.frameBuffer == 0) return false;
+  SetDrawState();
+  glBindFramebuffer(GL_READ_FRAMEBUFFER, from.frameBuffer);
+  glBindFramebuffer(GL_DRAW_FRAMEBUFFER, destination.frameBuffer);
+  glReadBuffer(GL_COLOR_ATTACHMENT0);
+  const ContentRect& source = from.content;
+  const ContentRect& target = destination.content;
+  glBlitFramebuffer(source.x, source.y, source.x + source.width, source.y + source.height, target.x, target.y,
+                    target.x + source.width, target.y + source.height, GL_COLOR_BUFFER_BIT, GL_NEAREST);
+  glBindFramebuffer(GL_FRAMEBUFFER, 0);
+  return CheckGLError();
+}
+
+void SubmitRead(const PixelRead& read, const BO& buffer) {
+  glBindFramebuffer(GL_READ_FRAMEBUFFER, read.frameBuffer);
+  glReadBuffer(read.attachment);
+  glBindBuffer(GL_PIXEL_PACK_BUFFER, buffer.Id());
+  glPixelStorei(GL_PACK_ALIGNMENT, 1);
+  glPixelStorei(GL_PACK_ROW_LENGTH, read.rowLength);
+  glPixelStorei(GL_PACK_SKIP_ROWS, 0);
+  glPixelStorei(GL_PACK_SKIP_PIXELS, 0);
+  glReadPixels(read.x, read.y, read.width, read.height, read.format, GL_UNSIGNED_BYTE,
+               reinterpret_cast<void*>(read.offset));
+  if (read.rowLength != 0) glPixelStorei(GL_PACK_ROW_LENGTH, 0);
+  glBindBuffer(GL_PIXEL_PACK_BUFFER, 0);
+  glBindFramebuffer(GL_READ_FRAMEBUFFER, 0);
+}
+
 FrameBuffer::~FrameBuffer() {
   if (allocated_ && CurrentContextId() == owner_) {
     UnbindColorTexture();
@@ -19,7 +70,7 @@ FrameBuffer::~FrameBuffer() {
   }
   if (fbo_ != 0) {
     DeleteContextObject(ContextObject::kFrameBuffer, fbo_, owner_);
-    if (CurrentContextId() != 0) CheckGLError();
+    if (CurrentContext() != nullptr) CheckGLError();
   }
   _ReleaseBuffers();
 }
@@ -94,11 +145,9 @@ bool FrameBuffer::Allocate(const FrameBufferSetting& setting) {
   }
   glBindFramebuffer(GL_FRAMEBUFFER, 0);
   allocated_ = true;
+  setting_ = setting;
   width_ = setting.width;
   height_ = setting.height;
-  stored_ = setting.stored;
-  depthStencil_ = setting.depthStencil;
-  colorRenderBuffer_ = setting.colorRenderBuffer;
   return true;
 }
 
@@ -108,23 +157,26 @@ bool FrameBuffer::BindColorTexture(Texture* texture) {
     return false;
   }
   if (!_OnOwnContext()) return false;
-  if ((depthStencil_ || colorRenderBuffer_) && (texture->loadedWidth != width_ || texture->loadedHeight != height_)) {
+  const ContentRect& content = texture->Content();
+  const bool ownBuffers = setting_.depthStencil || setting_.colorRenderBuffer;
+  if (ownBuffers && (content.width != setting_.width || content.height != setting_.height)) {
     LogLocated(kLogError, "color texture size not equal frambuffer size");
     return false;
   }
   glBindFramebuffer(GL_FRAMEBUFFER, fbo_);
-  glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, texture->target, texture->id, 0);
+  glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, texture->Target(), texture->Id(), 0);
   // A smaller depth buffer would clip the picture in recycled larger storage.
   const TextureSetting& storage = texture->Setting();
-  const bool depthCovers = !depthStencil_ || (depthBuffer_ != nullptr && depthBuffer_->setting.width >= storage.width &&
+  const bool depthCovers = !setting_.depthStencil || (depthBuffer_ != nullptr && depthBuffer_->setting.width >= storage.width &&
                                               depthBuffer_->setting.height >= storage.height);
   colorTexture_ = texture;
   if ((!depthCovers && !_AttachDepth(storage.width, storage.height)) || !_Complete()) {
     UnbindColorTexture();
     return false;
   }
-  width_ = texture->loadedWidth;
-  height_ = texture->loadedHeight;
+  texture->MarkAttached();
+  width_ = content.width;
+  height_ = content.height;
   return CheckGLError();
 }
 
@@ -138,23 +190,26 @@ bool FrameBuffer::UnbindColorTexture() {
   if (colorBuffer_ != nullptr) {
     glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER, colorBuffer_->id);
   }
-  if (colorBuffer_ == nullptr && depthBuffer_ == nullptr) {
-    width_ = 0;
-    height_ = 0;
-  }
+  const bool ownBuffers = colorBuffer_ != nullptr || depthBuffer_ != nullptr;
+  width_ = ownBuffers ? setting_.width : 0;
+  height_ = ownBuffers ? setting_.height : 0;
   return CheckGLError();
 }
 
 ContentRect FrameBuffer::Content() const {
-  if (colorTexture_ != nullptr) return ContentRect::Of(*colorTexture_);
+  if (colorTexture_ != nullptr) return colorTexture_->Content();
   if (colorBuffer_ == nullptr) return {};
   const RenderBufferSetting& buffer = colorBuffer_->setting;
-  return {buffer.width,
-          buffer.height,
-          (buffer.width - buffer.contentWidth) / 2,
-          (buffer.height - buffer.contentHeight) / 2,
-          buffer.contentWidth,
-          buffer.contentHeight};
+  return ContentRect::Centred(buffer.width, buffer.height, buffer.contentWidth, buffer.contentHeight);
+}
+
+Scene FrameBuffer::AsScene() const {
+  if (!allocated_) {
+    LogLocated(kLogError, "not allocated framebuffer");
+    return {};
+  }
+  if (!_OnOwnContext()) return {};
+  return {{fbo_, Content(), colorTexture_}, camera};
 }
 
 bool FrameBuffer::Bind() {
@@ -187,40 +242,11 @@ bool FrameBuffer::UnBind() {
 }
 
 bool FrameBuffer::Clear(const float color[4]) {
-  // Where binding fails (another context), clearing would hit what is bound there.
-  if (!Bind()) return false;
-  const ContentRect content = Content();
-  const bool part = content.width < content.storageWidth || content.height < content.storageHeight;
-  glClearColor(color[0], color[1], color[2], color[3]);
-  // Depth everywhere: the next texture may have its content at another place.
-  glClear(part ? GL_DEPTH_BUFFER_BIT : GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
-  if (part) {
-    glEnable(GL_SCISSOR_TEST);
-    glScissor(content.x, content.y, width_, height_);
-    glClear(GL_COLOR_BUFFER_BIT);
-    glDisable(GL_SCISSOR_TEST);
-  }
-  return CheckGLError();
-}
-
-bool FrameBuffer::_BlitTo(Texture* destination, int srcX1, int srcY1, int dstX1, int dstY1,
-                          std::source_location where) {
-  if (!_OnOwnContext(where)) return false;
-  FrameBuffer target(surfaces_);
-  target.Allocate({});
-  target.BindColorTexture(destination);
-  GLint reader = 0;
-  GLint drawer = 0;
-  glGetIntegerv(GL_READ_FRAMEBUFFER_BINDING, &reader);
-  glGetIntegerv(GL_DRAW_FRAMEBUFFER_BINDING, &drawer);
-  const ContentRect content = Content();
-  glBindFramebuffer(GL_READ_FRAMEBUFFER, fbo_);
-  glBindFramebuffer(GL_DRAW_FRAMEBUFFER, target.fbo_);
-  glBlitFramebuffer(content.x, content.y, srcX1, srcY1, destination->offsetX, destination->offsetY, dstX1, dstY1,
-                    GL_COLOR_BUFFER_BIT, GL_NEAREST);
-  glBindFramebuffer(GL_READ_FRAMEBUFFER, static_cast<GLuint>(reader));
-  glBindFramebuffer(GL_DRAW_FRAMEBUFFER, static_cast<GLuint>(drawer));
-  return CheckGLError(where);
+  // Where it can't be bound (another context), clearing would hit what is bound there.
+  const RenderTarget target = AsScene().target;
+  if (target.frameBuffer == 0) return false;
+  bound_ = true;
+  return ClearTarget(target, color, true);
 }
 
 bool FrameBuffer::BlitToTexture(Texture* destination) {
@@ -228,13 +254,22 @@ bool FrameBuffer::BlitToTexture(Texture* destination) {
     LogLocated(kLogError, "ERROR:: Fail to blit to texture");
     return false;
   }
-  return _BlitTo(destination, width_, height_, width_, height_);
-}
-
-bool FrameBuffer::CopyContentTo(Texture& destination) {
-  const ContentRect content = Content();
-  return _BlitTo(&destination, content.x + width_, content.y + height_, destination.offsetX + width_,
-                 destination.offsetY + height_);
+  if (!_OnOwnContext()) return false;
+  const GLuint drawer = RenderTarget::On(*destination).frameBuffer;
+  if (drawer == 0) return false;
+  GLint previousReader = 0;
+  GLint previousDrawer = 0;
+  glGetIntegerv(GL_READ_FRAMEBUFFER_BINDING, &previousReader);
+  glGetIntegerv(GL_DRAW_FRAMEBUFFER_BINDING, &previousDrawer);
+  SetDrawState();
+  glBindFramebuffer(GL_READ_FRAMEBUFFER, fbo_);
+  glBindFramebuffer(GL_DRAW_FRAMEBUFFER, drawer);
+  const ContentRect from = Content();
+  const ContentRect& to = destination->Content();
+  glBlitFramebuffer(from.x, from.y, width_, height_, to.x, to.y, width_, height_, GL_COLOR_BUFFER_BIT, GL_NEAREST);
+  glBindFramebuffer(GL_READ_FRAMEBUFFER, static_cast<GLuint>(previousReader));
+  glBindFramebuffer(GL_DRAW_FRAMEBUFFER, static_cast<GLuint>(previousDrawer));
+  return CheckGLError();
 }
 
 bool FrameBuffer::BlitToPbo(BO* buffer, int x, int y, int width, int height, int64_t offset, GLenum format) {
@@ -242,34 +277,29 @@ bool FrameBuffer::BlitToPbo(BO* buffer, int x, int y, int width, int height, int
     LogLocated(kLogError, "ERROR:: Fail to resolve to pbo");
     return false;
   }
+  if (!_OnOwnContext()) return true;
   if (width < 1) width = width_;
   if (height < 1) height = height_;
   const ContentRect content = Content();
-  const std::source_location where = std::source_location::current();
-  const auto read = [&](int readX, int readY) {
-    buffer->Bind(GL_PIXEL_PACK_BUFFER);
-    glPixelStorei(GL_PACK_ALIGNMENT, 1);
-    glReadPixels(readX, readY, width, height, format, GL_UNSIGNED_BYTE, reinterpret_cast<void*>(offset));
-    CheckGLError(where);
-    buffer->UnBind();
-  };
   if (colorBuffer_ == nullptr || colorBuffer_->setting.samples < 1) {
-    if (Bind()) read(content.x + x, content.y + y);
+    SubmitRead({fbo_, GL_COLOR_ATTACHMENT0, content.x + x, content.y + y, width, height, format, offset}, *buffer);
+    CheckGLError();
     return true;
   }
-  if (!_OnOwnContext()) return true;
-  FrameBuffer resolved(surfaces_);
-  resolved.Allocate({});
-  Texture* texture = surfaces_.AcquireTexture(width, height, GL_RGBA8);
-  if (texture == nullptr) return true;
-  resolved.BindColorTexture(texture);
+  Texture* resolved = surfaces_.AcquireTexture(width, height, GL_RGBA8);
+  if (resolved == nullptr) return true;
+  const RenderTarget target = RenderTarget::On(*resolved);
+  SetDrawState();
   glBindFramebuffer(GL_READ_FRAMEBUFFER, fbo_);
-  glBindFramebuffer(GL_DRAW_FRAMEBUFFER, resolved.fbo_);
-  glBlitFramebuffer(content.x + x, content.y + y, width, height, texture->offsetX, texture->offsetY, width, height,
+  glBindFramebuffer(GL_DRAW_FRAMEBUFFER, target.frameBuffer);
+  glBlitFramebuffer(content.x + x, content.y + y, width, height, target.content.x, target.content.y, width, height,
                     GL_COLOR_BUFFER_BIT, GL_NEAREST);
-  if (resolved.Bind()) read(texture->offsetX, texture->offsetY);
-  resolved.UnbindColorTexture();
-  surfaces_.ReleaseTexture(texture);
+  SubmitRead({target.frameBuffer, GL_COLOR_ATTACHMENT0, target.content.x, target.content.y, width, height, format,
+              offset},
+             *buffer);
+  glBindFramebuffer(GL_FRAMEBUFFER, 0);
+  CheckGLError();
+  surfaces_.ReleaseTexture(resolved);
   return true;
 }
 

@@ -6,8 +6,9 @@
 
 #include "base/camera.h"
 #include "base/content.h"
-#include "base/contextObjects.h"
+#include "base/contextState.h"
 #include "base/gl.h"
+#include "base/pass.h"
 
 namespace qvg {
 
@@ -24,6 +25,36 @@ struct FrameBufferSetting {
   bool colorRenderBuffer = false;  ///< Attach a colour render buffer.
 };
 
+/// What a drawer draws into and how it looks at it.
+struct Scene {
+  RenderTarget target;
+  Camera camera;
+
+  /// The whole content of a texture, seen in pixels.
+  static Scene On(const Texture& texture);
+};
+
+/// Fills the target's content with a colour (r, g, b, a), and all of a depth buffer if asked to. Leaves the frame buffer
+/// bound.
+bool ClearTarget(const RenderTarget& target, const float color[4], bool depth);
+
+/// Copies exactly the target's content to the texture's content, which has the same size. Leaves no frame buffer bound.
+bool CopyContent(const RenderTarget& from, const Texture& to);
+
+/// Starts reading a rectangle of a frame buffer into a pixel-pack buffer, with the whole state of the transfer set.
+struct PixelRead {
+  GLuint frameBuffer = 0;
+  GLenum attachment = GL_COLOR_ATTACHMENT0;
+  int x = 0;  ///< From column and row 0 of the storage.
+  int y = 0;
+  int width = 0;
+  int height = 0;
+  GLenum format = GL_RGBA;
+  int64_t offset = 0;  ///< Of the first pixel, in bytes.
+  int rowLength = 0;   ///< Pixels from one row to the next in the buffer; 0: the width.
+};
+void SubmitRead(const PixelRead& read, const BO& buffer);
+
 /// A render target with its camera: a GL frame buffer whose colour attachment is a borrowed texture or a pooled render
 /// buffer. Its GL name belongs to the context on which Allocate ran; on another one every operation fails.
 class FrameBuffer {
@@ -34,7 +65,8 @@ class FrameBuffer {
   FrameBuffer& operator=(const FrameBuffer&) = delete;
 
   bool Allocate(const FrameBufferSetting& setting);
-  /// Renders into the texture's content from now on, and takes its size. The texture stays the caller's and must
+  /// Renders into the texture's content from now on. Without buffers of its own it takes the texture's size; with them
+  /// the texture must have the size that it was made with. The texture stays the caller's and must
   /// outlive the binding as long as it is drawn to. A depth buffer may be replaced by a larger one: clear it
   /// afterwards. The frame buffer stays bound in GL.
   bool BindColorTexture(Texture* texture);
@@ -47,21 +79,19 @@ class FrameBuffer {
   /// Copies the picture to a texture's content. Both rectangles end at the plain width and height, not at origin plus
   /// size: pictures away from the origin lose what lies beyond.
   bool BlitToTexture(Texture* destination);
-  /// Copies exactly the content rectangle to the destination's content, which has the same size.
-  bool CopyContentTo(Texture& destination);
   /// Starts reading a rectangle of the content, 8 bits a channel and rows tightly packed, into a pixel-pack buffer at a
   /// byte offset. width or height below 1: the whole. True whenever a buffer is given; GL errors are in the log.
   bool BlitToPbo(BO* buffer, int x, int y, int width, int height, int64_t offset, GLenum format);
 
   /// The content rectangle of the colour texture or render buffer; empty storage when there is neither.
   ContentRect Content() const;
+  /// For drawers. Its name is 0, which is logged, when it can't be used on the current context.
+  Scene AsScene() const;
   Texture* ColorTexture() const { return colorTexture_; }
   RenderBuffer* ColorBuffer() const { return colorBuffer_; }
   int Width() const { return width_; }
   int Height() const { return height_; }
-  int32_t Stored() const { return stored_; }
-  /// Whether it can be used on the context that is current on the calling thread.
-  bool OnCurrentContext() const { return allocated_ && CurrentContextId() == owner_; }
+  int32_t Stored() const { return setting_.stored; }
 
   Camera camera;
 
@@ -70,8 +100,6 @@ class FrameBuffer {
   bool _OnOwnContext(std::source_location where = std::source_location::current()) const;
   bool _AttachDepth(int width, int height);
   bool _Complete(std::source_location where = std::source_location::current()) const;
-  bool _BlitTo(Texture* destination, int srcX1, int srcY1, int dstX1, int dstY1,
-               std::source_location where = std::source_location::current());
   void _ReleaseBuffers();
 
   SurfaceSource& surfaces_;
@@ -80,11 +108,9 @@ class FrameBuffer {
   Texture* colorTexture_ = nullptr;
   RenderBuffer* colorBuffer_ = nullptr;
   RenderBuffer* depthBuffer_ = nullptr;
-  int width_ = 0;
+  FrameBufferSetting setting_;
+  int width_ = 0;  // of what is drawn to
   int height_ = 0;
-  int32_t stored_ = 0;
-  bool depthStencil_ = false;
-  bool colorRenderBuffer_ = false;
   bool allocated_ = false;
   std::atomic<bool> bound_ = false;
 };

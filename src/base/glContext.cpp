@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "base/contextObjects.h"
+#include "base/contextState.h"
 #include "utils/log.h"
 
 namespace qvg {
@@ -116,7 +116,10 @@ bool QVGLContextManager::ReleaseSharedContext(void*& handle) {
     _Destroy(found);
   } else {
     // Left current here it could not be used by the next thread that takes it.
-    if (IsContextCurrent(*context)) ReleaseCurrentContext();
+    if (IsContextCurrent(*context)) {
+      DepartContext();
+      ReleaseCurrentContext();
+    }
     if (std::find(pool_.begin(), pool_.end(), context) == pool_.end()) pool_.push_back(context);
   }
   handle = nullptr;
@@ -151,6 +154,7 @@ bool QVGLContextManager::MakeCurrentContext(void* handle, void** previous) {
 bool QVGLContextManager::_MakeCurrentContext(QVGContextData* context, void** previous) {
   QVGContextData* const current = _FindCurrent();
   if (previous != nullptr) *previous = current;
+  if (context == nullptr || !IsContextCurrent(*context)) DepartContext();
   if (context == nullptr) {
     if (ReleaseCurrentContext()) return true;
     LogShort(kLogWarning, fmt::format("QVGLContextManager::_MakeCurrentContext to null, failed: Getlasterror = {}",
@@ -187,6 +191,7 @@ TemporaryContext::TemporaryContext(QVGLContextManager& manager)
 
 TemporaryContext::~TemporaryContext() {
   if (valid_) {
+    DepartContext();
     RestoreBinding(previous_);
     FlushContextObjects();
   }

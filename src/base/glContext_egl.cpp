@@ -15,16 +15,16 @@
 #include <map>
 #include <memory>
 #include <mutex>
-#include <new>
 #include <source_location>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "base/contextObjects.h"
+#include "base/contextState.h"
 #include "base/gl.h"
 #include "base/glContextPlatform.h"
 #include "utils/log.h"
+#include "utils/neverDestroyed.h"
 
 // Has the error hook of a single display; its macros must not meet the standard headers.
 #include <X11/Xlibint.h>
@@ -75,9 +75,8 @@ struct Platform {
 
 // Never destroyed: contexts may outlive static objects while the process exits.
 Platform& Egl() {
-  alignas(Platform) static unsigned char storage[sizeof(Platform)];
-  static Platform* const platform = new (storage) Platform();
-  return *platform;
+  static NeverDestroyed<Platform> platform;
+  return platform.Get();
 }
 
 // Major version * 100 + minor version, so that both change at once.

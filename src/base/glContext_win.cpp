@@ -8,13 +8,13 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
-#include <new>
 #include <source_location>
 
-#include "base/contextObjects.h"
+#include "base/contextState.h"
 #include "base/gl.h"
 #include "base/glContextPlatform.h"
 #include "utils/log.h"
+#include "utils/neverDestroyed.h"
 
 namespace qvg {
 
@@ -123,9 +123,8 @@ struct Platform {
 
 // Never destroyed: contexts may outlive static objects while the process exits.
 Platform& Win() {
-  alignas(Platform) static unsigned char storage[sizeof(Platform)];
-  static Platform* const platform = new (storage) Platform();
-  return *platform;
+  static NeverDestroyed<Platform> platform;
+  return platform.Get();
 }
 
 // Major version * 100 + minor version, so that both change at once.

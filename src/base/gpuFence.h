@@ -2,33 +2,29 @@
 
 #include <utility>
 
-#include "base/contextObjects.h"
-
 namespace qvg {
 
-/// Orders the GPU work of two contexts around an object that passes from one to the other. Owns one GL sync object.
+/// A point in one context's stream of GPU work. Owns one GL sync object.
 class GpuFence {
  public:
   GpuFence() = default;
   ~GpuFence();
-  GpuFence(GpuFence&& other) noexcept
-      : sync_(std::exchange(other.sync_, nullptr)), context_(std::exchange(other.context_, 0)) {}
+  GpuFence(GpuFence&& other) noexcept : sync_(std::exchange(other.sync_, nullptr)) {}
   GpuFence& operator=(GpuFence&& other) noexcept {
     std::swap(sync_, other.sync_);
-    std::swap(context_, other.context_);
     return *this;
   }
 
-  /// A fence behind all work submitted so far on the calling thread's context; an empty one without a context.
+  /// Behind all work submitted so far on the calling thread's context, which is one of the library's.
   static GpuFence Insert();
 
+  bool Empty() const { return sync_ == nullptr; }
   /// Lets the GPU finish the fenced work before what the calling thread's context submits next. Does not block the
-  /// thread. Costs nothing on the context that made the fence.
-  void Wait();
+  /// thread.
+  void Wait() const;
 
  private:
   void* sync_ = nullptr;
-  ContextId context_ = 0;
 };
 
 }  // namespace qvg

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <cstring>
 #include <glm/gtc/type_ptr.hpp>
 #include <type_traits>
 #include <vector>
@@ -20,20 +21,31 @@ Value Different(Value value) {
   if constexpr (std::is_arithmetic_v<Value>) {
     return value == 0 ? Value{1} : Value{0};
   } else {
-    float& first = *glm::value_ptr(value);
+    auto& first = *glm::value_ptr(value);
     first = Different(first);
     return value;
   }
 }
 
+void Send(GLint location, int value) { glUniform1i(location, value); }
+void Send(GLint location, float value) { glUniform1f(location, value); }
+void Send(GLint location, const glm::ivec2& value) { glUniform2iv(location, 1, glm::value_ptr(value)); }
+void Send(GLint location, const glm::vec2& value) { glUniform2fv(location, 1, glm::value_ptr(value)); }
+void Send(GLint location, const glm::vec3& value) { glUniform3fv(location, 1, glm::value_ptr(value)); }
+void Send(GLint location, const glm::vec4& value) { glUniform4fv(location, 1, glm::value_ptr(value)); }
+void Send(GLint location, const glm::mat3& value) {
+  glUniformMatrix3fv(location, 1, GL_FALSE, glm::value_ptr(value));
+}
+void Send(GLint location, const glm::mat4& value) {
+  glUniformMatrix4fv(location, 1, GL_FALSE, glm::value_ptr(value));
+}
+
 }  // namespace
 
 Program::~Program() {
-  if (CurrentContextId() == 0) return;
-  glUseProgram(0);
-  CheckGLError();
-  if (id_ != 0) glDeleteProgram(id_);
-  id_ = 0;
+  if (id_ == 0) return;
+  if (CurrentContext() != nullptr) glUseProgram(0);
+  DeleteSharedObject({SharedObject::kProgram, id_});
 }
 
 bool Program::LoadFromContent(const std::string& vs, const std::string& fs, const std::string& gs) {
@@ -57,6 +69,11 @@ bool Program::LoadFromContent(const std::string& vs, const std::string& fs, cons
   return true;
 }
 
+void Program::Adopt(GLuint id) {
+  id_ = id;
+  loaded_ = id != 0;
+}
+
 bool Program::PrintProgramInfoLog() {
   GLint length = 0;
   glGetProgramiv(id_, GL_INFO_LOG_LENGTH, &length);
@@ -68,19 +85,49 @@ bool Program::PrintProgramInfoLog() {
   return CheckGLError();
 }
 
-bool Program::_Loaded(const std::source_location& where) const {
+void Program::SetKind(const ProgramKind& kind) {
+  if (kind_ == &kind) return;
+  kind_ = &kind;
+  uniforms_.clear();
+  for (const char* name : kind.uniforms) {
+    if (name == nullptr) break;
+    uniforms_.emplace_back().location = glGetUniformLocation(id_, name);
+  }
+  for (size_t i = 0; i < samplers_.size(); ++i) {
+    const char* const name = kind.samplers[i].name;
+    samplers_[i] = {};
+    if (name != nullptr) samplers_[i].location = glGetUniformLocation(id_, name);
+  }
+}
+
+void Program::_SendSamplers() {
+  if (kind_ == nullptr) return;
+  for (size_t i = 0; i < samplers_.size(); ++i) {
+    if (samplers_[i].location >= 0) _Upload(samplers_[i], kind_->samplers[i].unit);
+  }
+}
+
+bool Program::_Loaded(std::source_location where) const {
   if (loaded_) return true;
   LogLocated(kLogError, "program not loaded", where);
   return false;
 }
 
 bool Program::Bind() {
-  if (!_Loaded(std::source_location::current())) return false;
+  if (!_Loaded()) return false;
   glUseProgram(id_);
   const ContextId context = CurrentContextId();
-  moved_ = context != context_;
-  context_ = context;
-  return CheckGLError();
+  if (context != context_) {
+    // Mesa brings uniforms to a context when one of them changes there, and takes a value that another context has set
+    // for no change: everything is sent anew, over something different.
+    moved_ = context_ != 0;
+    context_ = context;
+    for (Uniform& uniform : uniforms_) uniform.bytes = 0;
+    for (Uniform& uniform : samplers_) uniform.bytes = 0;
+    for (auto& [name, uniform] : named_) uniform.bytes = 0;
+  }
+  _SendSamplers();
+  return true;
 }
 
 bool Program::UnBind() {
@@ -88,69 +135,53 @@ bool Program::UnBind() {
   return CheckGLError();
 }
 
+template <class Value>
+void Program::_Upload(Uniform& uniform, const Value& value) {
+  static_assert(sizeof(Value) <= sizeof uniform.value && std::is_trivially_copyable_v<Value>);
+  if (uniform.location < 0) return;
+  const bool known = uniform.bytes == sizeof(Value);
+  if (known && std::memcmp(uniform.value.data(), &value, sizeof(Value)) == 0) return;
+  if (!known && moved_) Send(uniform.location, Different(value));
+  Send(uniform.location, value);
+  std::memcpy(uniform.value.data(), &value, sizeof(Value));
+  uniform.bytes = sizeof(Value);
+}
+
+template void Program::_Upload(Uniform&, const int&);
+template void Program::_Upload(Uniform&, const float&);
+template void Program::_Upload(Uniform&, const glm::ivec2&);
+template void Program::_Upload(Uniform&, const glm::vec2&);
+template void Program::_Upload(Uniform&, const glm::vec3&);
+template void Program::_Upload(Uniform&, const glm::vec4&);
+template void Program::_Upload(Uniform&, const glm::mat3&);
+template void Program::_Upload(Uniform&, const glm::mat4&);
+
 int Program::GetUniformLocation(const std::string& name) {
-  const auto known = locations_.find(name);
-  if (known != locations_.end()) return known->second;
+  const auto known = named_.find(name);
+  if (known != named_.end()) return known->second.location;
   const GLint location = glGetUniformLocation(id_, name.c_str());
   if (!CheckGLError()) return -1;
-  locations_.emplace(name, location);
+  named_[name].location = location;
   return location;
 }
 
-template <class Value, class Upload>
-bool Program::_Set(const std::string& name, const Value& value, Upload upload, const std::source_location& where) {
+template <class Value>
+bool Program::_Set(const std::string& name, const Value& value, std::source_location where) {
   if (!_Loaded(where)) return false;
-  const GLint location = GetUniformLocation(name);
-  if (location >= 0) {
-    // Mesa brings uniforms to a context when one of them changes there, and takes a value that another context has set
-    // for no change.
-    if (moved_) upload(location, Different(value));
-    upload(location, value);
-  }
+  if (GetUniformLocation(name) >= 0) _Upload(named_[name], value);
   return CheckGLError(where);
 }
 
-bool Program::SetUniform1i(const std::string& name, int value) {
-  return _Set(
-      name, value, [](GLint location, int v) { glUniform1i(location, v); }, std::source_location::current());
-}
-
-bool Program::SetUniform1f(const std::string& name, float value) {
-  return _Set(
-      name, value, [](GLint location, float v) { glUniform1f(location, v); }, std::source_location::current());
-}
-
-bool Program::SetUniform2f(const std::string& name, float x, float y) {
-  const auto upload = [](GLint location, const glm::vec2& v) { glUniform2f(location, v.x, v.y); };
-  return _Set(name, glm::vec2(x, y), upload, std::source_location::current());
-}
-
-bool Program::SetUniform3f(const std::string& name, float x, float y, float z) {
-  const auto upload = [](GLint location, const glm::vec3& v) { glUniform3f(location, v.x, v.y, v.z); };
-  return _Set(name, glm::vec3(x, y, z), upload, std::source_location::current());
-}
-
-bool Program::SetUniform4f(const std::string& name, float x, float y, float z, float w) {
-  const auto upload = [](GLint location, const glm::vec4& v) { glUniform4f(location, v.x, v.y, v.z, v.w); };
-  return _Set(name, glm::vec4(x, y, z, w), upload, std::source_location::current());
-}
-
-bool Program::SetUniformMatrix3f(const std::string& name, const glm::mat3& matrix, int count) {
-  const auto upload = [&](GLint location, const glm::mat3& first) {
-    glUniformMatrix3fv(location, &first == &matrix ? count : 1, GL_FALSE, glm::value_ptr(first));
-  };
-  return _Set(name, matrix, upload, std::source_location::current());
-}
-
-bool Program::SetUniformMatrix4f(const std::string& name, const glm::mat4& matrix, int count) {
-  const auto upload = [&](GLint location, const glm::mat4& first) {
-    glUniformMatrix4fv(location, &first == &matrix ? count : 1, GL_FALSE, glm::value_ptr(first));
-  };
-  return _Set(name, matrix, upload, std::source_location::current());
-}
+template bool Program::_Set(const std::string&, const int&, std::source_location);
+template bool Program::_Set(const std::string&, const float&, std::source_location);
+template bool Program::_Set(const std::string&, const glm::vec2&, std::source_location);
+template bool Program::_Set(const std::string&, const glm::vec3&, std::source_location);
+template bool Program::_Set(const std::string&, const glm::vec4&, std::source_location);
+template bool Program::_Set(const std::string&, const glm::mat3&, std::source_location);
+template bool Program::_Set(const std::string&, const glm::mat4&, std::source_location);
 
 bool Program::SetUniformTexture(int unit, int texture, const std::string& name, unsigned int target) {
-  if (!_Loaded(std::source_location::current())) return false;
+  if (!_Loaded()) return false;
   glActiveTexture(GL_TEXTURE0 + static_cast<GLenum>(unit));
   glBindTexture(target, static_cast<GLuint>(texture));
   SetUniform1i(name, unit);

@@ -1,18 +1,21 @@
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <glm/glm.hpp>
 #include <source_location>
 #include <string>
 #include <unordered_map>
+#include <vector>
 
-#include "base/contextObjects.h"
 #include "base/gl.h"
-#include "base/gpuFence.h"
+#include "base/handOver.h"
+#include "base/programKind.h"
 
 namespace qvg {
 
-/// A linked GL program with a cache of its uniforms' locations. Setters act on the bound program: bind it first. A
-/// uniform that the program does not have is skipped silently. Owns its GL name.
+/// A linked GL program. It remembers the values of its uniforms and sends only what changes. Setters act on the bound
+/// program: bind it first. A uniform that the program does not have is skipped silently. Owns its GL name.
 class Program {
  public:
   Program() = default;
@@ -23,46 +26,64 @@ class Program {
   /// Compiles and links; an empty source skips its stage. True unless a GL error is pending: a program that does not
   /// compile or link is in the log and counts as loaded.
   bool LoadFromContent(const std::string& vs, const std::string& fs, const std::string& gs);
+  /// Takes over a GL program that was linked elsewhere.
+  void Adopt(GLuint id);
   bool PrintProgramInfoLog();
+  /// Looks up the uniforms and samplers of the kind, for the setters by index.
+  void SetKind(const ProgramKind& kind);
+
   bool Bind();
   bool UnBind();
 
+  /// Sets a uniform of the kind; values are int, float, and glm's vectors and matrices. Checks no error: the
+  /// pass does.
+  template <class Value>
+  void Set(int index, const Value& value) {
+    _Upload(uniforms_[static_cast<size_t>(index)], value);
+  }
+  const ProgramKind* Kind() const { return kind_; }
+
+  // By name, each with an error check of its own: nothing in the library draws so often that it would need them.
   /// -1 when the program has no such uniform.
   int GetUniformLocation(const std::string& name);
-
-  bool SetUniform1i(const std::string& name, int value);
-  bool SetUniform1f(const std::string& name, float value);
-  bool SetUniform2f(const std::string& name, float x, float y);
-  bool SetUniform2f(const std::string& name, const glm::vec2& value) { return SetUniform2f(name, value.x, value.y); }
-  bool SetUniform3f(const std::string& name, float x, float y, float z);
-  bool SetUniform3f(const std::string& name, const glm::vec3& value) {
-    return SetUniform3f(name, value.x, value.y, value.z);
-  }
-  bool SetUniform4f(const std::string& name, float x, float y, float z, float w);
-  bool SetUniform4f(const std::string& name, const glm::vec4& value) {
-    return SetUniform4f(name, value.x, value.y, value.z, value.w);
-  }
-  bool SetUniformMatrix3f(const std::string& name, const glm::mat3& matrix, int count);
-  bool SetUniformMatrix4f(const std::string& name, const glm::mat4& matrix, int count);
+  bool SetUniform1i(const std::string& name, int value) { return _Set(name, value); }
+  bool SetUniform1f(const std::string& name, float value) { return _Set(name, value); }
+  bool SetUniform2f(const std::string& name, const glm::vec2& value) { return _Set(name, value); }
+  bool SetUniform3f(const std::string& name, const glm::vec3& value) { return _Set(name, value); }
+  bool SetUniform4f(const std::string& name, const glm::vec4& value) { return _Set(name, value); }
+  bool SetUniformMatrix3f(const std::string& name, const glm::mat3& matrix) { return _Set(name, matrix); }
+  bool SetUniformMatrix4f(const std::string& name, const glm::mat4& matrix) { return _Set(name, matrix); }
   /// Binds a texture to a unit and the sampler to the unit; unit 0 is active afterwards.
   bool SetUniformTexture(int unit, int texture, const std::string& name, unsigned int target);
 
-  /// Behind the last use, for a taker on another context: uniforms are state of the program.
-  GpuFence fence;
+  /// Uniforms are state of the program, which may pass from one context to another.
+  HandOver handOver;
 
   const std::string& CacheName() const { return cacheName_; }
   void SetCacheName(const std::string& name) { cacheName_ = name; }
 
  private:
-  template <class Value, class Upload>
-  bool _Set(const std::string& name, const Value& value, Upload upload, const std::source_location& where);
-  bool _Loaded(const std::source_location& where) const;
+  struct Uniform {
+    GLint location = -1;
+    size_t bytes = 0;  // of the value that the program has; 0: not known
+    std::array<std::byte, sizeof(glm::mat4)> value = {};
+  };
+
+  template <class Value>
+  void _Upload(Uniform& uniform, const Value& value);
+  template <class Value>
+  bool _Set(const std::string& name, const Value& value, std::source_location where = std::source_location::current());
+  bool _Loaded(std::source_location where = std::source_location::current()) const;
+  void _SendSamplers();
 
   GLuint id_ = 0;
   bool loaded_ = false;
   ContextId context_ = 0;  // where it was bound last
-  bool moved_ = false;     // there for the first time since it was bound elsewhere
-  std::unordered_map<std::string, GLint> locations_;
+  bool moved_ = false;     // it was bound elsewhere before
+  const ProgramKind* kind_ = nullptr;
+  std::vector<Uniform> uniforms_;
+  std::array<Uniform, 4> samplers_;
+  std::unordered_map<std::string, Uniform> named_;
   std::string cacheName_;
 };
 

@@ -4,11 +4,41 @@
 #include <memory>
 #include <set>
 
+#include "base/contextState.h"
 #include "base/program.h"
 
 namespace qvg {
 
+ProgramTable::ProgramTable(ProgramCache& cache) : cache_(&cache) {
+  std::lock_guard lock(cache.mutex_);
+  cache.tables_.push_back(this);
+}
+
+ProgramTable::~ProgramTable() {
+  if (cache_ == nullptr) return;
+  GiveBack();
+  std::lock_guard lock(cache_->mutex_);
+  std::erase(cache_->tables_, this);
+}
+
+Program* ProgramTable::Find(const ProgramKind& kind, uint32_t variant) const {
+  for (const Entry& entry : entries_) {
+    if (entry.kind == &kind && entry.variant == variant) return entry.program;
+  }
+  return nullptr;
+}
+
+void ProgramTable::GiveBack() {
+  if (cache_ == nullptr) return;
+  for (const Entry& entry : entries_) cache_->Return(entry.program);
+  entries_.clear();
+}
+
 ProgramCache::~ProgramCache() {
+  for (ProgramTable* table : tables_) {
+    table->cache_ = nullptr;
+    table->entries_.clear();
+  }
   // A program that was returned twice is listed twice.
   std::set<Program*> programs(idle_.begin(), idle_.end());
   programs.insert(inUse_.begin(), inUse_.end());
@@ -18,26 +48,33 @@ ProgramCache::~ProgramCache() {
 Program* ProgramCache::Get(const std::string& name, const std::string& vertexSource,
                            const std::string& fragmentSource) {
   // Without a context the program would be an empty one, and lent to all who come later.
-  if (name.empty() || CurrentContextId() == 0) return nullptr;
+  const ContextId context = CurrentContextId();
+  if (name.empty() || context == 0) return nullptr;
   std::lock_guard lock(mutex_);
-  const auto found =
-      std::find_if(idle_.begin(), idle_.end(), [&](const Program* program) { return program->CacheName() == name; });
+  auto found = idle_.end();
+  for (auto candidate = idle_.begin(); candidate != idle_.end(); ++candidate) {
+    if ((*candidate)->CacheName() != name || !(*candidate)->handOver.Ready()) continue;
+    const bool ours = (*candidate)->handOver.User() == context;
+    if (found == idle_.end() || ours) found = candidate;
+    if (ours) break;
+  }
   if (found != idle_.end()) {
     inUse_.splice(inUse_.end(), idle_, found);
-    inUse_.back()->fence.Wait();
+    inUse_.back()->handOver.Take();
     return inUse_.back();
   }
   if (vertexSource.empty() || fragmentSource.empty()) return nullptr;
   auto program = std::make_unique<Program>();
   program->LoadFromContent(vertexSource, fragmentSource, "");
   program->SetCacheName(name);
+  program->handOver.Take();
   inUse_.push_back(program.get());
   return program.release();
 }
 
 bool ProgramCache::Return(Program* program) {
   if (program == nullptr) return false;
-  program->fence = GpuFence::Insert();
+  program->handOver.Give();
   std::lock_guard lock(mutex_);
   const auto lent = std::find(inUse_.begin(), inUse_.end(), program);
   if (lent != inUse_.end()) {
@@ -46,6 +83,52 @@ bool ProgramCache::Return(Program* program) {
     idle_.push_back(program);
   }
   return true;
+}
+
+const ProgramText& ProgramCache::_Text(const ProgramKind& kind, uint32_t variant) {
+  std::lock_guard lock(mutex_);
+  const auto [place, added] = texts_.try_emplace({&kind, variant});
+  if (added) place->second = ProgramText::Of(kind, variant);
+  return place->second;
+}
+
+Program* ProgramCache::_Take(const ProgramKind& kind, uint32_t variant) {
+  const ProgramText& text = _Text(kind, variant);
+  Program* const program = Get(text.name, text.vertex, text.fragment);
+  if (program != nullptr) program->SetKind(kind);
+  return program;
+}
+
+Program* ProgramCache::Of(const ProgramKind& kind, uint32_t variant) {
+  ContextState* const context = CurrentContext();
+  if (context == nullptr) return nullptr;
+  if (context->programs == nullptr || context->programs->cache_ != this) {
+    context->programs = std::make_unique<ProgramTable>(*this);
+  }
+  ProgramTable& table = *context->programs;
+  if (Program* const held = table.Find(kind, variant); held != nullptr) return held;
+  Program* const program = _Take(kind, variant);
+  if (program != nullptr) table.entries_.push_back({&kind, variant, program});
+  return program;
+}
+
+bool ProgramCache::Knows(const ProgramKind& kind, uint32_t variant) {
+  std::lock_guard lock(mutex_);
+  return texts_.contains({&kind, variant});
+}
+
+void ProgramCache::Offer(const ProgramKind& kind, uint32_t variant) {
+  ContextState* const context = CurrentContext();
+  if (context == nullptr || context->programs == nullptr || context->programs->cache_ != this) return;
+  auto& entries = context->programs->entries_;
+  const auto found = std::find_if(entries.begin(), entries.end(), [&](const ProgramTable::Entry& entry) {
+    return entry.kind == &kind && entry.variant == variant;
+  });
+  if (found == entries.end()) return;
+  Program* const program = found->program;
+  entries.erase(found);
+  program->handOver.GiveToAny();
+  Return(program);
 }
 
 }  // namespace qvg

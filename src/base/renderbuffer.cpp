@@ -1,14 +1,13 @@
 #include "base/renderbuffer.h"
 
+#include "base/contextState.h"
 #include "base/glError.h"
 
 namespace qvg {
 
 RenderBuffer::~RenderBuffer() {
   if (!allocated_ || id == 0) return;
-  glDeleteRenderbuffers(1, &id);
-  id = 0;
-  CheckGLError();
+  DeleteSharedObject({SharedObject::kRenderBuffer, id});
 }
 
 bool RenderBuffer::Allocate(const RenderBufferSetting& wanted) {

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <source_location>
 
+#include "base/content.h"
 #include "base/gl.h"
 
 namespace qvg {
@@ -26,14 +27,30 @@ struct TextureSetting {
 using Swizzle = std::array<GLint, 4>;
 inline constexpr Swizzle kSwizzleRGBA = {GL_RED, GL_GREEN, GL_BLUE, GL_ALPHA};
 
-/// Bytes that one texel of a sized internal format takes; formats not known count 4.
-int BytesPerTexel(GLenum internalFormat);
+/// Whether colours are stored as they are or multiplied by their alpha.
+enum class AlphaForm : uint8_t { kStraight, kPremultiplied };
 
-/// Whether a format is sampled through an integer sampler.
-bool IsIntegerFormat(GLenum internalFormat);
+/// How a stored picture is meant to be seen.
+struct Presentation {
+  bool flipped = false;   ///< Rows are stored bottom-up relative to the host's frames.
+  uint32_t rotation = 0;  ///< Quarter turns with which it is drawn and presented, read modulo 4.
+  AlphaForm alpha = AlphaForm::kStraight;
+  /// The internal format that the texture was made for, when its storage had to become another one; else 0.
+  GLenum madeFor = 0;
+};
+
+/// Pixels in host memory, 1-aligned, as GL takes them.
+struct HostPixels {
+  int width = 0;
+  int height = 0;
+  const void* pixels = nullptr;
+  GLenum format = GL_RGBA;
+  GLenum type = GL_UNSIGNED_BYTE;
+  int rowLength = 0;  ///< Texels from one row to the next; 0: the width.
+};
 
 /// An immutable-storage GL texture with a picture inside: the content rectangle says where. Used on one thread at a
-/// time, with a context of the share group current. Owns its GL name.
+/// time, with a context of the library current. Owns its GL name.
 class Texture {
  public:
   Texture() = default;
@@ -45,13 +62,12 @@ class Texture {
   /// Applies wrap modes and filters; nothing else of the setting.
   void UpdateSetting(const TextureSetting& setting);
   /// Uploads an image into the centre of the storage.
-  /// @param rowLength texels from one row of pixels to the next; 0: imageWidth.
-  bool Load(int imageWidth, int imageHeight, const void* pixels, GLenum format, GLenum type, int rowLength = 0,
-            std::source_location where = std::source_location::current());
-  /// The same into the first rows and columns of the storage, where the wrap mode keeps a linear filter from reading
-  /// anything before the image.
-  bool LoadAtOrigin(int imageWidth, int imageHeight, const void* pixels, GLenum format, GLenum type, int rowLength = 0,
-                    std::source_location where = std::source_location::current());
+  bool Load(const HostPixels& image, std::source_location where = std::source_location::current());
+  /// The same without an error check: for a step of an operation that ends with one. At the origin the image lies in
+  /// the first rows and columns of the storage, where the wrap mode keeps a linear filter from reading anything before
+  /// it.
+  enum class Place { kCentre, kOrigin };
+  void SubmitLoad(const HostPixels& image, Place place);
   /// Sets how the channels are read when sampled. Costs nothing when it is so already.
   bool RemapRGBA(const Swizzle& swizzle);
   /// Copies a rectangle of the source's storage into the centre of this one, channels as they are stored. A width or
@@ -60,33 +76,51 @@ class Texture {
   bool CopyFrom(const Texture* source, int x, int y, int width, int height);
   /// The same without waiting: for what follows on the same context.
   bool SubmitCopyFrom(const Texture* source, int x, int y, int width, int height);
+  /// Exchanges storage, setting and channel order with another texture; content and presentation stay.
+  void ExchangeStorage(Texture& other);
 
+  const ContentRect& Content() const { return content_; }
+  void SetContentSize(int width, int height);
+  void SetContentOrigin(int x, int y);
   /// Lays a content rectangle of the size in the centre of the storage, rounding down.
   void CentreContent(int width, int height);
 
-  const TextureSetting& Setting() const { return setting_; }
-  const Swizzle& CurrentSwizzle() const { return swizzle_; }
-  bool Allocated() const { return allocated_; }
+  GLuint Id() const { return storage_.id; }
+  GLenum Target() const { return storage_.target; }
+  const TextureSetting& Setting() const { return storage_.setting; }
+  const Swizzle& CurrentSwizzle() const { return storage_.swizzle; }
+  bool Allocated() const { return storage_.id != 0; }
+  /// The internal format that uploads know the texture by.
+  GLenum Format() const { return presentation.madeFor != 0 ? presentation.madeFor : storage_.setting.internalFormat; }
+  /// Bytes of level 0.
+  int64_t ByteSize() const { return storage_.bytes; }
+  /// A number of the storage that is never used again.
+  uint64_t Storage() const { return storage_.number; }
+  /// Some frame buffer keeps the storage from now on.
+  void MarkAttached() const { storage_.attached = true; }
+  /// Loads go through this pixel-unpack buffer from now on, which is deleted with the texture. Nothing in the library
+  /// gives one: uploads are as fast without.
+  void SetUnpackBuffer(GLuint buffer) { unpackBuffer_ = buffer; }
 
-  GLuint id = 0;
-  GLenum target = GL_TEXTURE_2D;
-  GLuint pbo = 0;         ///< Optional pixel-unpack buffer that Load goes through; deleted with the texture.
-  bool flipped = false;   ///< Rows are stored bottom-up relative to the host's frames.
-  uint32_t rotation = 0;  ///< Quarter turns with which the texture is drawn and presented, read modulo 4.
-  int loadedWidth = 0;    ///< Size of the content.
-  int loadedHeight = 0;
-  int offsetX = 0;  ///< Where the content starts, in texels from column and row 0 of the storage.
-  int offsetY = 0;
-  int64_t byteSize = 0;  ///< Bytes of level 0 of the storage.
+  Presentation presentation;
 
  private:
-  bool _Upload(int imageWidth, int imageHeight, const void* pixels, GLenum format, GLenum type, int rowLength,
-               const std::source_location& where);
-  bool _MapAndLoad(int imageWidth, int imageHeight, const void* pixels, GLenum format, GLenum type);
+  struct StorageState {
+    GLuint id = 0;
+    GLenum target = GL_TEXTURE_2D;
+    TextureSetting setting;
+    Swizzle swizzle = kSwizzleRGBA;
+    int64_t bytes = 0;
+    uint64_t number = 0;
+    mutable bool attached = false;
+  };
 
-  TextureSetting setting_;
-  bool allocated_ = false;
-  Swizzle swizzle_ = kSwizzleRGBA;
+  void _Free();
+  bool _MapAndLoad(const HostPixels& image);
+
+  StorageState storage_;
+  ContentRect content_;
+  GLuint unpackBuffer_ = 0;
 };
 
 }  // namespace qvg

@@ -1,8 +1,6 @@
 #include "base/vao.h"
 
-#include "base/ebo.h"
 #include "base/glError.h"
-#include "base/vbo.h"
 #include "utils/log.h"
 
 namespace qvg {
@@ -28,19 +26,6 @@ bool VAO::Bind() {
 bool VAO::UnBind() {
   glBindVertexArray(0);
   return CheckGLError();
-}
-
-bool DrawElements(VBO& vbo, EBO& ebo, std::source_location where) {
-  VAO vao;
-  vao.Bind();
-  vbo.Bind();
-  ebo.Bind();
-  glDrawElements(ebo.mode, ebo.IndexCount(), GL_UNSIGNED_INT, nullptr);
-  const bool ok = CheckGLError(where);
-  vbo.UnBind();
-  ebo.UnBind();
-  vao.UnBind();
-  return ok;
 }
 
 }  // namespace qvg

@@ -4,22 +4,17 @@
 #include <algorithm>
 #include <cstddef>
 #include <exception>
-#include <list>
 #include <memory>
 
-#include "base/bo.h"
-#include "base/contextObjects.h"
+#include "base/contextState.h"
 #include "base/framebuffer.h"
-#include "base/glContext.h"
-#include "base/renderbuffer.h"
 #include "base/texture.h"
 #include "context/context.h"
-#include "context/frameOperations.h"
-#include "context/pixelBufferPool.h"
-#include "context/pixelFormat.h"
-#include "context/renderBufferPool.h"
-#include "context/texturePool.h"
-#include "effect/effectManager.h"
+#include "context/runtime.h"
+#include "frame/draw.h"
+#include "frame/pixelFormat.h"
+#include "frame/readBack.h"
+#include "frame/upload.h"
 #include "qvGLRenderer/qvGLRenderer.h"
 #include "tool/wndDrawer.h"
 #include "utils/log.h"
@@ -81,21 +76,27 @@ Result Guard(Result failure, Work&& work) noexcept {
   return failure;
 }
 
-/// The same with the renderer context, for slots that need its pools: the failure value when it can't render.
+/// The same with what runs, for slots that need its pools: the failure value when it can't render.
 template <class Result, class Work>
-Result WithContext(Result failure, Work&& work) noexcept {
+Result WithRuntime(Result failure, Work&& work) noexcept {
   return Guard(failure, [&] {
-    QVGContext& context = QVGContext::GetInstance();
-    return context.CanRender() ? work(context) : failure;
+    Runtime* const runtime = QVGContext::GetInstance().Rendering();
+    return runtime != nullptr ? work(*runtime) : failure;
   });
+}
+
+/// The same for slots that make or recycle GL objects: with a context of the library current.
+template <class Result, class Work>
+Result OnContext(Result failure, Work&& work) noexcept {
+  return WithRuntime(failure, [&](Runtime& runtime) { return CurrentContext() != nullptr ? work(runtime) : failure; });
 }
 
 /// The same for slots that need the context manager.
 template <class Result, class Work>
 Result WithContexts(Result failure, Work&& work) noexcept {
   return Guard(failure, [&] {
-    QVGLContextManager* contexts = QVGContext::GetInstance().Contexts();
-    return contexts != nullptr ? work(*contexts) : failure;
+    Runtime* const runtime = QVGContext::GetInstance().Running();
+    return runtime != nullptr ? work(runtime->contexts) : failure;
   });
 }
 
@@ -104,74 +105,54 @@ const Texture* From(const QVGTexture* texture) { return reinterpret_cast<const T
 QVGTexture* To(Texture* texture) { return reinterpret_cast<QVGTexture*>(texture); }
 FrameBuffer* From(QVGFrameBuffer* frameBuffer) { return reinterpret_cast<FrameBuffer*>(frameBuffer); }
 QVGFrameBuffer* To(FrameBuffer* frameBuffer) { return reinterpret_cast<QVGFrameBuffer*>(frameBuffer); }
+WndDrawer* From(QVGWndDrawer* drawer) { return reinterpret_cast<WndDrawer*>(drawer); }
+Effect* From(QVGEffect* effect) { return reinterpret_cast<Effect*>(effect); }
 QVGGLContext* ToContext(void* context) { return static_cast<QVGGLContext*>(context); }
+
+namespace slots {
 
 // ---- Pools
 
 void SetTexturePoolCapacity(int32_t count) noexcept {
-  constexpr int32_t kReserve = 60;
-  constexpr int32_t kLeast = 100;
-  WithContext(false, [&](QVGContext& context) {
-    if (count >= 1) context.Textures().SetCapacity(std::max(count - kReserve, kLeast));
+  WithRuntime(false, [&](Runtime& runtime) {
+    runtime.textures.SetHostBudget(count);
     return true;
   });
 }
 
 void Reserved() noexcept {}
 
-/// Acquires count objects and releases them all, so that they are idle; stops at the first that can't be had.
-template <class Acquire, class Release>
-void Preallocate(int32_t count, Acquire acquire, Release release) {
-  std::list<decltype(acquire())> objects;
-  for (int32_t i = 0; i < count; ++i) {
-    const auto object = acquire();
-    if (object == nullptr) break;
-    objects.push_back(object);
-  }
-  for (auto& object : objects) release(object);
-}
-
 void PreallocateTextures(uint32_t width, uint32_t height, int32_t count) noexcept {
-  WithContext(false, [&](QVGContext& context) {
-    Preallocate(
-        count, [&] { return context.Textures().Acquire(width, height, GL_RGBA8); },
-        [&](Texture*& texture) { context.Textures().Release(texture); });
+  WithRuntime(false, [&](Runtime& runtime) {
+    runtime.textures.Preallocate(width, height, count);
     return true;
   });
 }
 
 bool ClearTexturePool() noexcept {
-  return WithContext(false, [](QVGContext& context) { return CurrentContextId() != 0 && context.Textures().Clear(); });
+  return OnContext(false, [](Runtime& runtime) { return runtime.textures.Clear(); });
 }
 
 void PreallocateRenderBuffers(uint32_t width, uint32_t height, int32_t count) noexcept {
-  WithContext(false, [&](QVGContext& context) {
-    Preallocate(
-        count,
-        [&] { return context.RenderBuffers().Acquire(static_cast<int>(width), static_cast<int>(height), GL_RGBA8); },
-        [&](RenderBuffer*& buffer) { context.RenderBuffers().Release(buffer); });
+  WithRuntime(false, [&](Runtime& runtime) {
+    runtime.renderBuffers.Preallocate(static_cast<int>(width), static_cast<int>(height), count);
     return true;
   });
 }
 
 bool ClearRenderBufferPool() noexcept {
-  return WithContext(false,
-                     [](QVGContext& context) { return CurrentContextId() != 0 && context.RenderBuffers().Clear(); });
+  return OnContext(false, [](Runtime& runtime) { return runtime.renderBuffers.Clear(); });
 }
 
 void PreallocatePixelBuffers(uint32_t size, int32_t count, bool forRead) noexcept {
-  WithContext(false, [&](QVGContext& context) {
-    const GLenum usage = forRead ? GL_DYNAMIC_READ : GL_DYNAMIC_DRAW;
-    Preallocate(
-        count, [&] { return context.PixelBuffers().Acquire(size, usage, GL_PIXEL_PACK_BUFFER); },
-        [&](BO*& buffer) { context.PixelBuffers().Release(buffer); });
+  WithRuntime(false, [&](Runtime& runtime) {
+    runtime.pixelBuffers.Preallocate(size, count, forRead);
     return true;
   });
 }
 
 bool ClearPixelBufferPool() noexcept {
-  return WithContext(false,
-                     [](QVGContext& context) { return CurrentContextId() != 0 && context.PixelBuffers().Clear(); });
+  return OnContext(false, [](Runtime& runtime) { return runtime.pixelBuffers.Clear(); });
 }
 
 // ---- Contexts
@@ -237,10 +218,10 @@ void GetRequiredGLVersion(int32_t* major, int32_t* minor) noexcept { QVGContext:
 
 // ---- Textures
 
-QVGTexture* CloneTextureSlot(QVGTexture* source) noexcept {
+QVGTexture* CloneTexture(QVGTexture* source) noexcept {
   if (source == nullptr) return nullptr;
-  return WithContext<QVGTexture*>(nullptr,
-                                  [&](QVGContext& context) { return To(CloneTexture(context, From(source))); });
+  return OnContext<QVGTexture*>(nullptr,
+                                  [&](Runtime& runtime) { return To(qvg::CloneTexture(runtime.frames, From(source))); });
 }
 
 bool SetTextureChannelOrder(QVGTexture* texture, int32_t order) noexcept {
@@ -250,33 +231,33 @@ bool SetTextureChannelOrder(QVGTexture* texture, int32_t order) noexcept {
 }
 
 QVGTexture* AcquireTexture(uint32_t width, uint32_t height) noexcept {
-  return WithContext<QVGTexture*>(
-      nullptr, [&](QVGContext& context) { return To(context.Textures().Acquire(width, height, GL_RGBA8)); });
+  return OnContext<QVGTexture*>(
+      nullptr, [&](Runtime& runtime) { return To(runtime.textures.Acquire(width, height, GL_RGBA8)); });
 }
 
-QVGTexture* UploadToNewTexture(const QVGPixelBuffer* source, bool flipped, bool matteRGB, QVGColor matte) noexcept {
-  return WithContext<QVGTexture*>(nullptr, [&](QVGContext& context) {
-    return To(UploadPixelBufferToNewTexture(context, source, flipped, matteRGB, matte));
+QVGTexture* UploadPixelBufferToNewTexture(const QVGPixelBuffer* source, bool flipped, bool matteRGB, QVGColor matte) noexcept {
+  return OnContext<QVGTexture*>(nullptr, [&](Runtime& runtime) {
+    return To(qvg::UploadPixelBufferToNewTexture(runtime.frames, source, flipped, matteRGB, matte));
   });
 }
 
-bool UploadToTexture(QVGTexture* destination, const QVGPixelBuffer* source, bool flipped, bool matteRGB,
+bool UploadPixelBufferToTexture(QVGTexture* destination, const QVGPixelBuffer* source, bool flipped, bool matteRGB,
                      QVGColor matte) noexcept {
-  return WithContext(false, [&](QVGContext& context) {
-    return UploadPixelBufferToTexture(context, From(destination), source, flipped, matteRGB, matte);
+  return OnContext(false, [&](Runtime& runtime) {
+    return qvg::UploadPixelBufferToTexture(runtime.frames, From(destination), source, flipped, matteRGB, matte);
   });
 }
 
-bool ClearTextureSlot(QVGTexture* texture, const double rgba[4]) noexcept {
-  return WithContext(false, [&](QVGContext& context) { return ClearTexture(context, From(texture), rgba); });
+bool ClearTexture(QVGTexture* texture, const double rgba[4]) noexcept {
+  return OnContext(false, [&](Runtime& runtime) { return qvg::ClearTexture(runtime.frames, From(texture), rgba); });
 }
 
 uint32_t GetTextureWidth(const QVGTexture* texture) noexcept {
-  return texture == nullptr ? 0 : static_cast<uint32_t>(From(texture)->loadedWidth);
+  return texture == nullptr ? 0 : static_cast<uint32_t>(From(texture)->Content().width);
 }
 
 uint32_t GetTextureHeight(const QVGTexture* texture) noexcept {
-  return texture == nullptr ? 0 : static_cast<uint32_t>(From(texture)->loadedHeight);
+  return texture == nullptr ? 0 : static_cast<uint32_t>(From(texture)->Content().height);
 }
 
 uint32_t GetTextureAllocatedWidth(const QVGTexture* texture) noexcept {
@@ -288,65 +269,63 @@ uint32_t GetTextureAllocatedHeight(const QVGTexture* texture) noexcept {
 }
 
 uint32_t GetTextureRotation(const QVGTexture* texture) noexcept {
-  return texture == nullptr ? 0 : From(texture)->rotation;
+  return texture == nullptr ? 0 : From(texture)->presentation.rotation;
 }
 
-bool GetTextureFlipped(const QVGTexture* texture) noexcept { return texture != nullptr && From(texture)->flipped; }
+bool GetTextureFlipped(const QVGTexture* texture) noexcept { return texture != nullptr && From(texture)->presentation.flipped; }
 
-uint32_t GetTextureId(const QVGTexture* texture) noexcept { return texture == nullptr ? 0 : From(texture)->id; }
+uint32_t GetTextureId(const QVGTexture* texture) noexcept { return texture == nullptr ? 0 : From(texture)->Id(); }
 
 bool SetTextureSize(QVGTexture* texture, uint32_t width, uint32_t height) noexcept {
   if (texture == nullptr) return false;
-  From(texture)->loadedWidth = static_cast<int>(width);
-  From(texture)->loadedHeight = static_cast<int>(height);
+  From(texture)->SetContentSize(static_cast<int>(width), static_cast<int>(height));
   return true;
 }
 
 bool SetTextureOrigin(QVGTexture* texture, uint32_t x, uint32_t y) noexcept {
   if (texture == nullptr) return false;
-  From(texture)->offsetX = static_cast<int>(x);
-  From(texture)->offsetY = static_cast<int>(y);
+  From(texture)->SetContentOrigin(static_cast<int>(x), static_cast<int>(y));
   return true;
 }
 
 bool SetTextureFlipped(QVGTexture* texture, bool flipped) noexcept {
   if (texture == nullptr) return false;
-  From(texture)->flipped = flipped;
+  From(texture)->presentation.flipped = flipped;
   return true;
 }
 
 bool SetTextureRotation(QVGTexture* texture, uint32_t quarterTurns) noexcept {
   if (texture == nullptr) return false;
-  From(texture)->rotation = quarterTurns;
+  From(texture)->presentation.rotation = quarterTurns;
   return true;
 }
 
 // ---- Read-back
 
-bool ToYUV420(QVGTexture* source, bool fullRange, bool mirror, QVGPixelBuffer* out) noexcept {
-  return WithContext(false, [&](QVGContext& context) {
-    return TextureToYUV420PixelBuffer(context, From(source), fullRange, mirror, out);
+bool TextureToYUV420PixelBuffer(QVGTexture* source, bool fullRange, bool mirror, QVGPixelBuffer* out) noexcept {
+  return OnContext(false, [&](Runtime& runtime) {
+    return qvg::TextureToYUV420PixelBuffer(runtime.frames, From(source), fullRange, mirror, out);
   });
 }
 
-bool ToNV12(QVGTexture* source, QVGPixelBuffer* out, bool mirror) noexcept {
-  return WithContext(false,
-                     [&](QVGContext& context) { return TextureToNV12PixelBuffer(context, From(source), out, mirror); });
+bool TextureToNV12PixelBuffer(QVGTexture* source, QVGPixelBuffer* out, bool mirror) noexcept {
+  return OnContext(false,
+                     [&](Runtime& runtime) { return qvg::TextureToNV12PixelBuffer(runtime.frames, From(source), out, mirror); });
 }
 
-bool ToRGBA(QVGTexture* source, QVGPixelBuffer* out, bool flip) noexcept {
-  return WithContext(false,
-                     [&](QVGContext& context) { return TextureToRGBAPixelBuffer(context, From(source), out, flip); });
+bool TextureToRGBAPixelBuffer(QVGTexture* source, QVGPixelBuffer* out, bool flip) noexcept {
+  return OnContext(false,
+                     [&](Runtime& runtime) { return qvg::TextureToRGBAPixelBuffer(runtime.frames, From(source), out, flip); });
 }
 
-bool ToBGRA(QVGTexture* source, QVGPixelBuffer* out, bool flip) noexcept {
-  return WithContext(false,
-                     [&](QVGContext& context) { return TextureToBGRAPixelBuffer(context, From(source), out, flip); });
+bool TextureToBGRAPixelBuffer(QVGTexture* source, QVGPixelBuffer* out, bool flip) noexcept {
+  return OnContext(false,
+                     [&](Runtime& runtime) { return qvg::TextureToBGRAPixelBuffer(runtime.frames, From(source), out, flip); });
 }
 
-void ReleasePixelBufferSlot(QVGPixelBuffer** buffer) noexcept {
-  WithContext(false, [&](QVGContext& context) {
-    ReleasePixelBuffer(context, buffer);
+void ReleasePixelBuffer(QVGPixelBuffer** buffer) noexcept {
+  WithRuntime(false, [&](Runtime& runtime) {
+    qvg::ReleasePixelBuffer(runtime.frames, buffer);
     return true;
   });
   if (buffer != nullptr) *buffer = nullptr;
@@ -354,9 +333,9 @@ void ReleasePixelBufferSlot(QVGPixelBuffer** buffer) noexcept {
 
 void ReleaseTexture(QVGTexture** texture) noexcept {
   if (texture == nullptr || *texture == nullptr) return;
-  WithContext(false, [&](QVGContext& context) {
+  WithRuntime(false, [&](Runtime& runtime) {
     Texture* released = From(*texture);
-    context.Textures().Release(released);
+    runtime.textures.Release(released);
     *texture = nullptr;
     return true;
   });
@@ -364,21 +343,21 @@ void ReleaseTexture(QVGTexture** texture) noexcept {
 
 // ---- Frame buffers and drawing
 
-QVGFrameBuffer* CreateFrameBufferSlot(uint32_t width, uint32_t height, bool ownColor, bool stored) noexcept {
+QVGFrameBuffer* CreateFrameBuffer(uint32_t width, uint32_t height, bool ownColor, bool stored) noexcept {
   constexpr int32_t kStoredFlag = 4;
-  return WithContext<QVGFrameBuffer*>(nullptr, [&](QVGContext& context) {
+  return OnContext<QVGFrameBuffer*>(nullptr, [&](Runtime& runtime) {
     FrameBufferSetting setting;
     setting.width = static_cast<int>(width);
     setting.height = static_cast<int>(height);
     setting.stored = stored ? kStoredFlag : 0;
     setting.colorRenderBuffer = ownColor;
-    return To(CreateFrameBuffer(context, setting, Camera::ForCanvas(setting.width, setting.height)));
+    return To(qvg::CreateFrameBuffer(runtime.frames, setting, Camera::ForCanvas(setting.width, setting.height)));
   });
 }
 
 QVGFrameBuffer* CreateFrameBufferFromDesc(const QVGFrameBufferDesc* desc) noexcept {
   if (desc == nullptr) return nullptr;
-  return WithContext<QVGFrameBuffer*>(nullptr, [&](QVGContext& context) {
+  return OnContext<QVGFrameBuffer*>(nullptr, [&](Runtime& runtime) {
     const FrameBufferSetting setting = {desc->width, desc->height, desc->stored, desc->depthStencil,
                                         desc->colorRenderBuffer};
     const QVGCamera& from = desc->camera;
@@ -398,22 +377,23 @@ QVGFrameBuffer* CreateFrameBufferFromDesc(const QVGFrameBufferDesc* desc) noexce
     camera.eye = vec3(from.eye);
     camera.centre = vec3(from.centre);
     camera.up = vec3(from.up);
-    return To(CreateFrameBuffer(context, setting, camera));
+    return To(qvg::CreateFrameBuffer(runtime.frames, setting, camera));
   });
 }
 
-bool BindTexture(QVGFrameBuffer* frameBuffer, QVGTexture* texture) noexcept {
-  return WithContext(
-      false, [&](QVGContext& context) { return BindTextureToFrameBuffer(context, From(frameBuffer), From(texture)); });
+bool BindTextureToFrameBuffer(QVGFrameBuffer* frameBuffer, QVGTexture* texture) noexcept {
+  return OnContext(
+      false, [&](Runtime& runtime) { return qvg::BindTextureToFrameBuffer(runtime.frames, From(frameBuffer), From(texture)); });
 }
 
-bool ClearFrameBufferSlot(QVGFrameBuffer* frameBuffer, const double rgba[4]) noexcept {
-  return Guard(false, [&] { return ClearFrameBuffer(From(frameBuffer), rgba); });
+bool ClearFrameBuffer(QVGFrameBuffer* frameBuffer, const double rgba[4]) noexcept {
+  return OnContext(
+      false, [&](Runtime& runtime) { return qvg::ClearFrameBuffer(runtime.frames, From(frameBuffer), rgba); });
 }
 
-bool DrawTextureSlot(QVGTexture* source, QVGFrameBuffer* destination, const QVGDrawTextureParams* params) noexcept {
-  return WithContext(
-      false, [&](QVGContext& context) { return DrawTexture(context, From(source), From(destination), params); });
+bool DrawTexture(QVGTexture* source, QVGFrameBuffer* destination, const QVGDrawTextureParams* params) noexcept {
+  return OnContext(
+      false, [&](Runtime& runtime) { return qvg::DrawTexture(runtime.frames, From(source), From(destination), params); });
 }
 
 bool DestroyFrameBuffer(QVGFrameBuffer** frameBuffer) noexcept {
@@ -426,8 +406,7 @@ bool DestroyFrameBuffer(QVGFrameBuffer** frameBuffer) noexcept {
 }
 
 void Finish() noexcept {
-  WithContext(false, [](QVGContext&) {
-    if (CurrentContextId() == 0) return false;
+  OnContext(false, [](Runtime&) {
     glFinish();
     FlushContextObjects();
     return true;
@@ -436,11 +415,9 @@ void Finish() noexcept {
 
 // ---- Windows
 
-WndDrawer* From(QVGWndDrawer* drawer) { return reinterpret_cast<WndDrawer*>(drawer); }
-
 QVGWndDrawer* CreateWndDrawer(void* window) noexcept {
-  return WithContext<QVGWndDrawer*>(nullptr, [&](QVGContext& context) {
-    auto drawer = std::make_unique<WndDrawer>(*context.Contexts());
+  return WithRuntime<QVGWndDrawer*>(nullptr, [&](Runtime& runtime) {
+    auto drawer = std::make_unique<WndDrawer>(runtime.contexts);
     return drawer->Init(window) ? reinterpret_cast<QVGWndDrawer*>(drawer.release()) : nullptr;
   });
 }
@@ -487,18 +464,16 @@ bool IsEmpty(const char* text) { return text == nullptr || *text == '\0'; }
 template <class Result, class Work>
 Result WithGroup(const char* name, Result failure, Work&& work) noexcept {
   if (IsEmpty(name)) return failure;
-  return WithContext(failure, [&](QVGContext& context) {
-    const EffectGroup* group = context.Effects().Find(name);
+  return WithRuntime(failure, [&](Runtime& runtime) {
+    const EffectGroup* group = runtime.effects.Find(name);
     return group != nullptr ? work(*group) : failure;
   });
 }
 
-Effect* From(QVGEffect* effect) { return reinterpret_cast<Effect*>(effect); }
-
 bool GetEffectNames(int32_t type, const char** names, int32_t capacity, int32_t* count) noexcept {
   if (count == nullptr) return false;
-  return WithContext(false, [&](QVGContext& context) {
-    const auto& groups = context.Effects().Groups();
+  return WithRuntime(false, [&](Runtime& runtime) {
+    const auto& groups = runtime.effects.Groups();
     *count = static_cast<int32_t>(
         std::count_if(groups.begin(), groups.end(), [&](const EffectGroup* group) { return group->type == type; }));
     if (*count > capacity || names == nullptr) return false;
@@ -533,106 +508,107 @@ bool GetEffectParameterTable(const char* name, const QVGParamDescriptor** table,
 
 QVGEffect* CreateEffect(const char* name) noexcept {
   if (IsEmpty(name)) return nullptr;
-  return WithContext<QVGEffect*>(nullptr, [&](QVGContext& context) {
-    if (CurrentContextId() == 0) return static_cast<QVGEffect*>(nullptr);
-    return reinterpret_cast<QVGEffect*>(context.Effects().CreateEffect(name));
+  return OnContext<QVGEffect*>(nullptr, [&](Runtime& runtime) {
+    return reinterpret_cast<QVGEffect*>(runtime.effects.CreateEffect(name));
   });
 }
 
 bool SetEffectParameter(QVGEffect* effect, const char* key, const QVGParamValue* value) noexcept {
   if (effect == nullptr || IsEmpty(key) || value == nullptr) return false;
-  return WithContext(
-      false, [&](QVGContext& context) { return context.Effects().SetEffectParameter(From(effect), key, value); });
+  return WithRuntime(
+      false, [&](Runtime& runtime) { return runtime.effects.SetEffectParameter(From(effect), key, value); });
 }
 
 QVGTexture* ApplyEffect(QVGEffect* effect, QVGTexture* input) noexcept {
   if (effect == nullptr || input == nullptr) return input;
-  return WithContext<QVGTexture*>(
-      nullptr, [&](QVGContext& context) { return To(context.Effects().ApplyEffect(From(effect), From(input))); });
+  return OnContext<QVGTexture*>(
+      nullptr, [&](Runtime& runtime) { return To(runtime.effects.ApplyEffect(From(effect), From(input))); });
 }
 
 QVGTexture* ApplyEffectWith(QVGEffect* effect, QVGTexture* first, QVGTexture* second, float value) noexcept {
   if (effect == nullptr) return first;
-  return WithContext<QVGTexture*>(nullptr, [&](QVGContext& context) {
-    return To(context.Effects().ApplyEffectWith(From(effect), From(first), From(second), value));
+  return OnContext<QVGTexture*>(nullptr, [&](Runtime& runtime) {
+    return To(runtime.effects.ApplyEffectWith(From(effect), From(first), From(second), value));
   });
 }
 
 bool DestroyEffect(QVGEffect** effect) noexcept {
   if (effect == nullptr || *effect == nullptr) return true;
-  return WithContext(false, [&](QVGContext& context) {
+  return WithRuntime(false, [&](Runtime& runtime) {
     Effect* handle = From(*effect);
-    if (!context.Effects().DestroyEffect(handle)) return false;
+    if (!runtime.effects.DestroyEffect(handle)) return false;
     *effect = nullptr;
     return true;
   });
 }
 
+}  // namespace slots
+
 constexpr QVGGLRendererInterface kTable = {
-    SetTexturePoolCapacity,
-    Reserved,
-    PreallocateTextures,
-    ClearTexturePool,
-    PreallocateRenderBuffers,
-    ClearRenderBufferPool,
-    PreallocatePixelBuffers,
-    ClearPixelBufferPool,
-    CreateSharedContext,
-    GetSharedContext,
-    ReleaseSharedContext,
-    MakeCurrentContext,
-    GetCurrentContext,
-    SwapBuffers,
-    DestroySharedContext,
-    IsGLVersionSupported,
-    GetGLVersion,
-    GetRequiredGLVersion,
-    CloneTextureSlot,
-    SetTextureChannelOrder,
-    AcquireTexture,
-    UploadToNewTexture,
-    UploadToTexture,
-    ClearTextureSlot,
-    GetTextureWidth,
-    GetTextureHeight,
-    GetTextureAllocatedWidth,
-    GetTextureAllocatedHeight,
-    GetTextureRotation,
-    GetTextureFlipped,
-    GetTextureId,
-    SetTextureSize,
-    SetTextureOrigin,
-    SetTextureFlipped,
-    SetTextureRotation,
-    ToYUV420,
-    ToNV12,
-    ToRGBA,
-    ToBGRA,
-    ReleasePixelBufferSlot,
-    ReleaseTexture,
-    CreateFrameBufferSlot,
-    CreateFrameBufferFromDesc,
-    BindTexture,
-    ClearFrameBufferSlot,
-    DrawTextureSlot,
-    DestroyFrameBuffer,
-    Finish,
-    CreateWndDrawer,
-    GetWndDrawerHandle,
-    ClearWnd,
-    SetWndDrawerSize,
-    DrawTextureToWnd,
-    DestroyWndDrawer,
-    GetEffectNames,
-    HasEffect,
-    GetEffectType,
-    QueryEffect,
-    GetEffectParameterTable,
-    CreateEffect,
-    SetEffectParameter,
-    ApplyEffect,
-    ApplyEffectWith,
-    DestroyEffect,
+    .SetTexturePoolCapacity = slots::SetTexturePoolCapacity,
+    .Reserved = slots::Reserved,
+    .PreallocateTextures = slots::PreallocateTextures,
+    .ClearTexturePool = slots::ClearTexturePool,
+    .PreallocateRenderBuffers = slots::PreallocateRenderBuffers,
+    .ClearRenderBufferPool = slots::ClearRenderBufferPool,
+    .PreallocatePixelBuffers = slots::PreallocatePixelBuffers,
+    .ClearPixelBufferPool = slots::ClearPixelBufferPool,
+    .CreateSharedContext = slots::CreateSharedContext,
+    .GetSharedContext = slots::GetSharedContext,
+    .ReleaseSharedContext = slots::ReleaseSharedContext,
+    .MakeCurrentContext = slots::MakeCurrentContext,
+    .GetCurrentContext = slots::GetCurrentContext,
+    .SwapBuffers = slots::SwapBuffers,
+    .DestroySharedContext = slots::DestroySharedContext,
+    .IsGLVersionSupported = slots::IsGLVersionSupported,
+    .GetGLVersion = slots::GetGLVersion,
+    .GetRequiredGLVersion = slots::GetRequiredGLVersion,
+    .CloneTexture = slots::CloneTexture,
+    .SetTextureChannelOrder = slots::SetTextureChannelOrder,
+    .AcquireTexture = slots::AcquireTexture,
+    .UploadPixelBufferToNewTexture = slots::UploadPixelBufferToNewTexture,
+    .UploadPixelBufferToTexture = slots::UploadPixelBufferToTexture,
+    .ClearTexture = slots::ClearTexture,
+    .GetTextureWidth = slots::GetTextureWidth,
+    .GetTextureHeight = slots::GetTextureHeight,
+    .GetTextureAllocatedWidth = slots::GetTextureAllocatedWidth,
+    .GetTextureAllocatedHeight = slots::GetTextureAllocatedHeight,
+    .GetTextureRotation = slots::GetTextureRotation,
+    .GetTextureFlipped = slots::GetTextureFlipped,
+    .GetTextureId = slots::GetTextureId,
+    .SetTextureSize = slots::SetTextureSize,
+    .SetTextureOrigin = slots::SetTextureOrigin,
+    .SetTextureFlipped = slots::SetTextureFlipped,
+    .SetTextureRotation = slots::SetTextureRotation,
+    .TextureToYUV420PixelBuffer = slots::TextureToYUV420PixelBuffer,
+    .TextureToNV12PixelBuffer = slots::TextureToNV12PixelBuffer,
+    .TextureToRGBAPixelBuffer = slots::TextureToRGBAPixelBuffer,
+    .TextureToBGRAPixelBuffer = slots::TextureToBGRAPixelBuffer,
+    .ReleasePixelBuffer = slots::ReleasePixelBuffer,
+    .ReleaseTexture = slots::ReleaseTexture,
+    .CreateFrameBuffer = slots::CreateFrameBuffer,
+    .CreateFrameBufferFromDesc = slots::CreateFrameBufferFromDesc,
+    .BindTextureToFrameBuffer = slots::BindTextureToFrameBuffer,
+    .ClearFrameBuffer = slots::ClearFrameBuffer,
+    .DrawTexture = slots::DrawTexture,
+    .DestroyFrameBuffer = slots::DestroyFrameBuffer,
+    .Finish = slots::Finish,
+    .CreateWndDrawer = slots::CreateWndDrawer,
+    .GetWndDrawerHandle = slots::GetWndDrawerHandle,
+    .ClearWnd = slots::ClearWnd,
+    .SetWndDrawerSize = slots::SetWndDrawerSize,
+    .DrawTextureToWnd = slots::DrawTextureToWnd,
+    .DestroyWndDrawer = slots::DestroyWndDrawer,
+    .GetEffectNames = slots::GetEffectNames,
+    .HasEffect = slots::HasEffect,
+    .GetEffectType = slots::GetEffectType,
+    .QueryEffect = slots::QueryEffect,
+    .GetEffectParameterTable = slots::GetEffectParameterTable,
+    .CreateEffect = slots::CreateEffect,
+    .SetEffectParameter = slots::SetEffectParameter,
+    .ApplyEffect = slots::ApplyEffect,
+    .ApplyEffectWith = slots::ApplyEffectWith,
+    .DestroyEffect = slots::DestroyEffect,
 };
 
 }  // namespace

@@ -4,7 +4,7 @@ uniform float inTexFrameWidth;
 void main() {
   vec2 outUV = outputCoord();
   bool luma = outUV.y <= kLumaShare;
-  int dstX = int((io_texcoord.x - outTexUVOffsetXY.x) * outTexFrameWidth);
+  int dstX = int(io_texcoord.x * outTexFrameWidth);
   bool isV = !luma && (dstX & 1) == 1;
   vec2 inUV = vec2(outUV.x, luma ? outUV.y * 1.5 : (outUV.y - kLumaShare) * 3.0);
   // U and V of a pair come from the same input pixel: V from one to the left of its own column.

@@ -9,6 +9,8 @@ void main() {
                    : vec2((isV ? outUV.x - 0.5 : outUV.x) * 2.0, (outUV.y - kLumaShare) * 3.0);
   vec3 rgb = sampleInput(inUV, 0.0);
   float value = dot(rgb, luma ? kY : isV ? kV : kU);
-  if (fullrange == 0) value = (luma ? value * 219.0 + 16.0 : value * 224.0 + 128.0) / 255.0;
+#ifndef FULL_RANGE
+  value = (luma ? value * 219.0 + 16.0 : value * 224.0 + 128.0) / 255.0;
+#endif
   FragColor = vec4(value, 0.0, 0.0, 1.0);
 }

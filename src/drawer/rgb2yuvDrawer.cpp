@@ -1,97 +1,93 @@
 #include "drawer/rgb2yuvDrawer.h"
 
-#include "base/framebuffer.h"
-#include "base/gl.h"
-#include "base/program.h"
 #include "base/texture.h"
 #include "drawer/shaders.h"
 
 namespace qvg {
 
-int RGB2YUVDrawer::BytesPerTexel() const {
-  // Mirrored NV12 takes U and V of a pair from different pixels.
-  const int widthUnit = nv12 ? 4 : 8;
-  const bool packs = input->loadedWidth % widthUnit == 0 && input->loadedHeight % 2 == 0 && !(nv12 && mirror);
-  return packs ? 4 : 1;
+namespace {
+
+using shaders::quad_vert;
+using shaders::rgb2yuv_glsl;
+using shaders::rgb2yuvBlock_glsl;
+using shaders::yuvWeights_glsl;
+
+enum Variant : uint32_t { kFlip = 1, kMirror = 2, kFullRange = 4 };
+enum Uniform { kInOffset = Pass::kFirstOwnUniform, kInScale, kInBounds, kInWidth, kOutWidth, kVStart = kInWidth };
+enum BlockUniform { kInTexOrigin = Pass::kFirstOwnUniform, kInTexSize };
+
+constexpr ProgramKind kNV12Kind = {.name = "RGB2NV12ShaderProgram",
+                                   .vertex = {quad_vert},
+                                   .fragment = {yuvWeights_glsl, rgb2yuv_glsl, shaders::rgb2nv12_frag},
+                                   .uniforms = {"mvpMat", "texcoordMat", "inTexUVOffsetXY", "inTexSizeScale",
+                                                "inTexBounds", "inTexFrameWidth", "outTexFrameWidth"},
+                                   .samplers = {{"tex", 1}},
+                                   .switches = {{"FLIP"}, {"MIRROR"}}};
+constexpr ProgramKind kPlanarKind = {
+    .name = "RGB2YUV420ShaderProgram",
+    .vertex = {quad_vert},
+    .fragment = {yuvWeights_glsl, rgb2yuv_glsl, shaders::rgb2yuv420_frag},
+    .uniforms = {"mvpMat", "texcoordMat", "inTexUVOffsetXY", "inTexSizeScale", "inTexBounds", "vStart"},
+    .samplers = {{"tex", 1}},
+    .switches = {{"FLIP"}, {"MIRROR"}, {"FULL_RANGE"}}};
+
+constexpr ProgramKind kNV12BlockKind = {.name = "RGB2NV12BlockShaderProgram",
+                                        .vertex = {quad_vert},
+                                        .fragment = {yuvWeights_glsl, rgb2yuvBlock_glsl, shaders::rgb2nv12Block_frag},
+                                        .uniforms = {"mvpMat", "texcoordMat", "inTexOrigin", "inTexSize"},
+                                        .samplers = {{"tex", 1}},
+                                        .switches = {{"FLIP"}}};
+constexpr ProgramKind kPlanarBlockKind = {
+    .name = "RGB2YUV420BlockShaderProgram",
+    .vertex = {quad_vert},
+    .fragment = {yuvWeights_glsl, rgb2yuvBlock_glsl, shaders::rgb2yuv420Block_frag},
+    .uniforms = {"mvpMat", "texcoordMat", "inTexOrigin", "inTexSize"},
+    .samplers = {{"tex", 1}},
+    .switches = {{"FLIP"}, {"MIRROR"}, {"FULL_RANGE"}}};
+
+uint32_t VariantOf(const RGB2YUVDrawer::Parameters& parameters) {
+  return (parameters.flip ? kFlip : 0u) | (parameters.mirror ? kMirror : 0u) |
+         (parameters.fullRange && !parameters.nv12 ? kFullRange : 0u);
 }
 
-bool RGB2YUVDrawer::BeginDraw() {
-  using namespace shaders;
-  return nv12 ? _BeginDraw({"RGB2NV12ShaderProgram", quad_vert, {yuvWeights_glsl, rgb2yuv_glsl, rgb2nv12_frag}})
-              : _BeginDraw({"RGB2YUV420ShaderProgram", quad_vert, {yuvWeights_glsl, rgb2yuv_glsl, rgb2yuv420_frag}});
-}
+}  // namespace
 
-bool RGB2YUVDrawer::Draw() {
-  if (BytesPerTexel() == 1 || scene_ == nullptr) return _DrawBytes();
-  using namespace shaders;
-  FrameBuffer* scene = scene_;
-  const int height = input->loadedHeight;
-  if (!_DrawPacked(
-          {"RGB2YUVPackedLumaShaderProgram", quad_vert, {yuvWeights_glsl, rgb2yuvPacked_glsl, rgb2yuvPackedLuma_frag}},
-          0, height)) {
-    return false;
-  }
-  scene_ = scene;
-  return nv12 ? _DrawPacked({"RGB2NV12PackedChromaShaderProgram",
-                             quad_vert,
-                             {yuvWeights_glsl, rgb2yuvPacked_glsl, rgb2nv12PackedChroma_frag}},
-                            height, height / 2)
-              : _DrawPacked({"RGB2YUV420PackedChromaShaderProgram",
-                             quad_vert,
-                             {yuvWeights_glsl, rgb2yuvPacked_glsl, rgb2yuv420PackedChroma_frag}},
-                            height, height / 2);
-}
-
-void RGB2YUVDrawer::_SetInput() {
-  program_->SetUniformMatrix4f("mvpMat", _Mvp(), 1);
-  program_->SetUniformTexture(1, static_cast<int>(input->id), "tex", input->target);
-  program_->SetUniform1i("flip", flip ? 1 : 0);
-  program_->SetUniform1i("mirror", mirror ? 1 : 0);
-  program_->SetUniform1i("fullrange", fullRange && !nv12 ? 1 : 0);
-}
-
-bool RGB2YUVDrawer::_DrawPacked(const ProgramSource& source, int firstRow, int rows) {
-  if (!_BeginDraw(source)) {
-    EndDraw();
-    return false;
-  }
-  const ContentRect in = ContentRect::Of(*input);
-  const ContentRect out = scene_->Content();
-  _SetInput();
-  program_->SetUniform2f("inTexOrigin", {in.x, in.y});
-  program_->SetUniform2f("inTexSize", {in.width, in.height});
-  program_->SetUniform2f("outTexOrigin", {out.x, out.y});
-  glEnable(GL_SCISSOR_TEST);
-  glScissor(out.x, out.y + firstRow, out.width, rows);
-  const bool ok = _DrawSceneQuad();
-  glDisable(GL_SCISSOR_TEST);
-  EndDraw();
-  return ok;
-}
-
-bool RGB2YUVDrawer::_DrawBytes() {
-  if (!BeginDraw()) {
-    EndDraw();
-    return false;
-  }
-  const ContentRect in = ContentRect::Of(*input);
-  const ContentRect out = scene_->Content();
-  const SceneMapping mapping = SceneMapping::Of(*scene_);
-  _SetInput();
-  if (nv12) {
-    program_->SetUniform1f("outTexFrameWidth", static_cast<float>(out.storageWidth));
-    program_->SetUniform1f("inTexFrameWidth", static_cast<float>(in.storageWidth));
+bool RGB2YUVDrawer::DrawBytes(const Scene* scene, const Parameters& parameters) {
+  if (!_HasScene(scene)) return false;
+  Pass pass(programs_, parameters.nv12 ? kNV12Kind : kPlanarKind, VariantOf(parameters), scene->target);
+  if (!pass.Ready()) return false;
+  const ContentRect& in = parameters.input->Content();
+  const float outWidth = static_cast<float>(scene->target.content.width);
+  pass.SetTexture(0, *parameters.input);
+  pass.Set(kInOffset, in.Origin());
+  pass.Set(kInScale, in.Extent());
+  pass.Set(kInBounds, in.SampleBounds());
+  if (parameters.nv12) {
+    pass.Set(kInWidth, static_cast<float>(in.storageWidth));
+    pass.Set(kOutWidth, outWidth);
   } else {
-    program_->SetUniform1f("vStart", static_cast<float>(out.width / 2) / static_cast<float>(out.width));
+    pass.Set(kVStart, static_cast<float>(scene->target.content.width / 2) / outWidth);
   }
-  program_->SetUniform2f("inTexUVOffsetXY", in.Origin());
-  program_->SetUniform2f("inTexSizeScale", in.Extent());
-  program_->SetUniform4f("inTexBounds", in.SampleBounds());
-  program_->SetUniform2f("outTexUVOffsetXY", mapping.offset);
-  program_->SetUniform2f("outTexSizeScale", mapping.rate);
-  const bool ok = _DrawSceneQuad();
-  EndDraw();
-  return ok;
+  pass.Draw(SceneMatrix(*scene), glm::mat3(1));
+  return true;
+}
+
+bool RGB2YUVDrawer::FitsBlocks(const Parameters& parameters) {
+  const ContentRect& in = parameters.input->Content();
+  // Mirrored NV12 takes U and V of a pair from different pixels.
+  return in.width % 4 == 0 && in.height % 2 == 0 && !(parameters.nv12 && parameters.mirror);
+}
+
+bool RGB2YUVDrawer::DrawBlocks(const RenderTarget& target, const Parameters& parameters) {
+  Pass pass(programs_, parameters.nv12 ? kNV12BlockKind : kPlanarBlockKind, VariantOf(parameters), target);
+  if (!pass.Ready()) return false;
+  const ContentRect& in = parameters.input->Content();
+  pass.SetTexture(0, *parameters.input);
+  pass.Set(kInTexOrigin, glm::ivec2(in.x, in.y));
+  pass.Set(kInTexSize, glm::ivec2(in.width, in.height));
+  // The quad as it is covers the viewport.
+  pass.Draw(glm::mat4(1), glm::mat3(1));
+  return true;
 }
 
 }  // namespace qvg

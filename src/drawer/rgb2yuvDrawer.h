@@ -1,33 +1,37 @@
 #pragma once
 
+#include <span>
+
 #include "drawer/drawer.h"
 
 namespace qvg {
 
-/// Renders a texture's content as a whole 4:2:0 frame: luma in the first two thirds of the scene's rows, chroma in the
-/// last. The scene has 3/2 of the frame's height, and of its width the part that BytesPerTexel tells. Luma and chroma
-/// weights are those of ITU-R BT.601.
+class Texture;
+
+/// Renders a texture's content as a whole 4:2:0 frame. Luma and chroma weights are those of ITU-R BT.601.
 class RGB2YUVDrawer : public Drawer {
  public:
+  struct Parameters {
+    const Texture* input = nullptr;
+    bool nv12 = true;  ///< U and V in turn, column by column; otherwise all U and all V.
+    bool flip = false;       ///< Last input row first.
+    bool mirror = false;     ///< Last input column first.
+    bool fullRange = false;  ///< Not for NV12, which is always limited. Chroma is then centred on 0.
+  };
+
   using Drawer::Drawer;
 
-  bool Draw() override;
-  bool BeginDraw() override;
+  /// One byte a texel, for every size: luma in the first two thirds of the scene's rows, chroma in the last, U left of V
+  /// unless they take turns. The scene has the input's width and 3/2 of its height. The caller checks for GL errors.
+  bool DrawBytes(const Scene* scene, const Parameters& parameters);
 
-  /// Values that one texel of the scene takes: 4, in r, g, b and a, where the frame's size and the flags allow it,
-  /// which renders and reads back several times as fast; otherwise 1, in r.
-  int BytesPerTexel() const;
-
-  bool nv12 = true;  ///< U and V in turn, column by column; otherwise U in the left half and V in the right.
-  Texture* input = nullptr;
-  bool flip = false;       ///< Last input row first.
-  bool mirror = false;     ///< Last input column first.
-  bool fullRange = false;  ///< Not for NV12, which is always limited. Chroma is then centred on 0.
-
- private:
-  bool _DrawBytes();
-  bool _DrawPacked(const ProgramSource& source, int firstRow, int rows);
-  void _SetInput();
+  /// Whether DrawBlocks can draw it.
+  static bool FitsBlocks(const Parameters& parameters);
+  /// Blocks of 4 x 2 pixels, one a texel, from texel 0, 0 of several targets on: the luma bytes of the even rows, those
+  /// of the odd rows, and the chroma bytes; the latter in one target for NV12, in two of two channels, U and V,
+  /// otherwise. Several times as fast. The caller checks for GL errors.
+  /// @param target a frame buffer with the targets as its attachments; its content is what is drawn to.
+  bool DrawBlocks(const RenderTarget& target, const Parameters& parameters);
 };
 
 }  // namespace qvg

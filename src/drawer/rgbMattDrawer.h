@@ -6,18 +6,21 @@
 
 namespace qvg {
 
-/// Copies a texture into its scene and makes the pixels of one key colour fully transparent, all others opaque. The
-/// scene's colour texture has a content of the source's content size.
+class Texture;
+
+/// Copies a texture into the scene and makes the pixels of one key colour fully transparent, all others opaque. The
+/// scene's content has the source's content size.
 class RGBMattDrawer : public Drawer {
  public:
+  struct Parameters {
+    const Texture* source = nullptr;
+    bool flip = false;
+    glm::vec4 keyColor = {0, 0, 0, 0};
+  };
+
   using Drawer::Drawer;
 
-  bool Draw() override;
-  bool BeginDraw() override;
-
-  Texture* source = nullptr;
-  bool flip = false;
-  glm::vec4 keyColor = {0, 0, 0, 0};
+  bool Draw(const Scene* scene, const Parameters& parameters);
 };
 
 }  // namespace qvg

@@ -1,113 +1,181 @@
 #include "drawer/textureDrawer.h"
 
-#include "base/framebuffer.h"
-#include "base/gl.h"
-#include "base/program.h"
+#include <algorithm>
+#include <cmath>
+#include <iterator>
+
 #include "base/surfaceSource.h"
 #include "base/texture.h"
 #include "drawer/shaders.h"
 
 namespace qvg {
 
-bool TextureDrawer::BeginDraw() {
-  using namespace shaders;
-  const bool simple = mainTexture != nullptr && !_DoMatte() && !simpleMatte;
-  if (blendType == kNoBlend) {
-    return simple
-               ? _BeginDraw({"TextureDrawerShaderProgram_Simple", quadColor_vert, {texture_glsl, textureSimple_frag}})
-               : _BeginDraw({"TextureDrawerShaderProgram_NoBlend",
-                             quadColor_vert,
-                             {texture_glsl, textureMatte_glsl, textureNoBlend_frag}});
-  }
-  if (blendType == kNormalBlend && simple) {
-    return _BeginDraw({"TextureDrawerShaderProgram_SimpleNormalBlend",
-                       quadColor_vert,
-                       {texture_glsl, textureBackground_glsl, textureSimpleNormalBlend_frag}});
-  }
-  return _BeginDraw({"TextureDrawerShaderProgram_Blend",
-                     quadColor_vert,
-                     {texture_glsl, textureMatte_glsl, textureBackground_glsl, textureBlend_glsl, textureBlend_frag}});
+namespace {
+
+using shaders::quadColor_vert;
+using shaders::texture_glsl;
+using shaders::textureBackground_glsl;
+using shaders::textureMatte_glsl;
+
+enum Uniform {
+  kMainBounds = Pass::kFirstOwnUniform,
+  kOpacity,
+  kResolution,
+  kTargetOrigin,
+  kMatteOrigin,
+  kMatteExtent,
+  kMatteBounds,
+  kSimpleMatte,
+  kBgOrigin
+};
+enum Sampler { kMain, kMatte, kBackground };
+
+// The lowest bits of a variant, in the order of the switches.
+enum Variant : uint32_t {
+  kMainPremultiplied = 1,
+  kVertexColor = 2,
+  kCrop = 4,
+  kMattePremultiplied = 8,
+  kMatteType = 16,
+  kBlendType = 16 * 8
+};
+
+constexpr ProgramKind TextureKind(const char* name, const char* part2, const char* part3 = nullptr,
+                                  const char* part4 = nullptr, const char* part5 = nullptr) {
+  return {.name = name,
+          .vertex = {quadColor_vert},
+          .fragment = {texture_glsl, part2, part3, part4, part5},
+          .uniforms = {"mvpMat", "texcoordMat", "mainTextureBounds", "opacity", "resolution", "targetOrigin",
+                       "matteTextureOrigin", "matteTextureExtent", "matteTextureBounds", "simpleMatte", "bgOrigin"},
+          .samplers = {{"mainTexture", 1}, {"matteTexture", 2}, {"bgTexture", 3}},
+          .switches = {{"MAIN_PREMULTIPLIED"},
+                       {"VERTEX_COLOR"},
+                       {"CROP"},
+                       {"MATTE_PREMULTIPLIED"},
+                       {"MATTE", 3},
+                       {"BLEND", 6}}};
 }
 
-Texture* TextureDrawer::_CopyOfBackground() {
-  Texture* copy = surfaces_.AcquireTexture(scene_->Width(), scene_->Height(), GL_RGBA8);
-  if (copy != nullptr && !scene_->CopyContentTo(*copy)) surfaces_.ReleaseTexture(copy);
+constexpr ProgramKind kSimpleKind = TextureKind("TextureDrawerShaderProgram_Simple", shaders::textureSimple_frag);
+constexpr ProgramKind kNoBlendKind =
+    TextureKind("TextureDrawerShaderProgram_NoBlend", textureMatte_glsl, shaders::textureNoBlend_frag);
+constexpr ProgramKind kSimpleNormalBlendKind = TextureKind(
+    "TextureDrawerShaderProgram_SimpleNormalBlend", textureBackground_glsl, shaders::textureSimpleNormalBlend_frag);
+constexpr ProgramKind kBlendKind = TextureKind("TextureDrawerShaderProgram_Blend", textureMatte_glsl,
+                                               textureBackground_glsl, shaders::textureBlend_glsl,
+                                               shaders::textureBlend_frag);
+
+// Those that blend in a way of their own; all others blend normally.
+constexpr int32_t kBlendTypes[] = {1, 6, 7, 8, 10, 11, 16, 19, 26, 27, 30, 31, 32, 33, 34, 35};
+
+bool DoesMatte(const TextureDrawer::Parameters& parameters) {
+  return parameters.matteTexture != nullptr && parameters.matteType >= 1 && parameters.matteType <= 4;
+}
+
+uint32_t VariantOf(const TextureDrawer::Parameters& parameters) {
+  const auto premultiplied = [&](const Texture* texture) {
+    return texture != nullptr && !parameters.asStored && texture->presentation.alpha == AlphaForm::kPremultiplied;
+  };
+  uint32_t variant = premultiplied(parameters.mainTexture) ? kMainPremultiplied : 0u;
+  if (parameters.mainTexture == nullptr) variant |= kVertexColor;
+  if (parameters.simpleMatte) variant |= kCrop;
+  if (DoesMatte(parameters)) {
+    variant |= static_cast<uint32_t>(parameters.matteType) * kMatteType;
+    if (premultiplied(parameters.matteTexture)) variant |= kMattePremultiplied;
+  }
+  if (std::find(std::begin(kBlendTypes), std::end(kBlendTypes), parameters.blendType) != std::end(kBlendTypes)) {
+    variant |= static_cast<uint32_t>(parameters.blendType) * kBlendType;
+  }
+  return variant;
+}
+
+const ProgramKind& KindOf(const TextureDrawer::Parameters& parameters) {
+  const bool hasMatte = parameters.matteType != 0 && parameters.matteTexture != nullptr;  // also of a type without effect
+  const bool simple = parameters.mainTexture != nullptr && !hasMatte && !parameters.simpleMatte;
+  if (parameters.blendType == TextureDrawer::kNoBlend) return simple ? kSimpleKind : kNoBlendKind;
+  return parameters.blendType == TextureDrawer::kNormalBlend && simple ? kSimpleNormalBlendKind : kBlendKind;
+}
+
+// Whether every pixel's centre meets a texel's: then the nearest texel is what a linear filter would give, for less.
+bool MeetsTexels(const glm::mat4& mvp, const ContentRect& target, glm::vec2 picture) {
+  constexpr float kTolerance = 1.0f / 1024;
+  const auto isWhole = [](float value) { return std::abs(value - std::round(value)) < kTolerance; };
+  const glm::vec2 pixels(target.width, target.height);
+  const bool flat = mvp[0][3] == 0 && mvp[1][3] == 0 && mvp[3][3] == 1;
+  const glm::vec2 size = glm::abs(glm::vec2(mvp[0][0], mvp[1][1])) * pixels;
+  const glm::vec2 corner = (glm::vec2(mvp[3]) - glm::abs(glm::vec2(mvp[0][0], mvp[1][1])) + 1.0f) / 2.0f * pixels;
+  return flat && mvp[0][1] == 0 && mvp[1][0] == 0 && std::abs(size.x - picture.x) < kTolerance &&
+         std::abs(size.y - picture.y) < kTolerance && isWhole(corner.x) && isWhole(corner.y);
+}
+
+}  // namespace
+
+Texture* TextureDrawer::_CopyOfBackground(const RenderTarget& target) {
+  Texture* copy = surfaces_.AcquireTexture(target.content.width, target.content.height, GL_RGBA8);
+  if (copy != nullptr && !CopyContent(target, *copy)) surfaces_.ReleaseTexture(copy);
   return copy;
 }
 
-void TextureDrawer::_SetMatte() {
-  program_->SetUniform1i("doMatte", _DoMatte() ? 1 : 0);
-  if (!_DoMatte()) return;
-  const ContentRect matte = ContentRect::Of(*matteTexture);
-  program_->SetUniform1i("matteType", matteType);
-  program_->SetUniform2f("matteTextureSize", {matte.width, matte.height});
-  program_->SetUniform2f("matteTextureOrigin", matte.Origin());
-  program_->SetUniform2f("matteTextureExtent", matte.Extent());
-  program_->SetUniform4f("matteTextureBounds", matte.SampleBounds());
-  program_->SetUniformTexture(2, static_cast<int>(matteTexture->id), "matteTexture", matteTexture->target);
-}
+bool TextureDrawer::Draw(const Scene* scene, const Parameters& parameters) {
+  if (!_HasScene(scene)) return false;
+  const RenderTarget& target = scene->target;
+  if (target.frameBuffer == 0) return false;
+  const ContentRect& content = target.content;
+  const bool blends = parameters.blendType != kNoBlend;
+  const bool sampleTarget = blends && target.texture != nullptr && glTextureBarrier != nullptr;
+  Texture* backgroundCopy = blends && !sampleTarget ? _CopyOfBackground(target) : nullptr;
+  if (blends && !sampleTarget && backgroundCopy == nullptr) return false;
 
-bool TextureDrawer::_DrawMainQuad() {
-  const ContentRect content = mainTexture != nullptr ? ContentRect::Of(*mainTexture) : scene_->Content();
-  const uint32_t rotation = mainTexture != nullptr && applyRotation ? mainTexture->rotation : 0;
-  glm::dvec2 size(content.width, content.height);
+  const Texture* const main = parameters.mainTexture;
+  const ContentRect& picture = main != nullptr ? main->Content() : content;
+  const uint32_t rotation = main != nullptr && parameters.applyRotation ? main->presentation.rotation : 0;
+  glm::dvec2 size(picture.width, picture.height);
   if (IsOddTurn(rotation)) size = {size.y, size.x};
-  if (useSizeFactor) size *= sizeFactor;
-  const float x = static_cast<float>(size.x / 2);
-  const float y = static_cast<float>(size.y / 2);
-  Positions positions = {glm::vec3(-x, y, 0), glm::vec3(-x, -y, 0), glm::vec3(x, -y, 0), glm::vec3(x, y, 0)};
-  for (glm::vec3& position : positions) position -= anchor;
-  return _DrawQuad(positions, ContentTexCoords(content, QuarterTurns(rotation)));
-}
+  const glm::vec2 unscaled = size;
+  if (parameters.useSizeFactor) size *= parameters.sizeFactor;
+  const glm::mat4 mvp = QuadMatrix(*scene, size, parameters.model, parameters.anchor);
 
-bool TextureDrawer::Draw() {
-  if (!BeginDraw()) {
-    EndDraw();
-    return false;
-  }
-  const ContentRect target = scene_->Content();
-  program_->SetUniformMatrix4f("mvpMat", _Mvp(model), 1);
-  program_->SetUniform2f("resolution", {target.width, target.height});
-  program_->SetUniform2f("targetOrigin", {target.x, target.y});
-  program_->SetUniform1f("opacity", opacity);
-  program_->SetUniform1i("useMainTexture", mainTexture != nullptr ? 1 : 0);
-  if (mainTexture != nullptr) {
-    program_->SetUniform4f("mainTextureBounds", ContentRect::Of(*mainTexture).SampleBounds());
-    program_->SetUniformTexture(1, static_cast<int>(mainTexture->id), "mainTexture", mainTexture->target);
-  }
-  _SetMatte();
-  program_->SetUniform1i("doSimpleMatte", simpleMatte ? 1 : 0);
-  if (simpleMatte) program_->SetUniform2f("simpleMatte", simpleMatteSize);
-
-  Texture* backgroundCopy = nullptr;
-  if (blendType != kNoBlend) {
-    program_->SetUniform1i("doBlend", 1);
-    program_->SetUniform1i("blendType", blendType);
-    Texture* background = scene_->ColorTexture();
-    glm::vec2 origin(0, 0);
-    if (background != nullptr && glTextureBarrier != nullptr) {
-      glTextureBarrier();
-    } else {
-      background = backgroundCopy = _CopyOfBackground();
-      if (background == nullptr) {
-        EndDraw();
-        return false;
+  bool ok = false;
+  {
+    Pass pass(programs_, KindOf(parameters), VariantOf(parameters), target);
+    if (pass.Ready()) {
+      pass.Set(kOpacity, parameters.opacity);
+      if (main != nullptr) {
+        pass.Set(kMainBounds, picture.SampleBounds());
+        pass.SetTexture(kMain, *main, MeetsTexels(mvp, content, unscaled) ? Sampling::kNearest : Sampling::kAsSet);
       }
-      origin = {target.x - background->offsetX, target.y - background->offsetY};
+      if (DoesMatte(parameters) || parameters.simpleMatte) {
+        pass.Set(kResolution, glm::vec2(content.width, content.height));
+        pass.Set(kTargetOrigin, glm::vec2(content.x, content.y));
+      }
+      if (DoesMatte(parameters)) {
+        const ContentRect& matte = parameters.matteTexture->Content();
+        pass.Set(kMatteOrigin, matte.Origin());
+        pass.Set(kMatteExtent, matte.Extent());
+        pass.Set(kMatteBounds, matte.SampleBounds());
+        pass.SetTexture(kMatte, *parameters.matteTexture);
+      }
+      if (parameters.simpleMatte) pass.Set(kSimpleMatte, parameters.simpleMatteSize);
+      if (sampleTarget) {
+        glTextureBarrier();
+        pass.Set(kBgOrigin, glm::vec2(0, 0));
+        pass.SetTexture(kBackground, *target.texture);
+      } else if (blends) {
+        const ContentRect& copied = backgroundCopy->Content();
+        pass.Set(kBgOrigin, glm::vec2(content.x - copied.x, content.y - copied.y));
+        pass.SetTexture(kBackground, *backgroundCopy);
+      }
+      if (parameters.depthTest) {
+        glEnable(GL_DEPTH_TEST);
+        glDepthFunc(GL_LEQUAL);
+        glDepthMask(GL_TRUE);
+      }
+      pass.Draw(mvp, ContentTexMatrix(picture, QuarterTurns(rotation)));
+      if (parameters.depthTest) glDisable(GL_DEPTH_TEST);
+      ok = pass.End();
     }
-    program_->SetUniform2f("bgOrigin", origin);
-    program_->SetUniformTexture(3, static_cast<int>(background->id), "bgTexture", background->target);
   }
-  if (depthTest) {
-    glEnable(GL_DEPTH_TEST);
-    glDepthFunc(GL_LEQUAL);
-  } else {
-    glDisable(GL_DEPTH_TEST);
-  }
-  const bool ok = scene_->Bind() && _DrawMainQuad();
-  if (depthTest) glDisable(GL_DEPTH_TEST);
   if (backgroundCopy != nullptr) surfaces_.ReleaseTexture(backgroundCopy);
-  EndDraw();
   return ok;
 }
 

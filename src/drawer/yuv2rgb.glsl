@@ -1,8 +1,5 @@
 layout(location = 0) out vec4 FragColor;
 
-uniform int yuvFormat;
-uniform int fullRange;
-
 // ITU-R BT.601, full range; u and v centred on 0.
 vec4 toRGB(float y, float u, float v) {
   vec3 rgb = vec3(y + 1.402 * v, y - 0.34414 * u - 0.71414 * v, y + 1.772 * u);

@@ -1,11 +1,20 @@
-in vec2 coordY;
-in vec2 coordUV;
-
+uniform ivec2 targetOrigin;
+uniform ivec2 targetSize;
+uniform ivec2 sizeY;
+uniform ivec2 sizeUV;
 uniform mediump usampler2D texY16;
 uniform mediump usampler2D texUV16;
 
+// The texel of a plane at (pixel + 1/2) / frame * (plane - 1), ties downwards. In integers: for odd sizes the position
+// is a texel's edge, where rounding would decide. Unsigned, as the product takes 32 bits.
+ivec2 planeTexel(uvec2 pixel, ivec2 plane) {
+  uvec2 product = (2u * pixel + 1u) * uvec2(plane - 1);
+  return ivec2((max(product, 1u) - 1u) / (2u * uvec2(targetSize)));
+}
+
 void main() {
-  float y = float(texture(texY16, coordY).r / 256u) / 255.0;
-  vec2 uv = vec2(texture(texUV16, coordUV).rg / 256u) / 255.0 - 0.5;
+  uvec2 pixel = uvec2(ivec2(gl_FragCoord.xy) - targetOrigin);
+  float y = float(texelFetch(texY16, planeTexel(pixel, sizeY), 0).r / 256u) / 255.0;
+  vec2 uv = vec2(texelFetch(texUV16, planeTexel(pixel, sizeUV), 0).rg / 256u) / 255.0 - 0.5;
   FragColor = toRGB(y, uv.x, uv.y);
 }

@@ -1,7 +1,8 @@
 #include "drawer/yuv2rgbDrawer.h"
 
-#include "base/framebuffer.h"
-#include "base/program.h"
+#include <algorithm>
+#include <iterator>
+
 #include "base/texture.h"
 #include "drawer/shaders.h"
 
@@ -9,76 +10,64 @@ namespace qvg {
 
 namespace {
 
-struct PlaneSampler {
-  const char* suffix;  ///< Of the plane's uniforms; null: the format has no such plane.
-  const char* sampler;
-};
+using shaders::yuv2rgb_glsl;
+using shaders::yuv2rgb_vert;
 
-struct FormatProgram {
+enum Uniform { kRates = Pass::kFirstOwnUniform, kTargetOrigin = kRates, kTargetSize, kSizes };
+
+constexpr ProgramKind kPlanarKind = {.name = "YUV2RGBShaderProgram8bitYUV420P",
+                                     .vertex = {yuv2rgb_vert},
+                                     .fragment = {yuv2rgb_glsl, shaders::yuv2rgbPlanar_frag},
+                                     .uniforms = {"mvpMat", "texcoordMat", "uvRateY", "uvRateU", "uvRateV"},
+                                     .samplers = {{"texY", 9}, {"texU", 10}, {"texV", 11}}};
+constexpr ProgramKind kNV12Kind = {.name = "YUV2RGBShaderProgram8bitNV12",
+                                   .vertex = {yuv2rgb_vert},
+                                   .fragment = {yuv2rgb_glsl, shaders::yuv2rgbNV12_frag},
+                                   .uniforms = {"mvpMat", "texcoordMat", "uvRateY", "uvRateUV"},
+                                   .samplers = {{"texY", 9}, {"texUV", 10}}};
+constexpr ProgramKind kTwoPlane16Kind = {
+    .name = "YUV2RGBShaderProgram16bit",
+    .vertex = {yuv2rgb_vert},
+    .fragment = {yuv2rgb_glsl, shaders::yuv2rgb16_frag},
+    .uniforms = {"mvpMat", "texcoordMat", "targetOrigin", "targetSize", "sizeY", "sizeUV"},
+    .samplers = {{"texY16", 9}, {"texUV16", 10}}};
+
+struct FormatKind {
   int32_t format;
-  const char* name;
-  const char* fragment;
-  PlaneSampler planes[3];
+  const ProgramKind& kind;
+  int planes;
+  bool integers;
 };
 
-constexpr FormatProgram kPrograms[] = {{YUV2RGBDrawer::kPlanar8,
-                                        "YUV2RGBShaderProgram8bitYUV420P",
-                                        shaders::yuv2rgbPlanar_frag,
-                                        {{"Y", "texY"}, {"U", "texU"}, {"V", "texV"}}},
-                                       {YUV2RGBDrawer::kNV12,
-                                        "YUV2RGBShaderProgram8bitNV12",
-                                        shaders::yuv2rgbNV12_frag,
-                                        {{"Y", "texY"}, {"UV", "texUV"}, {nullptr, nullptr}}},
-                                       {YUV2RGBDrawer::kTwoPlane16,
-                                        "YUV2RGBShaderProgram16bit",
-                                        shaders::yuv2rgb16_frag,
-                                        {{"Y", "texY16"}, {"UV", "texUV16"}, {nullptr, nullptr}}}};
-
-const FormatProgram* FindProgram(int32_t format) {
-  for (const FormatProgram& program : kPrograms) {
-    if (program.format == format) return &program;
-  }
-  return nullptr;
-}
-
-constexpr int kFirstUnit = 9;
+constexpr FormatKind kFormats[] = {{YUV2RGBDrawer::kPlanar8, kPlanarKind, 3, false},
+                                   {YUV2RGBDrawer::kNV12, kNV12Kind, 2, false},
+                                   {YUV2RGBDrawer::kTwoPlane16, kTwoPlane16Kind, 2, true}};
 
 }  // namespace
 
-bool YUV2RGBDrawer::BeginDraw() {
-  const FormatProgram* program = FindProgram(format);
-  return program != nullptr &&
-         _BeginDraw({program->name, shaders::yuv2rgb_vert, {shaders::yuv2rgb_glsl, program->fragment}},
-                    "YUV2RGBDrawer: scene is null");
-}
-
-bool YUV2RGBDrawer::Draw() {
-  Texture* target = scene_ != nullptr ? scene_->ColorTexture() : nullptr;
-  if (target != nullptr) target->CentreContent(target->loadedWidth, target->loadedHeight);
-  if (!BeginDraw()) {
-    EndDraw();
-    return false;
+bool YUV2RGBDrawer::Draw(const Scene* scene, const Parameters& parameters) {
+  const auto* format = std::find_if(std::begin(kFormats), std::end(kFormats),
+                                    [&](const FormatKind& entry) { return entry.format == parameters.format; });
+  if (!_HasScene(scene, "YUV2RGBDrawer: scene is null") || format == std::end(kFormats)) return false;
+  Pass pass(programs_, format->kind, 0, scene->target);
+  if (!pass.Ready()) return false;
+  const ContentRect& target = scene->target.content;
+  if (format->integers) {
+    pass.Set(kTargetOrigin, glm::ivec2(target.x, target.y));
+    pass.Set(kTargetSize, glm::ivec2(target.width, target.height));
   }
-  const SceneMapping mapping = SceneMapping::Of(*scene_);
-  program_->SetUniformMatrix4f("mvpMat", _Mvp(), 1);
-  program_->SetUniform1i("yuvFormat", format);
-  program_->SetUniform1i("fullRange", fullRange ? 1 : 0);
-  program_->SetUniform2f("dstRate", mapping.rate);
-  program_->SetUniform2f("dstOffset", mapping.offset);
-  const PlaneSampler* const samplers = FindProgram(format)->planes;
-  for (int i = 0; i < 3 && samplers[i].suffix != nullptr; ++i) {
-    const Plane& plane = planes[i];
-    const std::string suffix = samplers[i].suffix;
-    const ContentRect content = ContentRect::Of(*plane.texture);
-    program_->SetUniformTexture(kFirstUnit + i, static_cast<int>(plane.texture->id), samplers[i].sampler,
-                                plane.texture->target);
-    program_->SetUniform2f("uvRate" + suffix, {static_cast<double>(plane.width - 1) / content.storageWidth,
-                                               static_cast<double>(plane.height - 1) / content.storageHeight});
-    program_->SetUniform2f("offset" + suffix, content.Origin());
+  for (int i = 0; i < format->planes; ++i) {
+    const ContentRect& plane = parameters.planes[i]->Content();
+    pass.SetTexture(i, *parameters.planes[i]);
+    if (format->integers) {
+      pass.Set(kSizes + i, glm::ivec2(plane.width, plane.height));
+    } else {
+      pass.Set(kRates + i, glm::vec2(static_cast<double>(plane.width - 1) / plane.storageWidth,
+                                     static_cast<double>(plane.height - 1) / plane.storageHeight));
+    }
   }
-  const bool ok = _DrawSceneQuad();
-  EndDraw();
-  return ok;
+  pass.Draw(SceneMatrix(*scene), glm::mat3(1));
+  return pass.End();
 }
 
 }  // namespace qvg

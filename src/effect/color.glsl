@@ -1,16 +1,7 @@
-uniform vec3 kelvin_rgb_high;
-uniform vec3 kelvin_rgb_low;
+#ifdef HSV
 uniform float brightness;
-uniform float temperature;
-uniform float highlight;
-uniform float shadow;
 uniform float saturation;
-uniform float contrast;
 uniform float hue;
-
-float lightness(vec3 rgb) {
-  return (max(rgb.r, max(rgb.g, rgb.b)) + min(rgb.r, min(rgb.g, rgb.b))) * 0.5;
-}
 
 vec3 rgbToHSV(vec3 c) {
   const float guard = 0.001;
@@ -26,6 +17,28 @@ vec3 hsvToRGB(vec3 c) {
   vec3 p = abs(fract(c.xxx + K.xyz) * 6.0 - K.www);
   return c.z * mix(K.xxx, clamp(p - K.xxx, 0.0, 1.0), c.y);
 }
+
+vec3 adjustHSV(vec3 rgb) {
+  vec3 hsv = rgbToHSV(rgb);
+  hsv.x = fract(hsv.x * (1.0 - hue));
+  hsv.yz = clamp(hsv.yz * (1.0 + vec2(saturation, brightness)), 0.0, 1.0);
+  return hsvToRGB(hsv);
+}
+#endif
+
+#ifdef CONTRAST
+uniform float contrast;
+#endif
+
+#if defined(TEMPERATURE) || defined(LIGHT)
+float lightness(vec3 rgb) {
+  return (max(rgb.r, max(rgb.g, rgb.b)) + min(rgb.r, min(rgb.g, rgb.b))) * 0.5;
+}
+#endif
+
+#ifdef TEMPERATURE
+// White at the temperature.
+flat in vec3 io_kelvin;
 
 const float kEpsilon = 1e-10;
 
@@ -49,37 +62,42 @@ vec3 hslToRGB(vec3 c) {
   return (full - 0.5) * chroma + c.z;
 }
 
-vec3 adjustHSV(vec3 rgb) {
-  vec3 hsv = rgbToHSV(rgb);
-  hsv.x = fract(hsv.x * (1.0 - hue));
-  hsv.yz = clamp(hsv.yz * (1.0 + vec2(saturation, brightness)), 0.0, 1.0);
-  return hsvToRGB(hsv);
-}
-
 vec3 adjustTemperature(vec3 rgb) {
-  vec3 kelvin = temperature < 0.0 ? kelvin_rgb_high : kelvin_rgb_low;
-  vec3 blended = mix(rgb, rgb * kelvin, abs(temperature));
-  return clamp(hslToRGB(vec3(rgbToHSL(blended).xy, lightness(rgb))), 0.0, 1.0);
+  return clamp(hslToRGB(vec3(rgbToHSL(rgb * io_kelvin).xy, lightness(rgb))), 0.0, 1.0);
 }
+#endif
+
+#ifdef LIGHT
+// The powers for the shadows and for the highlights.
+flat in vec2 io_lightPowers;
 
 vec3 adjustShadowAndHighlight(vec3 rgb) {
   float l = lightness(rgb);
   // Black stays black: there is no hue to lighten.
   if (l <= 0.0) return rgb;
-  float dark = 1.0 / (shadow + 1.0);
-  // At a highlight of 1 the powers vanish, as they do at the exponent kept here.
-  float light = 1.0 / max(1.0 - highlight, 1e-4);
-  float rest = max(1.0 - l, 0.0);
-  float sv = clamp(pow(l, dark) - 0.76 * pow(l, 2.0 * dark) - l, 0.0, 1.0);
-  float hv = clamp(1.0 - (pow(rest, light) - 0.8 * pow(rest, 2.0 * light)) - l, -1.0, 0.0);
-  return (l + sv + hv) * rgb / l;
+  float dark = pow(l, io_lightPowers.x);
+  float light = pow(max(1.0 - l, 0.0), io_lightPowers.y);
+  float sv = clamp(dark - 0.76 * dark * dark - l, 0.0, 1.0);
+  float hv = clamp(1.0 - (light - 0.8 * light * light) - l, -1.0, 0.0);
+  return (l + sv + hv) / l * rgb;
 }
+#endif
 
 vec3 adjustColor(vec3 rgb) {
-  if (hue != 0.0 || saturation != 0.0 || brightness != 0.0) rgb = adjustHSV(rgb);
-  if (contrast != 0.0) rgb = (rgb - 0.5) * max(contrast + 1.0, 0.0) + 0.5;
+#ifdef HSV
+  rgb = adjustHSV(rgb);
+#endif
+#ifdef CONTRAST
+  rgb = (rgb - 0.5) * max(contrast + 1.0, 0.0) + 0.5;
+#endif
+#if defined(CONTRAST) || defined(TEMPERATURE) || defined(LIGHT)
   rgb = clamp(rgb, 0.0, 1.0);
-  if (temperature != 0.0) rgb = adjustTemperature(rgb);
-  if (shadow != 0.0 || highlight != 0.0) rgb = adjustShadowAndHighlight(rgb);
+#endif
+#ifdef TEMPERATURE
+  rgb = adjustTemperature(rgb);
+#endif
+#ifdef LIGHT
+  rgb = adjustShadowAndHighlight(rgb);
+#endif
   return rgb;
 }

@@ -1,18 +1,14 @@
 #pragma once
 
-#include <glm/glm.hpp>
-#include <memory>
+#include <functional>
 #include <string>
 
-#include "base/ebo.h"
-#include "base/vbo.h"
+#include "base/pass.h"
 #include "qvGLRenderer/qvGLRenderer.h"
 
 namespace qvg {
 
-class FrameBuffer;
 class ImageSource;
-class Program;
 class ProgramCache;
 class SurfaceSource;
 class Texture;
@@ -26,57 +22,40 @@ struct EffectServices {
   ImageSource& images;
 };
 
-/// Turns a frame into a new texture by one full-frame draw. Used on one thread at a time, with a context of the share
-/// group current.
+/// Makes a new texture of a frame. Used on one thread at a time, with a context of the library current.
 class Effect {
  public:
   /// @param typeName name of the effect's group; not owned.
-  Effect(const char* typeName, const EffectServices& services);
-  virtual ~Effect();
+  Effect(const char* typeName, const EffectServices& services) : typeName_(typeName), services_(services) {}
+  virtual ~Effect() = default;
   Effect(const Effect&) = delete;
   Effect& operator=(const Effect&) = delete;
 
-  virtual bool SetParam(const std::string& key, const ParamValue* value);
+  virtual bool SetParam(const std::string& /*key*/, const ParamValue* /*value*/) { return false; }
   /// The form with two inputs; gives the first one back.
-  virtual Texture* Process(Texture* first, Texture* second, float value);
+  virtual Texture* Process(Texture* first, Texture* /*second*/, float /*value*/) { return first; }
   /// The result's ownership passes to the caller, who gives it back to the texture pool. Null: nothing was drawn. The
   /// base gives the frame itself back.
-  virtual Texture* Process(Texture* frame);
+  virtual Texture* Process(Texture* frame) { return frame; }
 
   const char* TypeName() const { return typeName_; }
 
  protected:
-  virtual void _ModelMatrix(glm::mat4& model) const;
-  /// The quad of the output's size, on which the frame stands as it presents: turned by its rotation, and the right way
-  /// up when its rows are flipped.
-  virtual bool _LoadVertices(const Texture& frame);
-  virtual bool _LoadIndices();
-
-  bool LoadProgram(const char* name, const std::string& vertexSource, const std::string& fragmentSource);
-  /// Takes an output of the presented frame's size and binds the frame buffer with it.
-  bool PrepareTarget(const Texture* frame);
-  /// Unbinds frame buffer and program, and gives the program back.
-  bool Unbind();
-  bool _Draw(VBO* vbo, EBO* ebo);
-  /// Hands the output to the caller, detached from the frame buffer.
-  Texture* _TakeOutput();
-  void _ReleaseOutput();
-
   const char* typeName_;
   EffectServices services_;
-  std::unique_ptr<FrameBuffer> frameBuffer_;
-  Program* program_ = nullptr;
-  Texture* output_ = nullptr;
-  glm::ivec2 targetSize_ = {0, 0};
-  glm::mat4 mvp_ = glm::mat4(1);
-  VBO vbo_;
-  EBO ebo_;
 };
 
 /// Base of the effects with one texture in and one out.
 class TextureEffect : public Effect {
  public:
   using Effect::Effect;
+
+ protected:
+  /// Draws the frame as it presents, turned by its rotation and the right way up, texel for texel into a new texture
+  /// of its presented size. Null on failure.
+  /// @param sampler index of the frame's sampler in the kind. @param setUp sets everything else of the pass.
+  Texture* _Draw(const Texture& frame, const ProgramKind& kind, uint32_t variant, int sampler,
+                 const std::function<void(Pass&)>& setUp);
 };
 
 }  // namespace qvg

@@ -1,9 +1,12 @@
 in vec2 io_texcoord;
+// Centres of the outermost texels of the frame.
+flat in vec4 io_bounds;
+#if defined(KEY) || defined(SHARPEN)
+flat in vec2 io_texelSize;
+#endif
 layout(location = 0) out vec4 FragColor;
 
+// Read without a filter: every coordinate is a texel's centre.
 uniform sampler2D main_texture;
-uniform vec2 texture_size;
-// Centres of the outermost texels of the frame: nothing around it may show.
-uniform vec4 texture_bounds;
 
-vec4 frameAt(vec2 coord) { return texture(main_texture, clamp(coord, texture_bounds.xy, texture_bounds.zw)); }
+vec4 frameAt(vec2 coord) { return texture(main_texture, coord); }

@@ -7,7 +7,9 @@
 #include <string_view>
 
 #include "base/content.h"
-#include "base/program.h"
+#include "base/contextState.h"
+#include "base/programCache.h"
+#include "base/surfaceSource.h"
 #include "base/texture.h"
 #include "effect/shaders.h"
 
@@ -16,34 +18,78 @@ namespace qvg {
 namespace {
 
 constexpr char kGroupName[] = "general_eff";
-constexpr char kProgramName[] = "genaralEffect";
 constexpr double kHighKelvin = 40000;
 constexpr double kLowKelvin = 1000;
+constexpr int kTrialSize = 6;  // no power of two, as frames are
 
 /// Offsets into a percent or per-mille integer are given by the divisor of its table row.
 constexpr float kPerMille = 1000;
 constexpr float kPercent = 100;
 
+enum Uniform {
+  kTextureSize = Pass::kFirstOwnUniform,
+  kTextureBounds,
+  kChromaKeyColor,
+  kSimilarity,
+  kSmoothness,
+  kSpill,
+  kKeyUVFactor,
+  kKeyBGBounds,
+  kWhitten,
+  kBlur,
+  kBlurSumWeight,
+  kBlurRadius,
+  kBlurSingleOffset,
+  kKelvinHigh,
+  kKelvinLow,
+  kBrightness,
+  kTemperature,
+  kHighlight,
+  kShadow,
+  kSaturation,
+  kContrast,
+  kHue
+};
+enum Sampler { kMainTexture, kBackgroundTexture };
+
+constexpr ProgramKind kKind = {
+    .name = "genaralEffect",
+    .vertex = {shaders::effect_vert},
+    .fragment = {shaders::frame_glsl, shaders::key_glsl, shaders::beauty_glsl, shaders::color_glsl,
+                 shaders::generalEffect_frag},
+    .uniforms = {"mvpMat",        "texcoordMat",     "texture_size",     "texture_bounds", "chromaKeyColor",
+                 "similarity",    "smoothness",      "spill",            "keyUVFactor",    "keyBGBounds",
+                 "whitten",       "blur",            "blurSumWeight", "blurRadius", "blurSingleOffset", "kelvin_rgb_high",
+                 "kelvin_rgb_low", "brightness",     "temperature",      "highlight",      "shadow",
+                 "saturation",    "contrast",        "hue"},
+    .samplers = {{"main_texture", 1}, {"keyBGTexure", 3}},
+    .switches = {{"KEY"},
+                 {"BLUR"},
+                 {"WHITTEN"},
+                 {"HSV"},
+                 {"CONTRAST"},
+                 {"TEMPERATURE"},
+                 {"LIGHT"},
+                 {"BACKGROUND"}}};
+
 /// Maps texture coordinates of the frame to those of a background that stands upright in the presented frame and fills
 /// it. For row vectors: (u, v, 1) * matrix.
 glm::mat3 BackgroundMapping(const Texture& frame, const Texture& background) {
-  // Written for column vectors, from right to left, and transposed at the end.
-  const auto affine = [](glm::vec2 x, glm::vec2 y, glm::vec2 origin) {
-    return glm::mat3(glm::vec3(x, 0), glm::vec3(y, 0), glm::vec3(origin, 1));
+  const auto ofPresented = [](const Texture& texture) {
+    return ContentTexMatrix(texture.Content(), QuarterTurns(texture.presentation.rotation),
+                            texture.presentation.flipped);
   };
-  const auto turn = [&affine](int quarterTurns) {
-    const glm::vec2 origin = TurnTexCoord({0, 0}, quarterTurns);
-    return affine(TurnTexCoord({1, 0}, quarterTurns) - origin, TurnTexCoord({0, 1}, quarterTurns) - origin, origin);
+  // Written for column vectors, from right to left, and transposed.
+  return glm::transpose(ofPresented(background) * glm::inverse(ofPresented(frame)));
+}
+
+/// Whether the background's texels meet the frame's.
+bool MeetsTexels(const Texture& frame, const Texture& background) {
+  const auto presented = [](const Texture& texture) {
+    const glm::ivec2 size(texture.Content().width, texture.Content().height);
+    return IsOddTurn(texture.presentation.rotation) ? glm::ivec2(size.y, size.x) : size;
   };
-  const auto flip = [&affine](bool flipped) { return flipped ? affine({1, 0}, {0, -1}, {0, 1}) : glm::mat3(1); };
-  const auto place = [&affine](const Texture& texture) {
-    const ContentRect content = ContentRect::Of(texture);
-    return affine({content.Extent().x, 0}, {0, content.Extent().y}, content.Origin());
-  };
-  const glm::mat3 presentedToFrame = place(frame) * flip(frame.flipped) * turn(QuarterTurns(frame.rotation));
-  const glm::mat3 presentedToBackground =
-      place(background) * flip(background.flipped) * turn(QuarterTurns(background.rotation));
-  return glm::transpose(presentedToBackground * glm::inverse(presentedToFrame));
+  return presented(frame) == presented(background);
 }
 
 }  // namespace
@@ -142,21 +188,9 @@ glm::vec3 KelvinToRGB(double kelvin) {
 GeneralEffect::GeneralEffect(const EffectServices& services)
     : TextureEffect(kGroupName, services),
       kelvinRgbHigh_(KelvinToRGB(kHighKelvin)),
-      kelvinRgbLow_(KelvinToRGB(kLowKelvin)) {
-  // Compiled now rather than with the first frame, and given back for other instances until then.
-  _LoadProgram();
-  Unbind();
-  _LoadIndices();
-  _SetBlur(blur_);
-}
+      kelvinRgbLow_(KelvinToRGB(kLowKelvin)) {}
 
 GeneralEffect::~GeneralEffect() { _ReleaseBackground(); }
-
-bool GeneralEffect::_LoadProgram() {
-  using namespace shaders;
-  return LoadProgram(kProgramName, effect_vert,
-                     std::string(frame_glsl) + key_glsl + beauty_glsl + color_glsl + generalEffect_frag);
-}
 
 void GeneralEffect::_SetKeyColor(const ParamValue& value) {
   const double(&c)[3] = value.value.color;
@@ -220,7 +254,18 @@ bool GeneralEffect::SetParam(const std::string& key, const ParamValue* value) {
       _SetBlur(number);
     }
   }
+  _Prepare();
   return true;
+}
+
+void GeneralEffect::_Prepare() {
+  if (_Stages() == 0 || CurrentContext() == nullptr || services_.programs.Knows(kKind, _Variant())) return;
+  // Some drivers compile the better part with the first draw. Nobody else looks at this one.
+  Texture* frame = services_.surfaces.AcquireTexture(kTrialSize, kTrialSize, GL_RGBA8);
+  Texture* output = frame != nullptr ? Process(frame) : nullptr;
+  if (output != nullptr) services_.surfaces.ReleaseTexture(output);
+  if (frame != nullptr) services_.surfaces.ReleaseTexture(frame);
+  services_.programs.Offer(kKind, _Variant());
 }
 
 int32_t GeneralEffect::_Stages() const {
@@ -232,41 +277,60 @@ int32_t GeneralEffect::_Stages() const {
   return stages;
 }
 
-bool GeneralEffect::_SetUniforms(const Texture& frame, int32_t stages) {
-  Program& p = *program_;
-  const ContentRect content = ContentRect::Of(frame);
+uint32_t GeneralEffect::_Variant() const {
+  const int32_t stages = _Stages();
+  const bool beauty = (stages & kBeauty) != 0;
+  const bool color = (stages & kColor) != 0;
+  // In the order of the kind's switches. A blur that reaches one texel changes nothing.
+  const bool parts[] = {(stages & kKey) != 0,
+                        beauty && blurRadius_ > 1,
+                        beauty && whitten_ > 0,
+                        color && (hue_ != 0 || saturation_ != 0 || brightness_ != 0),
+                        color && contrast_ != 0,
+                        color && temperature_ != 0,
+                        color && (shadow_ != 0 || highlight_ != 0),
+                        (stages & kBackground) != 0};
+  uint32_t variant = 0;
+  for (size_t i = 0; i < std::size(parts); ++i) variant |= (parts[i] ? 1u : 0u) << i;
+  return variant;
+}
+
+void GeneralEffect::_SetUniforms(Pass& pass, const Texture& frame) const {
+  const ContentRect& content = frame.Content();
   // Steps to neighbours are texels of the storage.
   const glm::vec2 size(content.storageWidth, content.storageHeight);
-  bool ok = p.SetUniformTexture(1, static_cast<int>(frame.id), "main_texture", frame.target) &&
-            p.SetUniform2f("texture_size", size) && p.SetUniform4f("texture_bounds", content.SampleBounds()) &&
-            p.SetUniformMatrix4f("mvpMat", mvp_, 1) && p.SetUniform2f("chromaKeyColor", keyChroma_) &&
-            p.SetUniform1f("similarity", similarity_) && p.SetUniform1f("smoothness", smoothness_) &&
-            p.SetUniform1f("spill", spill_);
-  if (ok && (stages & kBackground) != 0) {
+  pass.Set(kTextureSize, size);
+  pass.Set(kTextureBounds, content.SampleBounds());
+  pass.Set(kChromaKeyColor, keyChroma_);
+  pass.Set(kSimilarity, similarity_);
+  pass.Set(kSmoothness, smoothness_);
+  pass.Set(kSpill, spill_);
+  if ((_Stages() & kBackground) != 0) {
     const Texture& background = *background_->Get();
-    ok = p.SetUniformTexture(3, static_cast<int>(background.id), "keyBGTexure", background.target) &&
-         p.SetUniformMatrix3f("keyUVFactor", BackgroundMapping(frame, background), 1) &&
-         p.SetUniform4f("keyBGBounds", ContentRect::Of(background).SampleBounds());
+    pass.SetTexture(kBackgroundTexture, background,
+                    MeetsTexels(frame, background) ? Sampling::kNearest : Sampling::kAsSet);
+    pass.Set(kKeyUVFactor, BackgroundMapping(frame, background));
+    pass.Set(kKeyBGBounds, background.Content().SampleBounds());
   }
-  return ok && p.SetUniform1f("whitten", whitten_) && p.SetUniform1f("blur", blur_) &&
-         p.SetUniform1f("blurSumWeight", blurSumWeight_) && p.SetUniform1f("blurRadius", blurRadius_) &&
-         p.SetUniform2f("blurSingleOffset", 1.0f / size) && p.SetUniform3f("kelvin_rgb_high", kelvinRgbHigh_) &&
-         p.SetUniform3f("kelvin_rgb_low", kelvinRgbLow_) && p.SetUniform1f("brightness", brightness_) &&
-         p.SetUniform1f("temperature", temperature_) && p.SetUniform1f("highlight", highlight_) &&
-         p.SetUniform1f("shadow", shadow_) && p.SetUniform1f("saturation", saturation_) &&
-         p.SetUniform1f("contrast", contrast_) && p.SetUniform1f("hue", hue_) &&
-         p.SetUniform1i("processingFlags", stages);
+  pass.Set(kWhitten, whitten_);
+  pass.Set(kBlur, blur_);
+  pass.Set(kBlurSumWeight, blurSumWeight_);
+  pass.Set(kBlurRadius, blurRadius_);
+  pass.Set(kBlurSingleOffset, 1.0f / size);
+  pass.Set(kKelvinHigh, kelvinRgbHigh_);
+  pass.Set(kKelvinLow, kelvinRgbLow_);
+  pass.Set(kBrightness, brightness_);
+  pass.Set(kTemperature, temperature_);
+  pass.Set(kHighlight, highlight_);
+  pass.Set(kShadow, shadow_);
+  pass.Set(kSaturation, saturation_);
+  pass.Set(kContrast, contrast_);
+  pass.Set(kHue, hue_);
 }
 
 Texture* GeneralEffect::Process(Texture* frame) {
-  const int32_t stages = _Stages();
-  if (stages == 0 || !PrepareTarget(frame)) return nullptr;
-  const bool ok =
-      _LoadProgram() && _SetUniforms(*frame, stages) && _LoadVertices(*frame) && _LoadIndices() && _Draw(&vbo_, &ebo_);
-  Unbind();
-  if (ok) return _TakeOutput();
-  _ReleaseOutput();
-  return nullptr;
+  if (frame == nullptr || _Stages() == 0) return nullptr;
+  return _Draw(*frame, kKind, _Variant(), kMainTexture, [&](Pass& pass) { _SetUniforms(pass, *frame); });
 }
 
 }  // namespace qvg

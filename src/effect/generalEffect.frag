@@ -1,25 +1,30 @@
-uniform int processingFlags;
-uniform sampler2D keyBGTexure;
-uniform mat3 keyUVFactor;
-uniform vec4 keyBGBounds;
+#ifdef BACKGROUND
+in vec2 io_background;
+flat in vec4 io_backgroundBounds;
 
-vec4 overBackground(vec4 col) {
-  vec2 coord = (vec3(io_texcoord, 1.0) * keyUVFactor).xy;
-  vec4 bg = texture(keyBGTexure, clamp(coord, keyBGBounds.xy, keyBGBounds.zw));
+uniform sampler2D keyBGTexure;
+
+vec4 overBackground(vec4 col, vec4 bg) {
   float a = col.a + (1.0 - col.a) * bg.a;
-  if (a != 0.0) {
-    float share = col.a / a;
-    col.rgb = (1.0 - share) * bg.rgb + share * ((1.0 - bg.a) * col.rgb + bg.a * col.rgb);
-  }
-  col.a = a;
-  return col;
+  return vec4(a != 0.0 ? mix(bg.rgb, col.rgb, col.a / a) : col.rgb, a);
 }
+#endif
 
 void main() {
+#ifdef BACKGROUND
+  // Read first, whether needed or not: the software renderer skips nothing, and reading is slower behind the stages.
+  vec4 bg = texture(keyBGTexure, clamp(io_background, io_backgroundBounds.xy, io_backgroundBounds.zw));
+#endif
   vec4 col = frameAt(io_texcoord);
-  if ((processingFlags & 1) != 0) col = keyed(col);
-  if ((processingFlags & 2) != 0) col.rgb = beautified(col.rgb);
-  if ((processingFlags & 4) != 0) col.rgb = adjustColor(col.rgb);
-  if ((processingFlags & 8) != 0 && col.a < 1.0) col = overBackground(col);
+#ifdef KEY
+  col = keyed(col);
+#endif
+#if defined(BLUR) || defined(WHITTEN)
+  col.rgb = beautified(col.rgb);
+#endif
+  col.rgb = adjustColor(col.rgb);
+#ifdef BACKGROUND
+  if (col.a < 1.0) col = overBackground(col, bg);
+#endif
   FragColor = col;
 }

@@ -11,7 +11,9 @@
 namespace qvg {
 
 /// Keys out a coloured background, smooths and whitens skin, corrects colour and lays the picture over a background
-/// image, in this order and in one pass. Every stage has a switch; with all of them off nothing is drawn.
+/// image, in this order and in one pass. Every stage has a switch; with all of them off nothing is drawn. What a
+/// parameter of 0 leaves out is not in the program either: there are at most 127 programs, compiled when a parameter
+/// asks for one.
 class GeneralEffect : public TextureEffect {
  public:
   /// The record by which the registry offers the effect.
@@ -30,13 +32,16 @@ class GeneralEffect : public TextureEffect {
   struct Parameter;
   static const Parameter kParameters[];
 
-  bool _LoadProgram();
   void _SetKeyColor(const ParamValue& value);
   void _SetBlur(float blur);
   void _SetBackground(const char* path);
   void _ReleaseBackground();
   int32_t _Stages() const;
-  bool _SetUniforms(const Texture& frame, int32_t stages);
+  /// The program that does what the parameters ask for and no more.
+  uint32_t _Variant() const;
+  /// Compiles that program now rather than with the next frame.
+  void _Prepare();
+  void _SetUniforms(Pass& pass, const Texture& frame) const;
 
   bool enableBeauty_ = false;
   bool enableKey_ = false;

@@ -2,10 +2,13 @@
 
 #include <fmt/format.h>
 
-#include <array>
+#include <utility>
 
 #include "base/content.h"
+#include "base/contextState.h"
+#include "base/framebuffer.h"
 #include "base/glContext.h"
+#include "base/pass.h"
 #include "base/texture.h"
 #include "tool/shaders.h"
 #include "utils/log.h"
@@ -15,32 +18,22 @@ namespace qvg {
 namespace {
 
 constexpr char kVersion[] = "#version 300 es\n";
-constexpr GLuint kPosition = 0;
-constexpr GLuint kTexCoord = 1;
 
-constexpr GLfloat kPositions[] = {-1, -1, 0, 1, -1, 0, -1, 1, 0, 1, 1, 0};
-constexpr GLfloat kTexCoords[] = {0, 0, 1, 0, 0, 1, 1, 1};
-constexpr GLfloat kFlippedTexCoords[] = {0, 1, 1, 1, 0, 0, 1, 0};
-constexpr GLuint kIndices[] = {0, 1, 2, 1, 2, 3};
+enum Sampler { kMainTexture };
 
-void UploadTexCoords(GLuint buffer, const GLfloat* coords) {
-  glBindBuffer(GL_ARRAY_BUFFER, buffer);
-  glBufferData(GL_ARRAY_BUFFER, sizeof kTexCoords, coords, GL_STATIC_DRAW);
-  glBindBuffer(GL_ARRAY_BUFFER, 0);
-}
+constexpr ProgramKind kKind = {.name = "WndDrawer",
+                               .vertex = {shaders::wnd_vert},
+                               .fragment = {shaders::wnd_frag},
+                               .uniforms = {},
+                               .samplers = {{"main_texture", 0}}};
 
-/// The texture's coordinates at the vertices of kPositions.
-std::array<GLfloat, 8> TexCoordsOf(const Texture& texture) {
-  const QuadCorners corners =
-      ContentTexCoords(ContentRect::Of(texture), QuarterTurns(texture.rotation), texture.flipped);
-  constexpr size_t kTopLeft = 0, kBottomLeft = 1, kBottomRight = 2, kTopRight = 3;
-  std::array<GLfloat, 8> coords = {};
-  size_t next = 0;
-  for (const size_t corner : {kBottomLeft, kBottomRight, kTopLeft, kTopRight}) {
-    coords[next++] = corners[corner].x;
-    coords[next++] = corners[corner].y;
-  }
-  return coords;
+/// Texture coordinates at the corners of a quad on which the picture stands as it presents.
+QuadCorners TexCoordsOf(const Texture& texture) {
+  const glm::mat3 matrix = ContentTexMatrix(texture.Content(), QuarterTurns(texture.presentation.rotation),
+                                            texture.presentation.flipped);
+  QuadCorners corners = {glm::vec2(0, 1), glm::vec2(0, 0), glm::vec2(1, 0), glm::vec2(1, 1)};
+  for (glm::vec2& corner : corners) corner = matrix * glm::vec3(corner, 1);
+  return corners;
 }
 
 std::string InfoLog(GLuint name, GLint length, decltype(glGetShaderInfoLog) read) {
@@ -49,29 +42,33 @@ std::string InfoLog(GLuint name, GLint length, decltype(glGetShaderInfoLog) read
   return text;
 }
 
-/// Where a picture stands in a window: GL viewport, in pixels from the lower left corner.
-struct Viewport {
-  int x = 0;
-  int y = 0;
-  int width = 0;
-  int height = 0;
-};
-
-/// The largest place of the picture's aspect ratio in the middle of a window.
-Viewport FitIntoWindow(const Texture& texture, int windowWidth, int windowHeight) {
-  const double width = IsOddTurn(texture.rotation) ? texture.loadedHeight : texture.loadedWidth;
-  const double height = IsOddTurn(texture.rotation) ? texture.loadedWidth : texture.loadedHeight;
+/// The largest place of the picture's aspect ratio in the middle of a window, in pixels from the lower left corner.
+ContentRect FitIntoWindow(const Texture& texture, int windowWidth, int windowHeight) {
+  const ContentRect& content = texture.Content();
+  const bool odd = IsOddTurn(texture.presentation.rotation);
+  const double width = odd ? content.height : content.width;
+  const double height = odd ? content.width : content.height;
   const double imageAspect = width / height;
   const double windowAspect = static_cast<double>(windowWidth) / windowHeight;
-  Viewport viewport = {0, 0, windowWidth, windowHeight};
+  ContentRect place = {windowWidth, windowHeight, 0, 0, windowWidth, windowHeight};
   if (imageAspect >= windowAspect) {
-    viewport.height = static_cast<int>(windowWidth / imageAspect + 0.5);
-    viewport.y = static_cast<int>((windowHeight - viewport.height) * 0.5);
+    place.height = static_cast<int>(windowWidth / imageAspect + 0.5);
+    place.y = static_cast<int>((windowHeight - place.height) * 0.5);
   } else {
-    viewport.width = static_cast<int>(windowHeight * imageAspect + 0.5);
-    viewport.x = static_cast<int>((windowWidth - viewport.width) * 0.5);
+    place.width = static_cast<int>(windowHeight * imageAspect + 0.5);
+    place.x = static_cast<int>((windowWidth - place.width) * 0.5);
   }
-  return viewport;
+  return place;
+}
+
+// Fills the window's own frame buffer, which stays bound.
+void ClearWindow(float red, float green, float blue) {
+  SetDrawState();
+  glDisable(GL_FRAMEBUFFER_SRGB);
+  glBindFramebuffer(GL_FRAMEBUFFER, 0);
+  glClearColor(red, green, blue, 1.0f);
+  glDepthMask(GL_TRUE);
+  glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
 }
 
 /// Makes what was current on the thread current again at the end of a scope, also when it is the host's own.
@@ -105,61 +102,24 @@ bool WndDrawer::Init(void* window) {
     context_ = nullptr;
     return false;
   }
-  program_ = _CreateProgram(std::string(kVersion) + shaders::wnd_vert, std::string(kVersion) + shaders::wnd_frag);
-  if (program_ == 0) {
-    LogShort(kLogError, "WndDrawer: create shader program failed.");
-    return false;
+  auto tools = std::make_unique<Tools>();
+  const std::string vertex = std::string(kVersion) + shaders::wnd_vert;
+  const struct {
+    Program& program;
+    const char* fragment;
+  } programs[] = {{tools->straight, shaders::wnd_frag}, {tools->premultiplied, shaders::wndPremultiplied_frag}};
+  for (const auto& [program, fragment] : programs) {
+    const GLuint name = _CreateProgram(vertex, std::string(kVersion) + fragment);
+    if (name == 0) {
+      LogShort(kLogError, "WndDrawer: create shader program failed.");
+      return false;
+    }
+    program.Adopt(name);
+    program.SetKind(kKind);
   }
-  textureLocation_ = glGetUniformLocation(program_, "main_texture");
-  _CreateGeometry();
+  tools_ = std::move(tools);
   initialized_ = true;
   return true;
-}
-
-void WndDrawer::_CreateGeometry() {
-  glGenVertexArrays(1, &vertexArray_);
-  glGenVertexArrays(1, &flippedVertexArray_);
-  for (GLuint* buffer : {&positionBuffer_, &texcoordBuffer_, &flippedTexcoordBuffer_, &indexBuffer_}) {
-    glGenBuffers(1, buffer);
-  }
-  const struct {
-    GLuint vertexArray;
-    GLuint texcoordBuffer;
-    const GLfloat* texCoords;
-  } arrays[] = {{vertexArray_, texcoordBuffer_, kTexCoords},
-                {flippedVertexArray_, flippedTexcoordBuffer_, kFlippedTexCoords}};
-  for (const auto& array : arrays) {
-    glBindVertexArray(array.vertexArray);
-    glBindBuffer(GL_ARRAY_BUFFER, positionBuffer_);
-    glBufferData(GL_ARRAY_BUFFER, sizeof kPositions, kPositions, GL_STATIC_DRAW);
-    glVertexAttribPointer(kPosition, 3, GL_FLOAT, GL_FALSE, 0, nullptr);
-    glEnableVertexAttribArray(kPosition);
-    glBindBuffer(GL_ARRAY_BUFFER, array.texcoordBuffer);
-    glBufferData(GL_ARRAY_BUFFER, sizeof kTexCoords, array.texCoords, GL_STATIC_DRAW);
-    glVertexAttribPointer(kTexCoord, 2, GL_FLOAT, GL_FALSE, 0, nullptr);
-    glEnableVertexAttribArray(kTexCoord);
-    glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, indexBuffer_);
-    glBufferData(GL_ELEMENT_ARRAY_BUFFER, sizeof kIndices, kIndices, GL_STATIC_DRAW);
-    glBindBuffer(GL_ARRAY_BUFFER, 0);
-    glBindVertexArray(0);
-  }
-}
-
-void WndDrawer::_DestroyVertexArrays() {
-  for (GLuint* vertexArray : {&vertexArray_, &flippedVertexArray_}) {
-    glDeleteVertexArrays(1, vertexArray);
-    *vertexArray = 0;
-  }
-}
-
-void WndDrawer::_DestroyObjects() {
-  content_.reset();
-  for (GLuint* buffer : {&positionBuffer_, &texcoordBuffer_, &flippedTexcoordBuffer_, &indexBuffer_}) {
-    glDeleteBuffers(1, buffer);
-    *buffer = 0;
-  }
-  glDeleteProgram(program_);
-  program_ = 0;
 }
 
 bool WndDrawer::Uninit() {
@@ -170,13 +130,13 @@ bool WndDrawer::Uninit() {
   {
     const BindingRestorer previous;
     if (initialized_) {
-      // The window may be gone, and its context with it for making current. Its vertex arrays go with it then; the rest
-      // is shared, and any context will do.
+      // The window may be gone, and its context with it for making current. Its vertex array goes with it then; the
+      // rest is shared, and any context will do.
       const bool own = live && contexts_.MakeCurrentContext(context_, nullptr);
       std::unique_ptr<TemporaryContext> substitute;
       if (!own) substitute = std::make_unique<TemporaryContext>(contexts_);
-      if (own) _DestroyVertexArrays();
-      if (own || substitute->Valid()) _DestroyObjects();
+      content_.reset();
+      tools_.reset();
     }
   }
   if (live) contexts_.DestroySharedContext(context_);
@@ -232,76 +192,51 @@ bool WndDrawer::_Ready() const {
   return false;
 }
 
-void WndDrawer::_BindTarget() {
-  glBindFramebuffer(GL_FRAMEBUFFER, useTargetFramebuffer_ ? targetFramebuffer_ : 0);
-  if (useTargetRenderbuffer_) glBindRenderbuffer(GL_RENDERBUFFER, targetRenderbuffer_);
-}
-
-void WndDrawer::_UnbindTarget() {
-  if (useTargetFramebuffer_) glBindFramebuffer(GL_FRAMEBUFFER, 0);
-  if (useTargetRenderbuffer_) glBindRenderbuffer(GL_RENDERBUFFER, 0);
-}
-
 void WndDrawer::Clear(float red, float green, float blue) {
   if (!_Ready()) return;
-  _BindTarget();
-  glClearColor(red, green, blue, 1.0f);
-  glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+  ClearWindow(red, green, blue);
   contexts_.SwapBuffers(context_);
-  _UnbindTarget();
 }
 
 const Texture* WndDrawer::_WholeStorage(const Texture& texture) {
-  const TextureSetting& storage = texture.Setting();
-  if (storage.width == texture.loadedWidth && storage.height == texture.loadedHeight) return &texture;
-  if (content_ == nullptr || content_->Setting().width != texture.loadedWidth ||
-      content_->Setting().height != texture.loadedHeight) {
+  const ContentRect& from = texture.Content();
+  if (from.storageWidth == from.width && from.storageHeight == from.height) return &texture;
+  if (content_ == nullptr || content_->Content().width != from.width || content_->Content().height != from.height) {
     TextureSetting setting;
-    setting.width = texture.loadedWidth;
-    setting.height = texture.loadedHeight;
+    setting.width = from.width;
+    setting.height = from.height;
     content_ = std::make_unique<Texture>();
     if (!content_->Allocate(setting)) content_.reset();
   }
-  if (content_ == nullptr || !content_->SubmitCopyFrom(&texture, texture.offsetX, texture.offsetY, texture.loadedWidth,
-                                                       texture.loadedHeight)) {
+  if (content_ == nullptr || !content_->SubmitCopyFrom(&texture, from.x, from.y, from.width, from.height)) {
     return &texture;
   }
   content_->RemapRGBA(texture.CurrentSwizzle());
-  content_->flipped = texture.flipped;
-  content_->rotation = texture.rotation;
+  content_->presentation = texture.presentation;
   return content_.get();
 }
 
-void WndDrawer::_DrawQuad(const Texture& texture, const Size& window) {
-  const Viewport viewport = FitIntoWindow(texture, window.width, window.height);
-  glViewport(viewport.x, viewport.y, viewport.width, viewport.height);
-  glUseProgram(program_);
-  glActiveTexture(GL_TEXTURE0);
-  glBindTexture(GL_TEXTURE_2D, texture.id);
-  UploadTexCoords(texture.flipped ? flippedTexcoordBuffer_ : texcoordBuffer_, TexCoordsOf(texture).data());
-  glBindVertexArray(texture.flipped ? flippedVertexArray_ : vertexArray_);
-  if (textureLocation_ >= 0) glUniform1i(textureLocation_, 0);
-  glDrawElements(GL_TRIANGLES, 6, GL_UNSIGNED_INT, nullptr);
+void WndDrawer::_DrawPicture(const Texture& texture, const Size& window) {
+  tools_->quad.SetTexCoords(TexCoordsOf(texture));
+  const bool premultiplied = texture.presentation.alpha == AlphaForm::kPremultiplied;
+  Pass pass(premultiplied ? tools_->premultiplied : tools_->straight, tools_->quad,
+            {0, FitIntoWindow(texture, window.width, window.height), nullptr});
+  if (!pass.Ready()) return;
+  pass.SetTexture(kMainTexture, texture);
+  pass.Draw();
 }
 
 bool WndDrawer::Draw(const Texture* texture) {
   if (!_Ready()) return false;
+  FlushContextObjects();
   const Size window = size_;
-  const bool visible = texture != nullptr && window.width > 0 && window.height > 0 && texture->loadedWidth > 0 &&
-                       texture->loadedHeight > 0;
+  const bool visible = texture != nullptr && window.width > 0 && window.height > 0 && texture->Content().width > 0 &&
+                       texture->Content().height > 0;
   const Texture* picture = visible ? _WholeStorage(*texture) : nullptr;
-  _BindTarget();
-  glClearColor(0, 0, 0, 1);
-  glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
-  if (picture != nullptr) _DrawQuad(*picture, window);
+  ClearWindow(0, 0, 0);
+  if (picture != nullptr) _DrawPicture(*picture, window);
   glViewport(0, 0, window.width, window.height);
   contexts_.SwapBuffers(context_);
-  glUseProgram(0);
-  glBindTexture(GL_TEXTURE_2D, 0);
-  glBindVertexArray(0);
-  UploadTexCoords(texcoordBuffer_, kTexCoords);
-  UploadTexCoords(flippedTexcoordBuffer_, kFlippedTexCoords);
-  _UnbindTarget();
   return true;
 }
 

@@ -6,6 +6,8 @@
 #include <string>
 
 #include "base/gl.h"
+#include "base/program.h"
+#include "base/quad.h"
 
 namespace qvg {
 
@@ -41,33 +43,24 @@ class WndDrawer {
     int height;
   };
 
+  /// What it draws with: its program for straight and for premultiplied colours, and its quad.
+  struct Tools {
+    Program straight;
+    Program premultiplied;
+    Quad quad;
+  };
+
   GLuint _LoadShader(GLenum type, const std::string& source);
   GLuint _CreateProgram(const std::string& vertexSource, const std::string& fragmentSource);
-  void _CreateGeometry();
-  void _DestroyVertexArrays();
-  void _DestroyObjects();
   bool _Ready() const;
-  void _BindTarget();
-  void _UnbindTarget();
   const Texture* _WholeStorage(const Texture& texture);
-  void _DrawQuad(const Texture& texture, const Size& window);
+  void _DrawPicture(const Texture& texture, const Size& window);
 
   QVGLContextManager& contexts_;
   bool initialized_ = false;
   void* context_ = nullptr;
   std::mutex mutex_;
-  GLuint program_ = 0;
-  GLuint positionBuffer_ = 0;
-  GLuint texcoordBuffer_ = 0;
-  GLuint flippedTexcoordBuffer_ = 0;
-  GLuint vertexArray_ = 0;
-  GLuint indexBuffer_ = 0;
-  GLuint flippedVertexArray_ = 0;
-  GLint textureLocation_ = -1;
-  GLuint targetFramebuffer_ = 0;
-  GLuint targetRenderbuffer_ = 0;
-  bool useTargetFramebuffer_ = false;
-  bool useTargetRenderbuffer_ = false;
+  std::unique_ptr<Tools> tools_;
   std::atomic<Size> size_ = Size{0, 0};
   // The content of a texture with larger storage, on its own: the program samples whatever lies beside it. Counts in no
   // pool: it lives as long as pictures of the size are shown.

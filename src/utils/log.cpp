@@ -7,6 +7,8 @@
 #include <iostream>
 #include <string_view>
 
+#include "utils/neverDestroyed.h"
+
 #ifdef _WIN32
 #include <windows.h>
 #endif
@@ -46,10 +48,8 @@ std::string_view WithoutEnding(std::string_view path) { return path.substr(0, pa
 }  // namespace
 
 Logger& Logger::Instance() {
-  // Never destroyed: threads may still log while the process exits.
-  alignas(Logger) static unsigned char storage[sizeof(Logger)];
-  static Logger* const instance = new (storage) Logger();
-  return *instance;
+  static NeverDestroyed<Logger> instance;
+  return instance.Get();
 }
 
 Logger::Logger() : sink_(&DefaultLogSink) {}
@@ -79,9 +79,8 @@ void Logger::SetThreshold(int32_t threshold) {
 
 void DefaultLogSink(const std::string& message, int32_t level, intptr_t /*userContext*/) {
   if (message.empty()) return;
-  alignas(std::mutex) static unsigned char storage[sizeof(std::mutex)];
-  static std::mutex* const mutex = new (storage) std::mutex();
-  std::lock_guard lock(*mutex);
+  static NeverDestroyed<std::mutex> mutex;
+  std::lock_guard lock(mutex.Get());
   const char* prefix = Prefix(level);
   std::cout << prefix << message << std::endl;
 #ifdef _WIN32

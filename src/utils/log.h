@@ -8,6 +8,9 @@
 
 namespace qvg {
 
+template <class T>
+class NeverDestroyed;
+
 enum LogLevel : int32_t { kLogError = 0, kLogWarning = 1, kLogInfo = 2, kLogDebug = 3 };
 
 /// Receives a complete line. The default sink writes it to standard output and the platform's debugger output.
@@ -24,6 +27,8 @@ class Logger {
   void SetThreshold(int32_t threshold);
 
  private:
+  template <class T>
+  friend class NeverDestroyed;
   Logger();
 
   std::mutex mutex_;

@@ -37,10 +37,10 @@ std::vector<Image> Expected(const Frame& frame, int width, int height) {
 void ForEachUpload(int code, const std::function<void(const Layout& layout, bool recycled, bool flipped)>& test) {
   for (const auto& [width, height] : kSizes) {
     for (const bool recycled : {false, true}) {
-      ClearPools();
-      if (recycled) LeaveGarbage(code, width, height);
       for (const Layout& layout : Layouts(code, width, height)) {
         for (const bool flipped : {false, true}) {
+          ClearPools();
+          if (recycled) LeaveGarbage(code, width, height);
           SCOPED_TRACE(layout.name + ", " + Size(width, height) + (recycled ? ", recycled" : "") +
                        (flipped ? ", flipped" : ""));
           test(layout, recycled, flipped);

@@ -1,7 +1,7 @@
 // What the table doesn't show of contexts: the host's own ones, and the names that belong to one context.
 #include <algorithm>
 
-#include "base/contextObjects.h"
+#include "base/contextState.h"
 #include "unit_support.h"
 
 namespace qvg {

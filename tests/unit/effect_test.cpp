@@ -2,7 +2,6 @@
 #include "effect/effect.h"
 
 #include "base/content.h"
-#include "base/program.h"
 #include "base/programCache.h"
 #include "effect/colorEffect.h"
 #include "effect/generalEffect.h"
@@ -25,7 +24,7 @@ class EffectTest : public GLTest {
   void TearDown() override {
     EXPECT_EQ(surfaces_.lent, 0);
     programs_.reset();
-    EXPECT_EQ(Live(glIsProgram) + Live(glIsFramebuffer) + Live(glIsBuffer), 0);
+    EXPECT_EQ(Live(glIsProgram) + Live(glIsFramebuffer), 0);
     GLTest::TearDown();
   }
 
@@ -44,34 +43,32 @@ class ColourTestEffect : public TextureEffect {
 
   using TextureEffect::Process;
   Texture* Process(Texture* frame) override {
-    if (!PrepareTarget(frame) || !LoadProgram(ColorEffectProgram::kName, ColorEffectProgram::VertexSource(),
-                                              ColorEffectProgram::FragmentSource()))
-      return nullptr;
-    Program& p = *program_;
-    const ContentRect content = ContentRect::Of(*frame);
-    p.SetUniformTexture(1, static_cast<int>(frame->id), "main_texture", frame->target);
-    p.SetUniform2f("texture_size", glm::vec2(content.storageWidth, content.storageHeight));
-    p.SetUniform4f("texture_bounds", content.SampleBounds());
-    p.SetUniformMatrix4f("mvpMat", mvp_, 1);
-    p.SetUniform3f("kelvin_rgb_high", KelvinToRGB(40000));
-    p.SetUniform3f("kelvin_rgb_low", KelvinToRGB(1000));
-    for (const auto& [name, value] : {std::pair("brightness", settings.brightness),
-                                      {"saturation", settings.saturation},
-                                      {"contrast", settings.contrast},
-                                      {"hue", settings.hue},
-                                      {"temperature", settings.temperature},
-                                      {"highlight", settings.highlight},
-                                      {"shadow", settings.shadow},
-                                      {"sharpness", settings.kernel ? 1.0 : 0.0}})
-      p.SetUniform1f(name, static_cast<float>(value));
-    // Without sharpening the rows must not be read.
-    const auto rows = settings.kernel.value_or(std::array<Triple, 3>{{{7, 7, 7}, {7, -7, 7}, {7, 7, 7}}});
-    p.SetUniform3f("sharp_filter_1", Vec(rows[0]));
-    p.SetUniform3f("sharp_filter_4", Vec(rows[1]));
-    p.SetUniform3f("sharp_filter_7", Vec(rows[2]));
-    const bool ok = _LoadVertices(*frame) && _LoadIndices() && _Draw(&vbo_, &ebo_);
-    Unbind();
-    return ok ? _TakeOutput() : nullptr;
+    using Program = ColorEffectProgram;
+    const EffectSettings& s = settings;
+    const uint32_t variant = (s.kernel ? Program::kSharpen : 0u) |
+                             (s.brightness != 0 || s.saturation != 0 || s.hue != 0 ? Program::kHSV : 0u) |
+                             (s.contrast != 0 ? Program::kHasContrast : 0u) |
+                             (s.temperature != 0 ? Program::kHasTemperature : 0u) |
+                             (s.shadow != 0 || s.highlight != 0 ? Program::kLight : 0u);
+    return _Draw(*frame, Program::kKind, variant, 0, [&](Pass& pass) {
+      const ContentRect& content = frame->Content();
+      pass.Set(Program::kTextureSize, glm::vec2(content.storageWidth, content.storageHeight));
+      pass.Set(Program::kTextureBounds, content.SampleBounds());
+      pass.Set(Program::kKelvinHigh, KelvinToRGB(40000));
+      pass.Set(Program::kKelvinLow, KelvinToRGB(1000));
+      for (const auto& [uniform, value] : {std::pair(Program::kBrightness, s.brightness),
+                                           {Program::kSaturation, s.saturation},
+                                           {Program::kContrast, s.contrast},
+                                           {Program::kHue, s.hue},
+                                           {Program::kTemperature, s.temperature},
+                                           {Program::kHighlight, s.highlight},
+                                           {Program::kShadow, s.shadow}})
+        pass.Set(uniform, static_cast<float>(value));
+      const auto rows = s.kernel.value_or(std::array<Triple, 3>{});
+      pass.Set(Program::kSharpFilter1, Vec(rows[0]));
+      pass.Set(Program::kSharpFilter4, Vec(rows[1]));
+      pass.Set(Program::kSharpFilter7, Vec(rows[2]));
+    });
   }
 
   EffectSettings settings;

@@ -6,11 +6,11 @@
 #include <memory>
 
 #include "base/bo.h"
-#include "context/pixelBufferMapper.h"
-#include "context/pixelBufferPool.h"
-#include "context/renderBufferPool.h"
-#include "context/scratchBufferPool.h"
-#include "context/texturePool.h"
+#include "pool/pixelBufferMapper.h"
+#include "pool/pixelBufferPool.h"
+#include "pool/renderBufferPool.h"
+#include "pool/scratchBufferPool.h"
+#include "pool/texturePool.h"
 #include "unit_support.h"
 
 namespace qvg {
@@ -47,7 +47,7 @@ TEST_F(PoolTest, TexturesThatWereOutAtAClearStayUncounted) {
   {
     TexturePool pool(*manager_, 4);
     Texture* out[] = {pool.Acquire(1024, 1024, GL_RGBA8), pool.Acquire(1024, 1024, GL_RGBA8)};  // 4 MiB each
-    const Alive alive({out[0]->id, out[1]->id});
+    const Alive alive({out[0]->Id(), out[1]->Id()});
     EXPECT_TRUE(pool.Clear());
     for (Texture*& texture : out) pool.Release(texture);
     EXPECT_EQ(alive.After("11"), "11") << "nothing is counted";
@@ -57,14 +57,14 @@ TEST_F(PoolTest, TexturesThatWereOutAtAClearStayUncounted) {
     EXPECT_EQ(alive.After("11"), "11") << "no budget is none that could be exceeded";
     pool.SetCapacity(4);
     EXPECT_EQ(alive.After("00"), "00") << "above the budget every idle texture goes";
-    const Alive last({counted->id});
+    const Alive last({counted->Id()});
     EXPECT_EQ(last.After("1"), "1") << "a texture in use went";
     pool.Release(counted);
     EXPECT_EQ(last.After("0"), "0");
 
     // Had the uncounted ones been taken off the sum, these would be 3 MiB below nothing.
     Texture* again = pool.Acquire(1024, 1280, GL_RGBA8);
-    const Alive next({again->id});
+    const Alive next({again->Id()});
     pool.Release(again);
     EXPECT_EQ(next.After("0"), "0");
   }
@@ -98,17 +98,21 @@ class Noted {
   static inline std::remove_reference_t<decltype(function)> original_;
 };
 
-// Not every driver shows pictures that are drawn or read too early: what counts is that the order is asked for.
+// Not every driver shows pictures that are drawn or read too early: what counts is that the order is asked for, and that
+// it costs nothing while an object stays with its context.
 TEST_F(PoolTest, PendingWorkIsWaitedForOnAnotherContextAlone) {
   TexturePool textures(*manager_, 1000);
-  RenderBufferPool buffers(100);
+  RenderBufferPool buffers;
   Texture* texture = nullptr;
   RenderBuffer* buffer = nullptr;
   const struct {
     std::function<void()> take, giveBack;
+    std::function<GLuint()> name;
   } kinds[] = {
-      {[&] { texture = textures.Acquire(8, 8, GL_RGBA8); }, [&] { textures.Release(texture); }},
-      {[&] { buffer = buffers.Acquire(8, 8, GL_RGBA8); }, [&] { buffers.Release(buffer); }},
+      {[&] { texture = textures.Acquire(8, 8, GL_RGBA8); }, [&] { textures.Release(texture); },
+       [&] { return texture->Id(); }},
+      {[&] { buffer = buffers.Acquire(8, 8, GL_RGBA8); }, [&] { buffers.Release(buffer); },
+       [&] { return buffer->id; }},
   };
   std::string calls;  // F: a fence, f: a flush, w: a wait
   const Noted<glad_glFenceSync, 'F'> fences(calls);
@@ -119,17 +123,31 @@ TEST_F(PoolTest, PendingWorkIsWaitedForOnAnotherContextAlone) {
     work();
     return calls;
   };
+  void* const own = manager_->GetCurrentContext();
   for (const auto& kind : kinds) {
     kind.take();
-    EXPECT_EQ(during(kind.giveBack), "Ff");
+    const GLuint first = kind.name();
+    EXPECT_EQ(during(kind.giveBack), "");
     EXPECT_EQ(during(kind.take), "");
-    EXPECT_EQ(during(kind.giveBack), "Ff");
+    EXPECT_EQ(kind.name(), first);
+    // Taken here, given back there, and the other way round.
+    OnOtherThread(true, [&] { EXPECT_EQ(during(kind.giveBack), "Ff"); });
+    EXPECT_EQ(during(kind.take), "w");
+    EXPECT_EQ(kind.name(), first);
+    kind.giveBack();
+    OnOtherThread(true, [&] {
+      EXPECT_EQ(during(kind.take), "");
+      EXPECT_NE(kind.name(), first) << "nobody can wait for a context that goes on working";
+      kind.giveBack();
+    });
+    // Left, it has put a fence behind all its work.
+    EXPECT_EQ(during([&] { MakeCurrent(nullptr); }), "Ff");
     OnOtherThread(true, [&] {
       EXPECT_EQ(during(kind.take), "w");
-      EXPECT_EQ(during(kind.giveBack), "Ff");
+      EXPECT_EQ(kind.name(), first);
+      kind.giveBack();
     });
-    EXPECT_EQ(during(kind.take), "w");
-    kind.giveBack();
+    ASSERT_TRUE(MakeCurrent(own));
   }
   // Who has no context can leave no fence.
   texture = textures.Acquire(8, 8, GL_RGBA8);
@@ -138,7 +156,7 @@ TEST_F(PoolTest, PendingWorkIsWaitedForOnAnotherContextAlone) {
 
 TEST_F(PoolTest, RenderBuffersOfTheFormatThatFitAreTakenSmallestFirst) {
   {
-    RenderBufferPool pool(100);
+    RenderBufferPool pool;
     // Neither the order in which they come back nor the opposite one is that of the sizes.
     RenderBuffer* buffers[] = {pool.Acquire(100, 100, GL_RGBA8), pool.Acquire(200, 200, GL_RGBA8),
                                pool.Acquire(150, 150, GL_RGBA8), pool.Acquire(120, 120, GL_DEPTH24_STENCIL8)};
@@ -178,7 +196,7 @@ TEST_F(PoolTest, RenderBuffersOfTheFormatThatFitAreTakenSmallestFirst) {
 }
 
 TEST_F(PoolTest, PixelBuffersOfTheKindThatFitAreTakenSmallestFirst) {
-  PixelBufferPool pool(100);
+  PixelBufferPool pool;
   const struct {
     int64_t size, secondSize;
     GLenum usage, target;

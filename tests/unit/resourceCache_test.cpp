@@ -1,11 +1,11 @@
 // The cache of images and files by path.
-#include "context/resourceCache.h"
+#include "pool/resourceCache.h"
 
 #include <filesystem>
 #include <fstream>
 
-#include "context/scratchBufferPool.h"
-#include "context/texturePool.h"
+#include "pool/scratchBufferPool.h"
+#include "pool/texturePool.h"
 #include "unit_support.h"
 
 namespace qvg {
@@ -79,8 +79,8 @@ TEST_F(ResourceCacheTest, ImageIsDecodedOnceAndGivenBackAtOnce) {
   EXPECT_EQ(freed, 1);
   std::fill(bgra_.begin(), bgra_.end(), 0);
   const Texture& texture = *entry->texture;
-  EXPECT_TRUE(texture.flipped);
-  EXPECT_EQ(Difference(Picture(5, 3, 1), Crop(StorageOf(texture), texture.offsetX, texture.offsetY, 5, 3)), "");
+  EXPECT_TRUE(texture.presentation.flipped);
+  EXPECT_EQ(Difference(Picture(5, 3, 1), Crop(StorageOf(texture), texture.Content().x, texture.Content().y, 5, 3)), "");
   // The path alone counts, whatever kind is asked for.
   for (const int32_t kind : {1, 2, 3, 4}) EXPECT_EQ(cache_->Acquire(kPath, kind), entry) << kind;
   EXPECT_EQ(entry->count, 5);
@@ -93,9 +93,9 @@ TEST_F(ResourceCacheTest, ImageIsDecodedOnceAndGivenBackAtOnce) {
   EXPECT_EQ(decoded, 1);
   for (const bool erase : {false, true}) cache_->Release(entry, erase);
   cache_->Release(nullptr, true);
-  const GLuint name = texture.id;
+  const GLuint name = texture.Id();
   Texture* pooled = textures_->Acquire(5, 3, GL_RGBA8);
-  EXPECT_EQ(pooled->id, name) << "its texture went back to the pool";
+  EXPECT_EQ(pooled->Id(), name) << "its texture went back to the pool";
   textures_->Release(pooled);
   EXPECT_NE(AcquireImage(), nullptr);
   EXPECT_EQ(decoded, 2);

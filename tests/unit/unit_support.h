@@ -112,14 +112,12 @@ inline TextureSetting SettingOf(int width, int height, GLenum internalFormat = G
 /// Gives the texture storage that is full of the picture.
 inline void Fill(Texture& texture, const Image& storage) {
   ASSERT_TRUE(texture.Allocate(SettingOf(storage.width, storage.height)));
-  ASSERT_TRUE(texture.Load(storage.width, storage.height, Bytes(storage).data(), GL_RGBA, GL_UNSIGNED_BYTE));
+  ASSERT_TRUE(texture.Load({storage.width, storage.height, Bytes(storage).data()}));
 }
 
 inline void SetContent(Texture& texture, int x, int y, int width, int height) {
-  texture.offsetX = x;
-  texture.offsetY = y;
-  texture.loadedWidth = width;
-  texture.loadedHeight = height;
+  texture.SetContentOrigin(x, y);
+  texture.SetContentSize(width, height);
 }
 
 /// All texels of a texture's storage.
@@ -128,7 +126,7 @@ inline Image StorageOf(const Texture& texture) {
   const int height = texture.Setting().height;
   std::vector<uint8_t> bytes(size_t{4} * width * height);
   glPixelStorei(GL_PACK_ALIGNMENT, 1);
-  glBindTexture(GL_TEXTURE_2D, texture.id);
+  glBindTexture(GL_TEXTURE_2D, texture.Id());
   glGetTexImage(GL_TEXTURE_2D, 0, GL_RGBA, GL_UNSIGNED_BYTE, bytes.data());
   glBindTexture(GL_TEXTURE_2D, 0);
   return FromBytes(bytes.data(), width, height);

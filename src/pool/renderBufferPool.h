@@ -4,7 +4,7 @@
 #include <mutex>
 
 #include "base/gl.h"
-#include "context/idleList.h"
+#include "pool/idleList.h"
 
 namespace qvg {
 
@@ -15,7 +15,7 @@ struct PooledRenderBuffer;
 /// thread, with a context of the share group current.
 class RenderBufferPool {
  public:
-  explicit RenderBufferPool(int32_t capacity) : capacity_(capacity) {}
+  RenderBufferPool() = default;
   ~RenderBufferPool();
   RenderBufferPool(const RenderBufferPool&) = delete;
   RenderBufferPool& operator=(const RenderBufferPool&) = delete;
@@ -23,13 +23,13 @@ class RenderBufferPool {
   /// Null without a current context or when the driver refuses.
   RenderBuffer* Acquire(int width, int height, GLenum internalFormat);
   void Release(RenderBuffer*& buffer);
+  void Preallocate(int width, int height, int32_t count);
   /// Deletes every idle render buffer.
   bool Clear();
 
  private:
   std::mutex mutex_;
   IdleList<PooledRenderBuffer> idle_;
-  int32_t capacity_;
 };
 
 }  // namespace qvg

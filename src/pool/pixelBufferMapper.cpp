@@ -1,8 +1,10 @@
-#include "context/pixelBufferMapper.h"
+#include "pool/pixelBufferMapper.h"
 
+#include <algorithm>
 #include <optional>
 
 #include "base/bo.h"
+#include "base/contextState.h"
 #include "base/glContext.h"
 
 namespace qvg {
@@ -13,7 +15,7 @@ namespace {
 class BorrowedContext {
  public:
   explicit BorrowedContext(QVGLContextManager& contexts) {
-    if (contexts.GetCurrentContext() == nullptr) temporary_.emplace(contexts);
+    if (CurrentContext() == nullptr) temporary_.emplace(contexts);
   }
 
   bool Usable() const { return !temporary_.has_value() || temporary_->Valid(); }
@@ -25,11 +27,11 @@ class BorrowedContext {
 }  // namespace
 
 PixelBufferMapper::~PixelBufferMapper() {
+  if (mappings_.empty()) return;
   const TemporaryContext context(contexts_);
-  std::lock_guard lock(mutex_);
-  for (const auto& [address, buffer] : buffers_) {
-    buffer->UnMap();
-    delete buffer;
+  for (const Mapping& mapping : mappings_) {
+    mapping.buffer->UnMap();
+    delete mapping.buffer;
   }
 }
 
@@ -41,20 +43,21 @@ void* PixelBufferMapper::Map(BO* buffer, uint32_t* size) {
   void* address = buffer->Map(GL_MAP_READ_BIT | GL_MAP_WRITE_BIT);
   if (address == nullptr) return nullptr;
   std::lock_guard lock(mutex_);
-  buffers_[address] = buffer;
+  mappings_.push_back({address, buffer});
   return address;
 }
 
 BO* PixelBufferMapper::UnMap(const void* address) {
   if (address == nullptr) return nullptr;
   std::lock_guard lock(mutex_);
-  const auto found = buffers_.find(address);
-  if (found == buffers_.end()) return nullptr;
+  const auto found = std::find_if(mappings_.begin(), mappings_.end(),
+                                  [address](const Mapping& mapping) { return mapping.address == address; });
+  if (found == mappings_.end()) return nullptr;
   const BorrowedContext context(contexts_);
   if (!context.Usable()) return nullptr;
-  BO* buffer = found->second;
+  BO* const buffer = found->buffer;
   buffer->UnMap();
-  buffers_.erase(found);
+  mappings_.erase(found);
   return buffer;
 }
 

@@ -1,27 +1,27 @@
-#include "context/renderBufferPool.h"
+#include "pool/renderBufferPool.h"
 
 #include <memory>
 
-#include "base/contextObjects.h"
-#include "base/gpuFence.h"
+#include "base/contextState.h"
+#include "base/handOver.h"
 #include "base/renderbuffer.h"
 
 namespace qvg {
 
 struct PooledRenderBuffer : RenderBuffer {
-  GpuFence fence;  // Behind the work that was pending when it came back.
+  HandOver handOver;
 };
 
 RenderBufferPool::~RenderBufferPool() { Clear(); }
 
 RenderBuffer* RenderBufferPool::Acquire(int width, int height, GLenum internalFormat) {
-  if (CurrentContextId() == 0 || width < 1 || height < 1) return nullptr;
+  if (CurrentContext() == nullptr || width < 1 || height < 1) return nullptr;
   PooledRenderBuffer* buffer = nullptr;
   {
     std::lock_guard lock(mutex_);
     buffer = idle_.TakeFirst([&](const PooledRenderBuffer& candidate) {
       return candidate.setting.internalFormat == internalFormat && candidate.setting.width >= width &&
-             candidate.setting.height >= height;
+             candidate.setting.height >= height && candidate.handOver.Ready();
     });
   }
   if (buffer == nullptr) {
@@ -29,7 +29,7 @@ RenderBuffer* RenderBufferPool::Acquire(int width, int height, GLenum internalFo
     if (!created->Allocate({width, height, width, height, 0, internalFormat})) return nullptr;
     buffer = created.release();
   }
-  buffer->fence.Wait();
+  buffer->handOver.Take();
   buffer->setting.contentWidth = width;
   buffer->setting.contentHeight = height;
   return buffer;
@@ -39,18 +39,23 @@ void RenderBufferPool::Release(RenderBuffer*& buffer) {
   PooledRenderBuffer* pooled = static_cast<PooledRenderBuffer*>(buffer);
   buffer = nullptr;
   if (pooled == nullptr) return;
-  pooled->fence = GpuFence::Insert();
+  pooled->handOver.Give();
   std::lock_guard lock(mutex_);
   idle_.Insert(pooled, int64_t{pooled->setting.width} * pooled->setting.height);
 }
 
+void RenderBufferPool::Preallocate(int width, int height, int32_t count) {
+  MakeIdle(
+      count, [&] { return Acquire(width, height, GL_RGBA8); }, [this](RenderBuffer*& buffer) { Release(buffer); });
+}
+
 bool RenderBufferPool::Clear() {
-  std::list<PooledRenderBuffer*> buffers;
+  std::vector<PooledRenderBuffer*> buffers;
   {
     std::lock_guard lock(mutex_);
     buffers = idle_.TakeAll();
   }
-  for (PooledRenderBuffer* buffer : buffers) delete buffer;
+  for (const PooledRenderBuffer* buffer : buffers) delete buffer;
   return true;
 }
 

@@ -1,8 +1,8 @@
 #pragma once
 
 #include <cstdint>
-#include <map>
 #include <mutex>
+#include <vector>
 
 namespace qvg {
 
@@ -25,9 +25,14 @@ class PixelBufferMapper {
   BO* UnMap(const void* address);
 
  private:
+  struct Mapping {
+    const void* address;
+    BO* buffer;
+  };
+
   QVGLContextManager& contexts_;
   std::mutex mutex_;
-  std::map<const void*, BO*> buffers_;
+  std::vector<Mapping> mappings_;
 };
 
 }  // namespace qvg

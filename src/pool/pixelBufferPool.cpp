@@ -1,9 +1,9 @@
-#include "context/pixelBufferPool.h"
+#include "pool/pixelBufferPool.h"
 
 #include <memory>
 
 #include "base/bo.h"
-#include "base/contextObjects.h"
+#include "base/contextState.h"
 
 namespace qvg {
 
@@ -17,7 +17,7 @@ BO* PixelBufferPool::Acquire(int64_t size, GLenum usage, GLenum target) {
     });
     if (idle != nullptr) return idle;
   }
-  if (CurrentContextId() == 0) return nullptr;
+  if (CurrentContext() == nullptr) return nullptr;
   auto buffer = std::make_unique<BO>();
   if (size > 0 && !buffer->Allocate(size, usage, nullptr)) return nullptr;
   buffer->SetTarget(target);
@@ -32,18 +32,19 @@ void PixelBufferPool::Release(BO*& buffer) {
   idle_.Insert(released, released->Size());
 }
 
+void PixelBufferPool::Preallocate(int64_t size, int32_t count, bool forRead) {
+  const GLenum usage = forRead ? kRGBUsage : kYUVUsage;
+  MakeIdle(
+      count, [&] { return Acquire(size, usage, GL_PIXEL_PACK_BUFFER); }, [this](BO*& buffer) { Release(buffer); });
+}
+
 bool PixelBufferPool::Clear() {
-  std::list<BO*> buffers;
+  std::vector<BO*> buffers;
   {
     std::lock_guard lock(mutex_);
     buffers = idle_.TakeAll();
   }
-  for (BO* buffer : buffers) {
-    const GLenum target = buffer->Target();
-    buffer->Bind(target);
-    delete buffer;
-    glBindBuffer(target, 0);
-  }
+  for (const BO* buffer : buffers) delete buffer;
   return true;
 }
 

@@ -1,11 +1,11 @@
-#include "context/resourceCache.h"
+#include "pool/resourceCache.h"
 
 #include <cstdio>
 #include <utility>
 
 #include "base/texture.h"
-#include "context/scratchBufferPool.h"
-#include "context/texturePool.h"
+#include "pool/scratchBufferPool.h"
+#include "pool/texturePool.h"
 
 namespace qvg {
 
@@ -59,10 +59,10 @@ bool ResourceCache::_LoadImage(Entry& entry) {
   entry.texture =
       textures_.Acquire(static_cast<uint32_t>(image->width), static_cast<uint32_t>(image->height), GL_RGBA8);
   if (entry.texture == nullptr ||
-      !entry.texture->Load(image->width, image->height, image->pixels, GL_BGRA, GL_UNSIGNED_BYTE)) {
+      !entry.texture->Load({image->width, image->height, image->pixels, GL_BGRA})) {
     return false;
   }
-  entry.texture->flipped = true;
+  entry.texture->presentation.flipped = true;
   // Other contexts may draw with it at once, and its upload is nowhere to be waited for.
   glFinish();
   return true;

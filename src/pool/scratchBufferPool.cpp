@@ -1,4 +1,4 @@
-#include "context/scratchBufferPool.h"
+#include "pool/scratchBufferPool.h"
 
 #include <algorithm>
 

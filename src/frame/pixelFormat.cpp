@@ -1,4 +1,4 @@
-#include "context/pixelFormat.h"
+#include "frame/pixelFormat.h"
 
 namespace qvg {
 

@@ -4,7 +4,7 @@
 #include <mutex>
 
 #include "base/gl.h"
-#include "context/idleList.h"
+#include "pool/idleList.h"
 
 namespace qvg {
 
@@ -13,7 +13,11 @@ class BO;
 /// Recycles pixel buffers. Any thread; making and deleting need a context of the share group current.
 class PixelBufferPool {
  public:
-  explicit PixelBufferPool(int32_t capacity) : capacity_(capacity) {}
+  /// Usages of read-backs.
+  static constexpr GLenum kRGBUsage = GL_DYNAMIC_READ;
+  static constexpr GLenum kYUVUsage = GL_DYNAMIC_DRAW;
+
+  PixelBufferPool() = default;
   ~PixelBufferPool();
   PixelBufferPool(const PixelBufferPool&) = delete;
   PixelBufferPool& operator=(const PixelBufferPool&) = delete;
@@ -22,12 +26,13 @@ class PixelBufferPool {
   BO* Acquire(int64_t size, GLenum usage, GLenum target);
   /// Takes back a buffer that is not mapped. Mapping has waited for the GPU, so no work of its is pending.
   void Release(BO*& buffer);
+  /// @param forRead for RGB read-backs; otherwise for those of YUV.
+  void Preallocate(int64_t size, int32_t count, bool forRead);
   bool Clear();
 
  private:
   std::mutex mutex_;
   IdleList<BO> idle_;
-  int32_t capacity_;
 };
 
 }  // namespace qvg

@@ -1,21 +1,26 @@
-#include "context/texturePool.h"
+#include "pool/texturePool.h"
 
+#include <algorithm>
 #include <chrono>
 #include <exception>
 #include <memory>
 
-#include "base/contextObjects.h"
+#include "base/contextState.h"
 #include "base/glContext.h"
 #include "base/glError.h"
-#include "base/gpuFence.h"
+#include "base/handOver.h"
+#include "base/limits.h"
+#include "base/texelFormat.h"
 #include "base/texture.h"
 #include "utils/log.h"
 
 namespace qvg {
 
 struct PooledTexture : Texture {
-  GpuFence fence;  // Behind the work that was pending when it came back.
+  HandOver handOver;
+  double countedMiB = 0;  // of the pool's sum
   uint64_t generation = 0;
+  uint64_t released = 0;  // when, counted in releases
 };
 
 namespace {
@@ -56,19 +61,12 @@ TexturePool::~TexturePool() {
   Clear();
 }
 
-bool TexturePool::_WithinDriverLimit(uint32_t width, uint32_t height) {
-  if (maxSize_ == 0) glGetIntegerv(GL_MAX_TEXTURE_SIZE, &maxSize_);
-  const uint32_t limit = static_cast<uint32_t>(maxSize_);
-  return width >= 1 && height >= 1 && width <= limit && height <= limit;
-}
-
 PooledTexture* TexturePool::_TakeIdle(int width, int height, GLenum internalFormat) {
-  PooledTexture* texture = idle_.TakeFirst([&](const PooledTexture& candidate) {
+  return idle_.TakeFirst([&](const PooledTexture& candidate) {
     const TextureSetting& setting = candidate.Setting();
-    return setting.internalFormat == internalFormat && setting.width >= width && setting.height >= height;
+    return setting.internalFormat == internalFormat && setting.width >= width && setting.height >= height &&
+           candidate.handOver.Ready();
   });
-  if (texture != nullptr) age_.remove(texture);
-  return texture;
 }
 
 PooledTexture* TexturePool::_Create(int width, int height, GLenum internalFormat) {
@@ -77,35 +75,38 @@ PooledTexture* TexturePool::_Create(int width, int height, GLenum internalFormat
   setting.height = height;
   setting.internalFormat = internalFormat;
   // Integer textures with linear filters count as incomplete and sample zero.
-  if (IsIntegerFormat(internalFormat)) setting.minFilter = setting.magFilter = GL_NEAREST;
+  if (TexelFormatOf(internalFormat).integer) setting.minFilter = setting.magFilter = GL_NEAREST;
   auto texture = std::make_unique<PooledTexture>();
   if (!texture->Allocate(setting)) return nullptr;
   return texture.release();
 }
 
 Texture* TexturePool::Acquire(uint32_t width, uint32_t height, GLenum internalFormat) {
-  if (CurrentContextId() == 0) return nullptr;
+  if (CurrentContext() == nullptr) return nullptr;
+  const uint32_t limit = static_cast<uint32_t>(Limits::OfDriver().MaxTextureSize());
+  if (width < 1 || height < 1 || width > limit || height > limit) return nullptr;
+  const int evenWidth = static_cast<int>(width + width % 2);
+  const int evenHeight = static_cast<int>(height + height % 2);
   PooledTexture* texture = nullptr;
   {
     std::lock_guard lock(listMutex_);
-    if (!_WithinDriverLimit(width, height)) return nullptr;
-    texture = _TakeIdle(static_cast<int>(width + width % 2), static_cast<int>(height + height % 2), internalFormat);
+    texture = _TakeIdle(evenWidth, evenHeight, internalFormat);
   }
   if (texture == nullptr) {
-    texture = _Create(static_cast<int>(width + width % 2), static_cast<int>(height + height % 2), internalFormat);
+    texture = _Create(evenWidth, evenHeight, internalFormat);
     if (texture == nullptr) return nullptr;
     std::lock_guard lock(listMutex_);
     texture->generation = generation_;
-    totalMiB_ += static_cast<double>(texture->byteSize) / kBytesPerMiB;
+    texture->countedMiB = static_cast<double>(texture->ByteSize()) / kBytesPerMiB;
+    totalMiB_ += texture->countedMiB;
   }
-  texture->fence.Wait();
+  texture->handOver.Take();
   texture->CentreContent(static_cast<int>(width), static_cast<int>(height));
-  texture->rotation = 0;
-  texture->flipped = false;
+  texture->presentation = {};
   texture->RemapRGBA(kSwizzleRGBA);
   Texture* result = texture;
   try {
-    _StartTrimmer();
+    if (!trimmerStarted_) _StartTrimmer();
   } catch (...) {
     Release(result);
     throw;
@@ -117,28 +118,38 @@ void TexturePool::Release(Texture*& texture) {
   PooledTexture* pooled = static_cast<PooledTexture*>(texture);
   texture = nullptr;
   if (pooled == nullptr) return;
-  pooled->fence = GpuFence::Insert();
+  pooled->handOver.Give();
   std::lock_guard lock(listMutex_);
+  pooled->released = ++releases_;
   idle_.Insert(pooled, int64_t{pooled->Setting().width} * pooled->Setting().height);
-  age_.push_back(pooled);
 }
 
 bool TexturePool::Clear() {
-  std::list<PooledTexture*> textures;
+  std::vector<PooledTexture*> textures;
   {
     std::lock_guard lock(listMutex_);
     textures = idle_.TakeAll();
-    age_.clear();
     totalMiB_ = 0;
     ++generation_;
   }
-  for (PooledTexture* texture : textures) delete texture;
+  for (const PooledTexture* texture : textures) delete texture;
   return true;
+}
+
+void TexturePool::Preallocate(uint32_t width, uint32_t height, int32_t count) {
+  MakeIdle(
+      count, [&] { return Acquire(width, height, GL_RGBA8); }, [this](Texture*& texture) { Release(texture); });
 }
 
 void TexturePool::SetCapacity(int32_t capacity) {
   std::lock_guard lock(listMutex_);
   capacity_ = capacity;
+}
+
+void TexturePool::SetHostBudget(int32_t mebibytes) {
+  constexpr int32_t kReserve = 60;
+  constexpr int32_t kLeast = 100;
+  if (mebibytes >= 1) SetCapacity(std::max(mebibytes - kReserve, kLeast));
 }
 
 void TexturePool::_StartTrimmer() {
@@ -154,6 +165,7 @@ void TexturePool::_StartTrimmer() {
       LogLocated(kLogError, error.what());
     }
   });
+  trimmerStarted_ = true;
 }
 
 void TexturePool::_Trim() {
@@ -177,10 +189,9 @@ void TexturePool::_Trim() {
 void TexturePool::_EvictOldest() {
   std::unique_ptr<PooledTexture> oldest;
   std::lock_guard lock(listMutex_);
-  if (capacity_ < 1 || totalMiB_ <= capacity_ || age_.empty()) return;
-  oldest.reset(idle_.Take(age_.front()));
-  age_.pop_front();
-  if (oldest->generation == generation_) totalMiB_ -= static_cast<double>(oldest->byteSize) / kBytesPerMiB;
+  if (capacity_ < 1 || totalMiB_ <= capacity_) return;
+  oldest.reset(idle_.TakeLeast([](const PooledTexture& texture) { return texture.released; }));
+  if (oldest != nullptr && oldest->generation == generation_) totalMiB_ -= oldest->countedMiB;
 }
 
 }  // namespace qvg

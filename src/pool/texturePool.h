@@ -1,13 +1,13 @@
 #pragma once
 
+#include <atomic>
 #include <condition_variable>
 #include <cstdint>
-#include <list>
 #include <mutex>
 #include <thread>
 
 #include "base/gl.h"
-#include "context/idleList.h"
+#include "pool/idleList.h"
 
 namespace qvg {
 
@@ -32,27 +32,31 @@ class TexturePool {
   void Release(Texture*& texture);
   /// Destroys every idle texture. Textures that are out are not counted from then on.
   bool Clear();
+  void Preallocate(uint32_t width, uint32_t height, int32_t count);
+  /// @param capacity budget in MiB; below 1: none.
   void SetCapacity(int32_t capacity);
+  /// The host's wish for a budget: some of it is kept in reserve, and there is a least one. Below 1 changes nothing.
+  void SetHostBudget(int32_t mebibytes);
 
  private:
   PooledTexture* _TakeIdle(int width, int height, GLenum internalFormat);
   PooledTexture* _Create(int width, int height, GLenum internalFormat);
+  /// Starts the trimmer with the first texture.
   void _StartTrimmer();
   void _Trim();
   void _EvictOldest();
-  bool _WithinDriverLimit(uint32_t width, uint32_t height);
 
   QVGLContextManager& contexts_;
   std::mutex listMutex_;
   IdleList<PooledTexture> idle_;
-  std::list<PooledTexture*> age_;  // The idle ones in the order in which they came back.
+  uint64_t releases_ = 0;
   int32_t capacity_;
   double totalMiB_ = 0;      // Of all counted textures, idle and handed out.
   uint64_t generation_ = 0;  // Textures of an earlier one are not counted.
-  int maxSize_ = 0;          // The driver's limit; 0: not asked yet.
 
   std::mutex threadMutex_;
   std::condition_variable wakeUp_;
+  std::atomic<bool> trimmerStarted_ = false;
   std::thread trimmer_;
   void* pinned_ = nullptr;  // Keeps the library loaded while the thread runs.
   bool stop_ = false;

@@ -1,0 +1,229 @@
+#include "base/contextState.h"
+
+#include <algorithm>
+#include <map>
+#include <mutex>
+#include <utility>
+#include <vector>
+
+#include "base/gl.h"
+#include "base/glContextPlatform.h"
+#include "base/gpuFence.h"
+#include "base/programCache.h"
+#include "base/quad.h"
+#include "utils/neverDestroyed.h"
+
+namespace qvg {
+
+namespace {
+
+struct ObjectName {
+  ContextObject kind;
+  uint32_t name;
+};
+
+struct Entry {
+  std::unique_ptr<ContextState> state;
+  GpuFence departure;
+  std::vector<ObjectName> waiting;
+  std::vector<uint64_t> deadStorages;
+};
+
+struct Registry {
+  std::mutex mutex;
+  std::map<const void*, Entry> contexts;
+  std::vector<SharedObject> waiting;
+  std::atomic<bool> anyWaiting = false;
+  ContextId lastId = 0;
+  // Changes with the map, so that a thread can tell whether what it remembers still holds.
+  std::atomic<uint64_t> generation = 1;
+
+  Entry* Find(ContextId id) {
+    const auto found =
+        std::find_if(contexts.begin(), contexts.end(), [id](const auto& item) { return item.second.state->id == id; });
+    return found == contexts.end() ? nullptr : &found->second;
+  }
+};
+
+// Empty after the last context, it owns no memory that unloading the library could lose.
+Registry& Contexts() {
+  static NeverDestroyed<Registry> registry;
+  return registry.Get();
+}
+
+/// The last answer of CurrentContext on this thread.
+struct Known {
+  const void* native;
+  uint64_t generation;
+  ContextState* state;
+};
+constinit thread_local Known known = {nullptr, 0, nullptr};
+
+void DeleteName(const ObjectName& object) {
+  if (object.kind == ContextObject::kFrameBuffer) {
+    glDeleteFramebuffers(1, &object.name);
+  } else {
+    glDeleteVertexArrays(1, &object.name);
+  }
+}
+
+void DeleteName(const SharedObject& object) {
+  switch (object.kind) {
+    case SharedObject::kTexture:
+      return glDeleteTextures(1, &object.name);
+    case SharedObject::kBuffer:
+      return glDeleteBuffers(1, &object.name);
+    case SharedObject::kRenderBuffer:
+      return glDeleteRenderbuffers(1, &object.name);
+    case SharedObject::kProgram:
+      return glDeleteProgram(object.name);
+    case SharedObject::kSampler:
+      return glDeleteSamplers(1, &object.name);
+    case SharedObject::kSync:
+      return glDeleteSync(static_cast<GLsync>(object.sync));
+  }
+}
+
+}  // namespace
+
+ContextState::ContextState(ContextId number) : id(number) {}
+
+ContextState::~ContextState() {
+  if (nearestSampler_ != 0) DeleteSharedObject({SharedObject::kSampler, nearestSampler_});
+}
+
+uint32_t ContextState::NearestSampler() {
+  if (nearestSampler_ == 0) {
+    glGenSamplers(1, &nearestSampler_);
+    for (const GLenum filter : {GL_TEXTURE_MIN_FILTER, GL_TEXTURE_MAG_FILTER}) {
+      glSamplerParameteri(nearestSampler_, filter, GL_NEAREST);
+    }
+    for (const GLenum wrap : {GL_TEXTURE_WRAP_S, GL_TEXTURE_WRAP_T, GL_TEXTURE_WRAP_R}) {
+      glSamplerParameteri(nearestSampler_, wrap, GL_CLAMP_TO_EDGE);
+    }
+  }
+  return nearestSampler_;
+}
+
+ContextState* CurrentContext() {
+  const void* const native = CurrentNativeContext();
+  if (native == nullptr) return nullptr;
+  Registry& registry = Contexts();
+  if (known.native == native && known.generation == registry.generation.load(std::memory_order_acquire)) {
+    return known.state;
+  }
+  std::lock_guard lock(registry.mutex);
+  const auto found = registry.contexts.find(native);
+  known = {native, registry.generation.load(std::memory_order_relaxed),
+           found == registry.contexts.end() ? nullptr : found->second.state.get()};
+  return known.state;
+}
+
+ContextId CurrentContextId() {
+  const ContextState* const current = CurrentContext();
+  return current != nullptr ? current->id : 0;
+}
+
+void DeleteContextObject(ContextObject kind, uint32_t name, ContextId owner) {
+  if (name == 0 || owner == 0) return;
+  if (owner == CurrentContextId()) return DeleteName(ObjectName{kind, name});
+  Registry& registry = Contexts();
+  std::lock_guard lock(registry.mutex);
+  if (Entry* const entry = registry.Find(owner); entry != nullptr) {
+    entry->waiting.push_back({kind, name});
+    entry->state->attention = true;
+  }
+}
+
+void DeleteSharedObject(const SharedObject& object) {
+  if (CurrentContext() != nullptr) return DeleteName(object);
+  Registry& registry = Contexts();
+  std::lock_guard lock(registry.mutex);
+  if (registry.contexts.empty()) return;
+  registry.waiting.push_back(object);
+  registry.anyWaiting = true;
+}
+
+void ForgetStorage(uint64_t storage) {
+  ContextState* const current = CurrentContext();
+  if (current != nullptr) current->targets.Forget(storage);
+  Registry& registry = Contexts();
+  std::lock_guard lock(registry.mutex);
+  for (auto& [native, entry] : registry.contexts) {
+    if (entry.state.get() == current) continue;
+    entry.deadStorages.push_back(storage);
+    entry.state->attention = true;
+  }
+}
+
+void FlushContextObjects() {
+  ContextState* const current = CurrentContext();
+  if (current == nullptr) return;
+  Registry& registry = Contexts();
+  if (!current->attention && !registry.anyWaiting) return;
+  std::vector<ObjectName> names;
+  std::vector<uint64_t> storages;
+  std::vector<SharedObject> shared;
+  {
+    std::lock_guard lock(registry.mutex);
+    if (Entry* const entry = registry.Find(current->id); entry != nullptr) {
+      names.swap(entry->waiting);
+      storages.swap(entry->deadStorages);
+    }
+    current->attention = false;
+    shared.swap(registry.waiting);
+    registry.anyWaiting = false;
+  }
+  for (const ObjectName& name : names) DeleteName(name);
+  for (const uint64_t storage : storages) current->targets.Forget(storage);
+  for (const SharedObject& object : shared) DeleteName(object);
+}
+
+void DepartContext() {
+  ContextState* const current = CurrentContext();
+  if (current == nullptr || !current->worked) return;
+  if (current->programs != nullptr) current->programs->GiveBack();
+  GpuFence fence = GpuFence::Insert();
+  current->worked = false;
+  {
+    Registry& registry = Contexts();
+    std::lock_guard lock(registry.mutex);
+    if (Entry* const entry = registry.Find(current->id); entry != nullptr) std::swap(entry->departure, fence);
+    ++current->departures;
+  }
+}
+
+bool WasLeft(ContextId id, uint64_t departures) {
+  Registry& registry = Contexts();
+  std::lock_guard lock(registry.mutex);
+  const Entry* const entry = registry.Find(id);
+  return entry == nullptr || entry->state->departures > departures;
+}
+
+void WaitForDeparture(ContextId id) {
+  Registry& registry = Contexts();
+  std::lock_guard lock(registry.mutex);
+  if (const Entry* const entry = registry.Find(id); entry != nullptr) entry->departure.Wait();
+}
+
+void RegisterContext(const void* nativeContext) {
+  Registry& registry = Contexts();
+  std::lock_guard lock(registry.mutex);
+  registry.contexts[nativeContext].state = std::make_unique<ContextState>(++registry.lastId);
+  ++registry.generation;
+}
+
+void ForgetContext(const void* nativeContext) {
+  Registry& registry = Contexts();
+  Entry gone;  // ends outside the lock: what it owns is deleted or waits in the registry
+  std::lock_guard lock(registry.mutex);
+  const auto found = registry.contexts.find(nativeContext);
+  if (found == registry.contexts.end()) return;
+  gone = std::move(found->second);
+  registry.contexts.erase(found);
+  ++registry.generation;
+  // The last one takes all shared objects with it.
+  if (registry.contexts.empty()) std::exchange(registry.waiting, {});
+}
+
+}  // namespace qvg

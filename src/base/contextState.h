@@ -1,0 +1,83 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+
+#include "base/targetCache.h"
+
+namespace qvg {
+
+class ProgramTable;
+class Quad;
+
+/// Identifies one GL context of the library for as long as the process lives; never used again after the context is
+/// gone. 0: none.
+using ContextId = uint64_t;
+
+/// What the library keeps for one of its GL contexts, so that a draw finds everything made. But for `attention` it is
+/// used only on the thread on which the context is current.
+struct ContextState {
+  explicit ContextState(ContextId number);
+  ~ContextState();
+  ContextState(const ContextState&) = delete;
+  ContextState& operator=(const ContextState&) = delete;
+
+  /// A sampler that takes the nearest texel, clamped to the edge; 0 when the driver refuses.
+  uint32_t NearestSampler();
+
+  const ContextId id;
+  TargetCache targets;
+  std::unique_ptr<Quad> quad;              ///< Made by the first pass.
+  std::unique_ptr<ProgramTable> programs;  ///< Those that the context holds.
+  uint64_t departures = 0;                 ///< How often it was made not current.
+  bool worked = false;                     ///< Since the last departure something was submitted that others may wait for.
+  std::atomic<bool> attention = false;     ///< FlushContextObjects has something to do.
+
+ private:
+  uint32_t nearestSampler_ = 0;
+};
+
+/// The context of the library that is current on the calling thread; null when none is, or one that is not the
+/// library's. Takes no lock as long as the thread keeps its context.
+ContextState* CurrentContext();
+ContextId CurrentContextId();
+
+/// Kinds of GL names that belong to one context and are not shared with others.
+enum class ContextObject { kFrameBuffer, kVertexArray };
+
+/// Deletes a name that was made on the owner: at once when the owner is current on the calling thread, otherwise when
+/// the owner next works (FlushContextObjects). Deleting it on another context would hit a foreign object of the same
+/// number. A name whose context is gone is gone with it.
+void DeleteContextObject(ContextObject kind, uint32_t name, ContextId owner);
+
+/// A name that all contexts of the library share.
+struct SharedObject {
+  enum Kind { kTexture, kBuffer, kRenderBuffer, kProgram, kSampler, kSync };
+  Kind kind;
+  uint32_t name;
+  void* sync = nullptr;
+};
+
+/// Deletes a shared name: at once with a context of the library current, otherwise when the next one works.
+void DeleteSharedObject(const SharedObject& object);
+
+/// Drops the frame buffers that every context keeps for a texture's storage, which is about to be deleted.
+void ForgetStorage(uint64_t storage);
+
+/// Deletes what waited for the context that is current on the calling thread.
+void FlushContextObjects();
+
+/// The calling thread's context, if it is one of the library's, is about to be made not current: what it holds and has
+/// submitted becomes available to others.
+void DepartContext();
+/// Whether the context was made not current since it had been so that many times, or is gone.
+bool WasLeft(ContextId id, uint64_t departures);
+/// Lets the GPU finish what the context had submitted when it was last left.
+void WaitForDeparture(ContextId id);
+
+/// To be called with the platform's handle of a context right after it was made, and right before it is destroyed.
+void RegisterContext(const void* nativeContext);
+void ForgetContext(const void* nativeContext);
+
+}  // namespace qvg

@@ -1,0 +1,42 @@
+#include "base/handOver.h"
+
+namespace qvg {
+
+bool HandOver::Ready() const {
+  return user_ == 0 || !fence_.Empty() || user_ == CurrentContextId() || WasLeft(user_, departures_);
+}
+
+void HandOver::Take() {
+  ContextState* const current = CurrentContext();
+  if (current == nullptr) return;
+  if (user_ != current->id) {
+    if (!fence_.Empty()) {
+      fence_.Wait();
+    } else if (user_ != 0) {
+      WaitForDeparture(user_);
+    }
+  }
+  fence_ = {};
+  user_ = current->id;
+  departures_ = current->departures;
+  current->worked = true;
+}
+
+void HandOver::Give() {
+  const ContextState* const current = CurrentContext();
+  // Without a context there is nothing to fence: what is pending is the taker's.
+  if (current == nullptr) return;
+  if (current->id != user_) return GiveToAny();
+  departures_ = current->departures;
+}
+
+void HandOver::GiveToAny() {
+  ContextState* const current = CurrentContext();
+  if (current == nullptr) return;
+  fence_ = GpuFence::Insert();
+  user_ = current->id;
+  departures_ = current->departures;
+  current->worked = true;
+}
+
+}  // namespace qvg

@@ -1,0 +1,68 @@
+#include "base/limits.h"
+
+#include <atomic>
+#include <cstdint>
+
+#include "base/texelFormat.h"
+#include "utils/neverDestroyed.h"
+
+namespace qvg {
+
+namespace {
+
+enum class Answer : uint8_t { kUnknown, kNo, kYes };
+
+std::atomic<GLint> maxTextureSize = 0;
+std::atomic<Answer> renderable[kTexelFormatCount] = {};
+
+// Whether a frame buffer with a small texture of the format is complete.
+bool TryToRender(GLenum internalFormat) {
+  constexpr GLsizei kSize = 2;
+  GLuint texture = 0;
+  GLuint frameBuffer = 0;
+  glGenTextures(1, &texture);
+  glActiveTexture(GL_TEXTURE0);
+  glBindTexture(GL_TEXTURE_2D, texture);
+  glTexStorage2D(GL_TEXTURE_2D, 1, internalFormat, kSize, kSize);
+  glBindTexture(GL_TEXTURE_2D, 0);
+  glGenFramebuffers(1, &frameBuffer);
+  glBindFramebuffer(GL_FRAMEBUFFER, frameBuffer);
+  glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, texture, 0);
+  const bool complete = glCheckFramebufferStatus(GL_FRAMEBUFFER) == GL_FRAMEBUFFER_COMPLETE;
+  glBindFramebuffer(GL_FRAMEBUFFER, 0);
+  glDeleteFramebuffers(1, &frameBuffer);
+  glDeleteTextures(1, &texture);
+  return complete;
+}
+
+}  // namespace
+
+Limits& Limits::OfDriver() {
+  static NeverDestroyed<Limits> limits;
+  return limits.Get();
+}
+
+int Limits::MaxTextureSize() {
+  if (maxTextureSize == 0) {
+    GLint size = 0;
+    glGetIntegerv(GL_MAX_TEXTURE_SIZE, &size);
+    maxTextureSize = size;
+  }
+  return maxTextureSize;
+}
+
+bool Limits::IsRenderable(GLenum internalFormat) {
+  const int index = TexelFormatIndex(internalFormat);
+  if (index < 0) return false;
+  std::atomic<Answer>& answer = renderable[index];
+  // Two threads may both try, and find the same.
+  if (answer == Answer::kUnknown) answer = TryToRender(internalFormat) ? Answer::kYes : Answer::kNo;
+  return answer == Answer::kYes;
+}
+
+void Limits::Forget() {
+  maxTextureSize = 0;
+  for (std::atomic<Answer>& answer : renderable) answer = Answer::kUnknown;
+}
+
+}  // namespace qvg

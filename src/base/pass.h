@@ -1,0 +1,86 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <glm/glm.hpp>
+#include <source_location>
+
+#include "base/content.h"
+#include "base/gl.h"
+#include "base/program.h"
+
+namespace qvg {
+
+class ProgramCache;
+class Quad;
+class Texture;
+struct ContextState;
+
+/// Where a pass draws: a frame buffer of the current context, and where the picture lies in it.
+struct RenderTarget {
+  GLuint frameBuffer = 0;
+  ContentRect content;               ///< Becomes the viewport.
+  const Texture* texture = nullptr;  ///< The first colour attachment, when it is a texture.
+
+  /// The texture's content, through a frame buffer that the current context keeps. Its name is 0 when the texture can't
+  /// be drawn to.
+  static RenderTarget On(const Texture& texture);
+};
+
+/// Sets the state of the current context that drawing and clearing depend on, whatever the host has left: no blending,
+/// tests, culling or logic operation, all channels written, filled polygons.
+void SetDrawState();
+
+/// How a pass reads a texture.
+enum class Sampling { kAsSet, kNearest };
+
+/// One draw of a quad: begins with its construction, and ends with its destruction, which leaves nothing bound.
+class Pass {
+ public:
+  /// Uniforms that every kind of program has first.
+  enum CommonUniform { kMvpMat, kTexcoordMat, kFirstOwnUniform };
+
+  /// With the variant's program, which the current context holds.
+  Pass(ProgramCache& programs, const ProgramKind& kind, uint32_t variant, const RenderTarget& target);
+  /// With a program of the caller's, and its geometry.
+  Pass(Program& program, Quad& quad, const RenderTarget& target);
+  ~Pass();
+  Pass(const Pass&) = delete;
+  Pass& operator=(const Pass&) = delete;
+
+  /// Whether there is something to draw with.
+  bool Ready() const { return ready_; }
+
+  template <class Value>
+  void Set(int uniform, const Value& value) {
+    program_->Set(uniform, value);
+  }
+  /// @param sampler index in the kind's list.
+  void SetTexture(int sampler, const Texture& texture, Sampling sampling = Sampling::kAsSet);
+  /// Draws the quad with the uniforms set so far.
+  void Draw();
+  /// Draws the quad with these matrices: from -1..1 to clip space, and from 0..1 to storage coordinates of a texture.
+  void Draw(const glm::mat4& mvp, const glm::mat3& texcoords);
+  /// Ends the pass, and the operation that it is. False after a GL error, which is logged for the caller's place.
+  bool End(std::source_location where = std::source_location::current());
+
+ private:
+  struct BoundTexture {
+    int unit;
+    GLenum target;
+    bool sampler;
+  };
+
+  void _Begin(const RenderTarget& target);
+  void _Unbind();
+
+  ContextState* context_;
+  Program* program_ = nullptr;
+  Quad* quad_ = nullptr;
+  std::array<BoundTexture, 4> textures_ = {};
+  size_t textureCount_ = 0;
+  bool ready_ = false;
+  bool begun_ = false;
+};
+
+}  // namespace qvg

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "frame/frameServices.h"
+#include "qvGLRenderer/qvGLRenderer.h"
+
+namespace qvg {
+
+class Texture;
+
+// Each fills the descriptor with mapped memory, which ReleasePixelBuffer gives back. On failure the planes are null.
+
+bool TextureToYUV420PixelBuffer(const FrameServices& services, Texture* source, bool fullRange, bool mirror,
+                                QVGPixelBuffer* out);
+bool TextureToNV12PixelBuffer(const FrameServices& services, Texture* source, QVGPixelBuffer* out, bool mirror);
+bool TextureToRGBAPixelBuffer(const FrameServices& services, Texture* source, QVGPixelBuffer* out, bool flip);
+bool TextureToBGRAPixelBuffer(const FrameServices& services, Texture* source, QVGPixelBuffer* out, bool flip);
+
+/// Gives the memory of a read-back back and nulls the pointer.
+void ReleasePixelBuffer(const FrameServices& services, QVGPixelBuffer** buffer);
+
+}  // namespace qvg
