@@ -24,6 +24,11 @@ PlaneSize SizeOf(const Layout& layout, int plane) {
   return size;
 }
 
+// The texel in which (i + 0.5) / size * (texels - 1) lies; on the border of two it is the lower one.
+int Nearest(int i, int size, int texels) {
+  return static_cast<int>((int64_t{2 * i + 1} * (texels - 1) - 1) / (2 * size));
+}
+
 }  // namespace
 
 Frame MakeFrame(const Layout& layout, const SampleAt& sample) {
@@ -145,7 +150,7 @@ Frame MakeFrame(int code, const Image& picture) {
   return MakeFrame(Layouts(code, picture.width, picture.height).front(), picture);
 }
 
-Image ExpectedUpload(const Frame& frame, int width, int height, std::array<double, 4> nudges) {
+Image ExpectedUpload(const Frame& frame, int width, int height) {
   const Format& format = FormatOf(frame.layout.code);
   if (!format.yuv()) {
     return MakeImage(width, height, [&](int x, int y) {
@@ -158,9 +163,9 @@ Image ExpectedUpload(const Frame& frame, int width, int height, std::array<doubl
   return MakeImage(width, height, [&](int x, int y) -> Color {
     const auto sample = [&](int p) {
       const Image& plane = frame.planes[p];
-      const double px = (x + 0.5) / width * (plane.width - 1) + nudges[p == 0 ? 0 : 2];
-      const double py = (y + 0.5) / height * (plane.height - 1) + nudges[p == 0 ? 1 : 3];
-      return format.bytesPerChannel == 2 ? SampleNearest(plane, px, py) : SampleLinear(plane, px, py);
+      if (format.bytesPerChannel == 2)
+        return plane.at(Nearest(x, width, plane.width), Nearest(y, height, plane.height));
+      return SampleLinear(plane, (x + 0.5) / width * (plane.width - 1), (y + 0.5) / height * (plane.height - 1));
     };
     const double luma = sample(0)[0];
     const Color chroma = sample(1);
@@ -168,17 +173,6 @@ Image ExpectedUpload(const Frame& frame, int width, int height, std::array<doubl
     const double v = (format.planes == 3 ? sample(2)[0] : chroma[1]) - 0.5;
     return {luma + 1.402 * v, luma - 0.34414 * u - 0.71414 * v, luma + 1.772 * u, 1};
   });
-}
-
-std::vector<Image> ExpectedUploads(const Frame& frame, int width, int height) {
-  if (FormatOf(frame.layout.code).bytesPerChannel == 1) return {ExpectedUpload(frame, width, height)};
-  std::vector<Image> images;
-  for (int signs = 0; signs < 16; ++signs) {
-    std::array<double, 4> nudges;
-    for (int i = 0; i < 4; ++i) nudges[i] = signs >> i & 1 ? 1e-3 : -1e-3;
-    images.push_back(ExpectedUpload(frame, width, height, nudges));
-  }
-  return images;
 }
 
 Image Matted(const Image& image, const QVGColor& matte) {

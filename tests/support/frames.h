@@ -56,11 +56,8 @@ Frame MakeFrame(int code, int width, int height, int seed);
 Frame MakeFrame(const Layout& layout, const Image& picture);
 Frame MakeFrame(int code, const Image& picture);
 
-/// What a texture with a content of width x height holds after the upload, row 0 first. The nudges, in texels, move
-/// the places where planes are sampled: luma x and y, chroma x and y.
-Image ExpectedUpload(const Frame& frame, int width, int height, std::array<double, 4> nudges = {});
-/// The same, with both outcomes where a nearest sample falls on the border of two texels.
-std::vector<Image> ExpectedUploads(const Frame& frame, int width, int height);
+/// What a texture with a content of width x height holds after the upload, row 0 first.
+Image ExpectedUpload(const Frame& frame, int width, int height);
 /// The picture after keying.
 Image Matted(const Image& image, const QVGColor& matte);
 

@@ -75,11 +75,6 @@ Color SampleLinear(const Image& image, double x, double y) {
   return result;
 }
 
-Color SampleNearest(const Image& image, double x, double y) {
-  return image.at(static_cast<int>(std::clamp(std::floor(x), 0.0, image.width - 1.0)),
-                  static_cast<int>(std::clamp(std::floor(y), 0.0, image.height - 1.0)));
-}
-
 std::string SizeFault(const Image& expected, const Image& actual) {
   if (actual.width == expected.width && actual.height == expected.height) return "";
   std::ostringstream text;

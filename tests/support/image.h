@@ -50,7 +50,6 @@ Image FromBytes(const uint8_t* bytes, int width, int height);
 
 /// The value at a place measured in texels (0 is the left edge of the first), never reaching outside the image.
 Color SampleLinear(const Image& image, double x, double y);
-Color SampleNearest(const Image& image, double x, double y);
 
 /// The largest error seen, in steps of 1/255 and measured from the exact value: rounding alone makes 0.5.
 struct Errors {

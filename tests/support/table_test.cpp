@@ -17,11 +17,6 @@ class Library : public ::testing::Environment {
 };
 [[maybe_unused]] ::testing::Environment* const library = ::testing::AddGlobalTestEnvironment(new Library);
 
-template <typename Function>
-void Load(Function& function, const char* name) {
-  function = reinterpret_cast<Function>(GLFunction(name));
-}
-
 }  // namespace
 
 const QVGGLRendererInterface& Table() {
@@ -31,6 +26,10 @@ const QVGGLRendererInterface& Table() {
 
 CurrentContext::CurrentContext() : handle(Table().GetSharedContext()) {
   if (handle != nullptr && !Table().MakeCurrentContext(handle, nullptr)) Table().ReleaseSharedContext(&handle);
+  if (handle == nullptr) return;
+  static const int loaded =
+      gladLoadGL([](const char* name) { return reinterpret_cast<GLADapiproc>(GLFunction(name)); });
+  EXPECT_NE(loaded, 0);
 }
 
 CurrentContext::~CurrentContext() {
@@ -45,38 +44,19 @@ void ReadBack::Release() {
   buffer = {};
 }
 
-const GL& Gl() {
-  static const GL functions = [] {
-    GL gl;
-    Load(gl.GetError, "glGetError");
-    Load(gl.GetIntegerv, "glGetIntegerv");
-    Load(gl.BindTexture, "glBindTexture");
-    Load(gl.GetTexImage, "glGetTexImage");
-    Load(gl.BindFramebuffer, "glBindFramebuffer");
-    Load(gl.ReadPixels, "glReadPixels");
-    Load(gl.IsTexture, "glIsTexture");
-    return gl;
-  }();
-  return functions;
-}
-
 std::vector<unsigned> LiveNames(Names kind) {
   struct Calls {
-    unsigned char (*isName)(unsigned);
-    void (*generate)(int, unsigned*);
-    void (*remove)(int, const unsigned*);
+    PFNGLISTEXTUREPROC isName;
+    PFNGLGENTEXTURESPROC generate;
+    PFNGLDELETETEXTURESPROC remove;
   };
-  static const std::vector<Calls> kinds = [] {
-    std::vector<Calls> all;
-    for (const std::string name : {"Texture", "Buffer", "Renderbuffer", "Framebuffer", "VertexArray"}) {
-      Calls& calls = all.emplace_back();
-      Load(calls.isName, ("glIs" + name).c_str());
-      Load(calls.generate, ("glGen" + name + 's').c_str());
-      Load(calls.remove, ("glDelete" + name + 's').c_str());
-    }
-    for (const char* name : {"glIsProgram", "glIsShader"}) Load(all.emplace_back().isName, name);
-    return all;
-  }();
+  const Calls kinds[] = {{glIsTexture, glGenTextures, glDeleteTextures},
+                         {glIsBuffer, glGenBuffers, glDeleteBuffers},
+                         {glIsRenderbuffer, glGenRenderbuffers, glDeleteRenderbuffers},
+                         {glIsFramebuffer, glGenFramebuffers, glDeleteFramebuffers},
+                         {glIsVertexArray, glGenVertexArrays, glDeleteVertexArrays},
+                         {glIsProgram, nullptr, nullptr},
+                         {glIsShader, nullptr, nullptr}};
   const Calls& calls = kinds[kind];
   // Drivers count names up before they use one again.
   unsigned last = 0;
@@ -177,9 +157,9 @@ Image Storage(QVGTexture* texture) {
   const int width = static_cast<int>(Table().GetTextureAllocatedWidth(texture));
   const int height = static_cast<int>(Table().GetTextureAllocatedHeight(texture));
   std::vector<uint8_t> bytes(size_t{4} * width * height);
-  Gl().BindTexture(kGLTexture2D, Table().GetTextureId(texture));
-  Gl().GetTexImage(kGLTexture2D, 0, kGLRGBA, kGLUnsignedByte, bytes.data());
-  Gl().BindTexture(kGLTexture2D, 0);
+  glBindTexture(GL_TEXTURE_2D, Table().GetTextureId(texture));
+  glGetTexImage(GL_TEXTURE_2D, 0, GL_RGBA, GL_UNSIGNED_BYTE, bytes.data());
+  glBindTexture(GL_TEXTURE_2D, 0);
   return FromBytes(bytes.data(), width, height);
 }
 
@@ -195,7 +175,7 @@ void TableTest::SetUp() {
 
 void TableTest::TearDown() {
   if (context_ != nullptr && context_->handle != nullptr) {
-    EXPECT_EQ(Gl().GetError(), 0u) << "a GL error was left behind";
+    EXPECT_EQ(glGetError(), 0u) << "a GL error was left behind";
   }
   context_.reset();
   if (!capturing_) return;

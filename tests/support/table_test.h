@@ -1,6 +1,7 @@
 // The running library as the tests see it: handles that give themselves back, and a fixture with a current context.
 #pragma once
 
+#include <glad/gl.h>
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -26,7 +27,8 @@ using TexturePtr = std::unique_ptr<QVGTexture, GiveBack>;
 using FrameBufferPtr = std::unique_ptr<QVGFrameBuffer, GiveBack>;
 using EffectPtr = std::unique_ptr<QVGEffect, GiveBack>;
 
-/// A context of the library, current on the calling thread for this object's life.
+/// A context of the library, current on the calling thread for this object's life. From the first one on the tests may
+/// call GL as a host might beside the library.
 class CurrentContext {
  public:
   CurrentContext();
@@ -47,19 +49,6 @@ class ReadBack {
   QVGPixelBuffer* operator->() { return &buffer; }
   QVGPixelBuffer buffer = {};
 };
-
-/// The GL calls that a host might make beside the library.
-struct GL {
-  unsigned (*GetError)();
-  void (*GetIntegerv)(unsigned, int*);
-  void (*BindTexture)(unsigned, unsigned);
-  void (*GetTexImage)(unsigned, int, unsigned, unsigned, void*);
-  void (*BindFramebuffer)(unsigned, unsigned);
-  void (*ReadPixels)(int, int, int, int, unsigned, unsigned, void*);
-  unsigned char (*IsTexture)(unsigned);
-};
-const GL& Gl();
-constexpr unsigned kGLFramebuffer = 0x8D40, kGLTexture2D = 0x0DE1, kGLRGBA = 0x1908, kGLUnsignedByte = 0x1401;
 
 /// Kinds of GL objects. Contexts share all but frame buffers, which some drivers share, and vertex arrays.
 enum Names { kTextures, kBuffers, kRenderBuffers, kFrameBuffers, kVertexArrays, kPrograms, kShaders };

@@ -343,9 +343,9 @@ TEST_F(DrawTest, OwnColourBufferBlendsWithItsContent) {
       for (size_t i = 0; i < skip.size(); ++i) skip[i] = skip[i] || drawn.onEdge[i];
     }
     std::vector<uint8_t> bytes(63 * 46 * 4);
-    Gl().BindFramebuffer(kGLFramebuffer, name);
-    Gl().ReadPixels(left, bottom, 63, 46, kGLRGBA, kGLUnsignedByte, bytes.data());
-    Gl().BindFramebuffer(kGLFramebuffer, 0);
+    glBindFramebuffer(GL_FRAMEBUFFER, name);
+    glReadPixels(left, bottom, 63, 46, GL_RGBA, GL_UNSIGNED_BYTE, bytes.data());
+    glBindFramebuffer(GL_FRAMEBUFFER, 0);
     // Three draws, each rounded, of which the second and third scale the error.
     EXPECT_EQ(Compare(expected, FromBytes(bytes.data(), 63, 46), 3, errors, skip), "");
   }

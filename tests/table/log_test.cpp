@@ -71,7 +71,7 @@ TEST_F(LogTest, ShortLineHasNoPlace) {
 
 TEST_F(LogTest, AQueuedErrorIsReportedByTheNextOperation) {
   const TexturePtr texture(gl_.AcquireTexture(30, 20));
-  Gl().BindTexture(0xBAD, 0);  // an invalid target
+  glBindTexture(0xBAD, 0);  // an invalid target
   EXPECT_FALSE(gl_.SetTextureChannelOrder(texture.get(), 0));
   ExpectLocated("OpenGL Error: Invalid enum", "Texture::RemapRGBA", "src/base/texture");
   EXPECT_TRUE(gl_.SetTextureChannelOrder(texture.get(), 1));

@@ -17,7 +17,7 @@ TEST_F(TextureTest, StorageHasEvenSizes) {
   EXPECT_EQ(gl_.GetTextureHeight(t), 99u);
   EXPECT_EQ(gl_.GetTextureAllocatedWidth(t), 102u);
   EXPECT_EQ(gl_.GetTextureAllocatedHeight(t), 100u);
-  EXPECT_NE(Gl().IsTexture(gl_.GetTextureId(t)), 0);
+  EXPECT_TRUE(glIsTexture(gl_.GetTextureId(t)));
 }
 
 TEST_F(TextureTest, SizesThatCannotBeGiveNull) {
@@ -169,8 +169,7 @@ TEST_F(PoolTest, PreallocatedObjectsAreUsedAndClearedObjectsGo) {
     ASSERT_TRUE(gl_.TextureToBGRAPixelBuffer(one.get(), &bgra.buffer, false));
     EXPECT_EQ(counts(), filled);
     ClearPools();  // spares what is out
-    for (const TexturePtr* texture : {&one, &two, &three})
-      EXPECT_NE(Gl().IsTexture(gl_.GetTextureId(texture->get())), 0);
+    for (const TexturePtr* texture : {&one, &two, &three}) EXPECT_NE(glIsTexture(gl_.GetTextureId(texture->get())), 0);
     EXPECT_EQ(PixelsOf(rgba.buffer).texels.size(), 80u * 60);
   }
   ClearPools();
@@ -188,7 +187,7 @@ TEST_F(PoolTest, TexturesThatCameBackFirstGoWhenTheBudgetIsExceeded) {
   }
   const auto alive = [&] {
     std::string state;
-    for (const unsigned id : ids) state += Gl().IsTexture(id) != 0 ? '1' : '0';
+    for (const unsigned id : ids) state += glIsTexture(id) != 0 ? '1' : '0';
     return state;
   };
   std::this_thread::sleep_for(std::chrono::milliseconds(60));
