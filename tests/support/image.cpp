@@ -22,6 +22,25 @@ Image Picture(int width, int height, int seed, bool opaque) {
   });
 }
 
+Image Cutout(int width, int height, int seed) {
+  Image image = Picture(width, height, seed);
+  for (Color& color : image.texels) {
+    color[3] = std::clamp(2 * color[3] - 0.5, 0.0, 1.0);
+    for (int c = 0; c < 3; ++c) color[c] *= color[3];
+  }
+  return Quantised(image);
+}
+
+Color Straight(const Color& color) {
+  const double alpha = color[3];
+  return alpha > 0 ? Color{color[0] / alpha, color[1] / alpha, color[2] / alpha, alpha} : Color{};
+}
+
+Image Straight(Image image) {
+  for (Color& color : image.texels) color = Straight(color);
+  return image;
+}
+
 Image FlippedRows(const Image& image) {
   return MakeImage(image.width, image.height, [&](int x, int y) { return image.at(x, image.height - 1 - y); });
 }

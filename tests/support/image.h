@@ -36,6 +36,11 @@ Image MakeImage(int width, int height, Make make) {
 uint8_t Wave(double x, double y, int channel, int seed);
 /// The test picture with all four channels (or with alpha 1).
 Image Picture(int width, int height, int seed, bool opaque = false);
+/// A premultiplied picture with holes, as keying leaves it.
+Image Cutout(int width, int height, int seed);
+/// The colour that a premultiplied one stands for.
+Color Straight(const Color& color);
+Image Straight(Image image);
 
 Image FlippedRows(const Image& image);
 Image Crop(const Image& image, int x, int y, int width, int height);

@@ -290,11 +290,13 @@ DrawResult ExpectedDraw(const DrawScene& scene) {
       if (turns == 2) u = 1 - u, v = 1 - v;
       if (turns == 3) std::swap(u, v), v = 1 - v;
       Color s = SampleLinear(scene.source, u * scene.source.width, v * scene.source.height);
+      if (scene.premultipliedSource) s = Straight(s);
       s[3] *= p.opacity;
       const double px = (i + 0.5) / target.width, py = (j + 0.5) / target.height;
-      if (!scene.matte.empty() && s[3] > 0)
-        s[3] =
-            MatteAlpha(p.matteType, s[3], SampleLinear(scene.matte, px * scene.matte.width, py * scene.matte.height));
+      if (!scene.matte.empty() && s[3] > 0) {
+        const Color matte = SampleLinear(scene.matte, px * scene.matte.width, py * scene.matte.height);
+        s[3] = MatteAlpha(p.matteType, s[3], scene.premultipliedMatte ? Straight(matte) : matte);
+      }
       if (p.simpleMatte &&
           (std::abs(px - 0.5) > p.simpleMatteSize[0] / 2 || std::abs(py - 0.5) > p.simpleMatteSize[1] / 2))
         continue;

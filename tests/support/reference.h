@@ -29,6 +29,7 @@ struct DrawScene {
   int quarterTurns = 0;
   Image target;
   Image matte;  // empty for none
+  bool premultipliedSource = false, premultipliedMatte = false;
   QVGCamera camera = {};
   QVGDrawTextureParams params = DefaultParams();
 };

@@ -82,6 +82,15 @@ TexturePtr Upload(const Frame& frame, bool flipped) {
 
 TexturePtr Upload(const Image& picture) { return Upload(MakeFrame(QVG_FORMAT_RGBA, picture)); }
 
+TexturePtr Premultiplied(const Image& picture) {
+  const TexturePtr frame = Upload(picture);
+  Table().SetTextureFlipped(frame.get(), false);
+  const EffectPtr effect(Table().CreateEffect("general_eff"));
+  const QVGParamValue on = {QVG_PARAM_INTEGER, {.integer = 1}};
+  EXPECT_TRUE(Table().SetEffectParameter(effect.get(), "enable_color", &on));
+  return TexturePtr(Table().ApplyEffect(effect.get(), frame.get()));
+}
+
 void LeaveGarbage(int code, int width, int height) {
   // Even differences on one axis and odd ones on the other: the origin of the next content is off the centre.
   TexturePtr texture = Upload(MakeFrame(code, width + 27, height + 22, 77));

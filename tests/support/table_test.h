@@ -60,6 +60,8 @@ std::vector<size_t> NameCounts();
 TexturePtr Upload(const Frame& frame, bool flipped = false);
 /// A texture with these texels, texture row 0 first.
 TexturePtr Upload(const Image& picture);
+/// A premultiplied texture with these texels: what an effect with nothing to change gives.
+TexturePtr Premultiplied(const Image& picture);
 /// Leaves idle textures in the pools, larger than this and full of something else, such as an upload of the format
 /// uses.
 void LeaveGarbage(int code, int width, int height);

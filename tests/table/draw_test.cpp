@@ -138,6 +138,128 @@ TEST_F(DrawTest, GeometryInFreshAndRecycledStorage) {
   Report("draws with transforms and cameras", errors);
 }
 
+// ---- Premultiplied textures: drawn over anything they are colour + (1 - alpha) * background ----
+
+TEST_F(DrawTest, PremultipliedSourcesAndMattes) {
+  Errors errors;
+  const Image sources[] = {Cutout(64, 48, 1), Picture(64, 48, 1)}, mattes[] = {Cutout(64, 48, 2), Picture(64, 48, 2)};
+  const Image targets[] = {Image(64, 48, {1, 1, 1, 1}), Picture(64, 48, 3, true), Picture(64, 48, 3)};
+  const TexturePtr sourceTextures[] = {Premultiplied(sources[0]), Upload(sources[1])};
+  const TexturePtr matteTextures[] = {Premultiplied(mattes[0]), Upload(mattes[1])};
+  // Each of the source and the matte in both forms, and no matte.
+  for (const auto& [straightSource, straightMatte] : {std::pair(0, -1), {0, 0}, {0, 1}, {1, 0}}) {
+    for (const Image& target : targets) {
+      const TexturePtr targetTexture = Upload(target);
+      const Frame background = MakeFrame(QVG_FORMAT_RGBA, target);
+      const FrameBufferPtr frameBuffer = Target(targetTexture.get());
+      for (const int blend : {QVG_BLEND_NONE, QVG_BLEND_NORMAL, QVG_BLEND_MULTIPLY, QVG_BLEND_SCREEN,
+                              QVG_BLEND_SOFT_LIGHT, QVG_BLEND_LUMINOSITY, QVG_BLEND_ERASE_LUMA, QVG_BLEND_MASK_LUMA}) {
+        for (int matteType = straightMatte < 0 ? 0 : 1; matteType < (straightMatte < 0 ? 1 : 5); ++matteType) {
+          SCOPED_TRACE(::testing::Message() << "blend " << blend << ", matte " << matteType << ", straight "
+                                            << straightSource << ' ' << straightMatte);
+          DrawScene scene = Scene(sources[straightSource], target);
+          scene.premultipliedSource = straightSource == 0;
+          scene.premultipliedMatte = straightMatte == 0;
+          scene.params.blendType = blend;
+          scene.params.opacity = matteType % 2 == 0 ? 1 : 0.5;
+          scene.params.matteType = matteType;
+          if (matteType > 0) {
+            scene.matte = mattes[straightMatte];
+            scene.params.matteTexture = matteTextures[straightMatte].get();
+          }
+          ASSERT_TRUE(gl_.UploadPixelBufferToTexture(targetTexture.get(), &background.buffer, false, false, {}));
+          ExpectDrawn(scene, sourceTextures[straightSource].get(), frameBuffer.get(), targetTexture.get(), errors, 1);
+        }
+      }
+    }
+  }
+  Report("draws of premultiplied textures", errors);
+}
+
+TEST_F(DrawTest, PremultipliedSourcesTurnedScaledAndCloned) {
+  Errors errors;
+  for (const Geometry& geometry : kGeometries) {
+    for (const bool cloned : {false, true}) {
+      for (const double opacity : {1.0, 0.5}) {
+        SCOPED_TRACE(std::string(geometry.what) + (cloned ? ", cloned" : ""));
+        DrawScene scene = Scene(Cutout(37, 23, 1), Picture(64, 48, 2, true));
+        scene.premultipliedSource = true;
+        scene.quarterTurns = geometry.turns;
+        geometry.change(scene);
+        scene.params.blendType = QVG_BLEND_NORMAL;
+        scene.params.opacity *= opacity;
+        ClearPools();
+        if (cloned) LeaveGarbage(QVG_FORMAT_RGBA, 37, 23);
+        const TexturePtr original = Premultiplied(scene.source), target = Upload(scene.target);
+        gl_.SetTextureRotation(original.get(), scene.quarterTurns);
+        gl_.SetTextureFlipped(original.get(), cloned);  // not for draws
+        const TexturePtr clone(gl_.CloneTexture(original.get()));
+        EXPECT_EQ(Difference(scene.source, Content(clone.get()), 0), "");
+        const FrameBufferPtr frameBuffer = Target(target.get(), &scene.camera);
+        ExpectDrawn(scene, (cloned ? clone : original).get(), frameBuffer.get(), target.get(), errors);
+      }
+    }
+  }
+  Report("draws of premultiplied textures with transforms and cameras", errors);
+}
+
+TEST_F(DrawTest, PremultipliedTargetsBecomeStraight) {
+  Errors errors;
+  const double half[4] = {0.6, 0.2, 1, 0.5};
+  for (const int blend : {QVG_BLEND_NONE, QVG_BLEND_NORMAL, QVG_BLEND_SCREEN, QVG_BLEND_ERASE_ALPHA}) {
+    for (const std::string what : {"straight", "premultiplied", "the target", "cleared"}) {
+      SCOPED_TRACE("blend " + std::to_string(blend) + ", " + what);
+      DrawScene scene = Scene(Cutout(37, 23, 1), Quantised(Straight(Cutout(64, 48, 2))));
+      const TexturePtr target = Premultiplied(Cutout(64, 48, 2));
+      scene.premultipliedSource = what == "premultiplied";
+      if (what == "the target") scene.source = scene.target;
+      const TexturePtr source = scene.premultipliedSource ? Premultiplied(scene.source) : Upload(scene.source);
+      const FrameBufferPtr frameBuffer = Target(target.get());
+      if (what == "cleared") {
+        ASSERT_TRUE(gl_.ClearFrameBuffer(frameBuffer.get(), half));
+        scene.target = Quantised(Image(64, 48, {half[0], half[1], half[2], half[3]}));
+      }
+      scene.params.blendType = blend;
+      scene.params.scale[0] = -0.9;
+      ExpectDrawn(scene, (what == "the target" ? target : source).get(), frameBuffer.get(), target.get(), errors);
+
+      const TexturePtr white = Upload(Image(64, 48, {1, 1, 1, 1}));
+      DrawScene over = Scene(Content(target.get()), Image(64, 48, {1, 1, 1, 1}));
+      over.params.blendType = QVG_BLEND_NORMAL;
+      ExpectDrawn(over, target.get(), Target(white.get()).get(), white.get(), errors, 1);
+    }
+  }
+  Report("draws into premultiplied textures", errors);
+}
+
+TEST_F(DrawTest, UploadsClearsAndPoolsMakeTexturesStraight) {
+  const double half[4] = {1, 1, 0.4, 0.5};
+  const Frame frame = MakeFrame(QVG_FORMAT_RGBA, Picture(64, 48, 5));
+  for (const std::string how : {"upload", "clear", "pool", "pool and upload"}) {
+    SCOPED_TRACE(how);
+    ClearPools();
+    const TexturePtr target = Upload(Picture(64, 48, 3, true));
+    TexturePtr texture = Premultiplied(Cutout(64, 48, 1));
+    const unsigned id = gl_.GetTextureId(texture.get());
+    if (how == "clear") {
+      EXPECT_TRUE(gl_.ClearTexture(texture.get(), half));
+    } else if (how == "upload") {
+      EXPECT_TRUE(gl_.UploadPixelBufferToTexture(texture.get(), &frame.buffer, false, false, {}));
+    } else {
+      std::vector<TexturePtr> others;  // until the one that was premultiplied comes back
+      for (texture.reset(); texture == nullptr || gl_.GetTextureId(texture.get()) != id;) {
+        ASSERT_LT(others.size(), 9u);
+        if (texture != nullptr) others.push_back(std::move(texture));
+        texture = how == "pool" ? TexturePtr(gl_.AcquireTexture(64, 48)) : Upload(frame);
+      }
+    }
+    DrawScene scene = Scene(Content(texture.get()), Picture(64, 48, 3, true));
+    scene.params.blendType = QVG_BLEND_NORMAL;
+    Errors errors;
+    ExpectDrawn(scene, texture.get(), Target(target.get()).get(), target.get(), errors, 1);
+  }
+}
+
 // ---- Blends: every colour of the source meets every colour of the target ----
 
 constexpr int kCell = 3;  // texels; only the middle one is compared, so no neighbour takes part in a sample

@@ -357,6 +357,34 @@ TEST_F(EffectTest, TurnedAndFlippedFramesPresentUprightOverAnUprightBackground) 
   Report("turns and flips", errors);
 }
 
+TEST_F(EffectTest, KeyedPicturesLieOverColoursWithoutARim) {
+  const TexturePtr frame = Upload(Scene(48, 32, 1));
+  for (const int smoothness : {1, 80, 500}) {
+    Tuned tuned;
+    tuned.Switch("enable_key").Key(kGreen).Number("similarity", 340).Number("smoothness", smoothness);
+    const TexturePtr keyed = Apply(tuned.effect, frame);
+    const Image stored = Content(keyed.get());
+    for (const Color& color : {Color{1, 1, 1, 1}, {0, 0, 0, 1}, {0.8, 0.2, 0.6, 1}}) {
+      for (const double opacity : {1.0, 0.5}) {
+        const Image expected = MakeImage(48, 32, [&](int x, int y) -> Color {
+          Color over = stored.at(x, y);
+          for (int c = 0; c < 4; ++c) over[c] = opacity * over[c] + (1 - opacity * stored.at(x, y)[3]) * color[c];
+          return over;
+        });
+        const TexturePtr target = Upload(Image(48, 32, color));
+        QVGDrawTextureParams params = DefaultParams();
+        params.blendType = QVG_BLEND_NORMAL;
+        params.opacity = opacity;
+        EXPECT_TRUE(gl_.DrawTexture(keyed.get(), Target(target.get()).get(), &params));
+        EXPECT_EQ(Difference(expected, Content(target.get()), 1), "") << smoothness << ", " << opacity;
+      }
+    }
+    // Another effect takes it as it is.
+    EXPECT_EQ(Difference(FlippedRows(stored), Shown(Tuned().Switch("enable_color"), FlippedRows(stored))), "");
+    EXPECT_EQ(Difference(stored, Content(Apply(Tuned().Switch("enable_color").effect, keyed).get())), "");
+  }
+}
+
 TEST_F(EffectTest, OnlyTheContentIsReadWhateverItsChannelOrder) {
   Errors errors;
   const Image whole = Scene(60, 40, 4);

@@ -167,6 +167,27 @@ TEST_F(ReadBackTest, PackedOfEverySizePlaceOrderAndFlag) {
   Report("read-back of RGBA and BGRA", errors);
 }
 
+TEST_F(ReadBackTest, PremultipliedTexturesAsTheyAreStored) {
+  const Image stored = Cutout(64, 48, 1);
+  const TexturePtr texture = Premultiplied(stored);
+  for (const bool flipped : {false, true}) {
+    gl_.SetTextureFlipped(texture.get(), flipped);
+    ReadBack read[6];
+    ASSERT_TRUE(gl_.TextureToNV12PixelBuffer(texture.get(), &read[0].buffer, false));
+    ASSERT_TRUE(gl_.TextureToYUV420PixelBuffer(texture.get(), true, false, &read[1].buffer));
+    Errors errors;
+    EXPECT_EQ(Compare(ExpectedNV12(stored, !flipped, false), read[0].buffer, kYuvLimit, errors), "");
+    EXPECT_EQ(Compare(ExpectedI420(stored, !flipped, false, true), read[1].buffer, kYuvLimit, errors), "");
+    for (const bool flip : {false, true}) {
+      ASSERT_TRUE(gl_.TextureToRGBAPixelBuffer(texture.get(), &read[2 + 2 * flip].buffer, flip));
+      ASSERT_TRUE(gl_.TextureToBGRAPixelBuffer(texture.get(), &read[3 + 2 * flip].buffer, flip));
+      for (const int form : {2, 3})
+        EXPECT_EQ(Difference(flip ? FlippedRows(stored) : stored, PixelsOf(read[form + 2 * flip].buffer)), "");
+    }
+    EXPECT_EQ(Difference(stored, Storage(texture.get()), 0), "");
+  }
+}
+
 TEST_F(ReadBackTest, TexturesOfThreeByteFormats) {
   for (const int code : {QVG_FORMAT_RGB, QVG_FORMAT_BGR, QVG_FORMAT_RGBX332}) {
     const Frame frame = MakeFrame(code, 37, 24, 3);

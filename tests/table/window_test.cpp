@@ -244,6 +244,22 @@ TEST_F(WindowTest, AlphaFadesToBlack) {
   EXPECT_EQ(view.window.Pixels().at(3, 9), (Color{0, 0, 0, 1}));
 }
 
+TEST_F(WindowTest, PremultipliedPicturesShowTheirColourOverBlack) {
+  const Image stored = Cutout(40, 30, 4);
+  Image shown = stored;
+  for (Color& color : shown.texels) color[3] = 1;
+  View view(96, 72);
+  const TexturePtr texture = Premultiplied(stored), clone(gl_.CloneTexture(texture.get()));
+  for (const TexturePtr* each : {&texture, &clone}) {
+    for (int turns = 0; turns < 4; ++turns) {
+      SCOPED_TRACE(turns);
+      gl_.SetTextureRotation(each->get(), turns);
+      gl_.SetTextureFlipped(each->get(), turns % 2 == 1);
+      EXPECT_EQ(view.Presents(*each, shown), "");
+    }
+  }
+}
+
 TEST_F(WindowTest, ChannelOrderOfTheTexture) {
   const Image picture = Picture(40, 30, 6);
   static constexpr int kCodes[] = {QVG_FORMAT_BGRA, QVG_FORMAT_RGBA, QVG_FORMAT_ABGR, QVG_FORMAT_ARGB};
