@@ -33,7 +33,8 @@ Image Cutout(int width, int height, int seed) {
 
 Color Straight(const Color& color) {
   const double alpha = color[3];
-  return alpha > 0 ? Color{color[0] / alpha, color[1] / alpha, color[2] / alpha, alpha} : Color{};
+  if (alpha < 1e-6) return {};  // a neighbour that a sample of alpha 0 touched by rounding
+  return {color[0] / alpha, color[1] / alpha, color[2] / alpha, alpha};
 }
 
 Image Straight(Image image) {
