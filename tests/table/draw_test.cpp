@@ -1,5 +1,6 @@
 // Draws through frame buffers, compared with the same formulas on the CPU.
 #include <algorithm>
+#include <cmath>
 #include <functional>
 #include <thread>
 
@@ -512,6 +513,67 @@ TEST_F(DrawTest, OnlyWithoutBuffersTexturesOfAnySizeAreTaken) {
       EXPECT_EQ(Content((logged ? other : first).get()).at(7, 9), Picture(64, 48, 1).at(7, 9));
     }
   }
+}
+
+TEST_F(DrawTest, FrameBufferWithBuffersKeepsItsSizeWhenContentShrinks) {
+  ExpectErrorLines();
+  Errors errors;
+  const TexturePtr source = Upload(Picture(30, 20, 3));
+  for (const bool color : {false, true}) {
+    SCOPED_TRACE(color);
+    const QVGFrameBufferDesc description = {64, 48, 0, true, color, DefaultCamera(64, 48)};
+    const FrameBufferPtr frameBuffer(gl_.CreateFrameBufferFromDesc(&description));
+    const Image pictures[] = {Picture(64, 48, 1), Picture(64, 48, 2)};
+    const TexturePtr shrunk = Upload(pictures[0]), second = Upload(pictures[1]), small = Upload(Picture(32, 24, 5));
+    ASSERT_TRUE(gl_.BindTextureToFrameBuffer(frameBuffer.get(), shrunk.get()));
+    gl_.SetTextureSize(shrunk.get(), 32, 24);
+    DrawScene scene = Scene(Picture(30, 20, 3), Crop(pictures[0], 0, 0, 32, 24));
+    scene.camera = description.camera;
+    Set(scene.params.translation, 0.4, 0.1, 0);
+    ExpectDrawn(scene, source.get(), frameBuffer.get(), shrunk.get(), errors);
+    EXPECT_FALSE(gl_.BindTextureToFrameBuffer(frameBuffer.get(), small.get()));
+    ASSERT_TRUE(gl_.BindTextureToFrameBuffer(frameBuffer.get(), second.get()));
+    scene.target = pictures[1];
+    ExpectDrawn(scene, source.get(), frameBuffer.get(), second.get(), errors);
+    gl_.SetTextureSize(shrunk.get(), 64, 48);
+    EXPECT_TRUE(gl_.BindTextureToFrameBuffer(frameBuffer.get(), shrunk.get()));
+  }
+}
+
+// Drivers need not be able to render to these; they may store all bits of them.
+TEST_F(DrawTest, TexturesOfThreeByteFormatsAreTargets) {
+  Errors errors;
+  // Of levels that 3, 3 and 2 bits have.
+  const auto levels = [](int width, int height, int seed) {
+    return MakeImage(width, height, [&](int x, int y) -> Color {
+      const auto level = [&](int c, int most) { return std::lround(Wave(x, y, c, seed) / 255.0 * most) * 1.0 / most; };
+      return {level(0, 7), level(1, 7), level(2, 3), 1};
+    });
+  };
+  const double clear[4] = {3 / 7.0, 6 / 7.0, 1 / 3.0, 1};
+  for (const int code : {QVG_FORMAT_RGB, QVG_FORMAT_BGR, QVG_FORMAT_RGBX332}) {
+    for (const std::string how : {"kept", "cleared", "cleared by itself"}) {
+      SCOPED_TRACE(FormatOf(code).name + (", " + how));
+      DrawScene scene = Scene(levels(37, 23, 1), levels(64, 48, 2));
+      const TexturePtr target = Upload(MakeFrame(code, scene.target)), source = Upload(MakeFrame(code, scene.source));
+      if (how == "cleared by itself") {
+        ASSERT_TRUE(gl_.ClearTexture(target.get(), clear));
+      }
+      const FrameBufferPtr frameBuffer = Target(target.get());
+      if (how == "cleared") {
+        ASSERT_TRUE(gl_.ClearFrameBuffer(frameBuffer.get(), clear));
+      }
+      if (how != "kept") scene.target = Image(64, 48, {clear[0], clear[1], clear[2], 1});
+      scene.params.blendType = QVG_BLEND_DARKEN;
+      Set(scene.params.translation, 5.5, -3.5, 0);  // texel on texel
+      ExpectDrawn(scene, source.get(), frameBuffer.get(), target.get(), errors, 1);
+      const TexturePtr clone(gl_.CloneTexture(target.get())), drawn = Upload(Picture(64, 48, 4));
+      EXPECT_TRUE(gl_.DrawTexture(clone.get(), Target(drawn.get()).get(), nullptr));
+      for (const TexturePtr* copy : {&clone, &drawn})
+        EXPECT_EQ(Difference(Content(target.get()), Content(copy->get())), "");
+    }
+  }
+  Report("draws into textures of 3-byte formats", errors);
 }
 
 }  // namespace
