@@ -571,6 +571,10 @@ TEST_F(DrawTest, TexturesOfThreeByteFormatsAreTargets) {
       EXPECT_TRUE(gl_.DrawTexture(clone.get(), Target(drawn.get()).get(), nullptr));
       for (const TexturePtr* copy : {&clone, &drawn})
         EXPECT_EQ(Difference(Content(target.get()), Content(copy->get())), "");
+      // It still takes frames of its format.
+      const Frame next = MakeFrame(code, scene.source);
+      EXPECT_TRUE(gl_.UploadPixelBufferToTexture(target.get(), &next.buffer, false, false, {}));
+      EXPECT_EQ(Difference(scene.source, Content(target.get()), 0.51), "");
     }
   }
   Report("draws into textures of 3-byte formats", errors);
