@@ -34,10 +34,7 @@ class StateTest : public TableTest {
   std::vector<Operation> operations_;
 
  private:
-  template <typename Run>
-  void Add(const std::string& name, Run run) {
-    operations_.push_back({name, run});
-  }
+  void Add(const std::string& name, std::function<Outcome()> run) { operations_.push_back({name, std::move(run)}); }
 
   void AddUpload(const std::string& name, const Layout& layout, bool matte) {
     // With room behind the last row: a state that is obeyed shall spoil the picture and not end the process.
@@ -53,8 +50,7 @@ class StateTest : public TableTest {
     });
   }
 
-  template <typename Read>
-  void AddReadBack(const std::string& name, Read read) {
+  void AddReadBack(const std::string& name, std::function<bool(QVGPixelBuffer*)> read) {
     Add(name, [=]() -> Outcome {
       ReadBack back;
       if (!read(&back.buffer)) return {};
@@ -129,7 +125,7 @@ class StateTest : public TableTest {
 };
 
 TEST_F(StateTest, WhatAHostLeavesChangesNoPicture) {
-  unsigned buffer = 0, sampler = 0, vertexArray = 0, frameBuffer = 0;
+  unsigned buffer = 0, sampler = 0;
   glGenBuffers(1, &buffer);
   glBindBuffer(GL_PIXEL_PACK_BUFFER, buffer);
   glBufferData(GL_PIXEL_PACK_BUFFER, 1 << 20, nullptr, GL_STATIC_DRAW);
@@ -137,58 +133,50 @@ TEST_F(StateTest, WhatAHostLeavesChangesNoPicture) {
   glGenSamplers(1, &sampler);  // asks for mipmaps, which no texture here has
   const char* text = "#version 420 core\nvoid main() { gl_Position = vec4(0); }";
   const unsigned program = glCreateShaderProgramv(GL_VERTEX_SHADER, 1, &text);
-  const auto store = [](unsigned name, int value) { return [=] { glPixelStorei(name, value); }; };
+  const auto bindSamplers = [=] {
+    for (unsigned unit = 0; unit < 12; ++unit) glBindSampler(unit, sampler);
+  };
+  const auto bindNew = [](auto generate, auto bind) {
+    unsigned name = 0;
+    generate(1, &name);
+    bind(name);
+  };
   const struct {
     const char* name;
+    unsigned enabled;
     std::function<void()> set;
   } states[] = {
-      {"nothing", [] {}},
-      {"blending",
-       [] {
-         glEnable(GL_BLEND);
-         glBlendFunc(GL_DST_COLOR, GL_ONE_MINUS_SRC_ALPHA);
-         glBlendEquation(GL_FUNC_REVERSE_SUBTRACT);
-       }},
-      {"scissor", [] { glEnable(GL_SCISSOR_TEST), glScissor(0, 0, 1, 1); }},
-      {"culling", [] { glEnable(GL_CULL_FACE), glCullFace(GL_FRONT_AND_BACK); }},
-      {"logic op", [] { glEnable(GL_COLOR_LOGIC_OP), glLogicOp(GL_INVERT); }},
-      {"rasteriser discard", [] { glEnable(GL_RASTERIZER_DISCARD); }},
-      {"lines", [] { glPolygonMode(GL_FRONT_AND_BACK, GL_LINE); }},
-      {"colour mask", [] { glColorMask(GL_FALSE, GL_TRUE, GL_FALSE, GL_FALSE); }},
-      {"depth test", [] { glEnable(GL_DEPTH_TEST), glDepthFunc(GL_NEVER); }},
-      {"depth mask", [] { glDepthMask(GL_FALSE); }},
-      {"stencil test", [] { glEnable(GL_STENCIL_TEST), glStencilFunc(GL_NEVER, 0, ~0u); }},
-      {"sample mask", [] { glEnable(GL_SAMPLE_MASK), glSampleMaski(0, 0); }},
-      {"sample coverage", [] { glEnable(GL_SAMPLE_COVERAGE), glSampleCoverage(0, GL_FALSE); }},
-      {"sRGB", [] { glEnable(GL_FRAMEBUFFER_SRGB); }},
-      {"viewport", [] { glViewport(1, 1, 2, 2); }},
-      {"samplers",
-       [&] {
-         for (unsigned unit = 0; unit < 12; ++unit) glBindSampler(unit, sampler);
-       }},
-      {"active texture", [] { glActiveTexture(GL_TEXTURE7); }},
-      {"program", [&] { glUseProgram(program); }},
-      {"vertex array",
-       [&] {
-         if (vertexArray == 0) glGenVertexArrays(1, &vertexArray);
-         glBindVertexArray(vertexArray);
-         glEnableVertexAttribArray(3);
-       }},
-      {"frame buffer",
-       [&] {
-         if (frameBuffer == 0) glGenFramebuffers(1, &frameBuffer);
-         glBindFramebuffer(GL_FRAMEBUFFER, frameBuffer);
-       }},
-      {"pack buffer", [&] { glBindBuffer(GL_PIXEL_PACK_BUFFER, buffer); }},
-      {"unpack buffer", [&] { glBindBuffer(GL_PIXEL_UNPACK_BUFFER, buffer); }},
-      {"unpack row length", store(GL_UNPACK_ROW_LENGTH, 5)},
-      {"unpack skip pixels", store(GL_UNPACK_SKIP_PIXELS, 3)},
-      {"unpack skip rows", store(GL_UNPACK_SKIP_ROWS, 2)},
-      {"unpack alignment", store(GL_UNPACK_ALIGNMENT, 8)},
-      {"pack row length", store(GL_PACK_ROW_LENGTH, 5)},
-      {"pack skip pixels", store(GL_PACK_SKIP_PIXELS, 3)},
-      {"pack skip rows", store(GL_PACK_SKIP_ROWS, 2)},
-      {"pack alignment", store(GL_PACK_ALIGNMENT, 8)},
+      {"nothing", 0, [] {}},
+      {"blending", GL_BLEND, [] { glBlendFunc(GL_DST_COLOR, GL_ONE), glBlendEquation(GL_FUNC_REVERSE_SUBTRACT); }},
+      {"scissor", GL_SCISSOR_TEST, [] { glScissor(0, 0, 1, 1); }},
+      {"culling", GL_CULL_FACE, [] { glCullFace(GL_FRONT_AND_BACK); }},
+      {"logic op", GL_COLOR_LOGIC_OP, [] { glLogicOp(GL_INVERT); }},
+      {"rasteriser discard", GL_RASTERIZER_DISCARD, [] {}},
+      {"lines", 0, [] { glPolygonMode(GL_FRONT_AND_BACK, GL_LINE); }},
+      {"colour mask", 0, [] { glColorMask(GL_FALSE, GL_TRUE, GL_FALSE, GL_FALSE); }},
+      {"depth test", GL_DEPTH_TEST, [] { glDepthFunc(GL_NEVER); }},
+      {"depth mask", 0, [] { glDepthMask(GL_FALSE); }},
+      {"stencil test", GL_STENCIL_TEST, [] { glStencilFunc(GL_NEVER, 0, ~0u); }},
+      {"sample mask", GL_SAMPLE_MASK, [] { glSampleMaski(0, 0); }},
+      {"sample coverage", GL_SAMPLE_COVERAGE, [] { glSampleCoverage(0, GL_FALSE); }},
+      {"sRGB", GL_FRAMEBUFFER_SRGB, [] {}},
+      {"viewport", 0, [] { glViewport(1, 1, 2, 2); }},
+      {"samplers", 0, bindSamplers},
+      {"active texture", 0, [] { glActiveTexture(GL_TEXTURE7); }},
+      {"program", 0, [=] { glUseProgram(program); }},
+      {"vertex array", 0, [=] { bindNew(glGenVertexArrays, glBindVertexArray), glEnableVertexAttribArray(3); }},
+      {"frame buffer", 0,
+       [=] { bindNew(glGenFramebuffers, [](unsigned name) { glBindFramebuffer(GL_FRAMEBUFFER, name); }); }},
+      {"pack buffer", 0, [=] { glBindBuffer(GL_PIXEL_PACK_BUFFER, buffer); }},
+      {"unpack buffer", 0, [=] { glBindBuffer(GL_PIXEL_UNPACK_BUFFER, buffer); }},
+      {"unpack row length", 0, [] { glPixelStorei(GL_UNPACK_ROW_LENGTH, 5); }},
+      {"unpack skip pixels", 0, [] { glPixelStorei(GL_UNPACK_SKIP_PIXELS, 3); }},
+      {"unpack skip rows", 0, [] { glPixelStorei(GL_UNPACK_SKIP_ROWS, 2); }},
+      {"unpack alignment", 0, [] { glPixelStorei(GL_UNPACK_ALIGNMENT, 8); }},
+      {"pack row length", 0, [] { glPixelStorei(GL_PACK_ROW_LENGTH, 5); }},
+      {"pack skip pixels", 0, [] { glPixelStorei(GL_PACK_SKIP_PIXELS, 3); }},
+      {"pack skip rows", 0, [] { glPixelStorei(GL_PACK_SKIP_ROWS, 2); }},
+      {"pack alignment", 0, [] { glPixelStorei(GL_PACK_ALIGNMENT, 8); }},
   };
   std::vector<Image> expected;
   for (const auto& state : states) {
@@ -197,6 +185,7 @@ TEST_F(StateTest, WhatAHostLeavesChangesNoPicture) {
     for (size_t i = 0; i < operations_.size(); ++i) {
       SCOPED_TRACE(operations_[i].name + " with " + state.name);
       ASSERT_TRUE(gl_.MakeCurrentContext(context, nullptr));
+      if (state.enabled != 0) glEnable(state.enabled);
       state.set();
       Outcome outcome = operations_[i].run();
       EXPECT_EQ(glGetError(), 0u);
