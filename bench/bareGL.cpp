@@ -1,206 +1,405 @@
 #include "bareGL.h"
 
+#include <glad/gl.h>
+
+#include <array>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+
+#include "bareShaders.h"
 
 namespace bench {
 
 namespace {
 
-constexpr char kVertex[] = R"(#version 410 core
-out vec2 uv;
-void main() {
-  vec2 corner = vec2(gl_VertexID == 1 ? 2 : 0, gl_VertexID == 2 ? 2 : 0);
-  uv = corner;
-  gl_Position = vec4(corner * 2.0 - 1.0, 0.0, 1.0);
-})";
-
-constexpr char kToRGB[] = R"(#version 410 core
-in vec2 uv;
-out vec4 color;
-uniform sampler2D luma;
-uniform sampler2D chroma;
-uniform vec2 lumaRate;
-uniform vec2 chromaRate;
-void main() {
-  float y = texture(luma, uv * lumaRate).r;
-  vec2 c = texture(chroma, uv * chromaRate).rg - 0.5;
-  vec3 rgb = vec3(y + 1.402 * c.y, y - 0.34414 * c.x - 0.71414 * c.y, y + 1.772 * c.x);
-  color = vec4(clamp(rgb, 0.0, 1.0), 1.0);
-})";
-
-constexpr char kToLuma[] = R"(#version 410 core
-out vec4 color;
-uniform sampler2D source;
-float y(int x) {
-  ivec2 pixel = ivec2(int(gl_FragCoord.x) * 4 + x, int(gl_FragCoord.y));
-  return dot(texelFetch(source, pixel, 0).rgb, vec3(0.299, 0.587, 0.114));
+[[noreturn]] void Fail(const std::string& what) {
+  std::fprintf(stderr, "bare GL: %s\n", what.c_str());
+  std::exit(1);
 }
-void main() { color = vec4(y(0), y(1), y(2), y(3)) * (219.0 / 255.0) + 16.0 / 255.0; })";
 
-constexpr char kToChroma[] = R"(#version 410 core
-out vec4 color;
-uniform sampler2D source;
-uniform int height;
-vec2 uvOf(int x) {
-  ivec2 pixel = ivec2(int(gl_FragCoord.x) * 4 + x, (int(gl_FragCoord.y) - height) * 2);
-  vec3 rgb = (texelFetch(source, pixel, 0).rgb + texelFetch(source, pixel + ivec2(0, 1), 0).rgb) * 0.5;
-  return vec2(dot(rgb, vec3(-0.169, -0.331, 0.5)), dot(rgb, vec3(0.5, -0.419, -0.081)));
-}
-void main() { color = vec4(uvOf(0), uvOf(2)) * (224.0 / 255.0) + 128.0 / 255.0; })";
-
-GLuint Compile(GLenum type, const char* source) {
+GLuint Compile(GLenum type, const std::string& source) {
   const GLuint shader = glCreateShader(type);
-  glShaderSource(shader, 1, &source, nullptr);
+  const char* text = source.c_str();
+  glShaderSource(shader, 1, &text, nullptr);
   glCompileShader(shader);
+  GLint done = 0;
+  glGetShaderiv(shader, GL_COMPILE_STATUS, &done);
+  if (done == 0) {
+    char log[2000] = "";
+    glGetShaderInfoLog(shader, sizeof log, nullptr, log);
+    Fail(log);
+  }
   return shader;
 }
 
-GLuint Link(const char* fragment) {
-  const GLuint program = glCreateProgram();
-  for (const GLuint shader : {Compile(GL_VERTEX_SHADER, kVertex), Compile(GL_FRAGMENT_SHADER, fragment)}) {
-    glAttachShader(program, shader);
-    glDeleteShader(shader);
+/// Bound when it is made, as all things here, so that its uniforms can be set.
+class Program {
+ public:
+  Program() = default;
+  Program(const char* vertex, const char* fragment, const std::string& switches = "") : name_(glCreateProgram()) {
+    const std::string head = "#version 410 core\n" + switches;
+    for (const GLuint shader :
+         {Compile(GL_VERTEX_SHADER, head + vertex), Compile(GL_FRAGMENT_SHADER, head + fragment)}) {
+      glAttachShader(name_, shader);
+      glDeleteShader(shader);
+    }
+    glLinkProgram(name_);
+    GLint linked = 0;
+    glGetProgramiv(name_, GL_LINK_STATUS, &linked);
+    if (linked == 0) Fail("a program does not link");
+    glUseProgram(name_);
   }
-  glLinkProgram(program);
-  GLint linked = 0;
-  glGetProgramiv(program, GL_LINK_STATUS, &linked);
-  if (linked == 0) {
-    std::fprintf(stderr, "the bare program does not link\n");
-    std::exit(1);
+
+  void Use() const { glUseProgram(name_); }
+  GLint Find(const char* uniform) const { return glGetUniformLocation(name_, uniform); }
+  void Set(const char* uniform, int value) const { glUniform1i(Find(uniform), value); }
+  void Set(const char* uniform, float value) const { glUniform1f(Find(uniform), value); }
+  void Set(const char* uniform, float x, float y) const { glUniform2f(Find(uniform), x, y); }
+  void Set(const char* uniform, float x, float y, float z) const { glUniform3f(Find(uniform), x, y, z); }
+
+ private:
+  GLuint name_ = 0;
+};
+
+struct Texture {
+  GLuint name = 0;
+  int width = 0;
+  int height = 0;
+
+  Texture() = default;
+  Texture(GLenum format, GLint filter, int itsWidth, int itsHeight) : width(itsWidth), height(itsHeight) {
+    glGenTextures(1, &name);
+    glBindTexture(GL_TEXTURE_2D, name);
+    glTexStorage2D(GL_TEXTURE_2D, 1, format, width, height);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, filter);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, filter);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
   }
-  glUseProgram(program);
-  return program;
-}
 
-GLuint MakeTexture(GLenum format, int width, int height) {
-  GLuint texture = 0;
-  glGenTextures(1, &texture);
-  glBindTexture(GL_TEXTURE_2D, texture);
-  glTexStorage2D(GL_TEXTURE_2D, 1, format, width, height);
-  glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
-  glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
-  glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
-  return texture;
-}
+  void Bind(int unit) const {
+    glActiveTexture(GL_TEXTURE0 + static_cast<GLenum>(unit));
+    glBindTexture(GL_TEXTURE_2D, name);
+  }
 
-void Upload(GLuint texture, int width, int height, GLenum format, const uint8_t* pixels) {
-  glBindTexture(GL_TEXTURE_2D, texture);
-  glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, width, height, format, GL_UNSIGNED_BYTE, pixels);
-}
+  /// To the unit that is active.
+  void Load(GLenum format, const uint8_t* pixels) const {
+    glBindTexture(GL_TEXTURE_2D, name);
+    glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, width, height, format, GL_UNSIGNED_BYTE, pixels);
+  }
+};
+
+/// A frame buffer with its textures.
+struct Target {
+  GLuint name = 0;
+  std::vector<Texture> textures;
+
+  Target() = default;
+  Target(const std::vector<GLenum>& formats, int width, int height) {
+    glGenFramebuffers(1, &name);
+    glBindFramebuffer(GL_FRAMEBUFFER, name);
+    std::vector<GLenum> buffers;
+    for (const GLenum format : formats) {
+      buffers.push_back(GL_COLOR_ATTACHMENT0 + static_cast<GLenum>(buffers.size()));
+      textures.emplace_back(format, GL_NEAREST, width, height);
+      glFramebufferTexture2D(GL_FRAMEBUFFER, buffers.back(), GL_TEXTURE_2D, textures.back().name, 0);
+    }
+    glDrawBuffers(static_cast<GLsizei>(buffers.size()), buffers.data());
+    if (glCheckFramebufferStatus(GL_FRAMEBUFFER) != GL_FRAMEBUFFER_COMPLETE) Fail("a frame buffer is not complete");
+  }
+
+  const Texture& First() const { return textures.front(); }
+  void Bind() const {
+    glBindFramebuffer(GL_FRAMEBUFFER, name);
+    glViewport(0, 0, First().width, First().height);
+  }
+};
+
+/// Made on the thread that renders or before it begins; everything in it goes with it.
+class Context {
+ public:
+  explicit Context(EGLDisplay display) : display_(display) {
+    eglBindAPI(EGL_OPENGL_API);
+    const EGLint wanted[] = {EGL_SURFACE_TYPE, EGL_PBUFFER_BIT, EGL_RENDERABLE_TYPE, EGL_OPENGL_BIT, EGL_NONE};
+    const EGLint version[] = {
+        EGL_CONTEXT_MAJOR_VERSION,           4,       EGL_CONTEXT_MINOR_VERSION, 2, EGL_CONTEXT_OPENGL_PROFILE_MASK,
+        EGL_CONTEXT_OPENGL_CORE_PROFILE_BIT, EGL_NONE};
+    EGLConfig config = nullptr;
+    EGLint count = 0;
+    if (!eglChooseConfig(display, wanted, &config, 1, &count) || count == 0) Fail("no configuration");
+    context_ = eglCreateContext(display, config, EGL_NO_CONTEXT, version);
+    if (context_ == EGL_NO_CONTEXT) Fail("no context");
+    MakeCurrent();
+  }
+  ~Context() {
+    if (eglGetCurrentContext() == context_) eglMakeCurrent(display_, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
+    eglDestroyContext(display_, context_);
+  }
+  Context(const Context&) = delete;
+  Context& operator=(const Context&) = delete;
+
+  void MakeCurrent() const {
+    eglBindAPI(EGL_OPENGL_API);
+    if (!eglMakeCurrent(display_, EGL_NO_SURFACE, EGL_NO_SURFACE, context_)) Fail("the context can't be made current");
+  }
+
+ private:
+  EGLDisplay display_;
+  EGLContext context_ = EGL_NO_CONTEXT;
+};
+
+/// A context in which the state that all works share is set once.
+class Bare : public Renderer {
+ public:
+  Bare(EGLDisplay display, Size size) : context_(display), size_(size), pictures_(PicturesOf(size)) {
+    glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
+    glPixelStorei(GL_PACK_ALIGNMENT, 1);
+    glDisable(GL_DITHER);
+    GLuint vertexArray = 0;
+    glGenVertexArrays(1, &vertexArray);
+    glBindVertexArray(vertexArray);
+    GLuint buffer = 0;
+    glGenBuffers(1, &buffer);
+    glBindBuffer(GL_PIXEL_PACK_BUFFER, buffer);
+    glBufferData(GL_PIXEL_PACK_BUFFER, static_cast<GLsizeiptr>(size.Pixels() * 4), nullptr, GL_DYNAMIC_READ);
+  }
+
+  void MakeCurrent() override { context_.MakeCurrent(); }
+
+ protected:
+  /// rowLength 0: as wide as the part.
+  static void _Transfer(const Texture& part, GLenum attachment, GLenum format, int rowLength, size_t offset) {
+    glReadBuffer(attachment);
+    glPixelStorei(GL_PACK_ROW_LENGTH, rowLength);
+    glReadPixels(0, 0, part.width, part.height, format, GL_UNSIGNED_BYTE, reinterpret_cast<void*>(offset));
+  }
+
+  static int _Look(size_t bytes, std::vector<uint8_t>* result) {
+    const auto* mapped = static_cast<const uint8_t*>(
+        glMapBufferRange(GL_PIXEL_PACK_BUFFER, 0, static_cast<GLsizeiptr>(bytes), GL_MAP_READ_BIT));
+    if (mapped == nullptr) Fail("the result can't be mapped");
+    const int seen = mapped[0] + mapped[bytes - 1];
+    if (result != nullptr) result->assign(mapped, mapped + bytes);
+    glUnmapBuffer(GL_PIXEL_PACK_BUFFER);
+    return seen;
+  }
+
+  /// RGBA, of the frame buffer that is bound.
+  int _ReadRGBA(const Texture& picture, std::vector<uint8_t>* result) const {
+    _Transfer(picture, GL_COLOR_ATTACHMENT0, GL_RGBA, 0, 0);
+    return _Look(size_.Pixels() * 4, result);
+  }
+
+  static void _DrawScreen() { glDrawArrays(GL_TRIANGLES, 0, 3); }
+
+  Context context_;
+  const Size size_;
+  const Pictures& pictures_;
+};
+
+class UpAndDown : public Bare {
+ public:
+  UpAndDown(EGLDisplay display, Size size) : Bare(display, size), picture_({GL_RGBA8}, size.width, size.height) {}
+
+  int Frame(std::vector<uint8_t>* result) override {
+    picture_.First().Load(GL_RGBA, pictures_.rgba.data());
+    return _ReadRGBA(picture_.First(), result);
+  }
+
+ private:
+  Target picture_;
+};
+
+/// YUV into RGBA, perhaps the effect, and back.
+class Video : public Bare {
+ public:
+  Video(EGLDisplay display, Work work, Size size)
+      : Bare(display, size),
+        work_(work),
+        planar_(work == Work::kI420ToI420),
+        effect_(work == Work::kKeyToNV12 || work == Work::kAllToNV12),
+        rgb_({GL_RGBA8}, size.width, size.height) {
+    if (effect_) _MakeEffect(work == Work::kAllToNV12 ? kAllStages : kKeyOnly);
+    _MakeUpload();
+    if (work != Work::kNV12ToRGBA) _MakeReadBack();
+  }
+
+  int Frame(std::vector<uint8_t>* result) override {
+    _Upload();
+    rgb_.Bind();
+    toRGB_.Use();
+    _DrawScreen();
+    if (work_ == Work::kNV12ToRGBA) return _ReadRGBA(rgb_.First(), result);
+    if (effect_) {
+      rgb_.First().Bind(0);
+      shown_.Bind();
+      effectProgram_.Use();
+      _DrawScreen();
+    }
+    (effect_ ? shown_ : rgb_).First().Bind(0);
+    blocks_.Bind();
+    to420_.Use();
+    _DrawScreen();
+    return _Read420(result);
+  }
+
+ private:
+  std::string _Switches() const { return "#define PLANAR " + std::to_string(planar_ ? 1 : 0) + "\n"; }
+
+  void _MakeUpload() {
+    const int width = size_.width / 2;
+    const int height = size_.height / 2;
+    luma_ = Texture(GL_R8, GL_LINEAR, size_.width, size_.height);
+    chroma_ = Texture(planar_ ? GL_R8 : GL_RG8, GL_LINEAR, width, height);
+    chromaV_ = Texture(GL_R8, GL_LINEAR, width, height);
+    toRGB_ = Program(kToRGBVertex, kToRGB, _Switches());
+    toRGB_.Set("chroma", 1);
+    if (planar_) toRGB_.Set("chromaV", 2);
+    const auto rate = [](int texels) { return static_cast<float>(texels - 1) / static_cast<float>(texels); };
+    toRGB_.Set("lumaRate", rate(size_.width), rate(size_.height));
+    toRGB_.Set("chromaRate", rate(width), rate(height));
+  }
+
+  void _MakeReadBack() {
+    const std::vector<GLenum> packed = {GL_RGBA8, GL_RGBA8, GL_RGBA8};
+    const std::vector<GLenum> planes = {GL_RGBA8, GL_RGBA8, GL_RG8, GL_RG8};
+    blocks_ = Target(planar_ ? planes : packed, size_.width / 4, size_.height / 2);
+    to420_ = Program(kScreenVertex, kTo420, _Switches());
+  }
+
+  void _MakeEffect(const EffectSettings& settings) {
+    const bool all = settings.blur > 0;
+    shown_ = Target({GL_RGBA8}, size_.width, size_.height);
+    // Stays bound to a unit that nothing else uses.
+    background_ = Texture(GL_RGBA8, GL_NEAREST, size_.width, size_.height);
+    background_.Bind(3);
+    background_.Load(GL_BGRA, pictures_.background.data());
+    glActiveTexture(GL_TEXTURE0);
+    const Program& p = effectProgram_ =
+        Program(kScreenVertex, kEffect, "#define ALL " + std::to_string(all ? 1 : 0) + "\n");
+    p.Set("background", 3);
+    p.Set("keyOffset", 0.338572f, 0.398942f);
+    p.Set("similarity", static_cast<float>(settings.similarity) / 1000);
+    p.Set("perSmoothness", 1000 / static_cast<float>(settings.smoothness));
+    p.Set("perSpill", 1000 / static_cast<float>(settings.spill));
+    if (!all) return;
+    const auto share = [](int percent) { return static_cast<float>(percent) / 100; };
+    _SetBlur(settings.blur);
+    p.Set("blurLevel", share(settings.blur));
+    p.Set("whiten", share(settings.whitten), 255 / std::log2(1 + share(settings.whitten)));
+    p.Set("brightness", share(settings.bright));
+    p.Set("temperature", share(settings.temperature));
+    // The white of 1000 K; bluer ones are for negative temperatures.
+    p.Set("kelvin", 1, std::log(10.0f) * 0.3900815788f - 0.6318414438f, 0);
+    p.Set("lightPowers", 1 / (1 + share(settings.shadow)), 1 / (1 - share(settings.highlight)));
+  }
+
+  // A Gauss curve's weights, each the one before times a ratio that itself shrinks by a fixed one.
+  void _SetBlur(int radius) const {
+    const double sigma = radius / 3.0;
+    double sum = 0;
+    for (int i = 0; i < radius; ++i) sum += std::exp(-i * i / (2 * sigma * sigma)) * (i == 0 ? 1 : 2);
+    effectProgram_.Set("blurTaps", radius);
+    effectProgram_.Set("blurWeights", static_cast<float>(1 / sum),
+                       static_cast<float>(std::exp(-1 / (2 * sigma * sigma))),
+                       static_cast<float>(std::exp(-1 / (sigma * sigma))));
+  }
+
+  void _Upload() const {
+    const uint8_t* bytes = (planar_ ? pictures_.i420 : pictures_.nv12).data();
+    if (planar_) {
+      glActiveTexture(GL_TEXTURE2);
+      chromaV_.Load(GL_RED, bytes + size_.Pixels() * 5 / 4);
+    }
+    glActiveTexture(GL_TEXTURE1);
+    chroma_.Load(planar_ ? GL_RED : GL_RG, bytes + size_.Pixels());
+    glActiveTexture(GL_TEXTURE0);
+    luma_.Load(GL_RED, bytes);
+  }
+
+  int _Read420(std::vector<uint8_t>* result) const {
+    const size_t pixels = size_.Pixels();
+    const auto width = static_cast<size_t>(size_.width);
+    // Luma: every second row, whose texels are four bytes each.
+    _Transfer(blocks_.textures[0], GL_COLOR_ATTACHMENT0, GL_RGBA, size_.width / 2, 0);
+    _Transfer(blocks_.textures[1], GL_COLOR_ATTACHMENT1, GL_RGBA, size_.width / 2, width);
+    if (planar_) {
+      _Transfer(blocks_.textures[2], GL_COLOR_ATTACHMENT2, GL_RG, 0, pixels);
+      _Transfer(blocks_.textures[3], GL_COLOR_ATTACHMENT3, GL_RG, 0, pixels * 5 / 4);
+    } else {
+      _Transfer(blocks_.textures[2], GL_COLOR_ATTACHMENT2, GL_RGBA, 0, pixels);
+    }
+    return _Look(pixels * 3 / 2, result);
+  }
+
+  const Work work_;
+  const bool planar_;
+  const bool effect_;
+  Texture luma_;
+  Texture chroma_;
+  Texture chromaV_;
+  Texture background_;
+  Target rgb_;
+  Target shown_;
+  Target blocks_;
+  Program toRGB_;
+  Program effectProgram_;
+  Program to420_;
+};
+
+class Layers : public Bare {
+ public:
+  Layers(EGLDisplay display, Work work, Size size)
+      : Bare(display, size),
+        target_({GL_RGBA8}, size.width, size.height),
+        program_(kLayerVertex, kLayer, work == Work::kMultiplyLayers ? "#define MULTIPLY 1\n" : "#define MULTIPLY 0\n"),
+        opacity_(program_.Find("opacity")),
+        layers_(MakeLayers(size)) {
+    program_.Set("target", 1);
+    target_.First().Bind(1);
+    glActiveTexture(GL_TEXTURE0);
+    for (int i = 0; i < kLayerPictures; ++i) {
+      textures_[static_cast<size_t>(i)] = Texture(GL_RGBA8, GL_NEAREST, kLayerSize, kLayerSize);
+      textures_[static_cast<size_t>(i)].Load(GL_RGBA, MakeLayerPicture(i).data());
+    }
+  }
+
+  int Frame(std::vector<uint8_t>* result) override {
+    glClearBufferfv(GL_COLOR, 0, kLayerGround);
+    for (size_t i = 0; i < layers_.size(); ++i) {
+      const Layer& layer = layers_[i];
+      glBindTexture(GL_TEXTURE_2D, textures_[i % kLayerPictures].name);
+      glUniform1f(opacity_, layer.opacity);
+      glViewport(layer.x, layer.y, kLayerSize, kLayerSize);
+      glTextureBarrier();
+      glDrawArrays(GL_TRIANGLE_STRIP, 0, 4);
+    }
+    glFinish();
+    return result != nullptr ? _ReadRGBA(target_.First(), result) : 0;
+  }
+
+ private:
+  Target target_;
+  Program program_;
+  const GLint opacity_;
+  const std::vector<Layer> layers_;
+  std::array<Texture, kLayerPictures> textures_;
+};
 
 }  // namespace
 
-BareGL::BareGL(Size size) : size_(size) {
-  const int width = size.width;
-  const int height = size.height;
-  glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
-  glPixelStorei(GL_PACK_ALIGNMENT, 1);
-  glGenVertexArrays(1, &vertexArray_);
-  luma_ = MakeTexture(GL_R8, width, height);
-  chroma_ = MakeTexture(GL_RG8, width / 2, height / 2);
-  rgb_ = _MakeTarget(width, height);
-  packed_ = _MakeTarget(width / 4, height * 3 / 2);
-  toRGB_ = Link(kToRGB);
-  const auto rate = [](int texels) { return static_cast<float>(texels - 1) / static_cast<float>(texels); };
-  glUniform1i(glGetUniformLocation(toRGB_, "chroma"), 1);
-  glUniform2f(glGetUniformLocation(toRGB_, "lumaRate"), rate(width), rate(height));
-  glUniform2f(glGetUniformLocation(toRGB_, "chromaRate"), rate(width / 2), rate(height / 2));
-  toLuma_ = Link(kToLuma);
-  toChroma_ = Link(kToChroma);
-  glUniform1i(glGetUniformLocation(toChroma_, "height"), height);
-  glGenBuffers(1, &pixelBuffer_);
-  glBindBuffer(GL_PIXEL_PACK_BUFFER, pixelBuffer_);
-  glBufferData(GL_PIXEL_PACK_BUFFER, GLsizeiptr{4} * width * height, nullptr, GL_DYNAMIC_READ);
-  glBindBuffer(GL_PIXEL_PACK_BUFFER, 0);
-  glUseProgram(0);
-}
-
-BareGL::~BareGL() {
-  const GLuint textures[] = {luma_, chroma_, rgb_.texture, packed_.texture};
-  glDeleteTextures(4, textures);
-  const GLuint frameBuffers[] = {rgb_.frameBuffer, packed_.frameBuffer};
-  glDeleteFramebuffers(2, frameBuffers);
-  for (const GLuint program : {toRGB_, toLuma_, toChroma_}) glDeleteProgram(program);
-  glDeleteBuffers(1, &pixelBuffer_);
-  glDeleteVertexArrays(1, &vertexArray_);
-}
-
-BareGL::Target BareGL::_MakeTarget(int width, int height) {
-  Target target;
-  target.texture = MakeTexture(GL_RGBA8, width, height);
-  glGenFramebuffers(1, &target.frameBuffer);
-  glBindFramebuffer(GL_FRAMEBUFFER, target.frameBuffer);
-  glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, target.texture, 0);
-  glBindFramebuffer(GL_FRAMEBUFFER, 0);
-  return target;
-}
-
-void BareGL::_UploadNV12(const std::vector<uint8_t>& frame) {
-  const size_t lumaBytes = size_t{1} * static_cast<size_t>(size_.width) * static_cast<size_t>(size_.height);
-  Upload(luma_, size_.width, size_.height, GL_RED, frame.data());
-  Upload(chroma_, size_.width / 2, size_.height / 2, GL_RG, frame.data() + lumaBytes);
-}
-
-void BareGL::_DrawRGB() {
-  glBindVertexArray(vertexArray_);
-  glBindFramebuffer(GL_FRAMEBUFFER, rgb_.frameBuffer);
-  glViewport(0, 0, size_.width, size_.height);
-  glUseProgram(toRGB_);
-  glActiveTexture(GL_TEXTURE1);
-  glBindTexture(GL_TEXTURE_2D, chroma_);
-  glActiveTexture(GL_TEXTURE0);
-  glBindTexture(GL_TEXTURE_2D, luma_);
-  glDrawArrays(GL_TRIANGLES, 0, 3);
-}
-
-void BareGL::_DrawNV12() {
-  const int width = size_.width / 4;
-  glBindFramebuffer(GL_FRAMEBUFFER, packed_.frameBuffer);
-  glViewport(0, 0, width, size_.height * 3 / 2);
-  glBindTexture(GL_TEXTURE_2D, rgb_.texture);
-  glEnable(GL_SCISSOR_TEST);
-  glScissor(0, 0, width, size_.height);
-  glUseProgram(toLuma_);
-  glDrawArrays(GL_TRIANGLES, 0, 3);
-  glScissor(0, size_.height, width, size_.height / 2);
-  glUseProgram(toChroma_);
-  glDrawArrays(GL_TRIANGLES, 0, 3);
-  glDisable(GL_SCISSOR_TEST);
-}
-
-int BareGL::_Read(const Target& target, int width, int height) {
-  const GLsizeiptr bytes = GLsizeiptr{4} * width * height;
-  glBindFramebuffer(GL_FRAMEBUFFER, target.frameBuffer);
-  glBindBuffer(GL_PIXEL_PACK_BUFFER, pixelBuffer_);
-  glReadPixels(0, 0, width, height, GL_RGBA, GL_UNSIGNED_BYTE, nullptr);
-  const auto* pixels = static_cast<const uint8_t*>(glMapBufferRange(GL_PIXEL_PACK_BUFFER, 0, bytes, GL_MAP_READ_BIT));
-  const int seen = pixels[0] + pixels[bytes - 1];
-  glUnmapBuffer(GL_PIXEL_PACK_BUFFER);
-  glBindBuffer(GL_PIXEL_PACK_BUFFER, 0);
-  glBindFramebuffer(GL_FRAMEBUFFER, 0);
-  glUseProgram(0);
-  glBindVertexArray(0);
-  return seen;
-}
-
-int BareGL::NV12ToNV12(const std::vector<uint8_t>& frame) {
-  _UploadNV12(frame);
-  _DrawRGB();
-  _DrawNV12();
-  return _Read(packed_, size_.width / 4, size_.height * 3 / 2);
-}
-
-int BareGL::NV12ToRGBA(const std::vector<uint8_t>& frame) {
-  _UploadNV12(frame);
-  _DrawRGB();
-  return _Read(rgb_, size_.width, size_.height);
-}
-
-int BareGL::RGBAToRGBA(const std::vector<uint8_t>& frame) {
-  Upload(rgb_.texture, size_.width, size_.height, GL_RGBA, frame.data());
-  return _Read(rgb_, size_.width, size_.height);
+std::unique_ptr<Renderer> MakeBareRenderer(EGLDisplay display, Work work, Size size) {
+  switch (work) {
+    case Work::kRGBAToRGBA:
+      return std::make_unique<UpAndDown>(display, size);
+    case Work::kMultiplyLayers:
+    case Work::kNormalLayers:
+      return std::make_unique<Layers>(display, work, size);
+    default:
+      return std::make_unique<Video>(display, work, size);
+  }
 }
 
 }  // namespace bench
