@@ -150,14 +150,6 @@ void Compare(const Row& row, Renderer& library, Renderer& bare) {
   bare.MakeCurrent();
   bare.Frame(&actual);
   Check(expected.size() == actual.size() && !actual.empty(), "Comparing the results");
-  if (std::getenv("DUMP")) {
-    FILE* f = fopen("/tmp/lib.bin", "wb");
-    fwrite(expected.data(), 1, expected.size(), f);
-    fclose(f);
-    f = fopen("/tmp/bare.bin", "wb");
-    fwrite(actual.data(), 1, actual.size(), f);
-    fclose(f);
-  }
   double sum = 0;
   int most = 0;
   size_t off = 0;

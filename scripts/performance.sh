@@ -11,6 +11,7 @@ page=docs/performance.md
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 headless=(env -u DISPLAY -u WAYLAND_DISPLAY)
+load=$(cut -d " " -f 1 /proc/loadavg)
 
 cmake --preset linux >/dev/null
 cmake --build build/linux --target qvg_bench
@@ -116,7 +117,7 @@ figures() {
   sed '/^<!-- figures -->$/q' "$page"
   echo
   echo "$(date -u +%F), commit $(git rev-parse --short HEAD)," \
-    "$(lscpu | sed -n 's/^Model name: *//p' | head -n 1), $(nproc) cores."
+    "$(lscpu | sed -n 's/^Model name: *//p' | head -n 1), $(nproc) cores, load $load when it began."
   figures
   sed -n '/^<!-- end of the figures -->$/,$p' "$page"
 } >"$work/page"
