@@ -206,6 +206,14 @@ void WaitForDeparture(ContextId id) {
   if (const Entry* const entry = registry.Find(id); entry != nullptr) entry->departure.Wait();
 }
 
+void DropContextObjects() {
+  ContextState* const current = CurrentContext();
+  if (current == nullptr) return;
+  FlushContextObjects();
+  current->targets.Clear();
+  current->quad.reset();
+}
+
 void RegisterContext(const void* nativeContext) {
   Registry& registry = Contexts();
   std::lock_guard lock(registry.mutex);

@@ -76,6 +76,10 @@ bool WasLeft(ContextId id, uint64_t departures);
 /// Lets the GPU finish what the context had submitted when it was last left.
 void WaitForDeparture(ContextId id);
 
+/// Deletes what the library keeps for the calling thread's context, which is about to be destroyed: drivers that keep
+/// such names for all contexts in common would keep them for good.
+void DropContextObjects();
+
 /// To be called with the platform's handle of a context right after it was made, and right before it is destroyed.
 void RegisterContext(const void* nativeContext);
 void ForgetContext(const void* nativeContext);

@@ -71,6 +71,15 @@ void* QVGLContextManager::CreateSharedContext(void* /*reserved*/, void* window, 
 }
 
 void QVGLContextManager::_Destroy(ContextMap::iterator found) {
+  QVGContextData& context = *found->second;
+  // A window may be gone; a context that is current elsewhere can't be had.
+  if (IsContextCurrent(context)) {
+    DropContextObjects();
+  } else if (IsHidden(context)) {
+    const ContextBinding previous = CurrentBinding();
+    if (MakeContextCurrent(context)) DropContextObjects();
+    RestoreBinding(previous);
+  }
   pool_.remove(found->second);
   DestroyContextData(found->second);
   contexts_.erase(found);

@@ -42,6 +42,8 @@ bool IsContextCurrent(const QVGContextData& data);
 bool MakeContextCurrent(const QVGContextData& data);
 /// Unbinds whatever is current on the calling thread, also what is not the library's.
 bool ReleaseCurrentContext();
+/// Whether the context has a surface of its own that nobody sees.
+bool IsHidden(const QVGContextData& data);
 /// Whether the context's window still exists; true for a hidden surface.
 bool IsWindowValid(const QVGContextData& data);
 /// May wait for the display.

@@ -467,6 +467,8 @@ bool ReleaseCurrentContext() {
   return Check(eglMakeCurrent(eglGetCurrentDisplay(), EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT));
 }
 
+bool IsHidden(const QVGContextData& data) { return data.ownsWindow; }
+
 bool IsWindowValid(const QVGContextData& data) {
   if (data.ownsWindow) return true;
   xcb_connection_t* const connection = Egl().connection;

@@ -245,6 +245,8 @@ bool MakeContextCurrent(const QVGContextData& data) { return wglMakeCurrent(data
 
 bool ReleaseCurrentContext() { return wglMakeCurrent(wglGetCurrentDC(), nullptr) != FALSE; }
 
+bool IsHidden(const QVGContextData& data) { return data.ownsWindow; }
+
 bool IsWindowValid(const QVGContextData& data) {
   const HDC hdc = data.hwnd == nullptr ? nullptr : GetDC(data.hwnd);
   if (hdc != nullptr) ReleaseDC(data.hwnd, hdc);

@@ -61,4 +61,9 @@ void TargetCache::Forget(uint64_t storage) {
   });
 }
 
+void TargetCache::Clear() {
+  for (const Entry& entry : entries_) glDeleteFramebuffers(1, &entry.name);
+  entries_.clear();
+}
+
 }  // namespace qvg

@@ -26,6 +26,8 @@ class TargetCache {
   uint32_t FrameBufferOf(const Texture& texture);
   /// Deletes the frame buffers with that storage.
   void Forget(uint64_t storage);
+  /// Deletes all of them.
+  void Clear();
 
  private:
   struct Entry {

@@ -137,6 +137,7 @@ bool WndDrawer::Uninit() {
       if (!own) substitute = std::make_unique<TemporaryContext>(contexts_);
       content_.reset();
       tools_.reset();
+      if (own) DropContextObjects();
     }
   }
   if (live) contexts_.DestroySharedContext(context_);

@@ -119,7 +119,8 @@ TEST_F(ContextTest, TexturesAreSharedAndFrameBuffersAreNot) {
   // Those that the library keeps go with their textures, the one that was deleted elsewhere goes here.
   for (TexturePtr* drawn : {&texture, &target, &second}) drawn->reset();
   ClearPools();
-  gl_.Finish();
+  { const CurrentContext other; }
+  ASSERT_TRUE(gl_.MakeCurrentContext(context_->handle, nullptr));
   EXPECT_EQ(LiveNames(kFrameBuffers), std::vector<unsigned>());
 }
 
