@@ -31,8 +31,8 @@ struct ContextState {
   std::unique_ptr<Quad> quad;              ///< Made by the first pass.
   std::unique_ptr<ProgramTable> programs;  ///< Those that the context holds.
   uint64_t departures = 0;                 ///< How often it was made not current.
-  bool worked = false;                     ///< Since the last departure something was submitted that others may wait for.
-  std::atomic<bool> attention = false;     ///< FlushContextObjects has something to do.
+  bool worked = false;                  ///< Since the last departure something was submitted that others may wait for.
+  std::atomic<bool> attention = false;  ///< FlushContextObjects has something to do.
 
  private:
   uint32_t nearestSampler_ = 0;

@@ -167,8 +167,9 @@ bool FrameBuffer::BindColorTexture(Texture* texture) {
   glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, texture->Target(), texture->Id(), 0);
   // A smaller depth buffer would clip the picture in recycled larger storage.
   const TextureSetting& storage = texture->Setting();
-  const bool depthCovers = !setting_.depthStencil || (depthBuffer_ != nullptr && depthBuffer_->setting.width >= storage.width &&
-                                              depthBuffer_->setting.height >= storage.height);
+  const bool depthCovers =
+      !setting_.depthStencil || (depthBuffer_ != nullptr && depthBuffer_->setting.width >= storage.width &&
+                                 depthBuffer_->setting.height >= storage.height);
   colorTexture_ = texture;
   if ((!depthCovers && !_AttachDepth(storage.width, storage.height)) || !_Complete()) {
     UnbindColorTexture();
@@ -294,9 +295,9 @@ bool FrameBuffer::BlitToPbo(BO* buffer, int x, int y, int width, int height, int
   glBindFramebuffer(GL_DRAW_FRAMEBUFFER, target.frameBuffer);
   glBlitFramebuffer(content.x + x, content.y + y, width, height, target.content.x, target.content.y, width, height,
                     GL_COLOR_BUFFER_BIT, GL_NEAREST);
-  SubmitRead({target.frameBuffer, GL_COLOR_ATTACHMENT0, target.content.x, target.content.y, width, height, format,
-              offset},
-             *buffer);
+  SubmitRead(
+      {target.frameBuffer, GL_COLOR_ATTACHMENT0, target.content.x, target.content.y, width, height, format, offset},
+      *buffer);
   glBindFramebuffer(GL_FRAMEBUFFER, 0);
   CheckGLError();
   surfaces_.ReleaseTexture(resolved);

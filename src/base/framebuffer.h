@@ -34,8 +34,8 @@ struct Scene {
   static Scene On(const Texture& texture);
 };
 
-/// Fills the target's content with a colour (r, g, b, a), and all of a depth buffer if asked to. Leaves the frame buffer
-/// bound.
+/// Fills the target's content with a colour (r, g, b, a), and all of a depth buffer if asked to. Leaves the frame
+/// buffer bound.
 bool ClearTarget(const RenderTarget& target, const float color[4], bool depth);
 
 /// Copies exactly the target's content to the texture's content, which has the same size. Leaves no frame buffer bound.

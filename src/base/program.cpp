@@ -33,12 +33,8 @@ void Send(GLint location, const glm::ivec2& value) { glUniform2iv(location, 1, g
 void Send(GLint location, const glm::vec2& value) { glUniform2fv(location, 1, glm::value_ptr(value)); }
 void Send(GLint location, const glm::vec3& value) { glUniform3fv(location, 1, glm::value_ptr(value)); }
 void Send(GLint location, const glm::vec4& value) { glUniform4fv(location, 1, glm::value_ptr(value)); }
-void Send(GLint location, const glm::mat3& value) {
-  glUniformMatrix3fv(location, 1, GL_FALSE, glm::value_ptr(value));
-}
-void Send(GLint location, const glm::mat4& value) {
-  glUniformMatrix4fv(location, 1, GL_FALSE, glm::value_ptr(value));
-}
+void Send(GLint location, const glm::mat3& value) { glUniformMatrix3fv(location, 1, GL_FALSE, glm::value_ptr(value)); }
+void Send(GLint location, const glm::mat4& value) { glUniformMatrix4fv(location, 1, GL_FALSE, glm::value_ptr(value)); }
 
 }  // namespace
 

@@ -20,8 +20,8 @@ class TargetCache {
   TargetCache(const TargetCache&) = delete;
   TargetCache& operator=(const TargetCache&) = delete;
 
-  /// The name of a frame buffer with the textures as colour attachments 0, 1, ...; up to kTextures of them. 0 when it is
-  /// not complete, which is logged.
+  /// The name of a frame buffer with the textures as colour attachments 0, 1, ...; up to kTextures of them. 0 when it
+  /// is not complete, which is logged.
   uint32_t FrameBufferOf(std::span<const Texture* const> textures);
   uint32_t FrameBufferOf(const Texture& texture);
   /// Deletes the frame buffers with that storage.

@@ -14,20 +14,23 @@ struct TexelFormat {
 };
 
 // GL_RGB16 counts 4 bytes, as every format does that is not listed.
-inline constexpr TexelFormat kTexelFormats[] = {
-    {GL_RGBA8, 4},           {GL_R8, 1},           {GL_RG8, 2},           {GL_RGB8, 3},
-    {GL_R3_G3_B2, 1},        {GL_R16UI, 2, true},  {GL_RG16UI, 4, true},  {GL_R8I, 1, true},
-    {GL_R8UI, 1, true},      {GL_R8_SNORM, 1},     {GL_RGBA2, 1},         {GL_R16, 2},
-    {GL_R16_SNORM, 2},       {GL_RG8_SNORM, 2},    {GL_R16F, 2},          {GL_R16I, 2, true},
-    {GL_RG8I, 2, true},      {GL_RG8UI, 2, true},  {GL_RGB4, 2},          {GL_RGB5, 2},
-    {GL_RGBA4, 2},           {GL_RGB5_A1, 2},      {GL_SRGB8, 3},         {GL_RGB8I, 3, true},
-    {GL_RGB8UI, 3, true},    {GL_RGB8_SNORM, 3},   {GL_R32I, 4, true},    {GL_R32UI, 4, true},
-    {GL_RG16I, 4, true},     {GL_RGBA8I, 4, true}, {GL_RGBA8UI, 4, true}, {GL_RGB16F, 6},
-    {GL_RGB16I, 6, true},    {GL_RGB16UI, 6, true}, {GL_RGB16_SNORM, 6},  {GL_RGBA12, 6},
-    {GL_RGBA16, 8},          {GL_RGBA16F, 8},      {GL_RGBA16I, 8, true}, {GL_RGBA16UI, 8, true},
-    {GL_RG32F, 8},           {GL_RG32I, 8, true},  {GL_RG32UI, 8, true},  {GL_RGB32F, 12},
-    {GL_RGB32I, 12, true},   {GL_RGB32UI, 12, true}, {GL_RGBA32F, 16},    {GL_RGBA32I, 16, true},
-    {GL_RGBA32UI, 16, true}};
+inline constexpr TexelFormat kTexelFormats[] = {{GL_RGBA8, 4},          {GL_R8, 1},          {GL_RG8, 2},
+                                                {GL_RGB8, 3},           {GL_R3_G3_B2, 1},    {GL_R16UI, 2, true},
+                                                {GL_RG16UI, 4, true},   {GL_R8I, 1, true},   {GL_R8UI, 1, true},
+                                                {GL_R8_SNORM, 1},       {GL_RGBA2, 1},       {GL_R16, 2},
+                                                {GL_R16_SNORM, 2},      {GL_RG8_SNORM, 2},   {GL_R16F, 2},
+                                                {GL_R16I, 2, true},     {GL_RG8I, 2, true},  {GL_RG8UI, 2, true},
+                                                {GL_RGB4, 2},           {GL_RGB5, 2},        {GL_RGBA4, 2},
+                                                {GL_RGB5_A1, 2},        {GL_SRGB8, 3},       {GL_RGB8I, 3, true},
+                                                {GL_RGB8UI, 3, true},   {GL_RGB8_SNORM, 3},  {GL_R32I, 4, true},
+                                                {GL_R32UI, 4, true},    {GL_RG16I, 4, true}, {GL_RGBA8I, 4, true},
+                                                {GL_RGBA8UI, 4, true},  {GL_RGB16F, 6},      {GL_RGB16I, 6, true},
+                                                {GL_RGB16UI, 6, true},  {GL_RGB16_SNORM, 6}, {GL_RGBA12, 6},
+                                                {GL_RGBA16, 8},         {GL_RGBA16F, 8},     {GL_RGBA16I, 8, true},
+                                                {GL_RGBA16UI, 8, true}, {GL_RG32F, 8},       {GL_RG32I, 8, true},
+                                                {GL_RG32UI, 8, true},   {GL_RGB32F, 12},     {GL_RGB32I, 12, true},
+                                                {GL_RGB32UI, 12, true}, {GL_RGBA32F, 16},    {GL_RGBA32I, 16, true},
+                                                {GL_RGBA32UI, 16, true}};
 
 inline constexpr size_t kTexelFormatCount = sizeof kTexelFormats / sizeof kTexelFormats[0];
 

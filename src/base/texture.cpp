@@ -88,8 +88,8 @@ void Texture::CentreContent(int width, int height) {
 
 bool Texture::_MapAndLoad(const HostPixels& image) {
   glBindBuffer(GL_PIXEL_UNPACK_BUFFER, unpackBuffer_);
-  void* const mapped = glMapBufferRange(GL_PIXEL_UNPACK_BUFFER, 0, storage_.bytes,
-                                        GL_MAP_WRITE_BIT | GL_MAP_INVALIDATE_BUFFER_BIT);
+  void* const mapped =
+      glMapBufferRange(GL_PIXEL_UNPACK_BUFFER, 0, storage_.bytes, GL_MAP_WRITE_BIT | GL_MAP_INVALIDATE_BUFFER_BIT);
   if (mapped != nullptr) {
     std::memcpy(mapped, image.pixels,
                 size_t{1} * TexelFormatOf(storage_.setting.internalFormat).bytes * image.height * image.width);

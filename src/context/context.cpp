@@ -37,7 +37,8 @@ Runtime* QVGContext::Rendering() const {
   int32_t major = 0;
   int32_t minor = 0;
   GetGLVersion(&major, &minor);
-  const bool able = (major > kLeastMajor || (major == kLeastMajor && minor >= kLeastMinor)) && glTexStorage2D != nullptr;
+  const bool able =
+      (major > kLeastMajor || (major == kLeastMajor && minor >= kLeastMinor)) && glTexStorage2D != nullptr;
   return able ? running_.load() : nullptr;
 }
 

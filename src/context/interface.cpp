@@ -221,7 +221,7 @@ void GetRequiredGLVersion(int32_t* major, int32_t* minor) noexcept { QVGContext:
 QVGTexture* CloneTexture(QVGTexture* source) noexcept {
   if (source == nullptr) return nullptr;
   return OnContext<QVGTexture*>(nullptr,
-                                  [&](Runtime& runtime) { return To(qvg::CloneTexture(runtime.frames, From(source))); });
+                                [&](Runtime& runtime) { return To(qvg::CloneTexture(runtime.frames, From(source))); });
 }
 
 bool SetTextureChannelOrder(QVGTexture* texture, int32_t order) noexcept {
@@ -235,14 +235,15 @@ QVGTexture* AcquireTexture(uint32_t width, uint32_t height) noexcept {
       nullptr, [&](Runtime& runtime) { return To(runtime.textures.Acquire(width, height, GL_RGBA8)); });
 }
 
-QVGTexture* UploadPixelBufferToNewTexture(const QVGPixelBuffer* source, bool flipped, bool matteRGB, QVGColor matte) noexcept {
+QVGTexture* UploadPixelBufferToNewTexture(const QVGPixelBuffer* source, bool flipped, bool matteRGB,
+                                          QVGColor matte) noexcept {
   return OnContext<QVGTexture*>(nullptr, [&](Runtime& runtime) {
     return To(qvg::UploadPixelBufferToNewTexture(runtime.frames, source, flipped, matteRGB, matte));
   });
 }
 
 bool UploadPixelBufferToTexture(QVGTexture* destination, const QVGPixelBuffer* source, bool flipped, bool matteRGB,
-                     QVGColor matte) noexcept {
+                                QVGColor matte) noexcept {
   return OnContext(false, [&](Runtime& runtime) {
     return qvg::UploadPixelBufferToTexture(runtime.frames, From(destination), source, flipped, matteRGB, matte);
   });
@@ -272,7 +273,9 @@ uint32_t GetTextureRotation(const QVGTexture* texture) noexcept {
   return texture == nullptr ? 0 : From(texture)->presentation.rotation;
 }
 
-bool GetTextureFlipped(const QVGTexture* texture) noexcept { return texture != nullptr && From(texture)->presentation.flipped; }
+bool GetTextureFlipped(const QVGTexture* texture) noexcept {
+  return texture != nullptr && From(texture)->presentation.flipped;
+}
 
 uint32_t GetTextureId(const QVGTexture* texture) noexcept { return texture == nullptr ? 0 : From(texture)->Id(); }
 
@@ -309,18 +312,19 @@ bool TextureToYUV420PixelBuffer(QVGTexture* source, bool fullRange, bool mirror,
 }
 
 bool TextureToNV12PixelBuffer(QVGTexture* source, QVGPixelBuffer* out, bool mirror) noexcept {
-  return OnContext(false,
-                     [&](Runtime& runtime) { return qvg::TextureToNV12PixelBuffer(runtime.frames, From(source), out, mirror); });
+  return OnContext(false, [&](Runtime& runtime) {
+    return qvg::TextureToNV12PixelBuffer(runtime.frames, From(source), out, mirror);
+  });
 }
 
 bool TextureToRGBAPixelBuffer(QVGTexture* source, QVGPixelBuffer* out, bool flip) noexcept {
-  return OnContext(false,
-                     [&](Runtime& runtime) { return qvg::TextureToRGBAPixelBuffer(runtime.frames, From(source), out, flip); });
+  return OnContext(
+      false, [&](Runtime& runtime) { return qvg::TextureToRGBAPixelBuffer(runtime.frames, From(source), out, flip); });
 }
 
 bool TextureToBGRAPixelBuffer(QVGTexture* source, QVGPixelBuffer* out, bool flip) noexcept {
-  return OnContext(false,
-                     [&](Runtime& runtime) { return qvg::TextureToBGRAPixelBuffer(runtime.frames, From(source), out, flip); });
+  return OnContext(
+      false, [&](Runtime& runtime) { return qvg::TextureToBGRAPixelBuffer(runtime.frames, From(source), out, flip); });
 }
 
 void ReleasePixelBuffer(QVGPixelBuffer** buffer) noexcept {
@@ -382,18 +386,20 @@ QVGFrameBuffer* CreateFrameBufferFromDesc(const QVGFrameBufferDesc* desc) noexce
 }
 
 bool BindTextureToFrameBuffer(QVGFrameBuffer* frameBuffer, QVGTexture* texture) noexcept {
-  return OnContext(
-      false, [&](Runtime& runtime) { return qvg::BindTextureToFrameBuffer(runtime.frames, From(frameBuffer), From(texture)); });
+  return OnContext(false, [&](Runtime& runtime) {
+    return qvg::BindTextureToFrameBuffer(runtime.frames, From(frameBuffer), From(texture));
+  });
 }
 
 bool ClearFrameBuffer(QVGFrameBuffer* frameBuffer, const double rgba[4]) noexcept {
-  return OnContext(
-      false, [&](Runtime& runtime) { return qvg::ClearFrameBuffer(runtime.frames, From(frameBuffer), rgba); });
+  return OnContext(false,
+                   [&](Runtime& runtime) { return qvg::ClearFrameBuffer(runtime.frames, From(frameBuffer), rgba); });
 }
 
 bool DrawTexture(QVGTexture* source, QVGFrameBuffer* destination, const QVGDrawTextureParams* params) noexcept {
-  return OnContext(
-      false, [&](Runtime& runtime) { return qvg::DrawTexture(runtime.frames, From(source), From(destination), params); });
+  return OnContext(false, [&](Runtime& runtime) {
+    return qvg::DrawTexture(runtime.frames, From(source), From(destination), params);
+  });
 }
 
 bool DestroyFrameBuffer(QVGFrameBuffer** frameBuffer) noexcept {
@@ -508,15 +514,14 @@ bool GetEffectParameterTable(const char* name, const QVGParamDescriptor** table,
 
 QVGEffect* CreateEffect(const char* name) noexcept {
   if (IsEmpty(name)) return nullptr;
-  return OnContext<QVGEffect*>(nullptr, [&](Runtime& runtime) {
-    return reinterpret_cast<QVGEffect*>(runtime.effects.CreateEffect(name));
-  });
+  return OnContext<QVGEffect*>(
+      nullptr, [&](Runtime& runtime) { return reinterpret_cast<QVGEffect*>(runtime.effects.CreateEffect(name)); });
 }
 
 bool SetEffectParameter(QVGEffect* effect, const char* key, const QVGParamValue* value) noexcept {
   if (effect == nullptr || IsEmpty(key) || value == nullptr) return false;
-  return WithRuntime(
-      false, [&](Runtime& runtime) { return runtime.effects.SetEffectParameter(From(effect), key, value); });
+  return WithRuntime(false,
+                     [&](Runtime& runtime) { return runtime.effects.SetEffectParameter(From(effect), key, value); });
 }
 
 QVGTexture* ApplyEffect(QVGEffect* effect, QVGTexture* input) noexcept {

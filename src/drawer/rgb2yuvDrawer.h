@@ -13,7 +13,7 @@ class RGB2YUVDrawer : public Drawer {
  public:
   struct Parameters {
     const Texture* input = nullptr;
-    bool nv12 = true;  ///< U and V in turn, column by column; otherwise all U and all V.
+    bool nv12 = true;        ///< U and V in turn, column by column; otherwise all U and all V.
     bool flip = false;       ///< Last input row first.
     bool mirror = false;     ///< Last input column first.
     bool fullRange = false;  ///< Not for NV12, which is always limited. Chroma is then centred on 0.
@@ -21,8 +21,8 @@ class RGB2YUVDrawer : public Drawer {
 
   using Drawer::Drawer;
 
-  /// One byte a texel, for every size: luma in the first two thirds of the scene's rows, chroma in the last, U left of V
-  /// unless they take turns. The scene has the input's width and 3/2 of its height. The caller checks for GL errors.
+  /// One byte a texel, for every size: luma in the first two thirds of the scene's rows, chroma in the last, U left of
+  /// V unless they take turns. The scene has the input's width and 3/2 of its height. The caller checks for GL errors.
   bool DrawBytes(const Scene* scene, const Parameters& parameters);
 
   /// Whether DrawBlocks can draw it.

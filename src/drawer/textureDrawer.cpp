@@ -48,12 +48,8 @@ constexpr ProgramKind TextureKind(const char* name, const char* part2, const cha
           .uniforms = {"mvpMat", "texcoordMat", "mainTextureBounds", "opacity", "resolution", "targetOrigin",
                        "matteTextureOrigin", "matteTextureExtent", "matteTextureBounds", "simpleMatte", "bgOrigin"},
           .samplers = {{"mainTexture", 1}, {"matteTexture", 2}, {"bgTexture", 3}},
-          .switches = {{"MAIN_PREMULTIPLIED"},
-                       {"VERTEX_COLOR"},
-                       {"CROP"},
-                       {"MATTE_PREMULTIPLIED"},
-                       {"MATTE", 3},
-                       {"BLEND", 6}}};
+          .switches = {
+              {"MAIN_PREMULTIPLIED"}, {"VERTEX_COLOR"}, {"CROP"}, {"MATTE_PREMULTIPLIED"}, {"MATTE", 3}, {"BLEND", 6}}};
 }
 
 constexpr ProgramKind kSimpleKind = TextureKind("TextureDrawerShaderProgram_Simple", shaders::textureSimple_frag);
@@ -61,9 +57,9 @@ constexpr ProgramKind kNoBlendKind =
     TextureKind("TextureDrawerShaderProgram_NoBlend", textureMatte_glsl, shaders::textureNoBlend_frag);
 constexpr ProgramKind kSimpleNormalBlendKind = TextureKind(
     "TextureDrawerShaderProgram_SimpleNormalBlend", textureBackground_glsl, shaders::textureSimpleNormalBlend_frag);
-constexpr ProgramKind kBlendKind = TextureKind("TextureDrawerShaderProgram_Blend", textureMatte_glsl,
-                                               textureBackground_glsl, shaders::textureBlend_glsl,
-                                               shaders::textureBlend_frag);
+constexpr ProgramKind kBlendKind =
+    TextureKind("TextureDrawerShaderProgram_Blend", textureMatte_glsl, textureBackground_glsl,
+                shaders::textureBlend_glsl, shaders::textureBlend_frag);
 
 // Those that blend in a way of their own; all others blend normally.
 constexpr int32_t kBlendTypes[] = {1, 6, 7, 8, 10, 11, 16, 19, 26, 27, 30, 31, 32, 33, 34, 35};
@@ -90,7 +86,8 @@ uint32_t VariantOf(const TextureDrawer::Parameters& parameters) {
 }
 
 const ProgramKind& KindOf(const TextureDrawer::Parameters& parameters) {
-  const bool hasMatte = parameters.matteType != 0 && parameters.matteTexture != nullptr;  // also of a type without effect
+  const bool hasMatte =
+      parameters.matteType != 0 && parameters.matteTexture != nullptr;  // also of a type without effect
   const bool simple = parameters.mainTexture != nullptr && !hasMatte && !parameters.simpleMatte;
   if (parameters.blendType == TextureDrawer::kNoBlend) return simple ? kSimpleKind : kNoBlendKind;
   return parameters.blendType == TextureDrawer::kNormalBlend && simple ? kSimpleNormalBlendKind : kBlendKind;

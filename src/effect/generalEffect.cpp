@@ -57,20 +57,12 @@ constexpr ProgramKind kKind = {
     .vertex = {shaders::effect_vert},
     .fragment = {shaders::frame_glsl, shaders::key_glsl, shaders::beauty_glsl, shaders::color_glsl,
                  shaders::generalEffect_frag},
-    .uniforms = {"mvpMat",        "texcoordMat",     "texture_size",     "texture_bounds", "chromaKeyColor",
-                 "similarity",    "smoothness",      "spill",            "keyUVFactor",    "keyBGBounds",
-                 "whitten",       "blur",            "blurSumWeight", "blurRadius", "blurSingleOffset", "kelvin_rgb_high",
-                 "kelvin_rgb_low", "brightness",     "temperature",      "highlight",      "shadow",
-                 "saturation",    "contrast",        "hue"},
+    .uniforms = {"mvpMat",        "texcoordMat", "texture_size",     "texture_bounds",  "chromaKeyColor", "similarity",
+                 "smoothness",    "spill",       "keyUVFactor",      "keyBGBounds",     "whitten",        "blur",
+                 "blurSumWeight", "blurRadius",  "blurSingleOffset", "kelvin_rgb_high", "kelvin_rgb_low", "brightness",
+                 "temperature",   "highlight",   "shadow",           "saturation",      "contrast",       "hue"},
     .samplers = {{"main_texture", 1}, {"keyBGTexure", 3}},
-    .switches = {{"KEY"},
-                 {"BLUR"},
-                 {"WHITTEN"},
-                 {"HSV"},
-                 {"CONTRAST"},
-                 {"TEMPERATURE"},
-                 {"LIGHT"},
-                 {"BACKGROUND"}}};
+    .switches = {{"KEY"}, {"BLUR"}, {"WHITTEN"}, {"HSV"}, {"CONTRAST"}, {"TEMPERATURE"}, {"LIGHT"}, {"BACKGROUND"}}};
 
 /// Maps texture coordinates of the frame to those of a background that stands upright in the presented frame and fills
 /// it. For row vectors: (u, v, 1) * matrix.

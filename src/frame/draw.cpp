@@ -14,9 +14,7 @@ namespace qvg {
 
 namespace {
 
-bool IsRenderable(const Texture& texture) {
-  return Limits::OfDriver().IsRenderable(texture.Setting().internalFormat);
-}
+bool IsRenderable(const Texture& texture) { return Limits::OfDriver().IsRenderable(texture.Setting().internalFormat); }
 
 TextureLease Lease(const FrameServices& services, const Texture& like, GLenum internalFormat) {
   return TextureLease(services.textures, like.Content().width, like.Content().height, internalFormat);
@@ -163,8 +161,7 @@ bool ClearFrameBuffer(const FrameServices& services, FrameBuffer* frameBuffer, c
   return frameBuffer->Clear(ColorOf(rgba).data());
 }
 
-FrameBuffer* CreateFrameBuffer(const FrameServices& services, const FrameBufferSetting& setting,
-                               const Camera& camera) {
+FrameBuffer* CreateFrameBuffer(const FrameServices& services, const FrameBufferSetting& setting, const Camera& camera) {
   const int maxSize = Limits::OfDriver().MaxTextureSize();
   if (setting.width < 1 || setting.height < 1 || setting.width > maxSize || setting.height > maxSize) return nullptr;
   auto frameBuffer = std::make_unique<FrameBuffer>(services.surfaces);

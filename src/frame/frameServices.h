@@ -9,8 +9,8 @@ class ScratchBufferPool;
 class SurfaceSource;
 class TexturePool;
 
-/// What the operations on frames borrow from their owner. Each gives back what it took, also when it fails. They run with
-/// a context of the library current on the calling thread.
+/// What the operations on frames borrow from their owner. Each gives back what it took, also when it fails. They run
+/// with a context of the library current on the calling thread.
 struct FrameServices {
   ProgramCache& programs;
   SurfaceSource& surfaces;

@@ -118,8 +118,8 @@ bool SubmitBlocks(const FrameServices& services, const RGB2YUVDrawer::Parameters
                                {columns, rows, 0, 0, columns, rows}};
   if (target.frameBuffer == 0 || !RGB2YUVDrawer(services.programs).DrawBlocks(target, parameters)) return false;
   for (size_t i = 0; i < parts.size(); ++i) {
-    SubmitRead({target.frameBuffer, GL_COLOR_ATTACHMENT0 + static_cast<GLenum>(i), 0, 0, columns, rows,
-                parts[i].format, parts[i].offset, parts[i].rowLength},
+    SubmitRead({target.frameBuffer, GL_COLOR_ATTACHMENT0 + static_cast<GLenum>(i), 0, 0, columns, rows, parts[i].format,
+                parts[i].offset, parts[i].rowLength},
                buffer);
   }
   return true;
@@ -196,8 +196,7 @@ bool TextureToYUV420PixelBuffer(const FrameServices& services, Texture* source, 
   Describe(*out, *source, fullRange ? QVG_FORMAT_J420 : QVG_FORMAT_I420, {width, halfWidth, halfWidth});
   const int64_t lumaBytes = int64_t{width} * height;
   const YUVLayout layout = {false, width, height, lumaBytes, lumaBytes * 5 / 4};
-  uint8_t* address =
-      ReadYUV(services, *source, layout, mirror, fullRange, (width + 2 * int64_t{halfWidth}) * height);
+  uint8_t* address = ReadYUV(services, *source, layout, mirror, fullRange, (width + 2 * int64_t{halfWidth}) * height);
   if (address == nullptr) return false;
   out->plane[0] = address;
   out->plane[1] = address + layout.uOffset;

@@ -115,8 +115,7 @@ Texture* UploadPixelBufferToNewTexture(const FrameServices& services, const QVGP
                                        bool shouldMattRGB, const QVGColor& matte) {
   const std::optional<FrameView> frame = View(source);
   if (!frame.has_value()) return nullptr;
-  const GLenum internalFormat =
-      frame->format->IsYUV() ? GLenum{GL_RGBA8} : frame->planes[0].format.internalFormat;
+  const GLenum internalFormat = frame->format->IsYUV() ? GLenum{GL_RGBA8} : frame->planes[0].format.internalFormat;
   TextureLease texture(services.textures, frame->width, frame->height, internalFormat);
   if (!texture || !UploadFrame(services, *texture, *frame, flipped, shouldMattRGB, matte)) return nullptr;
   return texture.Take();

@@ -58,8 +58,7 @@ bool ResourceCache::_LoadImage(Entry& entry) {
   if (image->pixels == nullptr || image->width < 1 || image->height < 1) return false;
   entry.texture =
       textures_.Acquire(static_cast<uint32_t>(image->width), static_cast<uint32_t>(image->height), GL_RGBA8);
-  if (entry.texture == nullptr ||
-      !entry.texture->Load({image->width, image->height, image->pixels, GL_BGRA})) {
+  if (entry.texture == nullptr || !entry.texture->Load({image->width, image->height, image->pixels, GL_BGRA})) {
     return false;
   }
   entry.texture->presentation.flipped = true;

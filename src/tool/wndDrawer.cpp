@@ -29,8 +29,8 @@ constexpr ProgramKind kKind = {.name = "WndDrawer",
 
 /// Texture coordinates at the corners of a quad on which the picture stands as it presents.
 QuadCorners TexCoordsOf(const Texture& texture) {
-  const glm::mat3 matrix = ContentTexMatrix(texture.Content(), QuarterTurns(texture.presentation.rotation),
-                                            texture.presentation.flipped);
+  const glm::mat3 matrix =
+      ContentTexMatrix(texture.Content(), QuarterTurns(texture.presentation.rotation), texture.presentation.flipped);
   QuadCorners corners = {glm::vec2(0, 1), glm::vec2(0, 0), glm::vec2(1, 0), glm::vec2(1, 1)};
   for (glm::vec2& corner : corners) corner = matrix * glm::vec3(corner, 1);
   return corners;

@@ -98,8 +98,8 @@ class Noted {
   static inline std::remove_reference_t<decltype(function)> original_;
 };
 
-// Not every driver shows pictures that are drawn or read too early: what counts is that the order is asked for, and that
-// it costs nothing while an object stays with its context.
+// Not every driver shows pictures that are drawn or read too early: what counts is that the order is asked for, and
+// that it costs nothing while an object stays with its context.
 TEST_F(PoolTest, PendingWorkIsWaitedForOnAnotherContextAlone) {
   TexturePool textures(*manager_, 1000);
   RenderBufferPool buffers;
@@ -111,8 +111,7 @@ TEST_F(PoolTest, PendingWorkIsWaitedForOnAnotherContextAlone) {
   } kinds[] = {
       {[&] { texture = textures.Acquire(8, 8, GL_RGBA8); }, [&] { textures.Release(texture); },
        [&] { return texture->Id(); }},
-      {[&] { buffer = buffers.Acquire(8, 8, GL_RGBA8); }, [&] { buffers.Release(buffer); },
-       [&] { return buffer->id; }},
+      {[&] { buffer = buffers.Acquire(8, 8, GL_RGBA8); }, [&] { buffers.Release(buffer); }, [&] { return buffer->id; }},
   };
   std::string calls;  // F: a fence, f: a flush, w: a wait
   const Noted<glad_glFenceSync, 'F'> fences(calls);
