@@ -13,13 +13,18 @@
  *   works only on the context on which it was created. An object may be used on one thread at a time.
  * - Order between contexts. Work submitted on one context is seen by another only after Finish() on the first.
  *   Objects that the pools recycle are ordered by the library itself, when they are given back on the context that used
- *   them last (or after Finish() there).
+ *   them last (or after Finish() there). That costs a fence for an object that is taken on one context and given back
+ *   on another, and nothing for one that stays.
  * - Rows. A frame in memory has row 0 first; texture row 0 is at the bottom of GL's coordinates. An upload stores
  *   frame row 0 as texture row 0, so a top-down frame lies upside down in GL's sense: the texture's "flipped" flag
  *   is then true. YUV read-backs write the picture's top row first, as that flag tells; RGB read-backs write texture
  *   row 0 first unless told otherwise.
  * - Content. A texture's storage may be larger than its picture. The content rectangle (origin and size, in texels)
  *   says where the picture lies; every operation reads and writes that rectangle only.
+ * - Alpha. Uploads are straight: colours are stored as they come. What an effect gives is premultiplied: its colours
+ * are multiplied by their alpha. A texture knows which it is, and a copy of it too. Slot 45 (as source and as matte)
+ * and slot 52 read both as straight colours, so that a keyed picture has no dark rim; read-backs and GetTextureId show
+ *   what is stored.
  * - Values. Colours and opacity are 0..1, sizes are pixels, strides are bytes, angles are degrees unless a field
  *   says otherwise. bool is one byte.
  * - Handles belong to the library. Give each back through the slot named with it; that slot writes null into your
@@ -225,7 +230,9 @@ typedef struct QVGFrameBufferDesc {
  *                  empty path or an image that can't be read: none. A path is decoded once and kept, on the GPU, until
  *                  the library is released; a file that changes is not noticed.
  *
- * Frames and outputs have premultiplied alpha.
+ * Frames are taken, and outputs given, with premultiplied alpha. What a parameter of 0 leaves out costs nothing. A
+ * program for the stages and parameters that are in use is compiled when one of them is set, if it is new: that may
+ * take a tenth of a second on a software renderer.
  */
 
 /** Types of parameter values. */
@@ -316,7 +323,7 @@ typedef struct QVGGLRendererInterface {
 
   /* Textures. Every texture returned here or by an upload is given back with ReleaseTexture. */
 
-  /** 18 [GL] A copy of the texture's content, with its channel order, flipped flag and rotation. The copy is complete
+  /** 18 [GL] A copy of the texture's content, with its channel order, alpha, flipped flag and rotation. It is complete
    *  when the call returns. @return null on failure. */
   QVGTexture* (*CloneTexture)(QVGTexture* source);
   /** 19 [GL] How the stored channels are read when sampled: 0 BGRA, 1 RGBA (as stored), 2 ABGR, 3 ARGB (of bytes that
@@ -385,14 +392,17 @@ typedef struct QVGGLRendererInterface {
   /* Frame buffers and drawing */
 
   /** 41 [GL] A frame buffer with an orthographic camera in pixels, origin in the centre. ownColor: with a colour buffer
-   *  of its own; otherwise bind a texture. stored: a flag kept without a meaning. Give back with DestroyFrameBuffer.
+   *  of its own, whose size it keeps; otherwise bind a texture. stored: a flag kept without a meaning. Give back with
+   * DestroyFrameBuffer.
    *  @return null on failure. */
   QVGFrameBuffer* (*CreateFrameBuffer)(uint32_t width, uint32_t height, bool ownColor, bool stored);
   /** 42 [GL] The same from a full description; null gives null. */
   QVGFrameBuffer* (*CreateFrameBufferFromDesc)(const QVGFrameBufferDesc* desc);
-  /** 43 [GL] Draws into the texture's content from now on; the texture stays the caller's. A texture of another channel
-   *  order is brought into the order R, G, B, A first and looks the same. The depth buffer may be replaced: clear it
-   *  afterwards. Keep the texture until another is bound or the frame buffer is destroyed, if you still draw to it.
+  /** 43 [GL] Draws into the texture's content from now on; the texture stays the caller's. What is drawn is stored as
+   *  straight R, G, B, A: a texture of another channel order or with premultiplied alpha is brought into that form
+   * first and looks the same, and one whose format the driver can't draw to gets other storage, with another GL name.
+   * The depth buffer may be replaced: clear it afterwards. Keep the texture until another is bound or the frame buffer
+   * is destroyed, if you still draw to it.
    *  @return false for null, when the frame buffer has buffers of another size, on another context than the frame
    *  buffer's, or on failure. */
   bool (*BindTextureToFrameBuffer)(QVGFrameBuffer* frameBuffer, QVGTexture* texture);
@@ -427,7 +437,7 @@ typedef struct QVGGLRendererInterface {
    *  once, slot 52 shows black. @return false for null. */
   bool (*SetWndDrawerSize)(QVGWndDrawer* drawer, uint32_t width, uint32_t height);
   /** 52 [GL, the drawer's context] Shows the texture's content in the window: as large as it fits, upright as rotation
-   *  and flipped flag tell, over black, colour multiplied by alpha. May wait for the display. Work submitted on another
+   *  and flipped flag tell, laid over black by its alpha. May wait for the display. Work submitted on another
    *  context must be done (slot 47). @return false for null or when the drawer's context is not current; true
    *  otherwise, also when there is nothing to see (a size of 0, a window that is gone). */
   bool (*DrawTextureToWnd)(QVGWndDrawer* drawer, QVGTexture* texture);
@@ -460,8 +470,9 @@ typedef struct QVGGLRendererInterface {
   bool (*SetEffectParameter)(QVGEffect* effect, const char* key, const QVGParamValue* value);
   /** 61 [GL] Runs the effect. The input stays the caller's. @return a new texture, to be given back with
    *  ReleaseTexture, as large as the input is presented (an odd turn exchanges width and height), upright, with
-   *  rotation 0 and flipped false: its row 0 is the bottom of the picture, so slots 37 and 38 take flip for rows from
-   *  the top. The input itself for a null effect; null for a null input, when no stage is switched on, or on failure.
+   *  premultiplied alpha, rotation 0 and flipped false: its row 0 is the bottom of the picture, so slots 37 and 38 take
+   * flip for rows from the top. The input itself for a null effect; null for a null input, when no stage is switched
+   * on, or on failure.
    */
   QVGTexture* (*ApplyEffect)(QVGEffect* effect, QVGTexture* input);
   /** 62 [GL] The form with two inputs, which no effect has at present. @return the first texture itself, not to be

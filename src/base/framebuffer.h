@@ -4,11 +4,10 @@
 #include <cstdint>
 #include <source_location>
 
-#include "base/camera.h"
 #include "base/content.h"
 #include "base/contextState.h"
 #include "base/gl.h"
-#include "base/pass.h"
+#include "base/scene.h"
 
 namespace qvg {
 
@@ -24,36 +23,6 @@ struct FrameBufferSetting {
   bool depthStencil = false;       ///< Attach a depth-stencil render buffer.
   bool colorRenderBuffer = false;  ///< Attach a colour render buffer.
 };
-
-/// What a drawer draws into and how it looks at it.
-struct Scene {
-  RenderTarget target;
-  Camera camera;
-
-  /// The whole content of a texture, seen in pixels.
-  static Scene On(const Texture& texture);
-};
-
-/// Fills the target's content with a colour (r, g, b, a), and all of a depth buffer if asked to. Leaves the frame
-/// buffer bound.
-bool ClearTarget(const RenderTarget& target, const float color[4], bool depth);
-
-/// Copies exactly the target's content to the texture's content, which has the same size. Leaves no frame buffer bound.
-bool CopyContent(const RenderTarget& from, const Texture& to);
-
-/// Starts reading a rectangle of a frame buffer into a pixel-pack buffer, with the whole state of the transfer set.
-struct PixelRead {
-  GLuint frameBuffer = 0;
-  GLenum attachment = GL_COLOR_ATTACHMENT0;
-  int x = 0;  ///< From column and row 0 of the storage.
-  int y = 0;
-  int width = 0;
-  int height = 0;
-  GLenum format = GL_RGBA;
-  int64_t offset = 0;  ///< Of the first pixel, in bytes.
-  int rowLength = 0;   ///< Pixels from one row to the next in the buffer; 0: the width.
-};
-void SubmitRead(const PixelRead& read, const BO& buffer);
 
 /// A render target with its camera: a GL frame buffer whose colour attachment is a borrowed texture or a pooled render
 /// buffer. Its GL name belongs to the context on which Allocate ran; on another one every operation fails.

@@ -8,21 +8,6 @@
 
 namespace qvg {
 
-RenderTarget RenderTarget::On(const Texture& texture) {
-  ContextState* const context = CurrentContext();
-  if (context == nullptr) return {};
-  return {context->targets.FrameBufferOf(texture), texture.Content(), &texture};
-}
-
-void SetDrawState() {
-  for (const GLenum capability : {GL_BLEND, GL_SCISSOR_TEST, GL_CULL_FACE, GL_COLOR_LOGIC_OP, GL_RASTERIZER_DISCARD,
-                                  GL_DEPTH_TEST, GL_STENCIL_TEST}) {
-    glDisable(capability);
-  }
-  glPolygonMode(GL_FRONT_AND_BACK, GL_FILL);
-  glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);
-}
-
 Pass::Pass(ProgramCache& programs, const ProgramKind& kind, uint32_t variant, const RenderTarget& target)
     : context_(CurrentContext()) {
   if (context_ == nullptr || target.frameBuffer == 0) return;

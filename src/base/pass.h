@@ -8,6 +8,7 @@
 #include "base/content.h"
 #include "base/gl.h"
 #include "base/program.h"
+#include "base/renderTarget.h"
 
 namespace qvg {
 
@@ -15,21 +16,6 @@ class ProgramCache;
 class Quad;
 class Texture;
 struct ContextState;
-
-/// Where a pass draws: a frame buffer of the current context, and where the picture lies in it.
-struct RenderTarget {
-  GLuint frameBuffer = 0;
-  ContentRect content;               ///< Becomes the viewport.
-  const Texture* texture = nullptr;  ///< The first colour attachment, when it is a texture.
-
-  /// The texture's content, through a frame buffer that the current context keeps. Its name is 0 when the texture can't
-  /// be drawn to.
-  static RenderTarget On(const Texture& texture);
-};
-
-/// Sets the state of the current context that drawing and clearing depend on, whatever the host has left: no blending,
-/// tests, culling or logic operation, all channels written, filled polygons.
-void SetDrawState();
 
 /// How a pass reads a texture.
 enum class Sampling { kAsSet, kNearest };

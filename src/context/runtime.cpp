@@ -45,10 +45,7 @@ void Runtime::CachedImages::Release(Image* image) {
   delete image;
 }
 
-Runtime::Platform::~Platform() {
-  Limits::OfDriver().Forget();
-  ShutdownContextPlatform();
-}
+Runtime::Platform::~Platform() { ShutdownContextPlatform(); }
 
 Runtime::OtherContexts::~OtherContexts() {
   if (last.has_value()) contexts.DestroyOthers(last->Handle());
@@ -62,6 +59,7 @@ Runtime::~Runtime() {
 }
 
 bool Runtime::Start() {
+  Limits::OfDriver().Forget();
   started_ = contexts.Init();
   if (!started_) LogLocated(kLogError, "contextManager_->Init() failed.");
   return started_;

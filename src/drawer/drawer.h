@@ -3,8 +3,8 @@
 #include <glm/glm.hpp>
 #include <source_location>
 
-#include "base/framebuffer.h"
 #include "base/pass.h"
+#include "base/scene.h"
 
 namespace qvg {
 

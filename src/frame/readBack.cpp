@@ -8,8 +8,8 @@
 
 #include "base/bo.h"
 #include "base/contextState.h"
-#include "base/framebuffer.h"
 #include "base/limits.h"
+#include "base/scene.h"
 #include "base/texture.h"
 #include "drawer/rgb2yuvDrawer.h"
 #include "frame/draw.h"

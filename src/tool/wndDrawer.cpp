@@ -6,7 +6,6 @@
 
 #include "base/content.h"
 #include "base/contextState.h"
-#include "base/framebuffer.h"
 #include "base/glContext.h"
 #include "base/pass.h"
 #include "base/texture.h"

@@ -1,0 +1,72 @@
+#include "base/renderTarget.h"
+
+#include "base/bo.h"
+#include "base/contextState.h"
+#include "base/glError.h"
+#include "base/texture.h"
+
+namespace qvg {
+
+RenderTarget RenderTarget::On(const Texture& texture) {
+  ContextState* const context = CurrentContext();
+  if (context == nullptr) return {};
+  return {context->targets.FrameBufferOf(texture), texture.Content(), &texture};
+}
+
+void SetDrawState() {
+  for (const GLenum capability : {GL_BLEND, GL_SCISSOR_TEST, GL_CULL_FACE, GL_COLOR_LOGIC_OP, GL_RASTERIZER_DISCARD,
+                                  GL_DEPTH_TEST, GL_STENCIL_TEST}) {
+    glDisable(capability);
+  }
+  glPolygonMode(GL_FRONT_AND_BACK, GL_FILL);
+  glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);
+}
+
+bool ClearTarget(const RenderTarget& target, const float color[4], bool depth) {
+  const ContentRect& content = target.content;
+  SetDrawState();
+  glBindFramebuffer(GL_FRAMEBUFFER, target.frameBuffer);
+  glClearColor(color[0], color[1], color[2], color[3]);
+  if (depth) {
+    // Everywhere: the next texture may have its content at another place.
+    glDepthMask(GL_TRUE);
+    glClear(GL_DEPTH_BUFFER_BIT);
+  }
+  glEnable(GL_SCISSOR_TEST);
+  glScissor(content.x, content.y, content.width, content.height);
+  glClear(GL_COLOR_BUFFER_BIT);
+  glDisable(GL_SCISSOR_TEST);
+  return CheckGLError();
+}
+
+bool CopyContent(const RenderTarget& from, const Texture& to) {
+  const RenderTarget destination = RenderTarget::On(to);
+  if (from.frameBuffer == 0 || destination.frameBuffer == 0) return false;
+  SetDrawState();
+  glBindFramebuffer(GL_READ_FRAMEBUFFER, from.frameBuffer);
+  glBindFramebuffer(GL_DRAW_FRAMEBUFFER, destination.frameBuffer);
+  glReadBuffer(GL_COLOR_ATTACHMENT0);
+  const ContentRect& source = from.content;
+  const ContentRect& target = destination.content;
+  glBlitFramebuffer(source.x, source.y, source.x + source.width, source.y + source.height, target.x, target.y,
+                    target.x + source.width, target.y + source.height, GL_COLOR_BUFFER_BIT, GL_NEAREST);
+  glBindFramebuffer(GL_FRAMEBUFFER, 0);
+  return CheckGLError();
+}
+
+void SubmitRead(const PixelRead& read, const BO& buffer) {
+  glBindFramebuffer(GL_READ_FRAMEBUFFER, read.frameBuffer);
+  glReadBuffer(read.attachment);
+  glBindBuffer(GL_PIXEL_PACK_BUFFER, buffer.Id());
+  glPixelStorei(GL_PACK_ALIGNMENT, 1);
+  glPixelStorei(GL_PACK_ROW_LENGTH, read.rowLength);
+  glPixelStorei(GL_PACK_SKIP_ROWS, 0);
+  glPixelStorei(GL_PACK_SKIP_PIXELS, 0);
+  glReadPixels(read.x, read.y, read.width, read.height, read.format, GL_UNSIGNED_BYTE,
+               reinterpret_cast<void*>(read.offset));
+  if (read.rowLength != 0) glPixelStorei(GL_PACK_ROW_LENGTH, 0);
+  glBindBuffer(GL_PIXEL_PACK_BUFFER, 0);
+  glBindFramebuffer(GL_READ_FRAMEBUFFER, 0);
+}
+
+}  // namespace qvg
