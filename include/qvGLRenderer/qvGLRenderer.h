@@ -393,18 +393,16 @@ typedef struct QVGGLRendererInterface {
 
   /** 41 [GL] A frame buffer with an orthographic camera in pixels, origin in the centre. ownColor: with a colour buffer
    *  of its own, whose size it keeps; otherwise bind a texture. stored: a flag kept without a meaning. Give back with
-   * DestroyFrameBuffer.
-   *  @return null on failure. */
+   *  DestroyFrameBuffer. @return null on failure. */
   QVGFrameBuffer* (*CreateFrameBuffer)(uint32_t width, uint32_t height, bool ownColor, bool stored);
   /** 42 [GL] The same from a full description; null gives null. */
   QVGFrameBuffer* (*CreateFrameBufferFromDesc)(const QVGFrameBufferDesc* desc);
   /** 43 [GL] Draws into the texture's content from now on; the texture stays the caller's. What is drawn is stored as
-   *  straight R, G, B, A: a texture of another channel order or with premultiplied alpha is brought into that form
-   * first and looks the same, and one whose format the driver can't draw to gets other storage, with another GL name.
-   * The depth buffer may be replaced: clear it afterwards. Keep the texture until another is bound or the frame buffer
-   * is destroyed, if you still draw to it.
-   *  @return false for null, when the frame buffer has buffers of another size, on another context than the frame
-   *  buffer's, or on failure. */
+   *  straight R, G, B, A: a texture of another channel order or with premultiplied alpha is brought into that form first
+   *  and looks the same, and one whose format the driver can't draw to gets other storage, with another GL name. The
+   *  depth buffer may be replaced: clear it afterwards. Keep the texture until another is bound or the frame buffer is
+   *  destroyed, if you still draw to it. @return false for null, when the frame buffer has buffers of another size, on
+   *  another context than the frame buffer's, or on failure. */
   bool (*BindTextureToFrameBuffer)(QVGFrameBuffer* frameBuffer, QVGTexture* texture);
   /** 44 [GL] Fills the content with the colour (R, G, B, A), and the depth buffer. @return false for null or on
    *  failure. */
@@ -471,9 +469,8 @@ typedef struct QVGGLRendererInterface {
   /** 61 [GL] Runs the effect. The input stays the caller's. @return a new texture, to be given back with
    *  ReleaseTexture, as large as the input is presented (an odd turn exchanges width and height), upright, with
    *  premultiplied alpha, rotation 0 and flipped false: its row 0 is the bottom of the picture, so slots 37 and 38 take
-   * flip for rows from the top. The input itself for a null effect; null for a null input, when no stage is switched
-   * on, or on failure.
-   */
+   *  flip for rows from the top. The input itself for a null effect; null for a null input, when no stage is switched
+   *  on, or on failure. */
   QVGTexture* (*ApplyEffect)(QVGEffect* effect, QVGTexture* input);
   /** 62 [GL] The form with two inputs, which no effect has at present. @return the first texture itself, not to be
    *  given back twice; null for an instance that is not live. */

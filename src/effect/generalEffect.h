@@ -12,7 +12,7 @@ namespace qvg {
 
 /// Keys out a coloured background, smooths and whitens skin, corrects colour and lays the picture over a background
 /// image, in this order and in one pass. Every stage has a switch; with all of them off nothing is drawn. What a
-/// parameter of 0 leaves out is not in the program either: there are at most 127 programs, compiled when a parameter
+/// parameter of 0 leaves out is not in the program either: there are at most 128 programs, compiled when a parameter
 /// asks for one.
 class GeneralEffect : public TextureEffect {
  public:
