@@ -102,7 +102,6 @@ const Texture& Compositor::Draw(const AVFrame& frame, int quarterTurns, bool alp
   params.rotation[2] = layout_.rotate;
   if (effect) params.scale[1] *= -1;  // Its result lies the other way up.
 
-  if (premultiplied) picture = _StraightLayer(picture, std::exchange(params, DefaultParams()));
   const bool covers =
       sameSize && layout_.scale == 1 && layout_.rotate == 0 && layout_.move[0] == 0 && layout_.move[1] == 0;
   params.opacity = layout_.opacity;
@@ -131,23 +130,6 @@ Texture Compositor::_Upload(const AVFrame& frame, bool premultiplied) {
   if (!premultiplied) return renderer_.Upload(converter_.Prepare(frame));
   return renderer_.Upload(*Premultiplied(
       toRGBA_.Convert(frame, AV_PIX_FMT_RGBA, frame.width, frame.height, {.rgb = true, .fullRange = true})));
-}
-
-// The library blends straight colours. They are made after scaling and turning: between a straight pixel and a
-// transparent one, whose colour means nothing, edges would darken.
-Texture Compositor::_StraightLayer(const Texture& picture, QVGDrawTextureParams params) {
-  const auto& gl = renderer_.Table();
-  if (!layer_) {
-    layer_ = renderer_.NewTarget(width_, height_);
-    layerBuffer_ = renderer_.NewFrameBuffer(layer_);
-  }
-  constexpr double kNothing[4] = {0, 0, 0, 0};
-  params.blendType = QVG_BLEND_NONE;
-  if (!gl.ClearFrameBuffer(layerBuffer_.get(), kNothing) ||
-      !gl.DrawTexture(picture.get(), layerBuffer_.get(), &params)) {
-    throw Error("drawing failed");
-  }
-  return renderer_.Upload(*Unpremultiplied(*renderer_.ReadBack(layer_, AV_PIX_FMT_RGBA)));
 }
 
 void Compositor::_DrawShadow(int width, int height, double scale, const QVGDrawTextureParams& place) {

@@ -41,7 +41,6 @@ class Compositor {
 
  private:
   Texture _Upload(const AVFrame& frame, bool premultiplied);
-  Texture _StraightLayer(const Texture& picture, QVGDrawTextureParams params);
   void _DrawShadow(int width, int height, double scale, const QVGDrawTextureParams& place);
   void _DrawInto(const Texture& texture, const QVGDrawTextureParams& params);
 
@@ -54,8 +53,6 @@ class Compositor {
   Texture target_;
   FrameBuffer frameBuffer_;
   const Effect* effect_ = nullptr;
-  Texture layer_;
-  FrameBuffer layerBuffer_;
   Texture background_, shadow_;
   int shadowWidth_ = 0, shadowHeight_ = 0;
 };
