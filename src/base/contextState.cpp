@@ -24,9 +24,10 @@ struct ObjectName {
 
 struct Entry {
   std::unique_ptr<ContextState> state;
-  GpuFence departure;
+  std::shared_ptr<const GpuFence> departure;
   std::vector<ObjectName> waiting;
   std::vector<uint64_t> deadStorages;
+  bool allStoragesDead = false;  // more than it can have kept something for
 };
 
 struct Registry {
@@ -150,8 +151,9 @@ void ForgetStorage(uint64_t storage) {
   Registry& registry = Contexts();
   std::lock_guard lock(registry.mutex);
   for (auto& [native, entry] : registry.contexts) {
-    if (entry.state.get() == current) continue;
-    entry.deadStorages.push_back(storage);
+    if (entry.state.get() == current || entry.state->targets.Empty()) continue;
+    entry.allStoragesDead |= entry.deadStorages.size() >= TargetCache::kCapacity;
+    if (!entry.allStoragesDead) entry.deadStorages.push_back(storage);
     entry.state->attention = true;
   }
 }
@@ -163,12 +165,14 @@ void FlushContextObjects() {
   if (!current->attention && !registry.anyWaiting) return;
   std::vector<ObjectName> names;
   std::vector<uint64_t> storages;
+  bool allStorages = false;
   std::vector<SharedObject> shared;
   {
     std::lock_guard lock(registry.mutex);
     if (Entry* const entry = registry.Find(current->id); entry != nullptr) {
       names.swap(entry->waiting);
       storages.swap(entry->deadStorages);
+      allStorages = std::exchange(entry->allStoragesDead, false);
     }
     current->attention = false;
     shared.swap(registry.waiting);
@@ -176,6 +180,7 @@ void FlushContextObjects() {
   }
   for (const ObjectName& name : names) DeleteName(name);
   for (const uint64_t storage : storages) current->targets.Forget(storage);
+  if (allStorages) current->targets.Clear();
   for (const SharedObject& object : shared) DeleteName(object);
 }
 
@@ -183,14 +188,15 @@ void DepartContext() {
   ContextState* const current = CurrentContext();
   if (current == nullptr || !current->worked) return;
   if (current->programs != nullptr) current->programs->GiveBack();
-  GpuFence fence = GpuFence::Insert();
+  // Kept by a context that does nothing they would keep textures that were deleted elsewhere.
+  current->targets.Clear();
+  // The older fence, swapped for it, ends behind the lock, which deleting it takes.
+  auto fence = std::make_shared<const GpuFence>(GpuFence::Insert());
+  Registry& registry = Contexts();
+  std::lock_guard lock(registry.mutex);
+  if (Entry* const entry = registry.Find(current->id); entry != nullptr) std::swap(entry->departure, fence);
   current->worked = false;
-  {
-    Registry& registry = Contexts();
-    std::lock_guard lock(registry.mutex);
-    if (Entry* const entry = registry.Find(current->id); entry != nullptr) std::swap(entry->departure, fence);
-    ++current->departures;
-  }
+  ++current->departures;
 }
 
 bool WasLeft(ContextId id, uint64_t departures) {
@@ -200,10 +206,24 @@ bool WasLeft(ContextId id, uint64_t departures) {
   return entry == nullptr || entry->state->departures > departures;
 }
 
-void WaitForDeparture(ContextId id) {
+std::optional<uint64_t> DeparturesCovering(ContextId id) {
   Registry& registry = Contexts();
   std::lock_guard lock(registry.mutex);
-  if (const Entry* const entry = registry.Find(id); entry != nullptr) entry->departure.Wait();
+  const Entry* const entry = registry.Find(id);
+  if (entry == nullptr) return std::nullopt;
+  const ContextState& state = *entry->state;
+  if (state.worked) return state.departures;
+  return state.departures > 0 ? std::optional(state.departures - 1) : std::nullopt;
+}
+
+void WaitForDeparture(ContextId id) {
+  std::shared_ptr<const GpuFence> fence;
+  {
+    Registry& registry = Contexts();
+    std::lock_guard lock(registry.mutex);
+    if (const Entry* const entry = registry.Find(id); entry != nullptr) fence = entry->departure;
+  }
+  if (fence != nullptr) fence->Wait();
 }
 
 void DropContextObjects() {
@@ -212,6 +232,8 @@ void DropContextObjects() {
   FlushContextObjects();
   current->targets.Clear();
   current->quad.reset();
+  // Who takes up what it worked on can't wait for a context that is gone.
+  glFinish();
 }
 
 void RegisterContext(const void* nativeContext) {

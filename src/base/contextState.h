@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 #include "base/targetCache.h"
 
@@ -31,8 +32,9 @@ struct ContextState {
   std::unique_ptr<Quad> quad;              ///< Made by the first pass.
   std::unique_ptr<ProgramTable> programs;  ///< Those that the context holds.
   uint64_t departures = 0;                 ///< How often it was made not current.
-  bool worked = false;                  ///< Since the last departure something was submitted that others may wait for.
-  std::atomic<bool> attention = false;  ///< FlushContextObjects has something to do.
+  uint64_t finished = 0;                   ///< How often everything submitted was known to be done.
+  std::atomic<bool> worked = false;        ///< Since the last departure something was submitted.
+  std::atomic<bool> attention = false;     ///< FlushContextObjects has something to do.
 
  private:
   uint32_t nearestSampler_ = 0;
@@ -73,11 +75,14 @@ void FlushContextObjects();
 void DepartContext();
 /// Whether the context was made not current since it had been so that many times, or is gone.
 bool WasLeft(ContextId id, uint64_t departures);
+/// For an object that comes back on a thread without a context: what WasLeft is to be asked with, so that it covers all
+/// that the context has submitted up to now; nothing when that is done with.
+std::optional<uint64_t> DeparturesCovering(ContextId id);
 /// Lets the GPU finish what the context had submitted when it was last left.
 void WaitForDeparture(ContextId id);
 
-/// Deletes what the library keeps for the calling thread's context, which is about to be destroyed: drivers that keep
-/// such names for all contexts in common would keep them for good.
+/// Deletes what the library keeps for the calling thread's context, which is about to be destroyed, when its work is
+/// done: drivers that keep such names for all contexts in common would keep them for good.
 void DropContextObjects();
 
 /// To be called with the platform's handle of a context right after it was made, and right before it is destroyed.

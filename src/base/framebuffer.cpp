@@ -30,7 +30,7 @@ void FrameBuffer::_ReleaseBuffers() {
 }
 
 bool FrameBuffer::_OnOwnContext(std::source_location where) const {
-  if (CurrentContextId() == owner_) return true;
+  if (owner_ != 0 && CurrentContextId() == owner_) return true;
   LogLocated(kLogError, "framebuffer belongs to another context", where);
   return false;
 }
@@ -124,7 +124,6 @@ bool FrameBuffer::BindColorTexture(Texture* texture) {
     UnbindColorTexture();
     return false;
   }
-  texture->MarkAttached();
   width_ = content.width;
   height_ = content.height;
   return CheckGLError();
@@ -205,12 +204,13 @@ bool FrameBuffer::BlitToTexture(Texture* destination) {
     return false;
   }
   if (!_OnOwnContext()) return false;
-  const GLuint drawer = RenderTarget::On(*destination).frameBuffer;
-  if (drawer == 0) return false;
   GLint previousReader = 0;
   GLint previousDrawer = 0;
   glGetIntegerv(GL_READ_FRAMEBUFFER_BINDING, &previousReader);
   glGetIntegerv(GL_DRAW_FRAMEBUFFER_BINDING, &previousDrawer);
+  const GLuint drawer = RenderTarget::On(*destination).frameBuffer;
+  if (drawer == 0) return false;
+  if (colorTexture_ != nullptr) colorTexture_->SettleForReading(*CurrentContext());
   SetDrawState();
   glBindFramebuffer(GL_READ_FRAMEBUFFER, fbo_);
   glBindFramebuffer(GL_DRAW_FRAMEBUFFER, drawer);
@@ -228,6 +228,7 @@ bool FrameBuffer::BlitToPbo(BO* buffer, int x, int y, int width, int height, int
     return false;
   }
   if (!_OnOwnContext()) return true;
+  if (colorTexture_ != nullptr) colorTexture_->SettleForReading(*CurrentContext());
   if (width < 1) width = width_;
   if (height < 1) height = height_;
   const ContentRect content = Content();

@@ -42,6 +42,7 @@ class FrameBuffer {
   bool UnbindColorTexture();
   /// Fills the content with a colour (r, g, b, a), and all of the depth buffer; the frame buffer stays bound in GL.
   bool Clear(const float color[4]);
+  // Passes and read-backs bind what they need themselves: nothing in the library calls these four.
   /// Binds with a viewport on the content.
   bool Bind();
   bool UnBind();

@@ -113,6 +113,8 @@ void* QVGLContextManager::GetSharedContext() {
 
 bool QVGLContextManager::ReleaseSharedContext(void*& handle) {
   if (handle == nullptr) return true;
+  // Outside the locks: it may wait for a program that is being compiled.
+  if (handle == GetCurrentContext()) DepartContext();
   std::lock_guard poolLock(poolMutex_);
   std::lock_guard lock(contextsMutex_);
   const auto found = contexts_.find(static_cast<QVGContextData*>(handle));
@@ -125,10 +127,7 @@ bool QVGLContextManager::ReleaseSharedContext(void*& handle) {
     _Destroy(found);
   } else {
     // Left current here it could not be used by the next thread that takes it.
-    if (IsContextCurrent(*context)) {
-      DepartContext();
-      ReleaseCurrentContext();
-    }
+    if (IsContextCurrent(*context)) ReleaseCurrentContext();
     if (std::find(pool_.begin(), pool_.end(), context) == pool_.end()) pool_.push_back(context);
   }
   handle = nullptr;
@@ -152,6 +151,8 @@ void* QVGLContextManager::GetCurrentContext() {
 }
 
 bool QVGLContextManager::MakeCurrentContext(void* handle, void** previous) {
+  const auto* const wanted = static_cast<const QVGContextData*>(handle);
+  if (wanted == nullptr || !IsContextCurrent(*wanted)) DepartContext();
   {
     std::lock_guard lock(contextsMutex_);
     if (!_MakeCurrentContext(static_cast<QVGContextData*>(handle), previous)) return false;
@@ -163,7 +164,6 @@ bool QVGLContextManager::MakeCurrentContext(void* handle, void** previous) {
 bool QVGLContextManager::_MakeCurrentContext(QVGContextData* context, void** previous) {
   QVGContextData* const current = _FindCurrent();
   if (previous != nullptr) *previous = current;
-  if (context == nullptr || !IsContextCurrent(*context)) DepartContext();
   if (context == nullptr) {
     if (ReleaseCurrentContext()) return true;
     LogShort(kLogWarning, fmt::format("QVGLContextManager::_MakeCurrentContext to null, failed: Getlasterror = {}",
@@ -193,9 +193,16 @@ bool QVGLContextManager::SwapBuffers(void* handle) {
 }
 
 TemporaryContext::TemporaryContext(QVGLContextManager& manager)
-    : manager_(manager), previous_(CurrentBinding()), context_(manager.CreateSharedContext(nullptr, nullptr, true)) {
+    : manager_(manager),
+      previous_(CurrentBinding()),
+      previousIsOwn_(CurrentContext() != nullptr),
+      context_(manager.CreateSharedContext(nullptr, nullptr, true)) {
   void* previous = nullptr;
   valid_ = context_ != nullptr && manager_.MakeCurrentContext(context_, &previous);
+}
+
+void TemporaryContext::OthersGo() {
+  if (previousIsOwn_) previous_ = {};
 }
 
 TemporaryContext::~TemporaryContext() {

@@ -73,10 +73,13 @@ class TemporaryContext {
   /// Whether the context could be made and is current.
   bool Valid() const { return valid_; }
   void* Handle() const { return context_; }
+  /// The library's other contexts are about to be destroyed: one that was current before is not made current again.
+  void OthersGo();
 
  private:
   QVGLContextManager& manager_;
   ContextBinding previous_;
+  bool previousIsOwn_;
   void* context_ = nullptr;
   bool valid_ = false;
 };

@@ -23,11 +23,20 @@ void HandOver::Take() {
 }
 
 void HandOver::Give() {
-  const ContextState* const current = CurrentContext();
-  // Without a context there is nothing to fence: what is pending is the taker's.
-  if (current == nullptr) return;
+  ContextState* const current = CurrentContext();
+  if (current == nullptr) {
+    // Nothing can be fenced from here: what is pending is the taker's.
+    const std::optional<uint64_t> covering = user_ != 0 ? DeparturesCovering(user_) : std::nullopt;
+    if (covering.has_value()) {
+      departures_ = *covering;
+    } else {
+      user_ = 0;
+    }
+    return;
+  }
   if (current->id != user_) return GiveToAny();
   departures_ = current->departures;
+  current->worked = true;
 }
 
 void HandOver::GiveToAny() {

@@ -2,9 +2,9 @@
 
 #include <atomic>
 #include <cstdint>
+#include <cstring>
 
 #include "base/texelFormat.h"
-#include "utils/neverDestroyed.h"
 
 namespace qvg {
 
@@ -14,6 +14,7 @@ enum class Answer : uint8_t { kUnknown, kNo, kYes };
 
 std::atomic<GLint> maxTextureSize = 0;
 std::atomic<Answer> renderable[kTexelFormatCount] = {};
+std::atomic<Answer> readsTooEarly = Answer::kUnknown;
 
 // Whether a frame buffer with a small texture of the format is complete.
 bool TryToRender(GLenum internalFormat) {
@@ -37,11 +38,6 @@ bool TryToRender(GLenum internalFormat) {
 
 }  // namespace
 
-Limits& Limits::OfDriver() {
-  static NeverDestroyed<Limits> limits;
-  return limits.Get();
-}
-
 int Limits::MaxTextureSize() {
   if (maxTextureSize == 0) {
     GLint size = 0;
@@ -60,7 +56,17 @@ bool Limits::IsRenderable(GLenum internalFormat) {
   return answer == Answer::kYes;
 }
 
+bool Limits::ReadsTooEarly() {
+  if (readsTooEarly == Answer::kUnknown) {
+    const auto* const renderer = reinterpret_cast<const char*>(glGetString(GL_RENDERER));
+    const bool software = renderer != nullptr && std::strstr(renderer, "llvmpipe") != nullptr;
+    readsTooEarly = software ? Answer::kYes : Answer::kNo;
+  }
+  return readsTooEarly == Answer::kYes;
+}
+
 void Limits::Forget() {
+  readsTooEarly = Answer::kUnknown;
   maxTextureSize = 0;
   for (std::atomic<Answer>& answer : renderable) answer = Answer::kUnknown;
 }

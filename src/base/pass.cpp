@@ -24,13 +24,16 @@ Pass::Pass(Program& program, Quad& quad, const RenderTarget& target)
   if (context_ != nullptr) _Begin(target);
 }
 
-Pass::~Pass() { _Unbind(); }
+Pass::~Pass() {
+  if (begun_) End();
+}
 
 void Pass::_Begin(const RenderTarget& target) {
   begun_ = true;
   context_->worked = true;
   SetDrawState();
   glBindFramebuffer(GL_FRAMEBUFFER, target.frameBuffer);
+  if (target.texture != nullptr) target.texture->NoteDrawn(*context_);
   glViewport(target.content.x, target.content.y, target.content.width, target.content.height);
   ready_ = program_->Bind();
 }
@@ -38,6 +41,7 @@ void Pass::_Begin(const RenderTarget& target) {
 void Pass::SetTexture(int sampler, const Texture& texture, Sampling sampling) {
   const int unit = program_->Kind() != nullptr ? program_->Kind()->samplers[sampler].unit : sampler;
   const bool nearest = sampling == Sampling::kNearest;
+  texture.NoteSampled(*context_);
   glActiveTexture(GL_TEXTURE0 + static_cast<GLenum>(unit));
   glBindTexture(texture.Target(), texture.Id());
   glBindSampler(static_cast<GLuint>(unit), nearest ? context_->NearestSampler() : 0);

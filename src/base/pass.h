@@ -20,7 +20,8 @@ struct ContextState;
 /// How a pass reads a texture.
 enum class Sampling { kAsSet, kNearest };
 
-/// One draw of a quad: begins with its construction, and ends with its destruction, which leaves nothing bound.
+/// One draw of a quad: begins with its construction, and ends with its destruction, which leaves nothing bound and
+/// checks for a GL error, unless End has done so or the check is left to the operation that the pass is a step of.
 class Pass {
  public:
   /// Uniforms that every kind of program has first.
@@ -49,6 +50,8 @@ class Pass {
   void Draw(const glm::mat4& mvp, const glm::mat3& texcoords);
   /// Ends the pass, and the operation that it is. False after a GL error, which is logged for the caller's place.
   bool End(std::source_location where = std::source_location::current());
+  /// Ends the pass without a check.
+  void EndUnchecked() { _Unbind(); }
 
  private:
   struct BoundTexture {

@@ -120,7 +120,6 @@ bool Program::Bind() {
     context_ = context;
     for (Uniform& uniform : uniforms_) uniform.bytes = 0;
     for (Uniform& uniform : samplers_) uniform.bytes = 0;
-    for (auto& [name, uniform] : named_) uniform.bytes = 0;
   }
   _SendSamplers();
   return true;
@@ -153,18 +152,21 @@ template void Program::_Upload(Uniform&, const glm::mat3&);
 template void Program::_Upload(Uniform&, const glm::mat4&);
 
 int Program::GetUniformLocation(const std::string& name) {
-  const auto known = named_.find(name);
-  if (known != named_.end()) return known->second.location;
+  const auto known = locations_.find(name);
+  if (known != locations_.end()) return known->second;
   const GLint location = glGetUniformLocation(id_, name.c_str());
   if (!CheckGLError()) return -1;
-  named_[name].location = location;
+  locations_[name] = location;
   return location;
 }
 
 template <class Value>
 bool Program::_Set(const std::string& name, const Value& value, std::source_location where) {
   if (!_Loaded(where)) return false;
-  if (GetUniformLocation(name) >= 0) _Upload(named_[name], value);
+  // Sent each time: the same uniform may have been set by its index.
+  Uniform uniform;
+  uniform.location = GetUniformLocation(name);
+  _Upload(uniform, value);
   return CheckGLError(where);
 }
 

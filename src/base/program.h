@@ -83,7 +83,7 @@ class Program {
   const ProgramKind* kind_ = nullptr;
   std::vector<Uniform> uniforms_;
   std::array<Uniform, 4> samplers_;
-  std::unordered_map<std::string, Uniform> named_;
+  std::unordered_map<std::string, GLint> locations_;
   std::string cacheName_;
 };
 

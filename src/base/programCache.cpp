@@ -112,9 +112,16 @@ Program* ProgramCache::Of(const ProgramKind& kind, uint32_t variant) {
   return program;
 }
 
-bool ProgramCache::Knows(const ProgramKind& kind, uint32_t variant) {
+bool ProgramCache::HasReady(const ProgramKind& kind, uint32_t variant) {
+  const ContextState* const context = CurrentContext();
+  if (context != nullptr && context->programs != nullptr && context->programs->cache_ == this &&
+      context->programs->Find(kind, variant) != nullptr) {
+    return true;
+  }
+  const std::string& name = _Text(kind, variant).name;
   std::lock_guard lock(mutex_);
-  return texts_.contains({&kind, variant});
+  return std::any_of(idle_.begin(), idle_.end(),
+                     [&](const Program* program) { return program->CacheName() == name && program->handOver.Ready(); });
 }
 
 void ProgramCache::Offer(const ProgramKind& kind, uint32_t variant) {

@@ -60,8 +60,8 @@ class ProgramCache {
   /// The current context's program of a variant, which stays with the context until that is made not current. Null
   /// without a context.
   Program* Of(const ProgramKind& kind, uint32_t variant);
-  /// Whether the variant was compiled once, on whichever context.
-  bool Knows(const ProgramKind& kind, uint32_t variant);
+  /// Whether the current context has the variant's program, or can take one without compiling it.
+  bool HasReady(const ProgramKind& kind, uint32_t variant);
   /// Gives the current context's program of a variant back before the context is left: whichever context draws with it
   /// next takes it.
   void Offer(const ProgramKind& kind, uint32_t variant);

@@ -15,7 +15,7 @@ RenderTarget RenderTarget::On(const Texture& texture) {
 
 void SetDrawState() {
   for (const GLenum capability : {GL_BLEND, GL_SCISSOR_TEST, GL_CULL_FACE, GL_COLOR_LOGIC_OP, GL_RASTERIZER_DISCARD,
-                                  GL_DEPTH_TEST, GL_STENCIL_TEST}) {
+                                  GL_DEPTH_TEST, GL_STENCIL_TEST, GL_PRIMITIVE_RESTART}) {
     glDisable(capability);
   }
   glPolygonMode(GL_FRONT_AND_BACK, GL_FILL);
@@ -23,6 +23,8 @@ void SetDrawState() {
 }
 
 bool ClearTarget(const RenderTarget& target, const float color[4], bool depth) {
+  ContextState* const context = CurrentContext();
+  if (context != nullptr && target.texture != nullptr) target.texture->NoteDrawn(*context);
   const ContentRect& content = target.content;
   SetDrawState();
   glBindFramebuffer(GL_FRAMEBUFFER, target.frameBuffer);
@@ -30,6 +32,7 @@ bool ClearTarget(const RenderTarget& target, const float color[4], bool depth) {
   if (depth) {
     // Everywhere: the next texture may have its content at another place.
     glDepthMask(GL_TRUE);
+    glClearDepth(1);
     glClear(GL_DEPTH_BUFFER_BIT);
   }
   glEnable(GL_SCISSOR_TEST);
@@ -41,7 +44,10 @@ bool ClearTarget(const RenderTarget& target, const float color[4], bool depth) {
 
 bool CopyContent(const RenderTarget& from, const Texture& to) {
   const RenderTarget destination = RenderTarget::On(to);
-  if (from.frameBuffer == 0 || destination.frameBuffer == 0) return false;
+  ContextState* const context = CurrentContext();
+  if (context == nullptr || from.frameBuffer == 0 || destination.frameBuffer == 0) return false;
+  if (from.texture != nullptr) from.texture->SettleForReading(*context);
+  to.NoteDrawn(*context);
   SetDrawState();
   glBindFramebuffer(GL_READ_FRAMEBUFFER, from.frameBuffer);
   glBindFramebuffer(GL_DRAW_FRAMEBUFFER, destination.frameBuffer);

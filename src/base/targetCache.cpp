@@ -50,6 +50,7 @@ uint32_t TargetCache::FrameBufferOf(std::span<const Texture* const> textures) {
     return 0;
   }
   entries_.push_back(entry);
+  count_ = entries_.size();
   return entry.name;
 }
 
@@ -59,11 +60,13 @@ void TargetCache::Forget(uint64_t storage) {
     glDeleteFramebuffers(1, &entry.name);
     return true;
   });
+  count_ = entries_.size();
 }
 
 void TargetCache::Clear() {
   for (const Entry& entry : entries_) glDeleteFramebuffers(1, &entry.name);
   entries_.clear();
+  count_ = 0;
 }
 
 }  // namespace qvg

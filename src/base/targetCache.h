@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <atomic>
 #include <cstdint>
 #include <span>
 #include <vector>
@@ -28,6 +29,8 @@ class TargetCache {
   void Forget(uint64_t storage);
   /// Deletes all of them.
   void Clear();
+  /// Whether there is none. Any thread.
+  bool Empty() const { return count_ == 0; }
 
  private:
   struct Entry {
@@ -36,6 +39,7 @@ class TargetCache {
     uint64_t used = 0;  // when, counted in look-ups
   };
 
+  std::atomic<size_t> count_ = 0;
   uint64_t lookUps_ = 0;
   std::vector<Entry> entries_;
 };

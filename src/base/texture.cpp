@@ -6,6 +6,7 @@
 
 #include "base/contextState.h"
 #include "base/glError.h"
+#include "base/limits.h"
 #include "base/texelFormat.h"
 
 namespace qvg {
@@ -121,6 +122,7 @@ void Texture::SubmitLoad(const HostPixels& image, Place place) {
   glPixelStorei(GL_UNPACK_ROW_LENGTH, packed ? 0 : image.rowLength);
   glPixelStorei(GL_UNPACK_SKIP_ROWS, 0);
   glPixelStorei(GL_UNPACK_SKIP_PIXELS, 0);
+  glPixelStorei(GL_UNPACK_SWAP_BYTES, GL_FALSE);
   if (unpackBuffer_ == 0 || !packed || !_MapAndLoad(image)) {
     glBindBuffer(GL_PIXEL_UNPACK_BUFFER, 0);
     glTexSubImage2D(storage_.target, 0, content_.x, content_.y, image.width, image.height, image.format, image.type,
@@ -159,6 +161,7 @@ bool Texture::SubmitCopyFrom(const Texture* source, int x, int y, int width, int
   if (!Allocated() && !Allocate(source->storage_.setting)) return false;
   const GLuint reader = context->targets.FrameBufferOf(*source);
   if (reader == 0) return false;
+  source->SettleForReading(*context);
   const ContentRect to = ContentRect::Centred(storage_.setting.width, storage_.setting.height,
                                               width < 1 ? from.width : width, height < 1 ? from.height : height);
   glBindFramebuffer(GL_READ_FRAMEBUFFER, reader);
@@ -171,6 +174,24 @@ bool Texture::SubmitCopyFrom(const Texture* source, int x, int y, int width, int
   if (!CheckGLError()) return false;
   content_ = to;
   return true;
+}
+
+void Texture::NoteSampled(const ContextState& context) const {
+  if (storage_.sampledBy == context.id && storage_.sampledAt == context.finished) return;
+  storage_.sampledBy = context.id;
+  storage_.sampledAt = context.finished;
+  storage_.redrawn = false;
+}
+
+void Texture::NoteDrawn(const ContextState& context) const {
+  if (storage_.sampledBy == context.id && storage_.sampledAt == context.finished) storage_.redrawn = true;
+}
+
+void Texture::SettleForReading(ContextState& context) const {
+  const bool pending = storage_.sampledBy == context.id && storage_.sampledAt == context.finished && storage_.redrawn;
+  if (!pending || !Limits::ReadsTooEarly()) return;
+  glFinish();
+  ++context.finished;
 }
 
 void Texture::ExchangeStorage(Texture& other) { std::swap(storage_, other.storage_); }

@@ -9,6 +9,8 @@
 
 namespace qvg {
 
+struct ContextState;
+
 /// How a texture's storage is made and sampled.
 struct TextureSetting {
   int width = 0;  ///< Storage size in texels.
@@ -96,6 +98,12 @@ class Texture {
   int64_t ByteSize() const { return storage_.bytes; }
   /// A number of the storage that is never used again.
   uint64_t Storage() const { return storage_.number; }
+  /// A pass of the current context reads the storage, or draws to it.
+  void NoteSampled(const ContextState& context) const;
+  void NoteDrawn(const ContextState& context) const;
+  /// Lets the GPU finish where reading the storage back could otherwise give what it was before (see
+  /// Limits::ReadsTooEarly).
+  void SettleForReading(ContextState& context) const;
   /// Some frame buffer keeps the storage from now on.
   void MarkAttached() const { storage_.attached = true; }
   /// Loads go through this pixel-unpack buffer from now on, which is deleted with the texture. Nothing in the library
@@ -113,6 +121,10 @@ class Texture {
     int64_t bytes = 0;
     uint64_t number = 0;
     mutable bool attached = false;
+    // What may be pending: sampled by that context, at that time of it, and drawn to since.
+    mutable uint64_t sampledBy = 0;
+    mutable uint64_t sampledAt = 0;
+    mutable bool redrawn = false;
   };
 
   void _Free();

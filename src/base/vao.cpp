@@ -15,7 +15,7 @@ VAO::~VAO() {
 }
 
 bool VAO::Bind() {
-  if (CurrentContextId() != owner_) {
+  if (owner_ == 0 || CurrentContextId() != owner_) {
     LogLocated(kLogError, "vertex array belongs to another context");
     return false;
   }

@@ -26,8 +26,8 @@ void QVGContext::Init() {
 void QVGContext::Uninit() {
   if (running_ == nullptr) return;
   std::lock_guard lock(mutex_);
-  delete running_.load();
-  running_ = nullptr;
+  const std::unique_ptr<Runtime> ending(running_.exchange(nullptr));
+  if (ending != nullptr) ending->BeginEnd();
 }
 
 Runtime* QVGContext::Rendering() const {

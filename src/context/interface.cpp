@@ -5,9 +5,11 @@
 #include <cstddef>
 #include <exception>
 #include <memory>
+#include <mutex>
 
 #include "base/contextState.h"
 #include "base/framebuffer.h"
+#include "base/limits.h"
 #include "base/texture.h"
 #include "context/context.h"
 #include "context/runtime.h"
@@ -18,6 +20,7 @@
 #include "qvGLRenderer/qvGLRenderer.h"
 #include "tool/wndDrawer.h"
 #include "utils/log.h"
+#include "utils/neverDestroyed.h"
 
 namespace qvg {
 
@@ -85,10 +88,28 @@ Result WithRuntime(Result failure, Work&& work) noexcept {
   });
 }
 
+/// Held while a slot issues GL commands; a lock only for drivers that need it.
+class DriverTurn {
+ public:
+  DriverTurn() {
+    static NeverDestroyed<std::mutex> mutex;
+    if (CurrentContext() != nullptr && Limits::NeedsTurns()) lock_ = std::unique_lock(mutex.Get());
+  }
+
+ private:
+  std::unique_lock<std::mutex> lock_;
+};
+
 /// The same for slots that make or recycle GL objects: with a context of the library current.
 template <class Result, class Work>
 Result OnContext(Result failure, Work&& work) noexcept {
-  return WithRuntime(failure, [&](Runtime& runtime) { return CurrentContext() != nullptr ? work(runtime) : failure; });
+  return WithRuntime(failure, [&](Runtime& runtime) {
+    ContextState* const current = CurrentContext();
+    if (current == nullptr) return failure;
+    const DriverTurn turn;
+    current->worked = true;
+    return work(runtime);
+  });
 }
 
 /// The same for slots that need the context manager.
@@ -329,6 +350,7 @@ bool TextureToBGRAPixelBuffer(QVGTexture* source, QVGPixelBuffer* out, bool flip
 
 void ReleasePixelBuffer(QVGPixelBuffer** buffer) noexcept {
   WithRuntime(false, [&](Runtime& runtime) {
+    const DriverTurn turn;
     qvg::ReleasePixelBuffer(runtime.frames, buffer);
     return true;
   });
@@ -414,6 +436,7 @@ bool DestroyFrameBuffer(QVGFrameBuffer** frameBuffer) noexcept {
 void Finish() noexcept {
   OnContext(false, [](Runtime&) {
     glFinish();
+    ++CurrentContext()->finished;
     FlushContextObjects();
     return true;
   });
@@ -520,8 +543,10 @@ QVGEffect* CreateEffect(const char* name) noexcept {
 
 bool SetEffectParameter(QVGEffect* effect, const char* key, const QVGParamValue* value) noexcept {
   if (effect == nullptr || IsEmpty(key) || value == nullptr) return false;
-  return WithRuntime(false,
-                     [&](Runtime& runtime) { return runtime.effects.SetEffectParameter(From(effect), key, value); });
+  return WithRuntime(false, [&](Runtime& runtime) {
+    const DriverTurn turn;
+    return runtime.effects.SetEffectParameter(From(effect), key, value);
+  });
 }
 
 QVGTexture* ApplyEffect(QVGEffect* effect, QVGTexture* input) noexcept {

@@ -48,21 +48,23 @@ void Runtime::CachedImages::Release(Image* image) {
 Runtime::Platform::~Platform() { ShutdownContextPlatform(); }
 
 Runtime::OtherContexts::~OtherContexts() {
-  if (last.has_value()) contexts.DestroyOthers(last->Handle());
+  if (!last.has_value()) return;
+  last->OthersGo();
+  contexts.DestroyOthers(last->Handle());
 }
 
 Runtime::Runtime(const ResourceCache::Callbacks& callbacks)
     : textures(contexts, kTexturePoolCapacity), resources(callbacks, textures, scratchBuffers) {}
 
-Runtime::~Runtime() {
-  if (started_) last.emplace(contexts);
-}
+Runtime::~Runtime() = default;
+
+void Runtime::BeginEnd() { last.emplace(contexts); }
 
 bool Runtime::Start() {
-  Limits::OfDriver().Forget();
-  started_ = contexts.Init();
-  if (!started_) LogLocated(kLogError, "contextManager_->Init() failed.");
-  return started_;
+  Limits::Forget();
+  if (contexts.Init()) return true;
+  LogLocated(kLogError, "contextManager_->Init() failed.");
+  return false;
 }
 
 }  // namespace qvg

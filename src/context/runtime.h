@@ -27,6 +27,8 @@ struct Runtime {
 
   /// False, which is logged, when there is no GL context to be had.
   bool Start();
+  /// To be called before a runtime that was started goes: makes the context current in which its objects end.
+  void BeginEnd();
 
   /// Lends textures and render buffers of the pools.
   class PooledSurfaces : public SurfaceSource {
@@ -83,9 +85,6 @@ struct Runtime {
   CachedImages images{resources};
   EffectManager effects{{programs, surfaces, images}};
   FrameServices frames{programs, surfaces, textures, pixelBuffers, mapper, scratchBuffers};
-
- private:
-  bool started_ = false;
 };
 
 }  // namespace qvg

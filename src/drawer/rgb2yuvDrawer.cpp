@@ -69,6 +69,7 @@ bool RGB2YUVDrawer::DrawBytes(const Scene* scene, const Parameters& parameters) 
     pass.Set(kVStart, static_cast<float>(scene->target.content.width / 2) / outWidth);
   }
   pass.Draw(SceneMatrix(*scene), glm::mat3(1));
+  pass.EndUnchecked();
   return true;
 }
 
@@ -87,6 +88,7 @@ bool RGB2YUVDrawer::DrawBlocks(const RenderTarget& target, const Parameters& par
   pass.Set(kInTexSize, glm::ivec2(in.width, in.height));
   // The quad as it is covers the viewport.
   pass.Draw(glm::mat4(1), glm::mat3(1));
+  pass.EndUnchecked();
   return true;
 }
 

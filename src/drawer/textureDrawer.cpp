@@ -107,12 +107,6 @@ bool MeetsTexels(const glm::mat4& mvp, const ContentRect& target, glm::vec2 pict
 
 }  // namespace
 
-Texture* TextureDrawer::_CopyOfBackground(const RenderTarget& target) {
-  Texture* copy = surfaces_.AcquireTexture(target.content.width, target.content.height, GL_RGBA8);
-  if (copy != nullptr && !CopyContent(target, *copy)) surfaces_.ReleaseTexture(copy);
-  return copy;
-}
-
 bool TextureDrawer::Draw(const Scene* scene, const Parameters& parameters) {
   if (!_HasScene(scene)) return false;
   const RenderTarget& target = scene->target;
@@ -120,8 +114,9 @@ bool TextureDrawer::Draw(const Scene* scene, const Parameters& parameters) {
   const ContentRect& content = target.content;
   const bool blends = parameters.blendType != kNoBlend;
   const bool sampleTarget = blends && target.texture != nullptr && glTextureBarrier != nullptr;
-  Texture* backgroundCopy = blends && !sampleTarget ? _CopyOfBackground(target) : nullptr;
-  if (blends && !sampleTarget && backgroundCopy == nullptr) return false;
+  const TextureLoan copied =
+      blends && !sampleTarget ? TextureLoan(surfaces_, content.width, content.height, GL_RGBA8) : TextureLoan();
+  if (blends && !sampleTarget && !(copied && CopyContent(target, *copied))) return false;
 
   const Texture* const main = parameters.mainTexture;
   const ContentRect& picture = main != nullptr ? main->Content() : content;
@@ -132,48 +127,43 @@ bool TextureDrawer::Draw(const Scene* scene, const Parameters& parameters) {
   if (parameters.useSizeFactor) size *= parameters.sizeFactor;
   const glm::mat4 mvp = QuadMatrix(*scene, size, parameters.model, parameters.anchor);
 
-  bool ok = false;
-  {
-    Pass pass(programs_, KindOf(parameters), VariantOf(parameters), target);
-    if (pass.Ready()) {
-      pass.Set(kOpacity, parameters.opacity);
-      if (main != nullptr) {
-        pass.Set(kMainBounds, picture.SampleBounds());
-        pass.SetTexture(kMain, *main, MeetsTexels(mvp, content, unscaled) ? Sampling::kNearest : Sampling::kAsSet);
-      }
-      if (DoesMatte(parameters) || parameters.simpleMatte) {
-        pass.Set(kResolution, glm::vec2(content.width, content.height));
-        pass.Set(kTargetOrigin, glm::vec2(content.x, content.y));
-      }
-      if (DoesMatte(parameters)) {
-        const ContentRect& matte = parameters.matteTexture->Content();
-        pass.Set(kMatteOrigin, matte.Origin());
-        pass.Set(kMatteExtent, matte.Extent());
-        pass.Set(kMatteBounds, matte.SampleBounds());
-        pass.SetTexture(kMatte, *parameters.matteTexture);
-      }
-      if (parameters.simpleMatte) pass.Set(kSimpleMatte, parameters.simpleMatteSize);
-      if (sampleTarget) {
-        glTextureBarrier();
-        pass.Set(kBgOrigin, glm::vec2(0, 0));
-        pass.SetTexture(kBackground, *target.texture);
-      } else if (blends) {
-        const ContentRect& copied = backgroundCopy->Content();
-        pass.Set(kBgOrigin, glm::vec2(content.x - copied.x, content.y - copied.y));
-        pass.SetTexture(kBackground, *backgroundCopy);
-      }
-      if (parameters.depthTest) {
-        glEnable(GL_DEPTH_TEST);
-        glDepthFunc(GL_LEQUAL);
-        glDepthMask(GL_TRUE);
-      }
-      pass.Draw(mvp, ContentTexMatrix(picture, QuarterTurns(rotation)));
-      if (parameters.depthTest) glDisable(GL_DEPTH_TEST);
-      ok = pass.End();
-    }
+  Pass pass(programs_, KindOf(parameters), VariantOf(parameters), target);
+  if (!pass.Ready()) return false;
+  pass.Set(kOpacity, parameters.opacity);
+  if (main != nullptr) {
+    pass.Set(kMainBounds, picture.SampleBounds());
+    pass.SetTexture(kMain, *main, MeetsTexels(mvp, content, unscaled) ? Sampling::kNearest : Sampling::kAsSet);
   }
-  if (backgroundCopy != nullptr) surfaces_.ReleaseTexture(backgroundCopy);
-  return ok;
+  if (DoesMatte(parameters) || parameters.simpleMatte) {
+    pass.Set(kResolution, glm::vec2(content.width, content.height));
+    pass.Set(kTargetOrigin, glm::vec2(content.x, content.y));
+  }
+  if (DoesMatte(parameters)) {
+    const ContentRect& matte = parameters.matteTexture->Content();
+    pass.Set(kMatteOrigin, matte.Origin());
+    pass.Set(kMatteExtent, matte.Extent());
+    pass.Set(kMatteBounds, matte.SampleBounds());
+    pass.SetTexture(kMatte, *parameters.matteTexture);
+  }
+  if (parameters.simpleMatte) pass.Set(kSimpleMatte, parameters.simpleMatteSize);
+  if (sampleTarget) {
+    glTextureBarrier();
+    pass.Set(kBgOrigin, glm::vec2(0, 0));
+    pass.SetTexture(kBackground, *target.texture);
+  } else if (blends) {
+    pass.Set(kBgOrigin, glm::vec2(content.x - copied->Content().x, content.y - copied->Content().y));
+    pass.SetTexture(kBackground, *copied);
+  }
+  if (parameters.depthTest) {
+    glEnable(GL_DEPTH_TEST);
+    glDepthFunc(GL_LEQUAL);
+    glDepthMask(GL_TRUE);
+    glDepthRange(0, 1);
+    glDisable(GL_DEPTH_CLAMP);
+  }
+  pass.Draw(mvp, ContentTexMatrix(picture, QuarterTurns(rotation)));
+  if (parameters.depthTest) glDisable(GL_DEPTH_TEST);
+  return pass.End();
 }
 
 }  // namespace qvg

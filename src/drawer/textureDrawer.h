@@ -40,8 +40,6 @@ class TextureDrawer : public Drawer {
   bool Draw(const Scene* scene, const Parameters& parameters);
 
  private:
-  Texture* _CopyOfBackground(const RenderTarget& target);
-
   SurfaceSource& surfaces_;
 };
 

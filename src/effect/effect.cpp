@@ -10,26 +10,18 @@ Texture* TextureEffect::_Draw(const Texture& frame, const ProgramKind& kind, uin
   const ContentRect& content = frame.Content();
   const Presentation& look = frame.presentation;
   const bool odd = IsOddTurn(look.rotation);
-  Texture* output = services_.surfaces.AcquireTexture(odd ? content.height : content.width,
-                                                      odd ? content.width : content.height, GL_RGBA8);
-  if (output == nullptr) return nullptr;
-  bool ok = false;
-  {
-    Pass pass(services_.programs, kind, variant, RenderTarget::On(*output));
-    if (pass.Ready()) {
-      pass.SetTexture(sampler, frame, Sampling::kNearest);
-      setUp(pass);
-      // The quad as it is covers the output.
-      pass.Draw(glm::mat4(1), ContentTexMatrix(content, QuarterTurns(look.rotation), look.flipped));
-      ok = pass.End();
-    }
-  }
-  if (!ok) {
-    services_.surfaces.ReleaseTexture(output);
-    return nullptr;
-  }
+  TextureLoan output(services_.surfaces, odd ? content.height : content.width, odd ? content.width : content.height,
+                     GL_RGBA8);
+  if (!output) return nullptr;
+  Pass pass(services_.programs, kind, variant, RenderTarget::On(*output));
+  if (!pass.Ready()) return nullptr;
+  pass.SetTexture(sampler, frame, Sampling::kNearest);
+  setUp(pass);
+  // The quad as it is covers the output.
+  pass.Draw(glm::mat4(1), ContentTexMatrix(content, QuarterTurns(look.rotation), look.flipped));
+  if (!pass.End()) return nullptr;
   output->presentation.alpha = AlphaForm::kPremultiplied;
-  return output;
+  return output.Take();
 }
 
 }  // namespace qvg

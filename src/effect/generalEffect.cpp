@@ -251,13 +251,17 @@ bool GeneralEffect::SetParam(const std::string& key, const ParamValue* value) {
 }
 
 void GeneralEffect::_Prepare() {
-  if (_Stages() == 0 || CurrentContext() == nullptr || services_.programs.Knows(kKind, _Variant())) return;
-  // Some drivers compile the better part with the first draw. Nobody else looks at this one.
-  Texture* frame = services_.surfaces.AcquireTexture(kTrialSize, kTrialSize, GL_RGBA8);
-  Texture* output = frame != nullptr ? Process(frame) : nullptr;
-  if (output != nullptr) services_.surfaces.ReleaseTexture(output);
-  if (frame != nullptr) services_.surfaces.ReleaseTexture(frame);
-  services_.programs.Offer(kKind, _Variant());
+  const uint32_t variant = _Variant();
+  if (_Stages() == 0 || CurrentContext() == nullptr || services_.programs.HasReady(kKind, variant)) return;
+  // Some drivers compile the better part with the first draw, for each way of sampling. Nobody looks at these.
+  const TextureLoan frame(services_.surfaces, kTrialSize, kTrialSize, GL_RGBA8);
+  if (!frame) return;
+  for (const Sampling sampling : {Sampling::kNearest, Sampling::kAsSet}) {
+    Texture* output = _Apply(*frame, sampling);
+    if (output != nullptr) services_.surfaces.ReleaseTexture(output);
+    if ((_Stages() & kBackground) == 0) break;
+  }
+  services_.programs.Offer(kKind, variant);
 }
 
 int32_t GeneralEffect::_Stages() const {
@@ -283,11 +287,15 @@ uint32_t GeneralEffect::_Variant() const {
                         color && (shadow_ != 0 || highlight_ != 0),
                         (stages & kBackground) != 0};
   uint32_t variant = 0;
-  for (size_t i = 0; i < std::size(parts); ++i) variant |= (parts[i] ? 1u : 0u) << i;
+  uint32_t bit = 1;
+  for (const bool part : parts) {
+    if (part) variant |= bit;
+    bit <<= 1;
+  }
   return variant;
 }
 
-void GeneralEffect::_SetUniforms(Pass& pass, const Texture& frame) const {
+void GeneralEffect::_SetUniforms(Pass& pass, const Texture& frame, Sampling ofBackground) const {
   const ContentRect& content = frame.Content();
   // Steps to neighbours are texels of the storage.
   const glm::vec2 size(content.storageWidth, content.storageHeight);
@@ -299,8 +307,7 @@ void GeneralEffect::_SetUniforms(Pass& pass, const Texture& frame) const {
   pass.Set(kSpill, spill_);
   if ((_Stages() & kBackground) != 0) {
     const Texture& background = *background_->Get();
-    pass.SetTexture(kBackgroundTexture, background,
-                    MeetsTexels(frame, background) ? Sampling::kNearest : Sampling::kAsSet);
+    pass.SetTexture(kBackgroundTexture, background, ofBackground);
     pass.Set(kKeyUVFactor, BackgroundMapping(frame, background));
     pass.Set(kKeyBGBounds, background.Content().SampleBounds());
   }
@@ -320,9 +327,14 @@ void GeneralEffect::_SetUniforms(Pass& pass, const Texture& frame) const {
   pass.Set(kHue, hue_);
 }
 
+Texture* GeneralEffect::_Apply(const Texture& frame, Sampling ofBackground) {
+  return _Draw(frame, kKind, _Variant(), kMainTexture, [&](Pass& pass) { _SetUniforms(pass, frame, ofBackground); });
+}
+
 Texture* GeneralEffect::Process(Texture* frame) {
   if (frame == nullptr || _Stages() == 0) return nullptr;
-  return _Draw(*frame, kKind, _Variant(), kMainTexture, [&](Pass& pass) { _SetUniforms(pass, *frame); });
+  const bool meets = background_ != nullptr && MeetsTexels(*frame, *background_->Get());
+  return _Apply(*frame, meets ? Sampling::kNearest : Sampling::kAsSet);
 }
 
 }  // namespace qvg

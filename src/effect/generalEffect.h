@@ -41,7 +41,9 @@ class GeneralEffect : public TextureEffect {
   uint32_t _Variant() const;
   /// Compiles that program now rather than with the next frame.
   void _Prepare();
-  void _SetUniforms(Pass& pass, const Texture& frame) const;
+  /// @param ofBackground how the background is read.
+  void _SetUniforms(Pass& pass, const Texture& frame, Sampling ofBackground) const;
+  Texture* _Apply(const Texture& frame, Sampling ofBackground);
 
   bool enableBeauty_ = false;
   bool enableKey_ = false;

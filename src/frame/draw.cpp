@@ -14,7 +14,7 @@ namespace qvg {
 
 namespace {
 
-bool IsRenderable(const Texture& texture) { return Limits::OfDriver().IsRenderable(texture.Setting().internalFormat); }
+bool IsRenderable(const Texture& texture) { return Limits::IsRenderable(texture.Setting().internalFormat); }
 
 TextureLease Lease(const FrameServices& services, const Texture& like, GLenum internalFormat) {
   return TextureLease(services.textures, like.Content().width, like.Content().height, internalFormat);
@@ -45,14 +45,6 @@ void TakeStorage(Texture& texture, Texture& drawable) {
   texture.presentation.madeFor = texture.Format();
   texture.ExchangeStorage(drawable);
   texture.CentreContent(content.width, content.height);
-}
-
-// Gives the texture storage that can be drawn to; what is in it is undefined.
-bool MakeRenderable(const FrameServices& services, Texture& texture) {
-  if (IsRenderable(texture)) return true;
-  const TextureLease drawable = Lease(services, texture, GL_RGBA8);
-  if (drawable) TakeStorage(texture, *drawable);
-  return static_cast<bool>(drawable);
 }
 
 // What is drawn is stored as straight R, G, B, A: brings what is there into that form too, unless it is already.
@@ -98,6 +90,13 @@ TextureDrawer::Parameters ParametersOf(const QVGDrawTextureParams& params) {
 }
 
 }  // namespace
+
+bool MakeRenderable(const FrameServices& services, Texture& texture) {
+  if (IsRenderable(texture)) return true;
+  const TextureLease drawable = Lease(services, texture, GL_RGBA8);
+  if (drawable) TakeStorage(texture, *drawable);
+  return static_cast<bool>(drawable);
+}
 
 bool DrawWhole(const FrameServices& services, const Texture& source, const Texture& destination, const WholeDraw& how) {
   const Scene scene = Scene::On(destination);
@@ -162,7 +161,7 @@ bool ClearFrameBuffer(const FrameServices& services, FrameBuffer* frameBuffer, c
 }
 
 FrameBuffer* CreateFrameBuffer(const FrameServices& services, const FrameBufferSetting& setting, const Camera& camera) {
-  const int maxSize = Limits::OfDriver().MaxTextureSize();
+  const int maxSize = Limits::MaxTextureSize();
   if (setting.width < 1 || setting.height < 1 || setting.width > maxSize || setting.height > maxSize) return nullptr;
   auto frameBuffer = std::make_unique<FrameBuffer>(services.surfaces);
   frameBuffer->camera = camera;

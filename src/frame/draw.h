@@ -9,6 +9,9 @@ namespace qvg {
 
 class Texture;
 
+/// Gives a texture whose format can't be drawn to other storage; what is in it is then undefined.
+bool MakeRenderable(const FrameServices& services, Texture& texture);
+
 struct WholeDraw {
   bool flip = false;
   bool asStored = false;  ///< Colours and alpha as they are, whatever the alpha form.

@@ -52,7 +52,7 @@ uint8_t* ReadBack(const FrameServices& services, int64_t size, GLenum usage, Fil
 
 // A swizzle does not act on reading.
 bool CanReadDirectly(const Texture& source) {
-  return source.CurrentSwizzle() == kSwizzleRGBA && Limits::OfDriver().IsRenderable(source.Setting().internalFormat);
+  return source.CurrentSwizzle() == kSwizzleRGBA && Limits::IsRenderable(source.Setting().internalFormat);
 }
 
 bool ReadRGB(const FrameServices& services, Texture* source, QVGPixelBuffer* out, bool flip, int32_t code,
@@ -67,6 +67,7 @@ bool ReadRGB(const FrameServices& services, Texture* source, QVGPixelBuffer* out
     if (!direct && (!drawn || !DrawWhole(services, *source, *drawn, {.flip = flip, .asStored = true}))) return false;
     const RenderTarget target = RenderTarget::On(direct ? *source : *drawn);
     if (target.frameBuffer == 0) return false;
+    target.texture->SettleForReading(*CurrentContext());
     SubmitRead({target.frameBuffer, GL_COLOR_ATTACHMENT0, target.content.x, target.content.y, width, height, format},
                buffer);
     return true;
@@ -118,6 +119,8 @@ bool SubmitBlocks(const FrameServices& services, const RGB2YUVDrawer::Parameters
                                {columns, rows, 0, 0, columns, rows}};
   if (target.frameBuffer == 0 || !RGB2YUVDrawer(services.programs).DrawBlocks(target, parameters)) return false;
   for (size_t i = 0; i < parts.size(); ++i) {
+    textures[i]->NoteDrawn(*context);
+    textures[i]->SettleForReading(*context);
     SubmitRead({target.frameBuffer, GL_COLOR_ATTACHMENT0 + static_cast<GLenum>(i), 0, 0, columns, rows, parts[i].format,
                 parts[i].offset, parts[i].rowLength},
                buffer);
@@ -143,6 +146,7 @@ bool SubmitBytes(const FrameServices& services, const RGB2YUVDrawer::Parameters&
                          {0, height, width / 2, height / 2, layout.uOffset},
                          {width / 2, height, width / 2, height / 2, layout.vOffset}};
   const ContentRect& content = scene.target.content;
+  drawn->SettleForReading(*CurrentContext());
   for (const Part& part : layout.nv12 ? std::span<const Part>(nv12) : std::span<const Part>(planar)) {
     SubmitRead({scene.target.frameBuffer, GL_COLOR_ATTACHMENT0, content.x + part.x, content.y + part.y, part.width,
                 part.height, GL_RED, part.offset},
@@ -160,8 +164,11 @@ uint8_t* ReadYUV(const FrameServices& services, const Texture& source, const YUV
                                                 .fullRange = fullRange};
   const auto submit = RGB2YUVDrawer::FitsBlocks(parameters) ? SubmitBlocks : SubmitBytes;
   const int64_t size = (bytes + 3) / 4 * 4 + 4;
-  return ReadBack(services, size, PixelBufferPool::kYUVUsage,
-                  [&](const BO& buffer) { return submit(services, parameters, layout, buffer); });
+  uint8_t* const address = ReadBack(services, size, PixelBufferPool::kYUVUsage,
+                                    [&](const BO& buffer) { return submit(services, parameters, layout, buffer); });
+  // What was just drawn is there: so is all that came before.
+  if (address != nullptr) ++CurrentContext()->finished;
+  return address;
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include "base/limits.h"
 #include "drawer/rgbMattDrawer.h"
 #include "drawer/yuv2rgbDrawer.h"
+#include "frame/draw.h"
 #include "frame/pixelFormat.h"
 #include "pool/scratchBufferPool.h"
 #include "pool/textureLease.h"
@@ -18,7 +19,7 @@ namespace {
 
 std::optional<FrameView> View(const QVGPixelBuffer* source) {
   if (source == nullptr) return std::nullopt;
-  return ViewFrame(*source, Limits::OfDriver().MaxTextureSize());
+  return ViewFrame(*source, Limits::MaxTextureSize());
 }
 
 // The operation that loads a plane ends with an error check.
@@ -83,8 +84,12 @@ bool UploadRGB(const FrameServices& services, Texture& destination, const FrameV
   if (matted) {
     if (!UploadMatted(services, destination, frame, flipped, matte)) return false;
   } else {
+    const ContentRect before = destination.Content();
     SubmitPlane(services, destination, pixels, Texture::Place::kCentre);
-    if (!destination.RemapRGBA(frame.format->swizzle) || !CheckGLError()) return false;
+    if (!CheckGLError() || !destination.RemapRGBA(frame.format->swizzle)) {
+      destination.SetContentSize(before.width, before.height);
+      return false;
+    }
   }
   destination.presentation.flipped = matted || !flipped;
   return true;
@@ -93,7 +98,10 @@ bool UploadRGB(const FrameServices& services, Texture& destination, const FrameV
 bool UploadFrame(const FrameServices& services, Texture& destination, const FrameView& frame, bool flipped,
                  bool shouldMattRGB, const QVGColor& matte) {
   if (frame.format->IsYUV()) {
-    if (!destination.RemapRGBA(kSwizzleRGBA) || !DrawYUVToTexture(services, destination, frame)) return false;
+    if (!MakeRenderable(services, destination) || !destination.RemapRGBA(kSwizzleRGBA) ||
+        !DrawYUVToTexture(services, destination, frame)) {
+      return false;
+    }
     destination.presentation.flipped = !flipped;
   } else if (!UploadRGB(services, destination, frame, flipped, shouldMattRGB, matte)) {
     return false;

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <exception>
 #include <memory>
+#include <utility>
 
 #include "base/contextState.h"
 #include "base/glContext.h"
@@ -83,7 +84,7 @@ PooledTexture* TexturePool::_Create(int width, int height, GLenum internalFormat
 
 Texture* TexturePool::Acquire(uint32_t width, uint32_t height, GLenum internalFormat) {
   if (CurrentContext() == nullptr) return nullptr;
-  const uint32_t limit = static_cast<uint32_t>(Limits::OfDriver().MaxTextureSize());
+  const uint32_t limit = static_cast<uint32_t>(Limits::MaxTextureSize());
   if (width < 1 || height < 1 || width > limit || height > limit) return nullptr;
   const int evenWidth = static_cast<int>(width + width % 2);
   const int evenHeight = static_cast<int>(height + height % 2);
@@ -158,13 +159,18 @@ void TexturePool::_StartTrimmer() {
   ExitGuard::Instance();
   // A host may unload the library without releasing it: the code of a running thread has to stay.
   pinned_ = PinLibrary();
-  trimmer_ = std::thread([this] {
-    try {
-      _Trim();
-    } catch (const std::exception& error) {
-      LogLocated(kLogError, error.what());
-    }
-  });
+  try {
+    trimmer_ = std::thread([this] {
+      try {
+        _Trim();
+      } catch (const std::exception& error) {
+        LogLocated(kLogError, error.what());
+      }
+    });
+  } catch (...) {
+    UnpinLibrary(std::exchange(pinned_, nullptr));
+    throw;
+  }
   trimmerStarted_ = true;
 }
 

@@ -7,6 +7,7 @@
 #include "base/content.h"
 #include "base/contextState.h"
 #include "base/glContext.h"
+#include "base/limits.h"
 #include "base/pass.h"
 #include "base/texture.h"
 #include "tool/shaders.h"
@@ -101,6 +102,7 @@ bool WndDrawer::Init(void* window) {
     context_ = nullptr;
     return false;
   }
+  contextId_ = CurrentContextId();
   auto tools = std::make_unique<Tools>();
   const std::string vertex = std::string(kVersion) + shaders::wnd_vert;
   const struct {
@@ -141,6 +143,7 @@ bool WndDrawer::Uninit() {
   }
   if (live) contexts_.DestroySharedContext(context_);
   context_ = nullptr;
+  contextId_ = 0;
   initialized_ = false;
   return true;
 }
@@ -187,7 +190,7 @@ GLuint WndDrawer::_CreateProgram(const std::string& vertexSource, const std::str
 
 bool WndDrawer::_Ready() const {
   if (!initialized_) return false;
-  if (contexts_.GetCurrentContext() == context_) return true;
+  if (contextId_ != 0 && CurrentContextId() == contextId_) return true;
   LogShort(kLogError, "WndDrawer: the drawer's context is not current.");
   return false;
 }
@@ -201,6 +204,8 @@ void WndDrawer::Clear(float red, float green, float blue) {
 const Texture* WndDrawer::_WholeStorage(const Texture& texture) {
   const ContentRect& from = texture.Content();
   if (from.storageWidth == from.width && from.storageHeight == from.height) return &texture;
+  // What can't be copied shows a little of what lies beside it.
+  if (!Limits::IsRenderable(texture.Setting().internalFormat)) return &texture;
   if (content_ == nullptr || content_->Content().width != from.width || content_->Content().height != from.height) {
     TextureSetting setting;
     setting.width = from.width;
@@ -224,6 +229,7 @@ void WndDrawer::_DrawPicture(const Texture& texture, const Size& window) {
   if (!pass.Ready()) return;
   pass.SetTexture(kMainTexture, texture);
   pass.Draw();
+  pass.EndUnchecked();
 }
 
 bool WndDrawer::Draw(const Texture* texture) {

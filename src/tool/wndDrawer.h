@@ -5,6 +5,7 @@
 #include <mutex>
 #include <string>
 
+#include "base/contextState.h"
 #include "base/gl.h"
 #include "base/program.h"
 #include "base/quad.h"
@@ -59,6 +60,7 @@ class WndDrawer {
   QVGLContextManager& contexts_;
   bool initialized_ = false;
   void* context_ = nullptr;
+  ContextId contextId_ = 0;
   std::mutex mutex_;
   std::unique_ptr<Tools> tools_;
   std::atomic<Size> size_ = Size{0, 0};

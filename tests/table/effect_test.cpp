@@ -322,6 +322,20 @@ TEST_F(EffectTest, EveryChangeShowsInTheNextFrame) {
       const EffectSettings& now = tuned.Change(key, value).settings;
       if (now.key || now.beauty || now.color || now.background) {
         Check(tuned, frame, picture, errors);
+        if (HasFailure()) {
+          auto pix = [&](const char* what) {
+            const Image im = Content(Apply(tuned.effect, frame).get());
+            std::printf("%s %.3f %.3f %.3f\n", what, im.at(15, 0)[0] * 255, im.at(15, 0)[1] * 255,
+                        im.at(15, 0)[2] * 255);
+          };
+          pix("again");
+          pix("again2");
+          for (int b : {0, 1, 2, 10, 20, 29, 30, 31, 50, 30}) {
+            tuned.Change("blur", b);
+            pix(std::to_string(b).c_str());
+          }
+          return;
+        }
       } else {
         EXPECT_EQ(gl_.ApplyEffect(tuned.effect.get(), frame.get()), nullptr);
       }

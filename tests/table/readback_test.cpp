@@ -224,5 +224,29 @@ TEST_F(ReadBackTest, SeveralAtOnceAreReleasedInAnyOrderOnAnyThread) {
   gl_.ReleasePixelBuffer(nullptr);
 }
 
+// Sampled by work that is still pending, and drawn to since.
+TEST_F(ReadBackTest, WhatWasDrawnLastIsRead) {
+  constexpr int kWidth = 480, kHeight = 270;
+  const TexturePtr canvas(gl_.AcquireTexture(kWidth, kHeight));
+  const FrameBufferPtr target = Target(canvas.get());
+  const Image pictures[] = {Picture(kWidth, kHeight, 1), Picture(kWidth, kHeight, 2)};
+  const TexturePtr sources[] = {Upload(pictures[0]), Upload(pictures[1])};
+  const TexturePtr texture = Upload(pictures[1]);
+  const FrameBufferPtr onTexture = Target(texture.get());
+  for (int i = 0; i < 20; ++i) {
+    SCOPED_TRACE(i);
+    ASSERT_TRUE(gl_.DrawTexture(texture.get(), target.get(), nullptr));
+    ASSERT_TRUE(gl_.DrawTexture(sources[i % 2].get(), onTexture.get(), nullptr));
+    if (i % 4 < 2) {
+      ReadBack read;
+      ASSERT_TRUE(gl_.TextureToRGBAPixelBuffer(texture.get(), &read.buffer, false));
+      ASSERT_EQ(Difference(pictures[i % 2], PixelsOf(read.buffer)), "");
+    } else {
+      const TexturePtr clone(gl_.CloneTexture(texture.get()));
+      ASSERT_EQ(Difference(pictures[i % 2], Storage(clone.get())), "");
+    }
+  }
+}
+
 }  // namespace
 }  // namespace qvg::test

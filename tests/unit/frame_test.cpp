@@ -23,6 +23,7 @@ class FrameTest : public testing::Test {
   }
   void TearDown() override {
     EXPECT_EQ(log_.Take(), "");
+    runtime_->BeginEnd();
     runtime_.reset();
   }
 
@@ -177,7 +178,17 @@ TEST_F(FrameTest, FrameBuffersThatContextsKeepAreBoundedAndGoWithTheirTextures) 
     runtime_->contexts.ReleaseSharedContext(context);
   }).join();
   FlushContextObjects();
-  EXPECT_LE(Live(glIsFramebuffer), 1);  // of the limits' trial, nothing is left
+  EXPECT_EQ(Live(glIsFramebuffer), 0);
+
+  // A context that is left keeps none, so that a texture deleted elsewhere is gone at once.
+  Texture* texture = runtime_->textures.Acquire(4, 4, GL_RGBA8);
+  const double color[4] = {0, 0, 0, 1};
+  ASSERT_TRUE(ClearTexture(runtime_->frames, texture, color));
+  EXPECT_EQ(Live(glIsFramebuffer), 1);
+  void* const own = runtime_->contexts.GetCurrentContext();
+  for (void* context : {static_cast<void*>(nullptr), own}) runtime_->contexts.MakeCurrentContext(context, nullptr);
+  EXPECT_EQ(Live(glIsFramebuffer), 0);
+  Release(texture);
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "base/bo.h"
+#include "base/contextState.h"
 #include "pool/pixelBufferMapper.h"
 #include "pool/pixelBufferPool.h"
 #include "pool/renderBufferPool.h"
@@ -148,9 +149,44 @@ TEST_F(PoolTest, PendingWorkIsWaitedForOnAnotherContextAlone) {
     });
     ASSERT_TRUE(MakeCurrent(own));
   }
-  // Who has no context can leave no fence.
+  // Who has no context can leave no fence: what the taker has submitted since is waited for all the same.
+  for (const bool again : {false, true}) {
+    textures.Clear();
+    texture = textures.Acquire(8, 8, GL_RGBA8);
+    const GLuint name = texture->Id();
+    if (again) {
+      MakeCurrent(nullptr);
+      MakeCurrent(own);
+      CurrentContext()->worked = true;
+    }
+    OnOtherThread(false, [&] { EXPECT_EQ(during([&] { textures.Release(texture); }), ""); });
+    OnOtherThread(true, [&] {
+      texture = textures.Acquire(8, 8, GL_RGBA8);
+      EXPECT_NE(texture->Id(), name);
+      textures.Release(texture);
+    });
+    MakeCurrent(nullptr);
+    OnOtherThread(true, [&] {
+      Texture* both[] = {textures.Acquire(8, 8, GL_RGBA8), textures.Acquire(8, 8, GL_RGBA8)};
+      EXPECT_TRUE(both[0]->Id() == name || both[1]->Id() == name);
+      for (Texture*& each : both) textures.Release(each);
+    });
+    ASSERT_TRUE(MakeCurrent(own));
+  }
+  // A context that only gives back is one to wait for, too.
+  textures.Clear();
   texture = textures.Acquire(8, 8, GL_RGBA8);
-  OnOtherThread(false, [&] { EXPECT_EQ(during([&] { textures.Release(texture); }), ""); });
+  const GLuint name = texture->Id();
+  MakeCurrent(nullptr);
+  MakeCurrent(own);
+  textures.Release(texture);
+  MakeCurrent(nullptr);
+  OnOtherThread(true, [&] {
+    texture = textures.Acquire(8, 8, GL_RGBA8);
+    EXPECT_EQ(texture->Id(), name);
+    textures.Release(texture);
+  });
+  ASSERT_TRUE(MakeCurrent(own));
 }
 
 TEST_F(PoolTest, RenderBuffersOfTheFormatThatFitAreTakenSmallestFirst) {
