@@ -399,10 +399,10 @@ typedef struct QVGGLRendererInterface {
   QVGFrameBuffer* (*CreateFrameBufferFromDesc)(const QVGFrameBufferDesc* desc);
   /** 43 [GL] Draws into the texture's content from now on; the texture stays the caller's. What is drawn is stored as
    *  straight R, G, B, A: a texture of another channel order or with premultiplied alpha is brought into that form
-   * first and looks the same, and one whose format the driver can't draw to gets other storage, with another GL name.
-   * The depth buffer may be replaced: clear it afterwards. Keep the texture until another is bound or the frame buffer
-   * is destroyed, if you still draw to it. @return false for null, when the frame buffer has buffers of another size,
-   * on another context than the frame buffer's, or on failure. */
+   *  first and looks the same, and one whose format the driver can't draw to gets other storage, with another GL
+   *  name. The depth buffer may be replaced: clear it afterwards. Keep the texture until another is bound or the frame
+   *  buffer is destroyed, if you still draw to it. @return false for null, when the frame buffer has buffers of
+   *  another size, on another context than the frame buffer's, or on failure. */
   bool (*BindTextureToFrameBuffer)(QVGFrameBuffer* frameBuffer, QVGTexture* texture);
   /** 44 [GL] Fills the content with the colour (R, G, B, A), and the depth buffer. @return false for null or on
    *  failure. */
