@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "base/contextState.h"
 #include "base/texelFormat.h"
 
 namespace qvg {
@@ -57,7 +58,7 @@ bool Limits::IsRenderable(GLenum internalFormat) {
 }
 
 bool Limits::ReadsTooEarly() {
-  if (readsTooEarly == Answer::kUnknown) {
+  if (readsTooEarly == Answer::kUnknown && CurrentContext() != nullptr) {
     const auto* const renderer = reinterpret_cast<const char*>(glGetString(GL_RENDERER));
     const bool software = renderer != nullptr && std::strstr(renderer, "llvmpipe") != nullptr;
     readsTooEarly = software ? Answer::kYes : Answer::kNo;

@@ -93,7 +93,7 @@ class DriverTurn {
  public:
   DriverTurn() {
     static NeverDestroyed<std::mutex> mutex;
-    if (CurrentContext() != nullptr && Limits::NeedsTurns()) lock_ = std::unique_lock(mutex.Get());
+    if (Limits::NeedsTurns()) lock_ = std::unique_lock(mutex.Get());
   }
 
  private:

@@ -1,25 +1,9 @@
 #pragma once
 
-// Counts allocations. Defines the global operator new, so exactly one source file of a program includes it.
-
-#include <cstdlib>
-#include <new>
-
 namespace qvg::test {
 
-/// What the calling thread has allocated with new since it began; blocks, not bytes.
-inline int& ThreadAllocations() {
-  static thread_local int count = 0;
-  return count;
-}
+/// What the calling thread has allocated with new since it began; blocks, not bytes. A program that uses it is linked
+/// with heapCalls.cpp, whose operator new counts.
+int& ThreadAllocations();
 
 }  // namespace qvg::test
-
-void* operator new(std::size_t bytes) {
-  ++qvg::test::ThreadAllocations();
-  if (void* block = std::malloc(bytes > 0 ? bytes : 1)) return block;
-  throw std::bad_alloc();
-}
-
-void operator delete(void* block) noexcept { std::free(block); }
-void operator delete(void* block, std::size_t) noexcept { std::free(block); }

@@ -96,6 +96,7 @@ TEST_F(ContextTest, OnlyTheCurrentContextIsUnbound) {
 
 TEST_F(ContextTest, TexturesAreSharedAndFrameBuffersAreNot) {
   ExpectErrorLines();
+  const std::vector<unsigned> before = LiveNames(kFrameBuffers);
   const Image picture = Picture(64, 48, 1);
   TexturePtr texture = Upload(picture), target = Upload(Picture(64, 48, 2)), second = Upload(Picture(64, 48, 3));
   const double color[4] = {1, 0, 0, 1};
@@ -121,7 +122,7 @@ TEST_F(ContextTest, TexturesAreSharedAndFrameBuffersAreNot) {
   ClearPools();
   { const CurrentContext other; }
   ASSERT_TRUE(gl_.MakeCurrentContext(context_->handle, nullptr));
-  EXPECT_EQ(LiveNames(kFrameBuffers), std::vector<unsigned>());
+  EXPECT_EQ(LiveNames(kFrameBuffers), before);
 }
 
 // ---- Threads ----
