@@ -144,7 +144,7 @@ void SetTexturePoolCapacity(int32_t count) noexcept {
 void Reserved() noexcept {}
 
 void PreallocateTextures(uint32_t width, uint32_t height, int32_t count) noexcept {
-  WithRuntime(false, [&](Runtime& runtime) {
+  OnContext(false, [&](Runtime& runtime) {
     runtime.textures.Preallocate(width, height, count);
     return true;
   });
@@ -155,7 +155,7 @@ bool ClearTexturePool() noexcept {
 }
 
 void PreallocateRenderBuffers(uint32_t width, uint32_t height, int32_t count) noexcept {
-  WithRuntime(false, [&](Runtime& runtime) {
+  OnContext(false, [&](Runtime& runtime) {
     runtime.renderBuffers.Preallocate(static_cast<int>(width), static_cast<int>(height), count);
     return true;
   });
@@ -166,7 +166,7 @@ bool ClearRenderBufferPool() noexcept {
 }
 
 void PreallocatePixelBuffers(uint32_t size, int32_t count, bool forRead) noexcept {
-  WithRuntime(false, [&](Runtime& runtime) {
+  OnContext(false, [&](Runtime& runtime) {
     runtime.pixelBuffers.Preallocate(size, count, forRead);
     return true;
   });
