@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <map>
 #include <mutex>
+#include <optional>
+#include <span>
 #include <utility>
 #include <vector>
 
@@ -22,18 +24,51 @@ struct ObjectName {
   uint32_t name;
 };
 
+/// What waits for a context to be current. Has room from the start, as it grows where nothing may be thrown.
+template <class Item>
+class WaitingList {
+ public:
+  explicit WaitingList(size_t room) { items_.reserve(room); }
+
+  /// False when there is no room, and no memory for more.
+  bool Add(const Item& item) noexcept {
+    try {
+      items_.push_back(item);
+    } catch (...) {
+      return false;
+    }
+    return true;
+  }
+  /// Moves some of it to where it is handled without a lock; how many.
+  size_t Take(std::span<Item> some) {
+    const size_t count = std::min(some.size(), items_.size());
+    std::copy(items_.end() - static_cast<ptrdiff_t>(count), items_.end(), some.begin());
+    items_.resize(items_.size() - count);
+    return count;
+  }
+  size_t Size() const { return items_.size(); }
+  void Clear() { items_.clear(); }
+
+ private:
+  std::vector<Item> items_;
+};
+
+constexpr size_t kRoomOfContext = 256;
+constexpr size_t kRoomOfAll = 1024;
+constexpr size_t kSome = 32;
+
 struct Entry {
   std::unique_ptr<ContextState> state;
   std::shared_ptr<const GpuFence> departure;
-  std::vector<ObjectName> waiting;
-  std::vector<uint64_t> deadStorages;
+  WaitingList<ObjectName> waiting{kRoomOfContext};
+  WaitingList<uint64_t> deadStorages{TargetCache::kCapacity};
   bool allStoragesDead = false;  // more than it can have kept something for
 };
 
 struct Registry {
   std::mutex mutex;
   std::map<const void*, Entry> contexts;
-  std::vector<SharedObject> waiting;
+  std::optional<WaitingList<SharedObject>> waiting;  // as long as there are contexts
   std::atomic<bool> anyWaiting = false;
   ContextId lastId = 0;
   // Changes with the map, so that a thread can tell whether what it remembers still holds.
@@ -106,6 +141,14 @@ uint32_t ContextState::NearestSampler() {
   return nearestSampler_;
 }
 
+void ContextState::Distrust() {
+  targets.Clear();
+  quad.reset();
+  if (programs != nullptr) programs->ForgetValues();
+  if (nearestSampler_ != 0) DeleteSharedObject({SharedObject::kSampler, nearestSampler_});
+  nearestSampler_ = 0;
+}
+
 ContextState* CurrentContext() {
   const void* const native = CurrentNativeContext();
   if (native == nullptr) return nullptr;
@@ -125,73 +168,86 @@ ContextId CurrentContextId() {
   return current != nullptr ? current->id : 0;
 }
 
-void DeleteContextObject(ContextObject kind, uint32_t name, ContextId owner) {
+ContextId ContextIdOf(const void* nativeContext) {
+  Registry& registry = Contexts();
+  std::lock_guard lock(registry.mutex);
+  const auto found = registry.contexts.find(nativeContext);
+  return found == registry.contexts.end() ? 0 : found->second.state->id;
+}
+
+void DeleteContextObject(ContextObject kind, uint32_t name, ContextId owner) noexcept {
   if (name == 0 || owner == 0) return;
   if (owner == CurrentContextId()) return DeleteName(ObjectName{kind, name});
   Registry& registry = Contexts();
   std::lock_guard lock(registry.mutex);
-  if (Entry* const entry = registry.Find(owner); entry != nullptr) {
-    entry->waiting.push_back({kind, name});
+  if (Entry* const entry = registry.Find(owner); entry != nullptr && entry->waiting.Add({kind, name})) {
     entry->state->attention = true;
   }
 }
 
-void DeleteSharedObject(const SharedObject& object) {
+void DeleteSharedObject(const SharedObject& object) noexcept {
   if (CurrentContext() != nullptr) return DeleteName(object);
   Registry& registry = Contexts();
   std::lock_guard lock(registry.mutex);
-  if (registry.contexts.empty()) return;
-  registry.waiting.push_back(object);
-  registry.anyWaiting = true;
+  if (registry.waiting.has_value() && registry.waiting->Add(object)) registry.anyWaiting = true;
 }
 
-void ForgetStorage(uint64_t storage) {
+void ForgetStorage(uint64_t storage) noexcept {
   ContextState* const current = CurrentContext();
   if (current != nullptr) current->targets.Forget(storage);
   Registry& registry = Contexts();
   std::lock_guard lock(registry.mutex);
   for (auto& [native, entry] : registry.contexts) {
     if (entry.state.get() == current || entry.state->targets.Empty()) continue;
-    entry.allStoragesDead |= entry.deadStorages.size() >= TargetCache::kCapacity;
-    if (!entry.allStoragesDead) entry.deadStorages.push_back(storage);
+    entry.allStoragesDead |= entry.deadStorages.Size() >= TargetCache::kCapacity;
+    if (!entry.allStoragesDead) entry.deadStorages.Add(storage);
     entry.state->attention = true;
   }
 }
 
-void FlushContextObjects() {
+void FlushContextObjects() noexcept {
   ContextState* const current = CurrentContext();
   if (current == nullptr) return;
   Registry& registry = Contexts();
-  if (!current->attention && !registry.anyWaiting) return;
-  std::vector<ObjectName> names;
-  std::vector<uint64_t> storages;
-  bool allStorages = false;
-  std::vector<SharedObject> shared;
-  {
-    std::lock_guard lock(registry.mutex);
-    if (Entry* const entry = registry.Find(current->id); entry != nullptr) {
-      names.swap(entry->waiting);
-      storages.swap(entry->deadStorages);
-      allStorages = std::exchange(entry->allStoragesDead, false);
+  while (current->attention || registry.anyWaiting) {
+    ObjectName names[kSome];
+    uint64_t storages[kSome];
+    SharedObject shared[kSome];
+    size_t nameCount = 0;
+    size_t storageCount = 0;
+    size_t sharedCount = 0;
+    bool allStorages = false;
+    {
+      std::lock_guard lock(registry.mutex);
+      if (Entry* const entry = registry.Find(current->id); entry != nullptr) {
+        nameCount = entry->waiting.Take(names);
+        storageCount = entry->deadStorages.Take(storages);
+        allStorages = std::exchange(entry->allStoragesDead, false);
+        current->attention = entry->waiting.Size() > 0 || entry->deadStorages.Size() > 0;
+      }
+      if (registry.waiting.has_value()) sharedCount = registry.waiting->Take(shared);
+      registry.anyWaiting = registry.waiting.has_value() && registry.waiting->Size() > 0;
     }
-    current->attention = false;
-    shared.swap(registry.waiting);
-    registry.anyWaiting = false;
+    for (size_t i = 0; i < nameCount; ++i) DeleteName(names[i]);
+    for (size_t i = 0; i < storageCount; ++i) current->targets.Forget(storages[i]);
+    if (allStorages) current->targets.Clear();
+    for (size_t i = 0; i < sharedCount; ++i) DeleteName(shared[i]);
   }
-  for (const ObjectName& name : names) DeleteName(name);
-  for (const uint64_t storage : storages) current->targets.Forget(storage);
-  if (allStorages) current->targets.Clear();
-  for (const SharedObject& object : shared) DeleteName(object);
 }
 
-void DepartContext() {
+void DepartContext() noexcept {
   ContextState* const current = CurrentContext();
   if (current == nullptr || !current->worked) return;
   if (current->programs != nullptr) current->programs->GiveBack();
   // Kept by a context that does nothing they would keep textures that were deleted elsewhere.
   current->targets.Clear();
   // The older fence, swapped for it, ends behind the lock, which deleting it takes.
-  auto fence = std::make_shared<const GpuFence>(GpuFence::Insert());
+  std::shared_ptr<const GpuFence> fence;
+  try {
+    fence = std::make_shared<const GpuFence>(GpuFence::Insert());
+  } catch (...) {
+    glFinish();  // needs no fence
+  }
   Registry& registry = Contexts();
   std::lock_guard lock(registry.mutex);
   if (Entry* const entry = registry.Find(current->id); entry != nullptr) std::swap(entry->departure, fence);
@@ -226,7 +282,7 @@ void WaitForDeparture(ContextId id) {
   if (fence != nullptr) fence->Wait();
 }
 
-void DropContextObjects() {
+void DropContextObjects() noexcept {
   ContextState* const current = CurrentContext();
   if (current == nullptr) return;
   FlushContextObjects();
@@ -239,21 +295,24 @@ void DropContextObjects() {
 void RegisterContext(const void* nativeContext) {
   Registry& registry = Contexts();
   std::lock_guard lock(registry.mutex);
-  registry.contexts[nativeContext].state = std::make_unique<ContextState>(++registry.lastId);
+  if (!registry.waiting.has_value()) registry.waiting.emplace(kRoomOfAll);
+  Entry entry;
+  entry.state = std::make_unique<ContextState>(++registry.lastId);
+  registry.contexts.insert_or_assign(nativeContext, std::move(entry));
   ++registry.generation;
 }
 
-void ForgetContext(const void* nativeContext) {
+void ForgetContext(const void* nativeContext) noexcept {
   Registry& registry = Contexts();
-  Entry gone;  // ends outside the lock: what it owns is deleted or waits in the registry
+  decltype(registry
+               .contexts)::node_type gone;  // ends outside the lock: what it owns is deleted or waits in the registry
   std::lock_guard lock(registry.mutex);
   const auto found = registry.contexts.find(nativeContext);
   if (found == registry.contexts.end()) return;
-  gone = std::move(found->second);
-  registry.contexts.erase(found);
+  gone = registry.contexts.extract(found);
   ++registry.generation;
   // The last one takes all shared objects with it.
-  if (registry.contexts.empty()) std::exchange(registry.waiting, {});
+  if (registry.contexts.empty()) registry.waiting.reset();
 }
 
 }  // namespace qvg

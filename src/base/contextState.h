@@ -26,6 +26,8 @@ struct ContextState {
 
   /// A sampler that takes the nearest texel, clamped to the edge; 0 when the driver refuses.
   uint32_t NearestSampler();
+  /// An operation went wrong: drops what was made or remembered for later ones, as any of it may be half done.
+  void Distrust();
 
   const ContextId id;
   TargetCache targets;
@@ -34,6 +36,7 @@ struct ContextState {
   uint64_t departures = 0;                 ///< How often it was made not current.
   uint64_t finished = 0;                   ///< How often everything submitted was known to be done.
   std::atomic<bool> worked = false;        ///< Since the last departure something was submitted.
+  bool failed = false;                     ///< A GL error was found: see Distrust.
   std::atomic<bool> attention = false;     ///< FlushContextObjects has something to do.
 
  private:
@@ -44,6 +47,11 @@ struct ContextState {
 /// library's. Takes no lock as long as the thread keeps its context.
 ContextState* CurrentContext();
 ContextId CurrentContextId();
+/// By the platform's handle; 0 for one that is not the library's.
+ContextId ContextIdOf(const void* nativeContext);
+
+// What follows runs in destructors and while things are given back: it throws nothing, and allocates nothing as long as
+// fewer names wait than there was room made for.
 
 /// Kinds of GL names that belong to one context and are not shared with others.
 enum class ContextObject { kFrameBuffer, kVertexArray };
@@ -51,7 +59,7 @@ enum class ContextObject { kFrameBuffer, kVertexArray };
 /// Deletes a name that was made on the owner: at once when the owner is current on the calling thread, otherwise when
 /// the owner next works (FlushContextObjects). Deleting it on another context would hit a foreign object of the same
 /// number. A name whose context is gone is gone with it.
-void DeleteContextObject(ContextObject kind, uint32_t name, ContextId owner);
+void DeleteContextObject(ContextObject kind, uint32_t name, ContextId owner) noexcept;
 
 /// A name that all contexts of the library share.
 struct SharedObject {
@@ -62,17 +70,17 @@ struct SharedObject {
 };
 
 /// Deletes a shared name: at once with a context of the library current, otherwise when the next one works.
-void DeleteSharedObject(const SharedObject& object);
+void DeleteSharedObject(const SharedObject& object) noexcept;
 
 /// Drops the frame buffers that every context keeps for a texture's storage, which is about to be deleted.
-void ForgetStorage(uint64_t storage);
+void ForgetStorage(uint64_t storage) noexcept;
 
 /// Deletes what waited for the context that is current on the calling thread.
-void FlushContextObjects();
+void FlushContextObjects() noexcept;
 
 /// The calling thread's context, if it is one of the library's, is about to be made not current: what it holds and has
 /// submitted becomes available to others.
-void DepartContext();
+void DepartContext() noexcept;
 /// Whether the context was made not current since it had been so that many times, or is gone.
 bool WasLeft(ContextId id, uint64_t departures);
 /// For an object that comes back on a thread without a context: what WasLeft is to be asked with, so that it covers all
@@ -83,10 +91,11 @@ void WaitForDeparture(ContextId id);
 
 /// Deletes what the library keeps for the calling thread's context, which is about to be destroyed, when its work is
 /// done: drivers that keep such names for all contexts in common would keep them for good.
-void DropContextObjects();
+void DropContextObjects() noexcept;
 
 /// To be called with the platform's handle of a context right after it was made, and right before it is destroyed.
+/// Registering throws when there is no memory.
 void RegisterContext(const void* nativeContext);
-void ForgetContext(const void* nativeContext);
+void ForgetContext(const void* nativeContext) noexcept;
 
 }  // namespace qvg

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "base/contextState.h"
+#include "base/swapPacer.h"
 #include "utils/log.h"
 
 namespace qvg {
@@ -13,136 +13,179 @@ namespace {
 
 constexpr char kNotInMap[] = "context not fond in map.";
 
-void LogCount(size_t count) { LogShort(kLogInfo, fmt::format("Context count={}", count)); }
+void LogCount(size_t count) noexcept {
+  try {
+    LogShort(kLogInfo, fmt::format("Context count={}", count));
+  } catch (...) {  // Lines are not worth a failure.
+  }
+}
 
 }  // namespace
 
 QVGLContextManager::~QVGLContextManager() { Uninit(); }
 
 bool QVGLContextManager::Init() {
-  std::lock_guard poolLock(poolMutex_);
-  std::lock_guard lock(contextsMutex_);
-  _DestroyAll();
-  mainContext_ = _CreateDummyGLContext(nullptr, true, nullptr);
+  Uninit();
+  // Loading needs the context current: the calling thread may have one current that can't be left.
+  service_.Run([this] { mainContext_ = _CreateDummyGLContext(nullptr, true, nullptr); });
   return mainContext_ != nullptr;
 }
 
 void QVGLContextManager::Uninit() {
-  std::lock_guard poolLock(poolMutex_);
-  std::lock_guard lock(contextsMutex_);
-  _DestroyAll();
-}
-
-void QVGLContextManager::DestroyOthers(void* kept) {
-  std::lock_guard poolLock(poolMutex_);
-  std::lock_guard lock(contextsMutex_);
-  pool_.clear();
-  for (auto entry = contexts_.begin(); entry != contexts_.end();) {
-    if (entry->second == kept) {
-      ++entry;
-      continue;
-    }
-    DestroyContextData(entry->second);
-    entry = contexts_.erase(entry);
-  }
+  if (mainContext_ == nullptr) return;
+  LeaveCurrent();
+  service_.Run([this] { _DestroyAll(); });
 }
 
 void QVGLContextManager::_DestroyAll() {
-  pool_.clear();
-  for (const auto& [key, context] : contexts_) DestroyContextData(context);
-  contexts_.clear();
+  DestroyOthers();
+  if (serviceContext_ != nullptr) DestroyContextData(serviceContext_);
+  serviceContext_ = nullptr;
+  std::lock_guard lock(contextsMutex_);
   if (mainContext_ != nullptr) DestroyContextData(mainContext_);
   mainContext_ = nullptr;
+}
+
+void QVGLContextManager::DestroyOthers() {
+  std::lock_guard lock(contextsMutex_);
+  for (const Entry& entry : contexts_) DestroyContextData(entry.context);
+  contexts_.clear();
+}
+
+bool QVGLContextManager::EnterService() {
+  if (serviceContext_ == nullptr) {
+    std::lock_guard lock(contextsMutex_);
+    if (mainContext_ == nullptr) return false;
+    serviceContext_ = _CreateDummyGLContext(nullptr, false, mainContext_);
+    if (serviceContext_ != nullptr && !ShareContexts(*mainContext_, *serviceContext_)) {
+      DestroyContextData(serviceContext_);
+      serviceContext_ = nullptr;
+    }
+  }
+  if (serviceContext_ == nullptr) return false;
+  if (!IsContextCurrent(*serviceContext_) && !MakeContextCurrent(*serviceContext_)) return false;
+  FlushContextObjects();
+  return true;
 }
 
 void* QVGLContextManager::CreateSharedContext(void* /*reserved*/, void* window, bool useDummyWindow) {
   std::lock_guard lock(contextsMutex_);
   QVGContextData* context = nullptr;
   if (mainContext_ != nullptr && HasGLContext(*mainContext_)) {
+    contexts_.reserve(contexts_.size() + 1);
     context = _CreateDummyGLContext(useDummyWindow ? nullptr : window, false, mainContext_);
     if (context != nullptr && !ShareContexts(*mainContext_, *context)) {
       DestroyContextData(context);
       context = nullptr;
     }
   }
-  if (context != nullptr) contexts_.emplace(context, context);
+  if (context != nullptr) contexts_.push_back({context, 0});
   LogCount(contexts_.size());
   return context;
 }
 
-void QVGLContextManager::_Destroy(ContextMap::iterator found) {
-  QVGContextData& context = *found->second;
-  // A window may be gone; a context that is current elsewhere can't be had.
-  if (IsContextCurrent(context)) {
-    DropContextObjects();
-  } else if (IsHidden(context)) {
-    const ContextBinding previous = CurrentBinding();
-    if (MakeContextCurrent(context)) DropContextObjects();
-    RestoreBinding(previous);
-  }
-  pool_.remove(found->second);
-  DestroyContextData(found->second);
-  contexts_.erase(found);
-  LogCount(contexts_.size());
+std::vector<QVGLContextManager::Entry>::iterator QVGLContextManager::_Find(void* handle) {
+  return std::find_if(contexts_.begin(), contexts_.end(), [&](const Entry& entry) { return entry.context == handle; });
 }
 
-bool QVGLContextManager::DestroySharedContext(void*& handle) {
-  std::lock_guard poolLock(poolMutex_);
+bool QVGLContextManager::_TakeOut(void* handle, size_t* left) {
   std::lock_guard lock(contextsMutex_);
-  const auto found = contexts_.find(static_cast<QVGContextData*>(handle));
-  if (found == contexts_.end()) {
-    LogLocated(kLogError, kNotInMap);
-    return false;
-  }
-  _Destroy(found);
-  handle = nullptr;
+  const auto found = _Find(handle);
+  if (found == contexts_.end()) return false;
+  contexts_.erase(found);
+  *left = contexts_.size();
   return true;
 }
 
+void QVGLContextManager::_Destroy(QVGContextData* context) noexcept {
+  const auto destroy = [context](bool drop) {
+    const DriverTurn turn;
+    if (drop) DropContextObjects();
+    DestroyContextData(context);
+  };
+  if (IsContextCurrent(*context)) return destroy(true);
+  // On a window that is gone making it current may wait for ever.
+  if (!IsWindowValid(*context)) return destroy(false);
+  try {
+    service_.Run([&] {
+      const ContextBinding previous = CurrentBinding();
+      // One that is current elsewhere can't be had.
+      destroy(MakeContextCurrent(*context));
+      RestoreBinding(previous);
+    });
+  } catch (...) {  // There is no thread to be had.
+    destroy(false);
+  }
+}
+
+bool QVGLContextManager::DestroySharedContext(void*& handle) {
+  size_t left = 0;
+  if (!_TakeOut(handle, &left)) {
+    LogLocated(kLogError, kNotInMap);
+    return false;
+  }
+  _Destroy(static_cast<QVGContextData*>(std::exchange(handle, nullptr)));
+  LogCount(left);
+  return true;
+}
+
+QVGContextData* QVGLContextManager::_TakeIdle() {
+  std::lock_guard lock(contextsMutex_);
+  const auto oldest = std::min_element(contexts_.begin(), contexts_.end(), [](const Entry& a, const Entry& b) {
+    // One less, what is handed out is the largest.
+    return a.released - 1 < b.released - 1;
+  });
+  if (oldest == contexts_.end() || oldest->released == 0) return nullptr;
+  oldest->released = 0;
+  return oldest->context;
+}
+
 void* QVGLContextManager::GetSharedContext() {
-  std::lock_guard poolLock(poolMutex_);
-  while (!pool_.empty()) {
-    QVGContextData* const context = pool_.front();
-    pool_.pop_front();
-    if (IsWindowValid(*context)) return context;
-    std::lock_guard lock(contextsMutex_);
-    _Destroy(contexts_.find(context));
+  while (QVGContextData* const idle = _TakeIdle()) {
+    if (IsWindowValid(*idle)) return idle;
+    void* handle = idle;
+    DestroySharedContext(handle);
   }
   return CreateSharedContext(nullptr, nullptr, true);
 }
 
 bool QVGLContextManager::ReleaseSharedContext(void*& handle) {
   if (handle == nullptr) return true;
-  // Outside the locks: it may wait for a program that is being compiled.
-  if (handle == GetCurrentContext()) DepartContext();
-  std::lock_guard poolLock(poolMutex_);
-  std::lock_guard lock(contextsMutex_);
-  const auto found = contexts_.find(static_cast<QVGContextData*>(handle));
-  if (found == contexts_.end()) {
+  auto* const context = static_cast<QVGContextData*>(handle);
+  if (!IsLive(handle)) {
     LogLocated(kLogError, kNotInMap);
     return false;
   }
-  QVGContextData* const context = found->second;
-  if (!IsWindowValid(*context)) {
-    _Destroy(found);
-  } else {
-    // Left current here it could not be used by the next thread that takes it.
-    if (IsContextCurrent(*context)) ReleaseCurrentContext();
-    if (std::find(pool_.begin(), pool_.end(), context) == pool_.end()) pool_.push_back(context);
+  if (!IsHidden(*context) || !IsWindowValid(*context)) return DestroySharedContext(handle);
+  // Left current here it could not be used by the next thread that takes it.
+  if (IsContextCurrent(*context)) {
+    const DriverTurn turn;
+    DepartContext();
+    ReleaseCurrentContext();
+  }
+  std::lock_guard lock(contextsMutex_);
+  if (const auto found = _Find(handle); found != contexts_.end() && found->released == 0) {
+    found->released = ++releases_;
   }
   handle = nullptr;
   return true;
 }
 
 QVGContextData* QVGLContextManager::_FindCurrent() const {
-  const auto found =
-      std::find_if(contexts_.begin(), contexts_.end(), [](const auto& item) { return IsContextCurrent(*item.second); });
-  return found == contexts_.end() ? nullptr : found->second;
+  const auto found = std::find_if(contexts_.begin(), contexts_.end(),
+                                  [](const Entry& entry) { return IsContextCurrent(*entry.context); });
+  return found == contexts_.end() ? nullptr : found->context;
 }
 
 bool QVGLContextManager::IsLive(void* handle) {
   std::lock_guard lock(contextsMutex_);
-  return contexts_.contains(static_cast<QVGContextData*>(handle));
+  return _Find(handle) != contexts_.end();
+}
+
+ContextId QVGLContextManager::IdOf(void* handle) {
+  std::lock_guard lock(contextsMutex_);
+  const auto found = _Find(handle);
+  return found != contexts_.end() ? ContextIdOf(NativeContext(*found->context)) : 0;
 }
 
 void* QVGLContextManager::GetCurrentContext() {
@@ -151,19 +194,21 @@ void* QVGLContextManager::GetCurrentContext() {
 }
 
 bool QVGLContextManager::MakeCurrentContext(void* handle, void** previous) {
-  const auto* const wanted = static_cast<const QVGContextData*>(handle);
-  if (wanted == nullptr || !IsContextCurrent(*wanted)) DepartContext();
+  auto* const wanted = static_cast<QVGContextData*>(handle);
+  const DriverTurn turn;
+  QVGContextData* current = nullptr;
   {
     std::lock_guard lock(contextsMutex_);
-    if (!_MakeCurrentContext(static_cast<QVGContextData*>(handle), previous)) return false;
+    current = _FindCurrent();
   }
+  if (previous != nullptr) *previous = current;
+  if (wanted == nullptr || !IsContextCurrent(*wanted)) DepartContext();
+  if (!_MakeCurrentContext(wanted)) return false;
   FlushContextObjects();
   return true;
 }
 
-bool QVGLContextManager::_MakeCurrentContext(QVGContextData* context, void** previous) {
-  QVGContextData* const current = _FindCurrent();
-  if (previous != nullptr) *previous = current;
+bool QVGLContextManager::_MakeCurrentContext(QVGContextData* context) {
   if (context == nullptr) {
     if (ReleaseCurrentContext()) return true;
     LogShort(kLogWarning, fmt::format("QVGLContextManager::_MakeCurrentContext to null, failed: Getlasterror = {}",
@@ -177,41 +222,23 @@ bool QVGLContextManager::_MakeCurrentContext(QVGContextData* context, void** pre
   return false;
 }
 
+void QVGLContextManager::LeaveCurrent() {
+  if (GetCurrentContext() == nullptr) return;
+  const DriverTurn turn;
+  DepartContext();
+  ReleaseCurrentContext();
+}
+
 bool QVGLContextManager::SwapBuffers(void* handle) {
-  QVGContextData* context = nullptr;
-  {
-    std::lock_guard lock(contextsMutex_);
-    const auto found = contexts_.find(static_cast<QVGContextData*>(handle));
-    if (found == contexts_.end()) {
-      LogLocated(kLogError, kNotInMap);
-      return false;
-    }
-    context = found->second;
+  if (!IsLive(handle)) {
+    LogLocated(kLogError, kNotInMap);
+    return false;
   }
+  auto& context = *static_cast<QVGContextData*>(handle);
+  const int interval = IsHidden(context) ? 0 : SwapPacer::OfThread().IntervalFor(handle);
+  const DriverTurn turn;
   // Outside the lock: waiting for the display stalls no other thread.
-  return SwapContextBuffers(*context);
-}
-
-TemporaryContext::TemporaryContext(QVGLContextManager& manager)
-    : manager_(manager),
-      previous_(CurrentBinding()),
-      previousIsOwn_(CurrentContext() != nullptr),
-      context_(manager.CreateSharedContext(nullptr, nullptr, true)) {
-  void* previous = nullptr;
-  valid_ = context_ != nullptr && manager_.MakeCurrentContext(context_, &previous);
-}
-
-void TemporaryContext::OthersGo() {
-  if (previousIsOwn_) previous_ = {};
-}
-
-TemporaryContext::~TemporaryContext() {
-  if (valid_) {
-    DepartContext();
-    RestoreBinding(previous_);
-    FlushContextObjects();
-  }
-  if (context_ != nullptr) manager_.DestroySharedContext(context_);
+  return SwapContextBuffers(context, interval);
 }
 
 }  // namespace qvg

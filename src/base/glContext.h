@@ -1,87 +1,104 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
-#include <list>
-#include <map>
 #include <mutex>
+#include <utility>
+#include <vector>
 
+#include "base/contextState.h"
+#include "base/driverTurn.h"
 #include "base/glContextPlatform.h"
+#include "base/serviceThread.h"
 
 namespace qvg {
 
 /// Owns every GL context of the library: one hidden main context from which all others share their objects, the
-/// contexts that are handed out, and a pool of released ones. Handles are borrowed by callers until they are destroyed
-/// or released. Every operation may be called on any thread; they act on the calling thread's current context.
+/// contexts that are handed out, a pool of released ones, and the one of the service thread. Handles are borrowed by
+/// callers until they are destroyed or released. Every operation may be called on any thread, whatever is current
+/// there; they act on the calling thread's current context.
 class QVGLContextManager {
  public:
-  QVGLContextManager() = default;
+  /// @param service outlives it.
+  explicit QVGLContextManager(ServiceThread& service) : service_(service) {}
   ~QVGLContextManager();
   QVGLContextManager(const QVGLContextManager&) = delete;
   QVGLContextManager& operator=(const QVGLContextManager&) = delete;
 
-  /// Makes the main context and loads the GL entry points.
+  /// Makes the main context and loads the GL entry points, on the service thread.
   bool Init();
   /// Destroys every context, the main one last.
   void Uninit();
-  /// Destroys every shared context but one. Drivers keep parts of an object for each context that used it, and give
-  /// them back only when those contexts go before the object.
-  void DestroyOthers(void* kept);
+  /// Destroys every shared context but that of the service thread. Drivers keep parts of an object for each context
+  /// that used it, and give them back only when those contexts go before the object.
+  void DestroyOthers();
 
   /// @param reserved ignored.
   /// @param window the caller's window, which must outlive the context; ignored with useDummyWindow. Null: hidden.
   void* CreateSharedContext(void* reserved, void* window, bool useDummyWindow);
   /// Writes null into the handle. False, with the handle untouched, for one that is not in the map.
   bool DestroySharedContext(void*& handle);
-  /// The longest-idle released context whose window is still valid, or a new one on a hidden window.
+  /// The longest-idle released context, or a new one; hidden either way.
   void* GetSharedContext();
-  /// Gives a context back for GetSharedContext and writes null into the handle.
+  /// Gives a context back for GetSharedContext and writes null into the handle. One that was made on a caller's window
+  /// is destroyed.
   bool ReleaseSharedContext(void*& handle);
   /// Whether the handle is of a context that is handed out or idle.
   bool IsLive(void* handle);
+  /// The number of a live context; 0 for others.
+  ContextId IdOf(void* handle);
   /// The handed-out context that is current on the calling thread, or null; never the main context.
   void* GetCurrentContext();
   /// Null unbinds. previous receives what GetCurrentContext would have given, in every outcome.
   bool MakeCurrentContext(void* handle, void** previous);
   bool SwapBuffers(void* handle);
+  /// Unbinds what is current on the calling thread if it is of this manager.
+  void LeaveCurrent();
+
+  /// Runs the work with a context of the library current: on the calling thread where one is, on the service thread
+  /// otherwise. False, without having run it, when there is none to be had.
+  template <class Work>
+  bool WithContext(Work&& work) {
+    if (CurrentContext() != nullptr) {
+      const DriverTurn turn;
+      work();
+      return true;
+    }
+    bool ran = false;
+    service_.Run([&] {
+      if (!EnterService()) return;
+      const DriverTurn turn;
+      work();
+      ran = true;
+    });
+    return ran;
+  }
+  /// On the service thread: lets its own context be current there. False when there is none to be had.
+  bool EnterService();
 
  private:
-  using ContextMap = std::map<QVGContextData*, QVGContextData*>;
+  /// One of the map.
+  struct Entry {
+    QVGContextData* context;
+    uint64_t released;  // when, counted in releases; 0: handed out
+  };
 
-  bool _MakeCurrentContext(QVGContextData* context, void** previous);
+  bool _MakeCurrentContext(QVGContextData* context);
   QVGContextData* _FindCurrent() const;
-  /// Destroys a record of the map and takes it out of map and pool. The caller holds both mutexes.
-  void _Destroy(ContextMap::iterator found);
+  std::vector<Entry>::iterator _Find(void* handle);
+  /// Takes the record out of the map; false when it is not there.
+  bool _TakeOut(void* handle, size_t* left);
+  QVGContextData* _TakeIdle();
+  /// Destroys a record that is in the map no more. Takes no lock.
+  void _Destroy(QVGContextData* context) noexcept;
   void _DestroyAll();
 
-  // Lock order: the pool's mutex before the map's.
-  QVGContextData* mainContext_ = nullptr;  // never in the map
-  ContextMap contexts_;
+  ServiceThread& service_;
+  QVGContextData* mainContext_ = nullptr;     // never in the map
+  QVGContextData* serviceContext_ = nullptr;  // nor is this one; used on the service thread alone
+  std::vector<Entry> contexts_;
+  uint64_t releases_ = 0;
   std::mutex contextsMutex_;
-  std::list<QVGContextData*> pool_;  // released contexts, longest idle first; they stay in the map
-  std::mutex poolMutex_;
-};
-
-/// Makes a shared context of its own current on the calling thread for the length of a scope, and then what was
-/// current before, also when that was the host's own.
-class TemporaryContext {
- public:
-  explicit TemporaryContext(QVGLContextManager& manager);
-  ~TemporaryContext();
-  TemporaryContext(const TemporaryContext&) = delete;
-  TemporaryContext& operator=(const TemporaryContext&) = delete;
-
-  /// Whether the context could be made and is current.
-  bool Valid() const { return valid_; }
-  void* Handle() const { return context_; }
-  /// The library's other contexts are about to be destroyed: one that was current before is not made current again.
-  void OthersGo();
-
- private:
-  QVGLContextManager& manager_;
-  ContextBinding previous_;
-  bool previousIsOwn_;
-  void* context_ = nullptr;
-  bool valid_ = false;
 };
 
 }  // namespace qvg

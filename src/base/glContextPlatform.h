@@ -37,6 +37,8 @@ bool ShareContexts(const QVGContextData& main, const QVGContextData& shared);
 void DestroyContextData(QVGContextData* data);
 
 bool HasGLContext(const QVGContextData& data);
+/// The platform's handle of the context.
+const void* NativeContext(const QVGContextData& data);
 /// Whether the context is the one current on the calling thread.
 bool IsContextCurrent(const QVGContextData& data);
 bool MakeContextCurrent(const QVGContextData& data);
@@ -46,8 +48,8 @@ bool ReleaseCurrentContext();
 bool IsHidden(const QVGContextData& data);
 /// Whether the context's window still exists; true for a hidden surface.
 bool IsWindowValid(const QVGContextData& data);
-/// May wait for the display.
-bool SwapContextBuffers(const QVGContextData& data);
+/// Waits for as many refreshes of the display as the interval says, where the driver can.
+bool SwapContextBuffers(QVGContextData& data, int interval);
 /// The error number of the last failed call of this thread: GetLastError() or eglGetError().
 uint32_t LastContextError();
 
@@ -64,6 +66,12 @@ void LoadedGLVersion(int32_t* major, int32_t* minor);
 void* PinLibrary();
 /// Takes what PinLibrary gave, also null. Never the last reference of the library when called by its host.
 void UnpinLibrary(void* pin);
+
+/// Calls the handler, once for each call of this, when the process begins to exit while its threads still run: before
+/// the handlers of what was loaded or started before this call. Nothing where other threads end first.
+void AtProcessExit(void (*handler)());
+/// Whether the process is past the point at which threads of the library can be counted on.
+bool ProcessIsEnding();
 
 /// Ends what the platform keeps for the process between contexts (threads, window classes, display connections). Does
 /// nothing while a context is left. Starting again is possible. Not to be called while a library is being unloaded.

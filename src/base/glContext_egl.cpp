@@ -40,6 +40,7 @@ struct QVGEglContextData {
   xcb_window_t window = XCB_WINDOW_NONE;  // the caller's; none for a hidden context
   bool ownsWindow = false;                // the surface is a hidden one of this context alone
   EGLContext shareRoot = EGL_NO_CONTEXT;
+  int interval = -1;  // of swaps, as it was set; -1: the driver's own
 };
 
 namespace {
@@ -61,14 +62,17 @@ struct WindowSurface {
   int users;
 };
 
-struct Platform {
-  std::mutex mutex;  // serialises every creation and destruction
+struct OpenedDisplay {
   EGLDisplay display = EGL_NO_DISPLAY;
   Version version = {};  // of the contexts that the display gives
   bool surfaceless = false;
   xcb_connection_t* connection = nullptr;  // to the X server, when the display is one
   Display* xlib = nullptr;                 // owns the connection where EGL wants an Xlib display
   int screen = 0;
+};
+
+struct Platform : OpenedDisplay {
+  std::mutex mutex;  // serialises every creation and destruction
   std::map<xcb_window_t, WindowSurface> windowSurfaces;
   int contexts = 0;
 };
@@ -81,6 +85,8 @@ Platform& Egl() {
 
 // Major version * 100 + minor version, so that both change at once.
 std::atomic<int> loadedVersion = 0;
+
+std::atomic<bool> processEnds = false;
 
 // eglGetError() is cleared by the next call of EGL, whoever makes it.
 constinit thread_local EGLint lastError = EGL_SUCCESS;
@@ -159,7 +165,7 @@ EGLConfig ChooseConfig(EGLDisplay display, EGLint surfaceType, const WindowForma
   return sameDepth;
 }
 
-EGLConfig ChooseHiddenConfig(const Platform& egl) {
+EGLConfig ChooseHiddenConfig(const OpenedDisplay& egl) {
   return ChooseConfig(egl.display, egl.surfaceless ? 0 : EGL_PBUFFER_BIT, nullptr);
 }
 
@@ -190,7 +196,7 @@ void LogAttempt(const char* name, const std::string& reason,
 }
 
 // Whether the display gives contexts of a version that will do. Fills in what is known of it then.
-bool TryDisplay(Platform& egl, const char* name, EGLDisplay display) {
+bool TryDisplay(OpenedDisplay& egl, const char* name, EGLDisplay display) {
   const auto fail = [name](const char* call, EGLint error) {
     LogAttempt(name, fmt::format("{} failed, error {:#x}.", call, error));
     return false;
@@ -226,7 +232,7 @@ bool TryDisplay(Platform& egl, const char* name, EGLDisplay display) {
 // Swallows the X errors of the library's own Xlib display: the default handler would end the process.
 int SwallowXError(Display*, xError*, XExtCodes*, int*) { return 1; }
 
-void Disconnect(Platform& egl) {
+void Disconnect(OpenedDisplay& egl) {
   if (egl.xlib != nullptr) {
     // Xlib ends the process over a server that is gone: better lose the display's memory.
     if (xcb_connection_has_error(egl.connection) == 0) XCloseDisplay(egl.xlib);
@@ -237,15 +243,14 @@ void Disconnect(Platform& egl) {
   egl.connection = nullptr;
 }
 
-EGLDisplay OpenXcbDisplay(Platform& egl) {
+EGLDisplay OpenXcbDisplay(OpenedDisplay& egl) {
   egl.connection = xcb_connect(nullptr, &egl.screen);
   if (xcb_connection_has_error(egl.connection) != 0) return EGL_NO_DISPLAY;
   const EGLint attributes[] = {EGL_PLATFORM_XCB_SCREEN_EXT, egl.screen, EGL_NONE};
   return PlatformDisplay(EGL_PLATFORM_XCB_EXT, egl.connection, attributes);
 }
 
-// For drivers that know no XCB display.
-EGLDisplay OpenXlibDisplay(Platform& egl) {
+EGLDisplay OpenXlibDisplay(OpenedDisplay& egl) {
   egl.xlib = XOpenDisplay(nullptr);
   if (egl.xlib == nullptr) return EGL_NO_DISPLAY;
   egl.connection = XGetXCBConnection(egl.xlib);
@@ -260,22 +265,54 @@ EGLDisplay OpenXlibDisplay(Platform& egl) {
   return PlatformDisplay(EGL_PLATFORM_X11_EXT, egl.xlib, attributes);
 }
 
+void CloseX11(OpenedDisplay& egl) {
+  if (egl.display != EGL_NO_DISPLAY) eglTerminate(egl.display);
+  egl.display = EGL_NO_DISPLAY;
+  Disconnect(egl);
+}
+
+bool TryX11(OpenedDisplay& egl, const char* name, const char* server, EGLDisplay (*open)(OpenedDisplay&)) {
+  const EGLDisplay display = open(egl);
+  if (egl.connection == nullptr || xcb_connection_has_error(egl.connection) != 0) {
+    LogAttempt(name, fmt::format("no server answers at {}.", server));
+  } else if (TryDisplay(egl, name, display)) {
+    return true;
+  }
+  egl.display = display;
+  CloseX11(egl);
+  return false;
+}
+
+// Whether the display is known to be drawn to by the processor.
+bool IsSoftware(EGLDisplay display) {
+  const auto queryDisplay = Entry<PFNEGLQUERYDISPLAYATTRIBEXTPROC>("eglQueryDisplayAttribEXT");
+  const auto queryDevice = Entry<PFNEGLQUERYDEVICESTRINGEXTPROC>("eglQueryDeviceStringEXT");
+  EGLAttrib device = 0;
+  return (ClientHas("EGL_EXT_device_base") || ClientHas("EGL_EXT_device_query")) && queryDisplay != nullptr &&
+         queryDevice != nullptr && queryDisplay(display, EGL_DEVICE_EXT, &device) == EGL_TRUE &&
+         Contains(queryDevice(reinterpret_cast<EGLDeviceEXT>(device), EGL_EXTENSIONS), "EGL_MESA_device_software");
+}
+
 bool UseX11(Platform& egl, const char* name) {
   const char* const server = std::getenv("DISPLAY");
   if (server == nullptr || *server == '\0') {
     LogShort(kLogInfo, fmt::format("glContext_egl: {}: DISPLAY is not set.", name));
     return false;
   }
-  const EGLDisplay display = ClientHas("EGL_EXT_platform_xcb") ? OpenXcbDisplay(egl) : OpenXlibDisplay(egl);
-  if (egl.connection == nullptr || xcb_connection_has_error(egl.connection) != 0) {
-    LogAttempt(name, fmt::format("no server answers at {}.", server));
-  } else if (TryDisplay(egl, name, display)) {
+  OpenedDisplay& opened = egl;
+  if (!ClientHas("EGL_EXT_platform_xcb")) return TryX11(opened, name, server, &OpenXlibDisplay);
+  const bool found = TryX11(opened, name, server, &OpenXcbDisplay);
+  if (found && !IsSoftware(opened.display)) return true;
+  // A vendor that knows no XCB may have the GPU.
+  OpenedDisplay other;
+  if (!TryX11(other, name, server, &OpenXlibDisplay)) return found;
+  if (found && IsSoftware(other.display)) {
+    CloseX11(other);
     return true;
-  } else if (display != EGL_NO_DISPLAY) {
-    eglTerminate(display);
   }
-  Disconnect(egl);
-  return false;
+  if (found) CloseX11(opened);
+  opened = other;
+  return true;
 }
 
 bool UseDevice(Platform& egl, const char* name, bool software) {
@@ -346,17 +383,21 @@ Reply<xcb_get_geometry_reply_t> Geometry(xcb_connection_t* connection, xcb_windo
 }
 
 EGLSurface AcquireWindowSurface(Platform& egl, xcb_window_t window, EGLConfig config) {
-  if (const auto found = egl.windowSurfaces.find(window); found != egl.windowSurfaces.end()) {
-    ++found->second.users;
-    return found->second.surface;
-  }
   const auto create = Entry<PFNEGLCREATEPLATFORMWINDOWSURFACEEXTPROC>("eglCreatePlatformWindowSurfaceEXT");
   if (create == nullptr) return EGL_NO_SURFACE;
-  Window xlibWindow = window;
-  void* const native = egl.xlib != nullptr ? static_cast<void*>(&xlibWindow) : static_cast<void*>(&window);
-  const EGLSurface surface = create(egl.display, config, native, nullptr);
-  if (surface != EGL_NO_SURFACE) egl.windowSurfaces.emplace(window, WindowSurface{surface, 1});
-  return surface;
+  const auto [place, added] = egl.windowSurfaces.try_emplace(window, WindowSurface{EGL_NO_SURFACE, 0});
+  WindowSurface& shared = place->second;
+  if (added) {
+    Window xlibWindow = window;
+    void* const native = egl.xlib != nullptr ? static_cast<void*>(&xlibWindow) : static_cast<void*>(&window);
+    shared.surface = create(egl.display, config, native, nullptr);
+    if (shared.surface == EGL_NO_SURFACE) {
+      egl.windowSurfaces.erase(place);
+      return EGL_NO_SURFACE;
+    }
+  }
+  ++shared.users;
+  return shared.surface;
 }
 
 void DestroySurface(Platform& egl, const QVGEglContextData& data) {
@@ -369,6 +410,19 @@ void DestroySurface(Platform& egl, const QVGEglContextData& data) {
   eglDestroySurface(data.display, data.surface);
 }
 
+// Ends what a record has, as far as it was made.
+struct RecordDeleter {
+  void operator()(QVGEglContextData* data) const {
+    if (data->context != EGL_NO_CONTEXT) {
+      if (IsContextCurrent(*data)) ReleaseCurrentContext();
+      ForgetContext(data->context);
+      eglDestroyContext(data->display, data->context);
+    }
+    DestroySurface(Egl(), *data);
+    delete data;
+  }
+};
+
 }  // namespace
 
 QVGContextData* _CreateDummyGLContext(void* window, bool loadEntryPoints, const QVGContextData* shareRoot) {
@@ -380,7 +434,7 @@ QVGContextData* _CreateDummyGLContext(void* window, bool loadEntryPoints, const 
   };
   if (!OpenDisplay(egl)) return fail("no EGL display gives OpenGL 4.1.");
 
-  auto data = std::make_unique<QVGEglContextData>();
+  std::unique_ptr<QVGEglContextData, RecordDeleter> data(new QVGEglContextData);
   data->display = egl.display;
   data->ownsWindow = window == nullptr;
   EGLConfig config = nullptr;
@@ -411,7 +465,6 @@ QVGContextData* _CreateDummyGLContext(void* window, bool loadEntryPoints, const 
     data->surface = eglCreatePbufferSurface(egl.display, config, attributes);
   }
   if (data->surface == EGL_NO_SURFACE && (window != nullptr || !egl.surfaceless)) {
-    eglDestroyContext(egl.display, data->context);
     return fail(window != nullptr ? "eglCreatePlatformWindowSurface failed." : "eglCreatePbufferSurface failed.");
   }
 
@@ -422,15 +475,11 @@ QVGContextData* _CreateDummyGLContext(void* window, bool loadEntryPoints, const 
       version = gladLoadGL([](const char* name) { return reinterpret_cast<GLADapiproc>(eglGetProcAddress(name)); });
     }
     RestoreBinding(previous);
-    if (version == 0) {
-      eglDestroyContext(egl.display, data->context);
-      DestroySurface(egl, *data);
-      return fail("loading the OpenGL entry points failed.");
-    }
+    if (version == 0) return fail("loading the OpenGL entry points failed.");
     loadedVersion = GLAD_VERSION_MAJOR(version) * 100 + GLAD_VERSION_MINOR(version);
   }
-  ++egl.contexts;
   RegisterContext(data->context);
+  ++egl.contexts;
   return data.release();
 }
 
@@ -442,15 +491,13 @@ void DestroyContextData(QVGContextData* data) {
   if (data == nullptr) return;
   Platform& egl = Egl();
   std::lock_guard lock(egl.mutex);
-  if (IsContextCurrent(*data)) ReleaseCurrentContext();
-  ForgetContext(data->context);
-  eglDestroyContext(data->display, data->context);
-  DestroySurface(egl, *data);
-  delete data;
+  RecordDeleter()(data);
   --egl.contexts;
 }
 
 bool HasGLContext(const QVGContextData& data) { return data.context != EGL_NO_CONTEXT; }
+
+const void* NativeContext(const QVGContextData& data) { return data.context; }
 
 // eglGetCurrentContext and eglMakeCurrent take OpenGL and OpenGL ES for one API, so that they don't depend on the one
 // that the host has bound on the thread.
@@ -477,15 +524,19 @@ bool IsWindowValid(const QVGContextData& data) {
   return valid;
 }
 
-bool SwapContextBuffers(const QVGContextData& data) {
+bool SwapContextBuffers(QVGContextData& data, int interval) {
   // A hidden context has nothing to show. On a window that is gone the driver may wait for an answer for ever.
   if (data.ownsWindow) return true;
   if (!IsWindowValid(data)) return false;
-  if (eglGetCurrentSurface(EGL_DRAW) == data.surface) return Check(eglSwapBuffers(data.display, data.surface));
+  const auto swap = [&] {
+    if (data.interval != interval && eglSwapInterval(data.display, interval) == EGL_TRUE) data.interval = interval;
+    return Check(eglSwapBuffers(data.display, data.surface));
+  };
+  if (eglGetCurrentSurface(EGL_DRAW) == data.surface) return swap();
   // EGL swaps only what is current on the calling thread.
   const ContextBinding previous = CurrentBinding();
   if (!MakeContextCurrent(data)) return false;
-  const bool swapped = Check(eglSwapBuffers(data.display, data.surface));
+  const bool swapped = swap();
   RestoreBinding(previous);
   return swapped;
 }
@@ -523,6 +574,17 @@ void ShutdownContextPlatform() {
   egl.display = EGL_NO_DISPLAY;
   Disconnect(egl);
 }
+
+void AtProcessExit(void (*handler)()) {
+  static std::atomic<void (*)()> registered = nullptr;
+  registered = handler;
+  static_cast<void>(std::atexit([] {
+    processEnds = true;
+    registered.load()();
+  }));
+}
+
+bool ProcessIsEnding() { return processEnds; }
 
 void* PinLibrary() {
   Dl_info info;

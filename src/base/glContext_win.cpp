@@ -23,6 +23,7 @@ struct QVGWinContextData {
   HGLRC hglrc = nullptr;
   HWND hwnd = nullptr;
   bool ownsWindow = false;
+  int interval = -1;  // of swaps, as it was set; -1: the driver's own
 };
 
 namespace {
@@ -199,10 +200,13 @@ void DestroyRecord(Platform& win, QVGWinContextData& data) {
 QVGContextData* _CreateDummyGLContext(void* window, bool loadEntryPoints, const QVGContextData* /*shareRoot*/) {
   Platform& win = Win();
   std::lock_guard lock(win.mutex);
-  auto data = std::make_unique<QVGWinContextData>();
-  const auto fail = [&](const char* message, std::source_location where = std::source_location::current()) {
+  const auto end = [&win](QVGWinContextData* record) {
+    DestroyRecord(win, *record);
+    delete record;
+  };
+  std::unique_ptr<QVGWinContextData, decltype(end)> data(new QVGWinContextData, end);
+  const auto fail = [](const char* message, std::source_location where = std::source_location::current()) {
     LogLocated(kLogError, message, where);
-    DestroyRecord(win, *data);
     return nullptr;
   };
   if (!RegisterWindowClass(win)) return fail("glContext_win: register dummy window class failed.");
@@ -237,6 +241,8 @@ void DestroyContextData(QVGContextData* data) {
 
 bool HasGLContext(const QVGContextData& data) { return data.hglrc != nullptr; }
 
+const void* NativeContext(const QVGContextData& data) { return data.hglrc; }
+
 bool IsContextCurrent(const QVGContextData& data) {
   return data.hglrc != nullptr && wglGetCurrentContext() == data.hglrc;
 }
@@ -253,7 +259,16 @@ bool IsWindowValid(const QVGContextData& data) {
   return hdc != nullptr;
 }
 
-bool SwapContextBuffers(const QVGContextData& data) { return data.hdc != nullptr && ::SwapBuffers(data.hdc) != FALSE; }
+bool SwapContextBuffers(QVGContextData& data, int interval) {
+  if (data.hdc == nullptr) return false;
+  if (data.interval != interval && IsContextCurrent(data)) {
+    using SetInterval = BOOL(WINAPI*)(int);
+    const PROC entry = wglGetProcAddress("wglSwapIntervalEXT");
+    if (entry != nullptr) reinterpret_cast<SetInterval>(reinterpret_cast<void*>(entry))(interval);
+    data.interval = interval;
+  }
+  return ::SwapBuffers(data.hdc) != FALSE;
+}
 
 uint32_t LastContextError() { return GetLastError(); }
 
@@ -279,6 +294,16 @@ void ShutdownContextPlatform() {
   win.windows.Stop();
   if (win.classRegistered) UnregisterClassA(kClassName, win.instance);
   win.classRegistered = false;
+}
+
+// Windows ends all threads but one before anything else happens: there is nobody to wait for.
+void AtProcessExit(void (*)()) {}
+
+bool ProcessIsEnding() {
+  using Asked = BOOLEAN(NTAPI*)();
+  static const auto asked = reinterpret_cast<Asked>(
+      reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "RtlDllShutdownInProgress")));
+  return asked != nullptr && asked() != FALSE;
 }
 
 void* PinLibrary() {

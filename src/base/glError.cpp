@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include "base/contextState.h"
 #include "base/gl.h"
 #include "utils/log.h"
 
@@ -26,11 +27,27 @@ std::string DecodeGLError(uint32_t code) {
   }
 }
 
-bool CheckGLError(std::source_location where) {
+bool CheckGLError(std::source_location where) noexcept {
   const GLenum error = glGetError();
   if (error == GL_NO_ERROR) return true;
-  LogLocated(kLogError, fmt::format("OpenGL Error: {}", DecodeGLError(error)), where);
+  if (ContextState* const current = CurrentContext(); current != nullptr) current->failed = true;
+  try {
+    LogLocated(kLogError, fmt::format("OpenGL Error: {}", DecodeGLError(error)), where);
+  } catch (...) {  // Without memory for a line there is nothing left to say.
+  }
   return false;
+}
+
+uint32_t DrainGLErrors() noexcept {
+  // A context that is lost may answer its error for ever.
+  constexpr int kMost = 16;
+  GLenum first = GL_NO_ERROR;
+  for (int i = 0; i < kMost; ++i) {
+    const GLenum error = glGetError();
+    if (error == GL_NO_ERROR) break;
+    if (i == 0) first = error;
+  }
+  return first;
 }
 
 }  // namespace qvg

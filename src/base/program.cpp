@@ -118,11 +118,15 @@ bool Program::Bind() {
     // for no change: everything is sent anew, over something different.
     moved_ = context_ != 0;
     context_ = context;
-    for (Uniform& uniform : uniforms_) uniform.bytes = 0;
-    for (Uniform& uniform : samplers_) uniform.bytes = 0;
+    ForgetValues();
   }
   _SendSamplers();
   return true;
+}
+
+void Program::ForgetValues() {
+  for (Uniform& uniform : uniforms_) uniform.bytes = 0;
+  for (Uniform& uniform : samplers_) uniform.bytes = 0;
 }
 
 bool Program::UnBind() {

@@ -34,6 +34,8 @@ class Program {
 
   bool Bind();
   bool UnBind();
+  /// Sends every value anew from the next Bind on: what was sent before may not have arrived.
+  void ForgetValues();
 
   /// Sets a uniform of the kind; values are int, float, and glm's vectors and matrices. Checks no error: the
   /// pass does.

@@ -34,6 +34,10 @@ void ProgramTable::GiveBack() {
   entries_.clear();
 }
 
+void ProgramTable::ForgetValues() {
+  for (const Entry& entry : entries_) entry.program->ForgetValues();
+}
+
 ProgramCache::~ProgramCache() {
   for (ProgramTable* table : tables_) {
     table->cache_ = nullptr;

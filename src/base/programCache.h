@@ -27,6 +27,8 @@ class ProgramTable {
   Program* Find(const ProgramKind& kind, uint32_t variant) const;
   /// Gives all of them back to the cache.
   void GiveBack();
+  /// Lets each of them send its values anew.
+  void ForgetValues();
 
  private:
   friend class ProgramCache;

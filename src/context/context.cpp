@@ -1,45 +1,101 @@
 #include "context/context.h"
 
+#include <chrono>
 #include <cstring>
 #include <memory>
 
-#include "base/gl.h"
+#include "base/glContextPlatform.h"
 #include "context/runtime.h"
+#include "utils/log.h"
 #include "utils/neverDestroyed.h"
 
 namespace qvg {
 
+namespace {
+
+// Pauses between the textures that are destroyed in the background.
+constexpr std::chrono::milliseconds kTrimPause(10);
+// For calls of other threads to leave the driver before it goes, when the process ends.
+constexpr std::chrono::milliseconds kExitPatience(500);
+
+}  // namespace
+
 QVGContext& QVGContext::GetInstance() {
   static NeverDestroyed<QVGContext> instance;
-  instance.Get().Init();
   return instance.Get();
 }
 
-void QVGContext::Init() {
-  if (running_ != nullptr) return;
+bool QVGContext::Init() {
+  if (running_ != nullptr) return true;
   std::lock_guard lock(mutex_);
-  if (running_ != nullptr) return;
-  auto runtime = std::make_unique<Runtime>(callbacks_);
-  if (runtime->Start()) running_ = runtime.release();
+  if (running_ != nullptr) return true;
+  const GatePass pass(gate_);
+  return pass.Inside() && !ProcessIsEnding() && _Start();
+}
+
+bool QVGContext::_Start() {
+  std::unique_ptr<Runtime> runtime;
+  bool started = false;
+  const auto end = [&]() noexcept { runtime.reset(); };
+  try {
+    service_.Run([&] {
+      runtime = std::make_unique<Runtime>(service_, callbacks_, [this] { service_.WakeUp(); });
+      started = runtime->Start();
+      if (!started) end();
+    });
+    if (!started) {
+      service_.Stop();
+      return false;
+    }
+    service_.SetChore([this] { return _Trim(); }, kTrimPause);
+  } catch (...) {
+    if (runtime != nullptr) service_.Run(end);
+    service_.Stop();
+    throw;
+  }
+  running_ = runtime.release();
+  // Again at each start: the driver may have been loaded anew, and its own handlers run after those that came later.
+  AtProcessExit(&_OnExit);
+  return true;
+}
+
+void QVGContext::_OnExit() {
+  QVGContext& self = GetInstance();
+  self.gate_.Close(kExitPatience);
+}
+
+bool QVGContext::_Trim() {
+  const Use use(*this, false);
+  return use.Get() != nullptr && use.Get()->Trim();
 }
 
 void QVGContext::Uninit() {
-  if (running_ == nullptr) return;
+  if (running_ == nullptr || ProcessIsEnding()) return;
+  if (CallGate::IsInside()) {
+    LogShort(kLogError, "the library can't be released from within one of its calls.");
+    return;
+  }
   std::lock_guard lock(mutex_);
-  const std::unique_ptr<Runtime> ending(running_.exchange(nullptr));
-  if (ending != nullptr) ending->BeginEnd();
+  std::unique_ptr<Runtime> ending(running_.exchange(nullptr));
+  if (ending == nullptr) return;
+  gate_.WaitUntilEmpty();
+  service_.SetChore({}, {});
+  ending->contexts.LeaveCurrent();
+  service_.Run([&] { ending.reset(); });
+  service_.Stop();
 }
 
-Runtime* QVGContext::Rendering() const {
-  // Shaders of version 4.10 and immutable textures, which came with 4.2, are what everything is made of.
-  constexpr int32_t kLeastMajor = 4;
-  constexpr int32_t kLeastMinor = 1;
-  int32_t major = 0;
-  int32_t minor = 0;
-  GetGLVersion(&major, &minor);
-  const bool able =
-      (major > kLeastMajor || (major == kLeastMajor && minor >= kLeastMinor)) && glTexStorage2D != nullptr;
-  return able ? running_.load() : nullptr;
+QVGContext::Use::Use(QVGContext& context, bool start) : context_(context) {
+  do {
+    if (!context.gate_.Enter()) return;
+    runtime_ = context.running_;
+    if (runtime_ != nullptr) return;
+    context.gate_.Leave();
+  } while (start && context.Init());
+}
+
+QVGContext::Use::~Use() {
+  if (runtime_ != nullptr) context_.gate_.Leave();
 }
 
 void QVGContext::SetConfig(const QVGConfig& config) {
@@ -50,17 +106,18 @@ void QVGContext::SetConfig(const QVGConfig& config) {
   callbacks_.freeImage = config.freeImage;
 }
 
-bool QVGContext::IsGLVersionSupported() const {
+bool QVGContext::IsGLVersionSupported() {
   int32_t major = 0;
   int32_t minor = 0;
   GetGLVersion(&major, &minor);
-  return running_ != nullptr && (major > kRequiredMajor || (major == kRequiredMajor && minor >= kRequiredMinor));
+  return major > kRequiredMajor || (major == kRequiredMajor && minor >= kRequiredMinor);
 }
 
-void QVGContext::GetGLVersion(int32_t* major, int32_t* minor) const {
+void QVGContext::GetGLVersion(int32_t* major, int32_t* minor) {
   int32_t loadedMajor = 0;
   int32_t loadedMinor = 0;
-  if (running_ != nullptr) LoadedGLVersion(&loadedMajor, &loadedMinor);
+  const Use use(*this, true);
+  if (use.Get() != nullptr) LoadedGLVersion(&loadedMajor, &loadedMinor);
   if (major != nullptr) *major = loadedMajor;
   if (minor != nullptr) *minor = loadedMinor;
 }

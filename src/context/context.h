@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <mutex>
 
+#include "base/serviceThread.h"
+#include "context/callGate.h"
 #include "pool/resourceCache.h"
 #include "qvGLRenderer/qvGLRenderer.h"
 #include "utils/neverDestroyed.h"
@@ -19,25 +21,39 @@ class QVGContext {
   static constexpr int32_t kRequiredMajor = 4;
   static constexpr int32_t kRequiredMinor = 2;
 
-  /// The instance, started when it is not running. When starting fails the next call tries again.
   static QVGContext& GetInstance();
 
   QVGContext(const QVGContext&) = delete;
   QVGContext& operator=(const QVGContext&) = delete;
 
-  void Init();
+  /// False when nothing runs afterwards, or the process ends.
+  bool Init();
+  /// Waits for the calls of other threads that are at work. Does nothing, but for a line, inside a call of the table,
+  /// and nothing at all while the process ends, which takes everything with it.
   void Uninit();
 
   void SetConfig(const QVGConfig& config);
 
-  bool IsGLVersionSupported() const;
-  void GetGLVersion(int32_t* major, int32_t* minor) const;
+  bool IsGLVersionSupported();
+  void GetGLVersion(int32_t* major, int32_t* minor);
   static void GetRequiredGLVersion(int32_t* major, int32_t* minor);
 
-  /// What runs; null while nothing does.
-  Runtime* Running() const { return running_; }
-  /// The same, when the driver has the entry points that rendering needs; else null.
-  Runtime* Rendering() const;
+  /// A call of the table at work with what runs, which stays for the call's length.
+  class Use {
+   public:
+    /// @param start start what does not run.
+    Use(QVGContext& context, bool start);
+    ~Use();
+    Use(const Use&) = delete;
+    Use& operator=(const Use&) = delete;
+
+    /// Null when nothing runs.
+    Runtime* Get() const { return runtime_; }
+
+   private:
+    QVGContext& context_;
+    Runtime* runtime_ = nullptr;
+  };
 
  private:
   template <class T>
@@ -46,8 +62,14 @@ class QVGContext {
   // Never destroyed: the host may end the process without releasing, and nothing of GL may run then.
   ~QVGContext() = default;
 
+  static void _OnExit();
+  bool _Start();
+  bool _Trim();
+
   std::atomic<Runtime*> running_ = nullptr;
+  CallGate gate_;
   std::mutex mutex_;
+  ServiceThread service_;
   char configText_[2048] = {};
   ResourceCache::Callbacks callbacks_;
 };

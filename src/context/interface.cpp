@@ -4,11 +4,17 @@
 #include <algorithm>
 #include <cstddef>
 #include <exception>
+#include <iterator>
 #include <memory>
-#include <mutex>
+#include <optional>
+#include <utility>
+
+#include <fmt/format.h>
 
 #include "base/contextState.h"
+#include "base/driverTurn.h"
 #include "base/framebuffer.h"
+#include "base/glError.h"
 #include "base/limits.h"
 #include "base/texture.h"
 #include "context/context.h"
@@ -20,7 +26,7 @@
 #include "qvGLRenderer/qvGLRenderer.h"
 #include "tool/wndDrawer.h"
 #include "utils/log.h"
-#include "utils/neverDestroyed.h"
+#include "utils/slotCall.h"
 
 namespace qvg {
 
@@ -61,14 +67,16 @@ static_assert(sizeof(QVGGLRendererInterface) == 64 * sizeof(void (*)()) && sizeo
 
 void LogException(const char* what) noexcept {
   try {
-    LogLocated(kLogError, what);
+    LogShort(kLogError, fmt::format("{}: {}", SlotCall::Name(), what));
   } catch (...) {  // Without memory for a line there is nothing left to say.
   }
 }
 
 /// Runs a slot's work; what the runtime throws becomes the slot's failure value.
+/// @param slot its name, of static lifetime.
 template <class Result, class Work>
-Result Guard(Result failure, Work&& work) noexcept {
+Result Guard(const char* slot, Result failure, Work&& work) noexcept {
+  const SlotCall call(slot);
   try {
     return work();
   } catch (const std::exception& error) {
@@ -79,46 +87,64 @@ Result Guard(Result failure, Work&& work) noexcept {
   return failure;
 }
 
-/// The same with what runs, for slots that need its pools: the failure value when it can't render.
+enum class Start { kYes, kNo };
+
+/// The same with what runs, which stays for the length of the call; the failure value when nothing does.
 template <class Result, class Work>
-Result WithRuntime(Result failure, Work&& work) noexcept {
-  return Guard(failure, [&] {
-    Runtime* const runtime = QVGContext::GetInstance().Rendering();
-    return runtime != nullptr ? work(*runtime) : failure;
+Result WithRuntime(const char* slot, Result failure, Work&& work, Start start = Start::kYes) noexcept {
+  return Guard(slot, failure, [&] {
+    const QVGContext::Use use(QVGContext::GetInstance(), start == Start::kYes);
+    return use.Get() != nullptr ? work(*use.Get()) : failure;
   });
 }
 
-/// Held while a slot issues GL commands; a lock only for drivers that need it.
-class DriverTurn {
+/// The same for slots that need the pools: the failure value when the driver can't render.
+template <class Result, class Work>
+Result WithPools(const char* slot, Result failure, Work&& work) noexcept {
+  return WithRuntime(slot, failure, [&](Runtime& runtime) { return runtime.canRender ? work(runtime) : failure; });
+}
+
+/// One operation on the current context. What a host has left of GL errors is not the operation's; after one of its
+/// own everything is dropped that was made or remembered for later ones.
+class Operation {
  public:
-  DriverTurn() {
-    static NeverDestroyed<std::mutex> mutex;
-    if (Limits::NeedsTurns()) lock_ = std::unique_lock(mutex.Get());
+  explicit Operation(ContextState& context) : context_(context) {
+    context_.worked = true;
+    context_.failed = false;
+    if (DrainGLErrors() != GL_NO_ERROR)
+      Refuse("context", "no OpenGL error of the host's left pending, which is dropped");
   }
+  ~Operation() {
+    if ((!succeeded_ && DrainGLErrors() != GL_NO_ERROR) || context_.failed) context_.Distrust();
+  }
+  Operation(const Operation&) = delete;
+  Operation& operator=(const Operation&) = delete;
+
+  void Succeed() { succeeded_ = true; }
 
  private:
-  std::unique_lock<std::mutex> lock_;
+  ContextState& context_;
+  bool succeeded_ = false;
 };
 
 /// The same for slots that make or recycle GL objects: with a context of the library current.
 template <class Result, class Work>
-Result OnContext(Result failure, Work&& work) noexcept {
-  return WithRuntime(failure, [&](Runtime& runtime) {
+Result OnContext(const char* slot, Result failure, Work&& work) noexcept {
+  return WithPools(slot, failure, [&](Runtime& runtime) {
     ContextState* const current = CurrentContext();
-    if (current == nullptr) return failure;
+    if (!Expect(current != nullptr, "context", "one of this library's current on the calling thread")) return failure;
     const DriverTurn turn;
-    current->worked = true;
-    return work(runtime);
+    Operation operation(*current);
+    const Result result = work(runtime);
+    if (result != failure) operation.Succeed();
+    return result;
   });
 }
 
 /// The same for slots that need the context manager.
 template <class Result, class Work>
-Result WithContexts(Result failure, Work&& work) noexcept {
-  return Guard(failure, [&] {
-    Runtime* const runtime = QVGContext::GetInstance().Running();
-    return runtime != nullptr ? work(runtime->contexts) : failure;
-  });
+Result WithContexts(const char* slot, Result failure, Work&& work) noexcept {
+  return WithRuntime(slot, failure, [&](Runtime& runtime) { return work(runtime.contexts); });
 }
 
 Texture* From(QVGTexture* texture) { return reinterpret_cast<Texture*>(texture); }
@@ -130,12 +156,32 @@ WndDrawer* From(QVGWndDrawer* drawer) { return reinterpret_cast<WndDrawer*>(draw
 Effect* From(QVGEffect* effect) { return reinterpret_cast<Effect*>(effect); }
 QVGGLContext* ToContext(void* context) { return static_cast<QVGGLContext*>(context); }
 
+constexpr char kNotNull[] = "something other than null";
+
+bool IsGiven(const void* argument, const char* name) { return Expect(argument != nullptr, name, kNotNull); }
+
+bool IsTextureSize(uint32_t width, uint32_t height) {
+  const auto limit = static_cast<uint32_t>(Limits::MaxTextureSize());
+  return Expect(width >= 1 && width <= limit, "width", "1 to the driver's texture limit") &&
+         Expect(height >= 1 && height <= limit, "height", "1 to the driver's texture limit");
+}
+
+/// Whatever becomes of a read-back, no plane of an older one stays in its descriptor.
+void NullPlanes(QVGPixelBuffer* out) {
+  if (out != nullptr) std::fill(std::begin(out->plane), std::end(out->plane), nullptr);
+}
+
+bool CanRead(const QVGTexture* source, const QVGPixelBuffer* out) {
+  return IsGiven(source, "source") && IsGiven(out, "out") &&
+         Expect(From(source)->Content().IsInside(), "source", "a content rectangle inside the texture's storage");
+}
+
 namespace slots {
 
 // ---- Pools
 
 void SetTexturePoolCapacity(int32_t count) noexcept {
-  WithRuntime(false, [&](Runtime& runtime) {
+  WithRuntime(__func__, false, [&](Runtime& runtime) {
     runtime.textures.SetHostBudget(count);
     return true;
   });
@@ -144,92 +190,97 @@ void SetTexturePoolCapacity(int32_t count) noexcept {
 void Reserved() noexcept {}
 
 void PreallocateTextures(uint32_t width, uint32_t height, int32_t count) noexcept {
-  OnContext(false, [&](Runtime& runtime) {
+  OnContext(__func__, false, [&](Runtime& runtime) {
+    if (!IsTextureSize(width, height)) return false;
     runtime.textures.Preallocate(width, height, count);
     return true;
   });
 }
 
 bool ClearTexturePool() noexcept {
-  return OnContext(false, [](Runtime& runtime) { return runtime.textures.Clear(); });
+  return OnContext(__func__, false, [](Runtime& runtime) { return runtime.textures.Clear(); });
 }
 
 void PreallocateRenderBuffers(uint32_t width, uint32_t height, int32_t count) noexcept {
-  OnContext(false, [&](Runtime& runtime) {
+  OnContext(__func__, false, [&](Runtime& runtime) {
+    if (!IsTextureSize(width, height)) return false;
     runtime.renderBuffers.Preallocate(static_cast<int>(width), static_cast<int>(height), count);
     return true;
   });
 }
 
 bool ClearRenderBufferPool() noexcept {
-  return OnContext(false, [](Runtime& runtime) { return runtime.renderBuffers.Clear(); });
+  return OnContext(__func__, false, [](Runtime& runtime) { return runtime.renderBuffers.Clear(); });
 }
 
 void PreallocatePixelBuffers(uint32_t size, int32_t count, bool forRead) noexcept {
-  OnContext(false, [&](Runtime& runtime) {
+  OnContext(__func__, false, [&](Runtime& runtime) {
     runtime.pixelBuffers.Preallocate(size, count, forRead);
     return true;
   });
 }
 
 bool ClearPixelBufferPool() noexcept {
-  return OnContext(false, [](Runtime& runtime) { return runtime.pixelBuffers.Clear(); });
+  return OnContext(__func__, false, [](Runtime& runtime) {
+    runtime.scratchBuffers.Clear();
+    return runtime.pixelBuffers.Clear();
+  });
 }
 
 // ---- Contexts
 
 QVGGLContext* CreateSharedContext(void* reserved, void* window, bool useHiddenWindow) noexcept {
-  return WithContexts<QVGGLContext*>(nullptr, [&](QVGLContextManager& contexts) {
+  return WithContexts<QVGGLContext*>(__func__, nullptr, [&](QVGLContextManager& contexts) {
     return ToContext(contexts.CreateSharedContext(reserved, window, useHiddenWindow));
   });
 }
 
 QVGGLContext* GetSharedContext() noexcept {
   return WithContexts<QVGGLContext*>(
-      nullptr, [](QVGLContextManager& contexts) { return ToContext(contexts.GetSharedContext()); });
+      __func__, nullptr, [](QVGLContextManager& contexts) { return ToContext(contexts.GetSharedContext()); });
 }
 
 bool ReleaseSharedContext(QVGGLContext** context) noexcept {
   if (context == nullptr) return false;
   void* handle = *context;
-  const bool ok =
-      WithContexts(false, [&](QVGLContextManager& contexts) { return contexts.ReleaseSharedContext(handle); });
+  const bool ok = WithContexts(__func__, false,
+                               [&](QVGLContextManager& contexts) { return contexts.ReleaseSharedContext(handle); });
   *context = nullptr;
   return ok;
 }
 
 bool MakeCurrentContext(QVGGLContext* context, QVGGLContext** previous) noexcept {
   void* before = nullptr;
-  const bool ok =
-      WithContexts(false, [&](QVGLContextManager& contexts) { return contexts.MakeCurrentContext(context, &before); });
+  const bool ok = WithContexts(
+      __func__, false, [&](QVGLContextManager& contexts) { return contexts.MakeCurrentContext(context, &before); });
   if (previous != nullptr) *previous = ToContext(before);
   return ok;
 }
 
 QVGGLContext* GetCurrentContext() noexcept {
   return WithContexts<QVGGLContext*>(
-      nullptr, [](QVGLContextManager& contexts) { return ToContext(contexts.GetCurrentContext()); });
+      __func__, nullptr, [](QVGLContextManager& contexts) { return ToContext(contexts.GetCurrentContext()); });
 }
 
 bool SwapBuffers(QVGGLContext* context) noexcept {
-  return WithContexts(false, [&](QVGLContextManager& contexts) { return contexts.SwapBuffers(context); });
+  return WithContexts(__func__, false, [&](QVGLContextManager& contexts) { return contexts.SwapBuffers(context); });
 }
 
 void DestroySharedContext(QVGGLContext** context) noexcept {
   if (context == nullptr) return;
   void* handle = *context;
-  WithContexts(false, [&](QVGLContextManager& contexts) { return contexts.DestroySharedContext(handle); });
+  WithContexts(__func__, false, [&](QVGLContextManager& contexts) { return contexts.DestroySharedContext(handle); });
   *context = nullptr;
 }
 
 // ---- Versions
 
 bool IsGLVersionSupported() noexcept {
-  return Guard(false, [] { return QVGContext::GetInstance().IsGLVersionSupported(); });
+  return Guard(__func__, false, [] { return QVGContext::GetInstance().IsGLVersionSupported(); });
 }
 
 void GetGLVersion(int32_t* major, int32_t* minor) noexcept {
-  Guard(false, [&] {
+  Guard(__func__, false, [&] {
     QVGContext::GetInstance().GetGLVersion(major, minor);
     return true;
   });
@@ -240,38 +291,45 @@ void GetRequiredGLVersion(int32_t* major, int32_t* minor) noexcept { QVGContext:
 // ---- Textures
 
 QVGTexture* CloneTexture(QVGTexture* source) noexcept {
-  if (source == nullptr) return nullptr;
-  return OnContext<QVGTexture*>(nullptr,
-                                [&](Runtime& runtime) { return To(qvg::CloneTexture(runtime.frames, From(source))); });
+  return OnContext<QVGTexture*>(__func__, nullptr, [&](Runtime& runtime) {
+    return IsGiven(source, "source") ? To(qvg::CloneTexture(runtime.frames, From(source))) : nullptr;
+  });
 }
 
 bool SetTextureChannelOrder(QVGTexture* texture, int32_t order) noexcept {
   static constexpr Swizzle kOrders[] = {kSwizzleBGRA, kSwizzleRGBA, kSwizzleABGR, kSwizzleARGB};
-  if (texture == nullptr || order < 0 || order >= static_cast<int32_t>(std::size(kOrders))) return false;
-  return Guard(false, [&] { return From(texture)->RemapRGBA(kOrders[order]); });
+  return OnContext(__func__, false, [&](Runtime&) {
+    const bool known = order >= 0 && order < static_cast<int32_t>(std::size(kOrders));
+    return IsGiven(texture, "texture") && Expect(known, "order", "0 to 3") && From(texture)->RemapRGBA(kOrders[order]);
+  });
 }
 
 QVGTexture* AcquireTexture(uint32_t width, uint32_t height) noexcept {
-  return OnContext<QVGTexture*>(
-      nullptr, [&](Runtime& runtime) { return To(runtime.textures.Acquire(width, height, GL_RGBA8)); });
+  return OnContext<QVGTexture*>(__func__, nullptr, [&](Runtime& runtime) {
+    return IsTextureSize(width, height) ? To(runtime.textures.Acquire(width, height, GL_RGBA8)) : nullptr;
+  });
 }
 
 QVGTexture* UploadPixelBufferToNewTexture(const QVGPixelBuffer* source, bool flipped, bool matteRGB,
                                           QVGColor matte) noexcept {
-  return OnContext<QVGTexture*>(nullptr, [&](Runtime& runtime) {
+  return OnContext<QVGTexture*>(__func__, nullptr, [&](Runtime& runtime) {
     return To(qvg::UploadPixelBufferToNewTexture(runtime.frames, source, flipped, matteRGB, matte));
   });
 }
 
 bool UploadPixelBufferToTexture(QVGTexture* destination, const QVGPixelBuffer* source, bool flipped, bool matteRGB,
                                 QVGColor matte) noexcept {
-  return OnContext(false, [&](Runtime& runtime) {
-    return qvg::UploadPixelBufferToTexture(runtime.frames, From(destination), source, flipped, matteRGB, matte);
+  return OnContext(__func__, false, [&](Runtime& runtime) {
+    return IsGiven(destination, "destination") &&
+           qvg::UploadPixelBufferToTexture(runtime.frames, From(destination), source, flipped, matteRGB, matte);
   });
 }
 
 bool ClearTexture(QVGTexture* texture, const double rgba[4]) noexcept {
-  return OnContext(false, [&](Runtime& runtime) { return qvg::ClearTexture(runtime.frames, From(texture), rgba); });
+  return OnContext(__func__, false, [&](Runtime& runtime) {
+    return IsGiven(texture, "texture") && IsGiven(rgba, "rgba") &&
+           qvg::ClearTexture(runtime.frames, From(texture), rgba);
+  });
 }
 
 uint32_t GetTextureWidth(const QVGTexture* texture) noexcept {
@@ -327,51 +385,60 @@ bool SetTextureRotation(QVGTexture* texture, uint32_t quarterTurns) noexcept {
 // ---- Read-back
 
 bool TextureToYUV420PixelBuffer(QVGTexture* source, bool fullRange, bool mirror, QVGPixelBuffer* out) noexcept {
-  return OnContext(false, [&](Runtime& runtime) {
-    return qvg::TextureToYUV420PixelBuffer(runtime.frames, From(source), fullRange, mirror, out);
+  NullPlanes(out);
+  return OnContext(__func__, false, [&](Runtime& runtime) {
+    return CanRead(source, out) &&
+           qvg::TextureToYUV420PixelBuffer(runtime.frames, From(source), fullRange, mirror, out);
   });
 }
 
 bool TextureToNV12PixelBuffer(QVGTexture* source, QVGPixelBuffer* out, bool mirror) noexcept {
-  return OnContext(false, [&](Runtime& runtime) {
-    return qvg::TextureToNV12PixelBuffer(runtime.frames, From(source), out, mirror);
+  NullPlanes(out);
+  return OnContext(__func__, false, [&](Runtime& runtime) {
+    return CanRead(source, out) && qvg::TextureToNV12PixelBuffer(runtime.frames, From(source), out, mirror);
   });
 }
 
 bool TextureToRGBAPixelBuffer(QVGTexture* source, QVGPixelBuffer* out, bool flip) noexcept {
-  return OnContext(
-      false, [&](Runtime& runtime) { return qvg::TextureToRGBAPixelBuffer(runtime.frames, From(source), out, flip); });
+  NullPlanes(out);
+  return OnContext(__func__, false, [&](Runtime& runtime) {
+    return CanRead(source, out) && qvg::TextureToRGBAPixelBuffer(runtime.frames, From(source), out, flip);
+  });
 }
 
 bool TextureToBGRAPixelBuffer(QVGTexture* source, QVGPixelBuffer* out, bool flip) noexcept {
-  return OnContext(
-      false, [&](Runtime& runtime) { return qvg::TextureToBGRAPixelBuffer(runtime.frames, From(source), out, flip); });
+  NullPlanes(out);
+  return OnContext(__func__, false, [&](Runtime& runtime) {
+    return CanRead(source, out) && qvg::TextureToBGRAPixelBuffer(runtime.frames, From(source), out, flip);
+  });
 }
 
 void ReleasePixelBuffer(QVGPixelBuffer** buffer) noexcept {
-  WithRuntime(false, [&](Runtime& runtime) {
-    const DriverTurn turn;
-    qvg::ReleasePixelBuffer(runtime.frames, buffer);
+  if (buffer == nullptr || *buffer == nullptr) return;
+  QVGPixelBuffer* const released = std::exchange(*buffer, nullptr);
+  const auto release = [&](Runtime& runtime) {
+    qvg::ReleasePixelBuffer(runtime.frames, *released);
     return true;
-  });
-  if (buffer != nullptr) *buffer = nullptr;
+  };
+  WithRuntime(__func__, false, release, Start::kNo);
 }
 
 void ReleaseTexture(QVGTexture** texture) noexcept {
   if (texture == nullptr || *texture == nullptr) return;
-  WithRuntime(false, [&](Runtime& runtime) {
-    Texture* released = From(*texture);
+  Texture* released = From(std::exchange(*texture, nullptr));
+  const auto release = [&](Runtime& runtime) {
+    const DriverTurn turn;
     runtime.textures.Release(released);
-    *texture = nullptr;
     return true;
-  });
+  };
+  WithRuntime(__func__, false, release, Start::kNo);
 }
 
 // ---- Frame buffers and drawing
 
 QVGFrameBuffer* CreateFrameBuffer(uint32_t width, uint32_t height, bool ownColor, bool stored) noexcept {
   constexpr int32_t kStoredFlag = 4;
-  return OnContext<QVGFrameBuffer*>(nullptr, [&](Runtime& runtime) {
+  return OnContext<QVGFrameBuffer*>(__func__, nullptr, [&](Runtime& runtime) {
     FrameBufferSetting setting;
     setting.width = static_cast<int>(width);
     setting.height = static_cast<int>(height);
@@ -382,8 +449,8 @@ QVGFrameBuffer* CreateFrameBuffer(uint32_t width, uint32_t height, bool ownColor
 }
 
 QVGFrameBuffer* CreateFrameBufferFromDesc(const QVGFrameBufferDesc* desc) noexcept {
-  if (desc == nullptr) return nullptr;
-  return OnContext<QVGFrameBuffer*>(nullptr, [&](Runtime& runtime) {
+  return OnContext<QVGFrameBuffer*>(__func__, nullptr, [&](Runtime& runtime) {
+    if (!IsGiven(desc, "desc")) return To(static_cast<FrameBuffer*>(nullptr));
     const FrameBufferSetting setting = {desc->width, desc->height, desc->stored, desc->depthStencil,
                                         desc->colorRenderBuffer};
     const QVGCamera& from = desc->camera;
@@ -408,33 +475,39 @@ QVGFrameBuffer* CreateFrameBufferFromDesc(const QVGFrameBufferDesc* desc) noexce
 }
 
 bool BindTextureToFrameBuffer(QVGFrameBuffer* frameBuffer, QVGTexture* texture) noexcept {
-  return OnContext(false, [&](Runtime& runtime) {
-    return qvg::BindTextureToFrameBuffer(runtime.frames, From(frameBuffer), From(texture));
+  return OnContext(__func__, false, [&](Runtime& runtime) {
+    return IsGiven(frameBuffer, "frameBuffer") && IsGiven(texture, "texture") &&
+           qvg::BindTextureToFrameBuffer(runtime.frames, From(frameBuffer), From(texture));
   });
 }
 
 bool ClearFrameBuffer(QVGFrameBuffer* frameBuffer, const double rgba[4]) noexcept {
-  return OnContext(false,
-                   [&](Runtime& runtime) { return qvg::ClearFrameBuffer(runtime.frames, From(frameBuffer), rgba); });
+  return OnContext(__func__, false, [&](Runtime& runtime) {
+    return IsGiven(frameBuffer, "frameBuffer") && IsGiven(rgba, "rgba") &&
+           qvg::ClearFrameBuffer(runtime.frames, From(frameBuffer), rgba);
+  });
 }
 
 bool DrawTexture(QVGTexture* source, QVGFrameBuffer* destination, const QVGDrawTextureParams* params) noexcept {
-  return OnContext(false, [&](Runtime& runtime) {
-    return qvg::DrawTexture(runtime.frames, From(source), From(destination), params);
+  return OnContext(__func__, false, [&](Runtime& runtime) {
+    return IsGiven(source, "source") && IsGiven(destination, "destination") &&
+           qvg::DrawTexture(runtime.frames, From(source), From(destination), params);
   });
 }
 
 bool DestroyFrameBuffer(QVGFrameBuffer** frameBuffer) noexcept {
   if (frameBuffer == nullptr || *frameBuffer == nullptr) return false;
-  return Guard(false, [&] {
-    delete From(*frameBuffer);
-    *frameBuffer = nullptr;
+  FrameBuffer* const destroyed = From(std::exchange(*frameBuffer, nullptr));
+  const auto destroy = [&](Runtime&) {
+    const DriverTurn turn;
+    delete destroyed;
     return true;
-  });
+  };
+  return WithRuntime(__func__, false, destroy, Start::kNo);
 }
 
 void Finish() noexcept {
-  OnContext(false, [](Runtime&) {
+  OnContext(__func__, false, [](Runtime&) {
     glFinish();
     ++CurrentContext()->finished;
     FlushContextObjects();
@@ -444,8 +517,22 @@ void Finish() noexcept {
 
 // ---- Windows
 
+/// Runs work on a drawer in its turn; as an operation when its context is current, without which it does nothing.
+template <class Work>
+bool OnDrawer(const char* slot, Work&& work) noexcept {
+  const auto run = [&](Runtime&) {
+    const DriverTurn turn;
+    std::optional<Operation> operation;
+    if (ContextState* const current = CurrentContext(); current != nullptr) operation.emplace(*current);
+    const bool result = work();
+    if (result && operation.has_value()) operation->Succeed();
+    return result;
+  };
+  return WithRuntime(slot, false, run, Start::kNo);
+}
+
 QVGWndDrawer* CreateWndDrawer(void* window) noexcept {
-  return WithRuntime<QVGWndDrawer*>(nullptr, [&](Runtime& runtime) {
+  return WithPools<QVGWndDrawer*>(__func__, nullptr, [&](Runtime& runtime) {
     auto drawer = std::make_unique<WndDrawer>(runtime.contexts);
     return drawer->Init(window) ? reinterpret_cast<QVGWndDrawer*>(drawer.release()) : nullptr;
   });
@@ -456,8 +543,8 @@ QVGGLContext* GetWndDrawerHandle(QVGWndDrawer* drawer) noexcept {
 }
 
 bool ClearWnd(QVGWndDrawer* drawer, const double rgb[3], void* /*reserved1*/, void* /*reserved2*/) noexcept {
-  if (drawer == nullptr || rgb == nullptr) return false;
-  return Guard(false, [&] {
+  return OnDrawer(__func__, [&] {
+    if (!IsGiven(drawer, "drawer") || !IsGiven(rgb, "rgb")) return false;
     From(drawer)->Clear(ColorComponent(rgb[0]), ColorComponent(rgb[1]), ColorComponent(rgb[2]));
     return true;
   });
@@ -471,17 +558,19 @@ bool SetWndDrawerSize(QVGWndDrawer* drawer, uint32_t width, uint32_t height) noe
 }
 
 bool DrawTextureToWnd(QVGWndDrawer* drawer, QVGTexture* texture) noexcept {
-  if (drawer == nullptr || texture == nullptr) return false;
-  return Guard(false, [&] { return From(drawer)->Draw(From(texture)); });
+  return OnDrawer(__func__, [&] {
+    return IsGiven(drawer, "drawer") && IsGiven(texture, "texture") && From(drawer)->Draw(From(texture));
+  });
 }
 
 bool DestroyWndDrawer(QVGWndDrawer** drawer) noexcept {
-  if (drawer == nullptr) return true;
-  Guard(false, [&] {
-    delete From(*drawer);
+  if (drawer == nullptr || *drawer == nullptr) return true;
+  WndDrawer* const destroyed = From(std::exchange(*drawer, nullptr));
+  const auto destroy = [&](Runtime&) {
+    delete destroyed;
     return true;
-  });
-  *drawer = nullptr;
+  };
+  WithRuntime(__func__, false, destroy, Start::kNo);
   return true;
 }
 
@@ -489,19 +578,18 @@ bool DestroyWndDrawer(QVGWndDrawer** drawer) noexcept {
 
 bool IsEmpty(const char* text) { return text == nullptr || *text == '\0'; }
 
-/// Runs work with the effect group of the name; the failure value without a name or when it is unknown.
+/// Runs work with the effect group of the name, null without a name or when it is unknown.
 template <class Result, class Work>
-Result WithGroup(const char* name, Result failure, Work&& work) noexcept {
-  if (IsEmpty(name)) return failure;
-  return WithRuntime(failure, [&](Runtime& runtime) {
-    const EffectGroup* group = runtime.effects.Find(name);
-    return group != nullptr ? work(*group) : failure;
-  });
+Result WithGroup(const char* slot, const char* name, Result failure, Work&& work) noexcept {
+  return WithRuntime(slot, failure,
+                     [&](Runtime& runtime) { return work(IsEmpty(name) ? nullptr : runtime.effects.Find(name)); });
 }
 
+bool IsKnown(const EffectGroup* group) { return Expect(group != nullptr, "name", "that of an effect (see slot 54)"); }
+
 bool GetEffectNames(int32_t type, const char** names, int32_t capacity, int32_t* count) noexcept {
-  if (count == nullptr) return false;
-  return WithRuntime(false, [&](Runtime& runtime) {
+  return WithRuntime(__func__, false, [&](Runtime& runtime) {
+    if (!IsGiven(count, "count")) return false;
     const auto& groups = runtime.effects.Groups();
     *count = static_cast<int32_t>(
         std::count_if(groups.begin(), groups.end(), [&](const EffectGroup* group) { return group->type == type; }));
@@ -513,63 +601,69 @@ bool GetEffectNames(int32_t type, const char** names, int32_t capacity, int32_t*
 }
 
 bool HasEffect(const char* name) noexcept {
-  return WithGroup(name, false, [](const EffectGroup&) { return true; });
+  return WithGroup(__func__, name, false, [](const EffectGroup* group) { return group != nullptr; });
 }
 
 uint32_t GetEffectType(const char* name) noexcept {
-  return WithGroup(name, uint32_t{0}, [](const EffectGroup& group) { return static_cast<uint32_t>(group.type); });
+  return WithGroup(__func__, name, uint32_t{0},
+                   [](const EffectGroup* group) { return group != nullptr ? static_cast<uint32_t>(group->type) : 0; });
 }
 
 const char* QueryEffect(const char* name, const char* key) noexcept {
-  return WithGroup<const char*>(name, nullptr, [&](const EffectGroup& group) {
-    return group.displayName != nullptr ? group.displayName(key != nullptr ? key : "") : nullptr;
+  return WithGroup<const char*>(__func__, name, nullptr, [&](const EffectGroup* group) -> const char* {
+    if (!IsKnown(group) || group->displayName == nullptr) return nullptr;
+    return group->displayName(key != nullptr ? key : "");
   });
 }
 
 bool GetEffectParameterTable(const char* name, const QVGParamDescriptor** table, uint32_t* count) noexcept {
-  if (count == nullptr) return false;
-  return WithGroup(name, false, [&](const EffectGroup& group) {
-    if (table != nullptr) *table = group.parameters;
-    *count = group.parameterCount;
+  return WithGroup(__func__, name, false, [&](const EffectGroup* group) {
+    if (!IsKnown(group) || !IsGiven(count, "count")) return false;
+    if (table != nullptr) *table = group->parameters;
+    *count = group->parameterCount;
     return true;
   });
 }
 
 QVGEffect* CreateEffect(const char* name) noexcept {
-  if (IsEmpty(name)) return nullptr;
-  return OnContext<QVGEffect*>(
-      nullptr, [&](Runtime& runtime) { return reinterpret_cast<QVGEffect*>(runtime.effects.CreateEffect(name)); });
+  return OnContext<QVGEffect*>(__func__, nullptr, [&](Runtime& runtime) -> QVGEffect* {
+    if (IsEmpty(name) || !IsKnown(runtime.effects.Find(name))) return nullptr;
+    return reinterpret_cast<QVGEffect*>(runtime.effects.CreateEffect(name));
+  });
 }
 
 bool SetEffectParameter(QVGEffect* effect, const char* key, const QVGParamValue* value) noexcept {
-  if (effect == nullptr || IsEmpty(key) || value == nullptr) return false;
-  return WithRuntime(false, [&](Runtime& runtime) {
-    const DriverTurn turn;
-    return runtime.effects.SetEffectParameter(From(effect), key, value);
+  return OnContext(__func__, false, [&](Runtime& runtime) {
+    return IsGiven(effect, "effect") && Expect(!IsEmpty(key), "key", kNotNull) && IsGiven(value, "value") &&
+           runtime.effects.SetEffectParameter(From(effect), key, value);
   });
 }
 
 QVGTexture* ApplyEffect(QVGEffect* effect, QVGTexture* input) noexcept {
-  if (effect == nullptr || input == nullptr) return input;
-  return OnContext<QVGTexture*>(
-      nullptr, [&](Runtime& runtime) { return To(runtime.effects.ApplyEffect(From(effect), From(input))); });
+  if (effect == nullptr) return input;
+  return OnContext<QVGTexture*>(__func__, nullptr, [&](Runtime& runtime) {
+    return IsGiven(input, "input") ? To(runtime.effects.ApplyEffect(From(effect), From(input))) : nullptr;
+  });
 }
 
 QVGTexture* ApplyEffectWith(QVGEffect* effect, QVGTexture* first, QVGTexture* second, float value) noexcept {
   if (effect == nullptr) return first;
-  return OnContext<QVGTexture*>(nullptr, [&](Runtime& runtime) {
+  return OnContext<QVGTexture*>(__func__, nullptr, [&](Runtime& runtime) {
     return To(runtime.effects.ApplyEffectWith(From(effect), From(first), From(second), value));
   });
 }
 
 bool DestroyEffect(QVGEffect** effect) noexcept {
   if (effect == nullptr || *effect == nullptr) return true;
-  return WithRuntime(false, [&](Runtime& runtime) {
+  const auto destroy = [&](Runtime& runtime) {
     Effect* handle = From(*effect);
-    if (!runtime.effects.DestroyEffect(handle)) return false;
+    if (!Expect(runtime.effects.DestroyEffect(handle), "effect", "one that was created and not destroyed")) {
+      return false;
+    }
     *effect = nullptr;
     return true;
-  });
+  };
+  return WithRuntime(__func__, false, destroy, Start::kNo);
 }
 
 }  // namespace slots
@@ -647,11 +741,12 @@ constexpr QVGGLRendererInterface kTable = {
 
 const QVGGLRendererInterface* QVG_GetGLRendererInterface(const QVGConfig* config) {
   using namespace qvg;
-  Guard(false, [&] {
+  Guard(__func__, false, [&] {
     // Copied first: the caller's block may go as soon as this returns, and null counts as an empty one.
     const auto copy = config != nullptr ? std::make_unique<QVGConfig>(*config) : std::make_unique<QVGConfig>();
-    QVGContext::GetInstance().SetConfig(*copy);
-    return true;
+    QVGContext& context = QVGContext::GetInstance();
+    context.SetConfig(*copy);
+    return context.Init();
   });
   return &kTable;
 }
@@ -660,7 +755,7 @@ void QVG_ReleaseGLRendererInterface(const QVGGLRendererInterface** table) {
   if (table == nullptr) return;
   *table = nullptr;
   using namespace qvg;
-  Guard(false, [] {
+  Guard(__func__, false, [] {
     QVGContext::GetInstance().Uninit();
     return true;
   });

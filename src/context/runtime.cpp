@@ -1,5 +1,11 @@
 #include "context/runtime.h"
 
+#include <exception>
+#include <memory>
+#include <utility>
+
+#include "base/driverTurn.h"
+#include "base/entryPoints.h"
 #include "base/limits.h"
 #include "utils/log.h"
 
@@ -33,10 +39,16 @@ void Runtime::PooledSurfaces::ReleaseTexture(Texture*& texture) { textures_.Rele
 ImageSource::Image* Runtime::CachedImages::Acquire(const std::string& path) {
   ResourceCache::Entry* entry = cache_.Acquire(path, ResourceCache::kImageTexture);
   if (entry == nullptr) return nullptr;
-  if (entry->texture != nullptr) return new CachedImage(entry);
-  // Cached first as something else than an image.
-  cache_.Release(entry, false);
-  return nullptr;
+  std::unique_ptr<CachedImage> image;
+  try {
+    // Null: cached first as something else than an image.
+    if (entry->texture != nullptr) image = std::make_unique<CachedImage>(entry);
+  } catch (...) {
+    cache_.Release(entry, false);
+    throw;
+  }
+  if (image == nullptr) cache_.Release(entry, false);
+  return image.release();
 }
 
 void Runtime::CachedImages::Release(Image* image) {
@@ -47,24 +59,35 @@ void Runtime::CachedImages::Release(Image* image) {
 
 Runtime::Platform::~Platform() { ShutdownContextPlatform(); }
 
-Runtime::OtherContexts::~OtherContexts() {
-  if (!last.has_value()) return;
-  last->OthersGo();
-  contexts.DestroyOthers(last->Handle());
-}
+Runtime::OtherContexts::~OtherContexts() { contexts.DestroyOthers(); }
 
-Runtime::Runtime(const ResourceCache::Callbacks& callbacks)
-    : textures(contexts, kTexturePoolCapacity), resources(callbacks, textures, scratchBuffers) {}
+Runtime::Runtime(ServiceThread& service, const ResourceCache::Callbacks& callbacks, std::function<void()> overBudget)
+    : contexts(service),
+      textures(kTexturePoolCapacity, std::move(overBudget)),
+      resources(callbacks, textures, scratchBuffers) {}
 
-Runtime::~Runtime() = default;
-
-void Runtime::BeginEnd() { last.emplace(contexts); }
+// The first thing that all other members' ends need. Without a context their names go with the main context.
+Runtime::~Runtime() { contexts.EnterService(); }
 
 bool Runtime::Start() {
   Limits::Forget();
-  if (contexts.Init()) return true;
-  LogLocated(kLogError, "contextManager_->Init() failed.");
-  return false;
+  if (!contexts.Init()) {
+    LogLocated(kLogError, "contextManager_->Init() failed.");
+    return false;
+  }
+  canRender = HasEntryPoints();
+  return true;
+}
+
+bool Runtime::Trim() noexcept {
+  try {
+    if (!contexts.EnterService()) return false;
+    const DriverTurn turn;
+    return textures.Trim();
+  } catch (const std::exception& error) {
+    LogLocated(kLogError, error.what());
+    return false;
+  }
 }
 
 }  // namespace qvg

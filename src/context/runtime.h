@@ -1,6 +1,6 @@
 #pragma once
 
-#include <optional>
+#include <functional>
 
 #include "base/glContext.h"
 #include "base/programCache.h"
@@ -17,18 +17,20 @@
 
 namespace qvg {
 
-/// Everything that runs between a start and a release. The order of the members is that of making them; they go in the
-/// opposite order, with a context of their own current until the last thing of GL is gone.
+/// Everything that runs between a start and a release; lives on the service thread. The order of the members is that
+/// of making them; they go in the opposite order, with the service thread's context current until the last thing of GL
+/// is gone.
 struct Runtime {
-  explicit Runtime(const ResourceCache::Callbacks& callbacks);
+  /// @param overBudget see TexturePool.
+  Runtime(ServiceThread& service, const ResourceCache::Callbacks& callbacks, std::function<void()> overBudget);
   ~Runtime();
   Runtime(const Runtime&) = delete;
   Runtime& operator=(const Runtime&) = delete;
 
   /// False, which is logged, when there is no GL context to be had.
   bool Start();
-  /// To be called before a runtime that was started goes: makes the context current in which its objects end.
-  void BeginEnd();
+  /// Destroys an idle texture when the pool is over its budget; whether there is more to do. On the service thread.
+  bool Trim() noexcept;
 
   /// Lends textures and render buffers of the pools.
   class PooledSurfaces : public SurfaceSource {
@@ -62,23 +64,23 @@ struct Runtime {
     ~Platform();
   };
 
-  /// Destroys all contexts but the last one. Drivers keep parts of an object for each context that used it: programs,
-  /// buffers and render buffers go after the contexts.
+  /// Destroys all contexts but the service thread's. Drivers keep parts of an object for each context that used it:
+  /// programs, buffers and render buffers go after the contexts.
   struct OtherContexts {
     ~OtherContexts();
     QVGLContextManager& contexts;
-    std::optional<TemporaryContext>& last;
   };
 
   Platform platform;
   ScratchBufferPool scratchBuffers;
   QVGLContextManager contexts;
-  std::optional<TemporaryContext> last;  // current while the rest goes
+  /// Whether the driver has what rendering needs.
+  bool canRender = false;
   RenderBufferPool renderBuffers;
   PixelBufferPool pixelBuffers;
   PixelBufferMapper mapper{contexts};
   ProgramCache programs;
-  OtherContexts others{contexts, last};
+  OtherContexts others{contexts};
   TexturePool textures;
   PooledSurfaces surfaces{textures, renderBuffers};
   ResourceCache resources;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <initializer_list>
+#include <iterator>
 #include <memory>
 #include <span>
 
@@ -211,13 +212,18 @@ bool TextureToYUV420PixelBuffer(const FrameServices& services, Texture* source, 
   return true;
 }
 
-void ReleasePixelBuffer(const FrameServices& services, QVGPixelBuffer** buffer) {
-  if (buffer == nullptr) return;
-  if (*buffer != nullptr) {
-    BO* mapped = services.mapper.UnMap((*buffer)->plane[0]);
-    if (mapped != nullptr) services.pixelBuffers.Release(mapped);
+void ReleasePixelBuffer(const FrameServices& services, QVGPixelBuffer& buffer) {
+  const auto [mapped, intact] = services.mapper.UnMap(buffer.plane[0]);
+  if (mapped == nullptr) return;
+  std::fill(std::begin(buffer.plane), std::end(buffer.plane), nullptr);
+  if (intact) {
+    BO* idle = mapped;
+    services.pixelBuffers.Release(idle);
+  } else {
+    // Deleted, it is unmapped at last.
+    services.pixelBuffers.Lose();
+    delete mapped;
   }
-  *buffer = nullptr;
 }
 
 }  // namespace qvg

@@ -2,15 +2,25 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <utility>
+#include <iterator>
+#include <memory>
 #include <vector>
 
 namespace qvg {
 
-/// The idle objects of a pool, smallest first. Has no lock: its pool has. Allocates only to grow.
+/// The idle objects of a pool, smallest first. Has no lock: its pool has. Allocates only when room is made.
 template <class T>
 class IdleList {
  public:
+  /// Makes room for one more object than there was room made for, so that giving it back allocates nothing.
+  void MakeRoom() {
+    // Not one by one.
+    if (rooms_ >= entries_.capacity()) entries_.reserve(std::max<size_t>(16, 2 * rooms_));
+    ++rooms_;
+  }
+  /// An object for which room was made is no more.
+  void LeaveRoom() { --rooms_; }
+
   /// Behind the last one that is not larger.
   void Insert(T* object, int64_t size) {
     const auto place = std::upper_bound(entries_.begin(), entries_.end(), size,
@@ -35,14 +45,9 @@ class IdleList {
     return found != entries_.end() ? _Take(found) : nullptr;
   }
 
-  /// Takes all of them.
-  std::vector<T*> TakeAll() {
-    std::vector<T*> objects;
-    objects.reserve(entries_.size());
-    for (const Entry& entry : entries_) objects.push_back(entry.object);
-    entries_.clear();
-    return objects;
-  }
+  bool Empty() const { return entries_.empty(); }
+  /// Takes the largest one; null when there is none.
+  T* TakeLast() { return entries_.empty() ? nullptr : _Take(std::prev(entries_.end())); }
 
  private:
   struct Entry {
@@ -57,18 +62,22 @@ class IdleList {
   }
 
   std::vector<Entry> entries_;
+  size_t rooms_ = 0;
 };
 
 /// Makes count objects and gives them all back, so that they are idle; stops at the first that can't be had.
 template <class Acquire, class Release>
 void MakeIdle(int32_t count, Acquire acquire, Release release) {
   std::vector<decltype(acquire())> objects;
+  const auto giveBack = [&](decltype(objects)* made) {
+    for (auto& object : *made) release(object);
+  };
+  const std::unique_ptr<decltype(objects), decltype(giveBack)> held(&objects, giveBack);
   for (int32_t i = 0; i < count; ++i) {
-    const auto object = acquire();
-    if (object == nullptr) break;
-    objects.push_back(object);
+    objects.push_back(nullptr);
+    objects.back() = acquire();
+    if (objects.back() == nullptr) break;
   }
-  for (auto& object : objects) release(object);
 }
 
 }  // namespace qvg

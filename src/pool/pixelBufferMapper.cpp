@@ -1,64 +1,70 @@
 #include "pool/pixelBufferMapper.h"
 
 #include <algorithm>
-#include <optional>
 
 #include "base/bo.h"
-#include "base/contextState.h"
 #include "base/glContext.h"
 
 namespace qvg {
 
-namespace {
-
-// A temporary context where the calling thread has none of the library's.
-class BorrowedContext {
- public:
-  explicit BorrowedContext(QVGLContextManager& contexts) {
-    if (CurrentContext() == nullptr) temporary_.emplace(contexts);
-  }
-
-  bool Usable() const { return !temporary_.has_value() || temporary_->Valid(); }
-
- private:
-  std::optional<TemporaryContext> temporary_;
-};
-
-}  // namespace
-
 PixelBufferMapper::~PixelBufferMapper() {
-  if (mappings_.empty()) return;
-  const TemporaryContext context(contexts_);
-  for (const Mapping& mapping : mappings_) {
-    mapping.buffer->UnMap();
-    delete mapping.buffer;
-  }
+  for (const Mapping& mapping : mappings_) delete mapping.buffer;
+}
+
+void PixelBufferMapper::_SetAddress(const BO* buffer, const void* address) {
+  std::lock_guard lock(mutex_);
+  const auto found = std::find_if(mappings_.begin(), mappings_.end(),
+                                  [&](const Mapping& mapping) { return mapping.buffer == buffer; });
+  if (found != mappings_.end()) found->address = address;
+}
+
+void PixelBufferMapper::_Forget(const BO* buffer) {
+  std::lock_guard lock(mutex_);
+  std::erase_if(mappings_, [&](const Mapping& mapping) { return mapping.buffer == buffer; });
 }
 
 void* PixelBufferMapper::Map(BO* buffer, uint32_t* size) {
   if (buffer == nullptr) return nullptr;
-  const BorrowedContext context(contexts_);
-  if (!context.Usable()) return nullptr;
+  {
+    // First: a buffer that is mapped but not noted would be lost.
+    std::lock_guard lock(mutex_);
+    mappings_.push_back({nullptr, buffer});
+  }
+  void* address = nullptr;
+  try {
+    contexts_.WithContext([&] { address = buffer->Map(GL_MAP_READ_BIT | GL_MAP_WRITE_BIT); });
+  } catch (...) {
+    _Forget(buffer);
+    throw;
+  }
+  if (address == nullptr) {
+    _Forget(buffer);
+    return nullptr;
+  }
   *size = static_cast<uint32_t>(buffer->Size());
-  void* address = buffer->Map(GL_MAP_READ_BIT | GL_MAP_WRITE_BIT);
-  if (address == nullptr) return nullptr;
-  std::lock_guard lock(mutex_);
-  mappings_.push_back({address, buffer});
+  _SetAddress(buffer, address);
   return address;
 }
 
-BO* PixelBufferMapper::UnMap(const void* address) {
-  if (address == nullptr) return nullptr;
-  std::lock_guard lock(mutex_);
-  const auto found = std::find_if(mappings_.begin(), mappings_.end(),
-                                  [address](const Mapping& mapping) { return mapping.address == address; });
-  if (found == mappings_.end()) return nullptr;
-  const BorrowedContext context(contexts_);
-  if (!context.Usable()) return nullptr;
-  BO* const buffer = found->buffer;
-  buffer->UnMap();
-  mappings_.erase(found);
-  return buffer;
+PixelBufferMapper::UnMapped PixelBufferMapper::UnMap(const void* address) {
+  if (address == nullptr) return {};
+  BO* buffer = nullptr;
+  {
+    std::lock_guard lock(mutex_);
+    const auto found = std::find_if(mappings_.begin(), mappings_.end(),
+                                    [address](const Mapping& mapping) { return mapping.address == address; });
+    if (found == mappings_.end()) return {};
+    found->address = nullptr;
+    buffer = found->buffer;
+  }
+  // Outside the lock: the service thread may have something else to do first.
+  bool intact = false;
+  if (!contexts_.WithContext([&] { intact = buffer->UnMap(); })) {
+    // It stays ours, and goes with this.
+    return {};
+  }
+  _Forget(buffer);
+  return {buffer, intact};
 }
 
 }  // namespace qvg

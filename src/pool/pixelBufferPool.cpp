@@ -19,7 +19,14 @@ BO* PixelBufferPool::Acquire(int64_t size, GLenum usage, GLenum target) {
   }
   if (CurrentContext() == nullptr) return nullptr;
   auto buffer = std::make_unique<BO>();
-  if (size > 0 && !buffer->Allocate(size, usage, nullptr)) return nullptr;
+  {
+    std::lock_guard lock(mutex_);
+    idle_.MakeRoom();
+  }
+  if (size > 0 && !buffer->Allocate(size, usage, nullptr)) {
+    Lose();
+    return nullptr;
+  }
   buffer->SetTarget(target);
   return buffer.release();
 }
@@ -38,14 +45,22 @@ void PixelBufferPool::Preallocate(int64_t size, int32_t count, bool forRead) {
       count, [&] { return Acquire(size, usage, GL_PIXEL_PACK_BUFFER); }, [this](BO*& buffer) { Release(buffer); });
 }
 
+void PixelBufferPool::Lose() {
+  std::lock_guard lock(mutex_);
+  idle_.LeaveRoom();
+}
+
 bool PixelBufferPool::Clear() {
-  std::vector<BO*> buffers;
-  {
-    std::lock_guard lock(mutex_);
-    buffers = idle_.TakeAll();
+  while (true) {
+    BO* buffer = nullptr;
+    {
+      std::lock_guard lock(mutex_);
+      buffer = idle_.TakeLast();
+      if (buffer == nullptr) return true;
+      idle_.LeaveRoom();
+    }
+    delete buffer;
   }
-  for (const BO* buffer : buffers) delete buffer;
-  return true;
 }
 
 }  // namespace qvg

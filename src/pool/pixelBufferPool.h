@@ -26,6 +26,8 @@ class PixelBufferPool {
   BO* Acquire(int64_t size, GLenum usage, GLenum target);
   /// Takes back a buffer that is not mapped. Mapping has waited for the GPU, so no work of its is pending.
   void Release(BO*& buffer);
+  /// A buffer of the pool was destroyed while it was out.
+  void Lose();
   /// @param forRead for RGB read-backs; otherwise for those of YUV.
   void Preallocate(int64_t size, int32_t count, bool forRead);
   bool Clear();

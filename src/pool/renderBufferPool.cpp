@@ -26,7 +26,15 @@ RenderBuffer* RenderBufferPool::Acquire(int width, int height, GLenum internalFo
   }
   if (buffer == nullptr) {
     auto created = std::make_unique<PooledRenderBuffer>();
-    if (!created->Allocate({width, height, width, height, 0, internalFormat})) return nullptr;
+    {
+      std::lock_guard lock(mutex_);
+      idle_.MakeRoom();
+    }
+    if (!created->Allocate({width, height, width, height, 0, internalFormat})) {
+      std::lock_guard lock(mutex_);
+      idle_.LeaveRoom();
+      return nullptr;
+    }
     buffer = created.release();
   }
   buffer->handOver.Take();
@@ -50,13 +58,16 @@ void RenderBufferPool::Preallocate(int width, int height, int32_t count) {
 }
 
 bool RenderBufferPool::Clear() {
-  std::vector<PooledRenderBuffer*> buffers;
-  {
-    std::lock_guard lock(mutex_);
-    buffers = idle_.TakeAll();
+  while (true) {
+    PooledRenderBuffer* buffer = nullptr;
+    {
+      std::lock_guard lock(mutex_);
+      buffer = idle_.TakeLast();
+      if (buffer == nullptr) return true;
+      idle_.LeaveRoom();
+    }
+    delete buffer;
   }
-  for (const PooledRenderBuffer* buffer : buffers) delete buffer;
-  return true;
 }
 
 }  // namespace qvg

@@ -9,7 +9,8 @@
 namespace qvg {
 
 /// Recycles blocks of host memory. Any thread. A request takes the smallest idle block that holds it, unless it is more
-/// than twice as large, so that small requests don't occupy frames.
+/// than twice as large, so that small requests don't occupy frames. Idle blocks beyond the bound go, those first that
+/// came back longest ago; the last one that came back stays in any case.
 class ScratchBufferPool {
  public:
   /// One block, given back when it goes out of scope.
@@ -29,8 +30,13 @@ class ScratchBufferPool {
     uint8_t* data_;
   };
 
+  static constexpr size_t kMaxIdleBytes = size_t{64} << 20;
+  static constexpr size_t kMaxIdleBlocks = 16;
+
   uint8_t* Acquire(size_t size);
   void Release(uint8_t* data);
+  /// Frees every idle block.
+  void Clear();
   Lease Lend(size_t size) { return {*this, Acquire(size)}; }
 
  private:
@@ -40,7 +46,8 @@ class ScratchBufferPool {
   };
 
   std::mutex mutex_;
-  std::list<Block> idle_;
+  std::list<Block> idle_;  // in the order in which they came back
+  size_t idleBytes_ = 0;
   std::list<Block> lent_;
 };
 

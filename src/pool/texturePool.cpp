@@ -1,19 +1,14 @@
 #include "pool/texturePool.h"
 
 #include <algorithm>
-#include <chrono>
-#include <exception>
 #include <memory>
 #include <utility>
 
 #include "base/contextState.h"
-#include "base/glContext.h"
-#include "base/glError.h"
 #include "base/handOver.h"
 #include "base/limits.h"
 #include "base/texelFormat.h"
 #include "base/texture.h"
-#include "utils/log.h"
 
 namespace qvg {
 
@@ -27,40 +22,12 @@ struct PooledTexture : Texture {
 namespace {
 
 constexpr double kBytesPerMiB = 1048576.0;
-constexpr std::chrono::milliseconds kTrimInterval(10);
-
-// No GL call may run while the process exits: the driver may be gone already.
-class ExitGuard {
- public:
-  /// Made after the driver was loaded, so that its destructor runs before the driver's exit handlers.
-  static ExitGuard& Instance() {
-    static ExitGuard guard;
-    return guard;
-  }
-
-  ~ExitGuard() {
-    std::lock_guard lock(mutex);
-    exits = true;
-  }
-
-  std::mutex mutex;  // Held while GL is at work in the background.
-  bool exits = false;
-};
-
 }  // namespace
 
-TexturePool::TexturePool(QVGLContextManager& contexts, int32_t capacity) : contexts_(contexts), capacity_(capacity) {}
+TexturePool::TexturePool(int32_t capacity, std::function<void()> overBudget)
+    : overBudget_(std::move(overBudget)), capacity_(capacity) {}
 
-TexturePool::~TexturePool() {
-  {
-    std::lock_guard lock(threadMutex_);
-    stop_ = true;
-  }
-  wakeUp_.notify_all();
-  if (trimmer_.joinable()) trimmer_.join();
-  UnpinLibrary(pinned_);
-  Clear();
-}
+TexturePool::~TexturePool() { Clear(); }
 
 PooledTexture* TexturePool::_TakeIdle(int width, int height, GLenum internalFormat) {
   return idle_.TakeFirst([&](const PooledTexture& candidate) {
@@ -78,7 +45,19 @@ PooledTexture* TexturePool::_Create(int width, int height, GLenum internalFormat
   // Integer textures with linear filters count as incomplete and sample zero.
   if (TexelFormatOf(internalFormat).integer) setting.minFilter = setting.magFilter = GL_NEAREST;
   auto texture = std::make_unique<PooledTexture>();
-  if (!texture->Allocate(setting)) return nullptr;
+  {
+    std::lock_guard lock(mutex_);
+    idle_.MakeRoom();
+  }
+  const bool made = texture->Allocate(setting);
+  std::lock_guard lock(mutex_);
+  if (!made) {
+    idle_.LeaveRoom();
+    return nullptr;
+  }
+  texture->generation = generation_;
+  texture->countedMiB = static_cast<double>(texture->ByteSize()) / kBytesPerMiB;
+  totalMiB_ += texture->countedMiB;
   return texture.release();
 }
 
@@ -90,29 +69,29 @@ Texture* TexturePool::Acquire(uint32_t width, uint32_t height, GLenum internalFo
   const int evenHeight = static_cast<int>(height + height % 2);
   PooledTexture* texture = nullptr;
   {
-    std::lock_guard lock(listMutex_);
+    std::lock_guard lock(mutex_);
     texture = _TakeIdle(evenWidth, evenHeight, internalFormat);
   }
   if (texture == nullptr) {
     texture = _Create(evenWidth, evenHeight, internalFormat);
     if (texture == nullptr) return nullptr;
-    std::lock_guard lock(listMutex_);
-    texture->generation = generation_;
-    texture->countedMiB = static_cast<double>(texture->ByteSize()) / kBytesPerMiB;
-    totalMiB_ += texture->countedMiB;
   }
   texture->handOver.Take();
   texture->CentreContent(static_cast<int>(width), static_cast<int>(height));
   texture->presentation = {};
-  texture->RemapRGBA(kSwizzleRGBA);
-  Texture* result = texture;
-  try {
-    if (!trimmerStarted_) _StartTrimmer();
-  } catch (...) {
-    Release(result);
-    throw;
+  if (texture->RemapRGBA(kSwizzleRGBA)) return texture;
+  // What can't be brought into its first form is good for nothing.
+  _Destroy(texture);
+  return nullptr;
+}
+
+void TexturePool::_Destroy(const PooledTexture* texture) {
+  {
+    std::lock_guard lock(mutex_);
+    idle_.LeaveRoom();
+    if (texture->generation == generation_) totalMiB_ -= texture->countedMiB;
   }
-  return result;
+  delete texture;
 }
 
 void TexturePool::Release(Texture*& texture) {
@@ -120,84 +99,63 @@ void TexturePool::Release(Texture*& texture) {
   texture = nullptr;
   if (pooled == nullptr) return;
   pooled->handOver.Give();
-  std::lock_guard lock(listMutex_);
+  std::lock_guard lock(mutex_);
   pooled->released = ++releases_;
   idle_.Insert(pooled, int64_t{pooled->Setting().width} * pooled->Setting().height);
+  if (_IsOverBudget()) overBudget_();
+}
+
+bool TexturePool::Trim() {
+  PooledTexture* oldest = nullptr;
+  {
+    std::lock_guard lock(mutex_);
+    if (_IsOverBudget()) oldest = idle_.TakeLeast([](const PooledTexture& texture) { return texture.released; });
+  }
+  if (oldest == nullptr) return false;
+  _Destroy(oldest);
+  std::lock_guard lock(mutex_);
+  return _IsOverBudget() && !idle_.Empty();
 }
 
 bool TexturePool::Clear() {
-  std::vector<PooledTexture*> textures;
   {
-    std::lock_guard lock(listMutex_);
-    textures = idle_.TakeAll();
+    std::lock_guard lock(mutex_);
     totalMiB_ = 0;
     ++generation_;
   }
-  for (const PooledTexture* texture : textures) delete texture;
-  return true;
+  while (true) {
+    PooledTexture* texture = nullptr;
+    {
+      std::lock_guard lock(mutex_);
+      texture = idle_.TakeLast();
+    }
+    if (texture == nullptr) return true;
+    _Destroy(texture);
+  }
 }
 
 void TexturePool::Preallocate(uint32_t width, uint32_t height, int32_t count) {
-  MakeIdle(
-      count, [&] { return Acquire(width, height, GL_RGBA8); }, [this](Texture*& texture) { Release(texture); });
+  const auto acquire = [&]() -> Texture* {
+    {
+      // More would only be made to be destroyed.
+      std::lock_guard lock(mutex_);
+      if (_IsOverBudget()) return nullptr;
+    }
+    return Acquire(width, height, GL_RGBA8);
+  };
+  MakeIdle(count, acquire, [this](Texture*& texture) { Release(texture); });
 }
 
 void TexturePool::SetCapacity(int32_t capacity) {
-  std::lock_guard lock(listMutex_);
+  std::lock_guard lock(mutex_);
   capacity_ = capacity;
+  if (_IsOverBudget()) overBudget_();
 }
 
 void TexturePool::SetHostBudget(int32_t mebibytes) {
   constexpr int32_t kReserve = 60;
   constexpr int32_t kLeast = 100;
   if (mebibytes >= 1) SetCapacity(std::max(mebibytes - kReserve, kLeast));
-}
-
-void TexturePool::_StartTrimmer() {
-  std::lock_guard lock(threadMutex_);
-  if (trimmer_.joinable() || stop_) return;
-  ExitGuard::Instance();
-  // A host may unload the library without releasing it: the code of a running thread has to stay.
-  pinned_ = PinLibrary();
-  try {
-    trimmer_ = std::thread([this] {
-      try {
-        _Trim();
-      } catch (const std::exception& error) {
-        LogLocated(kLogError, error.what());
-      }
-    });
-  } catch (...) {
-    UnpinLibrary(std::exchange(pinned_, nullptr));
-    throw;
-  }
-  trimmerStarted_ = true;
-}
-
-void TexturePool::_Trim() {
-  void* context = contexts_.CreateSharedContext(nullptr, nullptr, true);
-  const bool current = context != nullptr && contexts_.MakeCurrentContext(context, nullptr);
-  std::unique_lock lock(threadMutex_);
-  while (!stop_) {
-    lock.unlock();
-    {
-      std::lock_guard exitLock(ExitGuard::Instance().mutex);
-      if (ExitGuard::Instance().exits) return;
-      if (current) _EvictOldest();
-    }
-    lock.lock();
-    wakeUp_.wait_for(lock, kTrimInterval, [this] { return stop_; });
-  }
-  lock.unlock();
-  if (context != nullptr) contexts_.ReleaseSharedContext(context);
-}
-
-void TexturePool::_EvictOldest() {
-  std::unique_ptr<PooledTexture> oldest;
-  std::lock_guard lock(listMutex_);
-  if (capacity_ < 1 || totalMiB_ <= capacity_) return;
-  oldest.reset(idle_.TakeLeast([](const PooledTexture& texture) { return texture.released; }));
-  if (oldest != nullptr && oldest->generation == generation_) totalMiB_ -= oldest->countedMiB;
 }
 
 }  // namespace qvg

@@ -1,27 +1,25 @@
 #pragma once
 
-#include <atomic>
-#include <condition_variable>
 #include <cstdint>
+#include <functional>
 #include <mutex>
-#include <thread>
 
 #include "base/gl.h"
 #include "pool/idleList.h"
 
 namespace qvg {
 
-class QVGLContextManager;
 class Texture;
 struct PooledTexture;
 
 /// Recycles textures. A texture that is handed out may have larger storage than asked for; its content is centred in
-/// it. Above the budget a thread of the pool's own destroys idle textures, the one released first, every 10 ms. Any
-/// thread, with a context of the share group current; destroyed with one current, after all textures came back.
+/// it. Above the budget idle textures go, the one released first, one at each Trim. Any thread, with a context of the
+/// share group current; destroyed with one current, after all textures came back.
 class TexturePool {
  public:
   /// @param capacity budget in MiB of all textures, idle and handed out.
-  TexturePool(QVGLContextManager& contexts, int32_t capacity);
+  /// @param overBudget called, on any thread and under a lock, when there may be something for Trim; must not throw.
+  TexturePool(int32_t capacity, std::function<void()> overBudget);
   ~TexturePool();
   TexturePool(const TexturePool&) = delete;
   TexturePool& operator=(const TexturePool&) = delete;
@@ -30,6 +28,9 @@ class TexturePool {
   Texture* Acquire(uint32_t width, uint32_t height, GLenum internalFormat);
   /// Takes a texture of this pool back and nulls the pointer.
   void Release(Texture*& texture);
+  /// Destroys the idle texture that was released first, if the budget is exceeded. Whether it still is and there is
+  /// another one.
+  bool Trim();
   /// Destroys every idle texture. Textures that are out are not counted from then on.
   bool Clear();
   void Preallocate(uint32_t width, uint32_t height, int32_t count);
@@ -41,25 +42,16 @@ class TexturePool {
  private:
   PooledTexture* _TakeIdle(int width, int height, GLenum internalFormat);
   PooledTexture* _Create(int width, int height, GLenum internalFormat);
-  /// Starts the trimmer with the first texture.
-  void _StartTrimmer();
-  void _Trim();
-  void _EvictOldest();
+  void _Destroy(const PooledTexture* texture);
+  bool _IsOverBudget() const { return capacity_ >= 1 && totalMiB_ > capacity_; }
 
-  QVGLContextManager& contexts_;
-  std::mutex listMutex_;
+  const std::function<void()> overBudget_;
+  std::mutex mutex_;
   IdleList<PooledTexture> idle_;
   uint64_t releases_ = 0;
   int32_t capacity_;
   double totalMiB_ = 0;      // Of all counted textures, idle and handed out.
   uint64_t generation_ = 0;  // Textures of an earlier one are not counted.
-
-  std::mutex threadMutex_;
-  std::condition_variable wakeUp_;
-  std::atomic<bool> trimmerStarted_ = false;
-  std::thread trimmer_;
-  void* pinned_ = nullptr;  // Keeps the library loaded while the thread runs.
-  bool stop_ = false;
 };
 
 }  // namespace qvg

@@ -71,18 +71,6 @@ void ClearWindow(float red, float green, float blue) {
   glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
 }
 
-/// Makes what was current on the thread current again at the end of a scope, also when it is the host's own.
-class BindingRestorer {
- public:
-  BindingRestorer() : binding_(CurrentBinding()) {}
-  ~BindingRestorer() { RestoreBinding(binding_); }
-  BindingRestorer(const BindingRestorer&) = delete;
-  BindingRestorer& operator=(const BindingRestorer&) = delete;
-
- private:
-  ContextBinding binding_;
-};
-
 }  // namespace
 
 WndDrawer::~WndDrawer() { Uninit(); }
@@ -94,54 +82,43 @@ bool WndDrawer::Init(void* window) {
     LogShort(kLogError, "WndDrawer: there is no window.");
     return false;
   }
-  const BindingRestorer previous;
   context_ = contexts_.CreateSharedContext(nullptr, window, false);
   if (context_ == nullptr) return false;
-  if (!contexts_.MakeCurrentContext(context_, nullptr)) {
-    contexts_.DestroySharedContext(context_);
-    context_ = nullptr;
-    return false;
-  }
-  contextId_ = CurrentContextId();
+  contextId_ = contexts_.IdOf(context_);
+  // Programs are shared by all contexts, so that this one need not be made current here, where it may not be possible.
   auto tools = std::make_unique<Tools>();
-  const std::string vertex = std::string(kVersion) + shaders::wnd_vert;
-  const struct {
-    Program& program;
-    const char* fragment;
-  } programs[] = {{tools->straight, shaders::wnd_frag}, {tools->premultiplied, shaders::wndPremultiplied_frag}};
-  for (const auto& [program, fragment] : programs) {
-    const GLuint name = _CreateProgram(vertex, std::string(kVersion) + fragment);
-    if (name == 0) {
-      LogShort(kLogError, "WndDrawer: create shader program failed.");
-      return false;
-    }
-    program.Adopt(name);
-    program.SetKind(kKind);
+  bool made = false;
+  contexts_.WithContext([&] {
+    made = _MakeProgram(tools->straight, shaders::wnd_frag) &&
+           _MakeProgram(tools->premultiplied, shaders::wndPremultiplied_frag);
+    // Other contexts take over only what is done.
+    glFinish();
+  });
+  if (!made) {
+    LogShort(kLogError, "WndDrawer: create shader program failed.");
+    return false;
   }
   tools_ = std::move(tools);
   initialized_ = true;
   return true;
 }
 
+bool WndDrawer::_MakeProgram(Program& program, const char* fragment) {
+  const GLuint name = _CreateProgram(std::string(kVersion) + shaders::wnd_vert, std::string(kVersion) + fragment);
+  if (name == 0) return false;
+  program.Adopt(name);
+  program.SetKind(kKind);
+  return true;
+}
+
 bool WndDrawer::Uninit() {
   std::lock_guard lock(mutex_);
   if (context_ == nullptr) return true;
-  // The host may have given it back, which destroys the context of a window that is gone.
-  const bool live = contexts_.IsLive(context_);
-  {
-    const BindingRestorer previous;
-    if (initialized_) {
-      // The window may be gone, and its context with it for making current. Its vertex array goes with it then; the
-      // rest is shared, and any context will do.
-      const bool own = live && contexts_.MakeCurrentContext(context_, nullptr);
-      std::unique_ptr<TemporaryContext> substitute;
-      if (!own) substitute = std::make_unique<TemporaryContext>(contexts_);
-      content_.reset();
-      tools_.reset();
-      if (own) DropContextObjects();
-    }
-  }
-  if (live) contexts_.DestroySharedContext(context_);
+  // What is deleted where no context is current waits for one. Frame buffers and vertex arrays go with the context.
+  content_.reset();
+  tools_.reset();
+  // The host may have given it back, which destroys it.
+  if (contexts_.IsLive(context_)) contexts_.DestroySharedContext(context_);
   context_ = nullptr;
   contextId_ = 0;
   initialized_ = false;
@@ -222,9 +199,10 @@ const Texture* WndDrawer::_WholeStorage(const Texture& texture) {
 }
 
 void WndDrawer::_DrawPicture(const Texture& texture, const Size& window) {
-  tools_->quad.SetTexCoords(TexCoordsOf(texture));
+  if (tools_->quad == nullptr) tools_->quad = std::make_unique<Quad>();
+  tools_->quad->SetTexCoords(TexCoordsOf(texture));
   const bool premultiplied = texture.presentation.alpha == AlphaForm::kPremultiplied;
-  Pass pass(premultiplied ? tools_->premultiplied : tools_->straight, tools_->quad,
+  Pass pass(premultiplied ? tools_->premultiplied : tools_->straight, *tools_->quad,
             {0, FitIntoWindow(texture, window.width, window.height), nullptr});
   if (!pass.Ready()) return;
   pass.SetTexture(kMainTexture, texture);

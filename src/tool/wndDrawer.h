@@ -24,7 +24,7 @@ class WndDrawer {
   WndDrawer(const WndDrawer&) = delete;
   WndDrawer& operator=(const WndDrawer&) = delete;
 
-  /// Leaves current what was current before. False, with a line in the log, for a null window, or when no context can
+  /// On any thread, whatever is current there. False, with a line in the log, for a null window, or when no context can
   /// be made on it.
   bool Init(void* window);
   bool Uninit();
@@ -44,15 +44,16 @@ class WndDrawer {
     int height;
   };
 
-  /// What it draws with: its program for straight and for premultiplied colours, and its quad.
+  /// What it draws with: its program for straight and for premultiplied colours, and its quad, made by the first draw.
   struct Tools {
     Program straight;
     Program premultiplied;
-    Quad quad;
+    std::unique_ptr<Quad> quad;
   };
 
   GLuint _LoadShader(GLenum type, const std::string& source);
   GLuint _CreateProgram(const std::string& vertexSource, const std::string& fragmentSource);
+  bool _MakeProgram(Program& program, const char* fragment);
   bool _Ready() const;
   const Texture* _WholeStorage(const Texture& texture);
   void _DrawPicture(const Texture& texture, const Size& window);

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <ctime>
 #include <iostream>
 #include <string_view>
@@ -24,6 +25,12 @@ struct LevelPrefix {
 
 constexpr LevelPrefix kPrefixes[] = {
     {kLogError, "[ERROR] "}, {kLogWarning, "[WARNING] "}, {kLogInfo, "[INFO] "}, {kLogDebug, "[DEBUG] "}};
+
+constexpr struct {
+  const char* name;
+  int32_t threshold;
+} kThresholds[] = {
+    {"off", -1}, {"error", kLogError}, {"warning", kLogWarning}, {"info", kLogInfo}, {"debug", kLogDebug}};
 
 const char* Prefix(int32_t level) {
   for (const LevelPrefix& prefix : kPrefixes) {
@@ -52,7 +59,7 @@ Logger& Logger::Instance() {
   return instance.Get();
 }
 
-Logger::Logger() : sink_(&DefaultLogSink) {}
+Logger::Logger() : sink_(&DefaultLogSink), threshold_(ThresholdNamed(std::getenv("QVG_LOG_LEVEL"))) {}
 
 void Logger::Log(const std::string& message, int32_t level) {
   LogSink sink = nullptr;
@@ -88,6 +95,13 @@ void DefaultLogSink(const std::string& message, int32_t level, intptr_t /*userCo
 #endif
 }
 
+int32_t ThresholdNamed(const char* name) {
+  for (const auto& [known, threshold] : kThresholds) {
+    if (name != nullptr && std::string_view(name) == known) return threshold;
+  }
+  return kLogDebug;
+}
+
 std::string LogTimestamp(std::chrono::system_clock::time_point time) {
   using Ticks = std::chrono::duration<int64_t, std::ratio<1, 10'000'000>>;
   const int64_t milliseconds = std::chrono::floor<Ticks>(time.time_since_epoch()).count() / 10'000;
@@ -98,14 +112,20 @@ std::string LogTimestamp(std::chrono::system_clock::time_point time) {
   return text;
 }
 
-void LogLocated(int32_t level, const std::string& message, std::source_location where) {
-  Logger::Instance().Log(fmt::format("[{}]{},line={},func={},file={}", LogTimestamp(std::chrono::system_clock::now()),
-                                     message, where.line(), where.function_name(), WithoutEnding(where.file_name())),
-                         level);
+void LogLocated(int32_t level, std::string_view message, std::source_location where) noexcept {
+  try {
+    Logger::Instance().Log(fmt::format("[{}]{},line={},func={},file={}", LogTimestamp(std::chrono::system_clock::now()),
+                                       message, where.line(), where.function_name(), WithoutEnding(where.file_name())),
+                           level);
+  } catch (...) {  // Without memory for a line there is nothing left to say.
+  }
 }
 
-void LogShort(int32_t level, const std::string& message) {
-  Logger::Instance().Log(fmt::format("[{}]{}", LogTimestamp(std::chrono::system_clock::now()), message), level);
+void LogShort(int32_t level, std::string_view message) noexcept {
+  try {
+    Logger::Instance().Log(fmt::format("[{}]{}", LogTimestamp(std::chrono::system_clock::now()), message), level);
+  } catch (...) {  // As above.
+  }
 }
 
 }  // namespace qvg

@@ -192,6 +192,8 @@ void TableTest::TearDown() {
   std::istringstream lines(output_);
   std::string errors;
   for (std::string line; std::getline(lines, line);) {
+    // What is refused answers its failure value, which the tests look at.
+    if (line.starts_with("[WARNING] ") && line.find(": expected ") != line.npos) continue;
     if (line.starts_with("[ERROR] ") || line.starts_with("[WARNING] ")) errors += line + '\n';
     if (!line.starts_with("[INFO] ") && (!errorsExpected_ || !line.starts_with("[ERROR] "))) std::puts(line.c_str());
   }

@@ -1,7 +1,9 @@
 // What the table doesn't show of contexts: the host's own ones, and the names that belong to one context.
 #include <algorithm>
+#include <atomic>
 
 #include "base/contextState.h"
+#include "base/swapPacer.h"
 #include "unit_support.h"
 
 namespace qvg {
@@ -20,26 +22,65 @@ TEST_F(ContextTest, TheCallersOwnContextStays) {
   ASSERT_NE(own, nullptr);
   ASSERT_TRUE(MakeContextCurrent(*own));
   EXPECT_EQ(manager_->GetCurrentContext(), nullptr);
-  {
-    TemporaryContext temporary(*manager_);
-    ASSERT_TRUE(temporary.Valid());
-    EXPECT_NE(manager_->GetCurrentContext(), nullptr);
-    EXPECT_FALSE(IsContextCurrent(*own));
-  }
-  EXPECT_TRUE(IsContextCurrent(*own));
   EXPECT_TRUE(manager_->Init());  // loads the entry points anew
   EXPECT_TRUE(IsContextCurrent(*own));
   manager_->Uninit();
   EXPECT_TRUE(IsContextCurrent(*own));
-  EXPECT_FALSE(TemporaryContext(*manager_).Valid());
-  EXPECT_TRUE(IsContextCurrent(*own));
   DestroyContextData(own);
+}
 
-  ASSERT_TRUE(manager_->Init());
-  for (void* const context : {manager_->GetSharedContext(), static_cast<void*>(nullptr)}) {
-    ASSERT_TRUE(MakeCurrent(context));
-    { TemporaryContext temporary(*manager_); }
-    EXPECT_EQ(manager_->GetCurrentContext(), context);
+TEST_F(ContextTest, WorkRunsWithAContextWhateverIsCurrent) {
+  void* const context = manager_->GetSharedContext();
+  std::thread::id where[2];
+  const auto work = [&](std::thread::id& id) {
+    return [&] {
+      id = std::this_thread::get_id();
+      EXPECT_NE(CurrentContext(), nullptr);
+    };
+  };
+  EXPECT_TRUE(manager_->WithContext(work(where[0])));
+  EXPECT_EQ(CurrentNativeContext(), nullptr);
+  ASSERT_TRUE(MakeCurrent(context));
+  EXPECT_TRUE(manager_->WithContext(work(where[1])));
+  EXPECT_EQ(manager_->GetCurrentContext(), context);
+  EXPECT_NE(where[0], std::this_thread::get_id());
+  EXPECT_EQ(where[1], std::this_thread::get_id());
+  MakeCurrent(nullptr);
+  manager_->Uninit();
+  EXPECT_FALSE(manager_->WithContext([] { ADD_FAILURE(); }));
+}
+
+TEST(ServiceThreadTest, RunsThrowsAndDoesItsChoreUntilThereIsNoMore) {
+  ServiceThread service;
+  EXPECT_THROW(service.Run([] { throw std::bad_alloc(); }), std::bad_alloc);
+  bool there = false;
+  service.Run([&] { service.Run([&] { there = service.IsCurrent(); }); });
+  EXPECT_TRUE(there && !service.IsCurrent());
+  std::atomic<int> left = 3;
+  service.SetChore([&] { return --left > 0; }, std::chrono::milliseconds(1));
+  service.WakeUp();
+  while (left > 0) std::this_thread::yield();
+  service.SetChore({}, {});
+  service.WakeUp();
+  service.Stop();
+  service.Run([&] { EXPECT_EQ(left, 0); });  // starts again
+}
+
+TEST(SwapPacerTest, OneWindowOfARoundWaits) {
+  struct Case {
+    const char* shown;
+    const char* waits;
+  };
+  // 'A' alone, in turns with others, after the one that others followed is gone, and newcomers.
+  for (const auto& [shown, waits] :
+       {Case{"AAAA", "1111"}, Case{"ABABAB", "101010"}, Case{"ABCABC", "100100"}, Case{"ABABBBB", "1010111"},
+        Case{"ABBABB", "101011"}, Case{"ABABBCBC", "10101010"}}) {
+    SwapPacer pacer;
+    std::string answers;
+    for (const char* window = shown; *window != '\0'; ++window) {
+      answers += static_cast<char>('0' + pacer.IntervalFor(reinterpret_cast<const void*>(intptr_t{*window})));
+    }
+    EXPECT_EQ(answers, waits) << shown;
   }
 }
 
@@ -73,10 +114,9 @@ TEST_F(ContextTest, NamesOfOneContextWaitForIt) {
   // A name that is deleted while another thread has its context, or none, goes as soon as that is made current again.
   std::thread([&] { DeleteContextObject(ContextObject::kFrameBuffer, frameBuffers[1], ids[1]); }).join();
   EXPECT_EQ(alive(1), std::pair(true, true));
-  {
-    TemporaryContext temporary(*manager_);
-    DeleteContextObject(ContextObject::kVertexArray, arrays[1], ids[1]);
-  }
+  MakeCurrent(nullptr);
+  DeleteContextObject(ContextObject::kVertexArray, arrays[1], ids[1]);
+  ASSERT_TRUE(MakeCurrent(contexts[1]));
   EXPECT_EQ(alive(1), std::pair(false, false));
 
   // On its own context it goes at once.

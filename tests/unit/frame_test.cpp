@@ -23,8 +23,8 @@ class FrameTest : public testing::Test {
   }
   void TearDown() override {
     EXPECT_EQ(log_.Take(), "");
-    runtime_->BeginEnd();
-    runtime_.reset();
+    runtime_->contexts.LeaveCurrent();
+    service_.Run([this] { runtime_.reset(); });
   }
 
   Texture* Upload(const QVGPixelBuffer& frame) {
@@ -33,7 +33,8 @@ class FrameTest : public testing::Test {
   void Release(Texture*& texture) { runtime_->textures.Release(texture); }
 
   ResourceCache::Callbacks callbacks_;
-  std::optional<Runtime> runtime_{std::in_place, callbacks_};
+  ServiceThread service_;
+  std::optional<Runtime> runtime_{std::in_place, service_, callbacks_, [] {}};
   LogCapture log_;
 };
 
@@ -54,8 +55,7 @@ TEST_F(FrameTest, SteadyFramesMakeFewCallsAndNothingAnew) {
   ASSERT_TRUE(runtime_->effects.SetEffectParameter(effect, "enable_key", &on));
   QVGPixelBuffer out = {};
   const auto release = [&](bool read) {
-    QVGPixelBuffer* handle = &out;
-    ReleasePixelBuffer(frames, &handle);
+    ReleasePixelBuffer(frames, out);
     return read;
   };
   const struct {
@@ -132,10 +132,10 @@ TEST_F(FrameTest, FormatsThatCannotBeRenderedToAreDrawnInAnother) {
   const Frame frame = MakeFrame(QVG_FORMAT_BGR, 21, 13, 1);
   const Frame other = MakeFrame(QVG_FORMAT_BGR, 21, 13, 2);
   const auto read = [&](Texture* texture, bool flip) {
-    QVGPixelBuffer out = {}, *handle = &out;
+    QVGPixelBuffer out = {};
     EXPECT_TRUE(TextureToRGBAPixelBuffer(frames, texture, &out, flip));
     Image image = out.plane[0] != nullptr ? FromBytes(out.plane[0], 21, 13) : Image();
-    ReleasePixelBuffer(frames, &handle);
+    ReleasePixelBuffer(frames, out);
     return image;
   };
   Texture* texture = Upload(frame.buffer);

@@ -44,9 +44,22 @@ class Alive {
   std::vector<GLuint> names_;
 };
 
+/// Trims a pool in the background, as a running library does.
+class Trimmer {
+ public:
+  Trimmer(QVGLContextManager& contexts, ServiceThread& service, TexturePool& pool) : service_(service) {
+    service_.SetChore([&] { return contexts.EnterService() && pool.Trim(); }, 10ms);
+  }
+  ~Trimmer() { service_.SetChore({}, {}); }
+
+ private:
+  ServiceThread& service_;
+};
+
 TEST_F(PoolTest, TexturesThatWereOutAtAClearStayUncounted) {
   {
-    TexturePool pool(*manager_, 4);
+    TexturePool pool(4, [this] { service_.WakeUp(); });
+    const Trimmer trimmer(*manager_, service_, pool);
     Texture* out[] = {pool.Acquire(1024, 1024, GL_RGBA8), pool.Acquire(1024, 1024, GL_RGBA8)};  // 4 MiB each
     const Alive alive({out[0]->Id(), out[1]->Id()});
     EXPECT_TRUE(pool.Clear());
@@ -73,7 +86,7 @@ TEST_F(PoolTest, TexturesThatWereOutAtAClearStayUncounted) {
 }
 
 TEST_F(PoolTest, FailedTexturesLeaveNothing) {
-  TexturePool pool(*manager_, 1);
+  TexturePool pool(1, [] {});
   EXPECT_EQ(pool.Acquire(64, 64, GL_RGBA), nullptr);  // no sized format
   EXPECT_TRUE(TakeLog().starts_with("0 OpenGL Error: Invalid "));
   EXPECT_EQ(Live(glIsTexture), 0);
@@ -102,7 +115,7 @@ class Noted {
 // Not every driver shows pictures that are drawn or read too early: what counts is that the order is asked for, and
 // that it costs nothing while an object stays with its context.
 TEST_F(PoolTest, PendingWorkIsWaitedForOnAnotherContextAlone) {
-  TexturePool textures(*manager_, 1000);
+  TexturePool textures(1000, [] {});
   RenderBufferPool buffers;
   Texture* texture = nullptr;
   RenderBuffer* buffer = nullptr;
@@ -269,8 +282,8 @@ TEST_F(PoolTest, MapperWorksOnAnyThreadAndLeavesItsContextAlone) {
   auto mapper = std::make_unique<PixelBufferMapper>(*manager_);
   uint32_t size = 77;
   EXPECT_EQ(mapper->Map(nullptr, &size), nullptr);
-  EXPECT_EQ(mapper->UnMap(nullptr), nullptr);
-  EXPECT_EQ(mapper->UnMap(&size), nullptr);
+  EXPECT_EQ(mapper->UnMap(nullptr).buffer, nullptr);
+  EXPECT_EQ(mapper->UnMap(&size).buffer, nullptr);
   auto* kept = new BO;  // goes with the mapper
   ASSERT_TRUE(kept->Allocate(4, GL_STREAM_READ, "keep"));
   EXPECT_NE(mapper->Map(kept, &size), nullptr);
@@ -283,9 +296,10 @@ TEST_F(PoolTest, MapperWorksOnAnyThreadAndLeavesItsContextAlone) {
       ASSERT_NE(address, nullptr);
       EXPECT_EQ(std::string(static_cast<char*>(address), size), "0123456789");
       EXPECT_EQ(CurrentNativeContext() != nullptr, withContext);
-      EXPECT_EQ(mapper->UnMap(static_cast<char*>(address) + 1), nullptr);
-      EXPECT_EQ(mapper->UnMap(address), &buffer);
-      EXPECT_EQ(mapper->UnMap(address), nullptr);
+      EXPECT_EQ(mapper->UnMap(static_cast<char*>(address) + 1).buffer, nullptr);
+      const auto [unmapped, intact] = mapper->UnMap(address);
+      EXPECT_TRUE(unmapped == &buffer && intact);
+      EXPECT_EQ(mapper->UnMap(address).buffer, nullptr);
       EXPECT_EQ(TakeLog(), "");
       EXPECT_EQ(mapper->Map(&empty, &size), nullptr);
       EXPECT_NE(TakeLog(), "");
@@ -318,6 +332,21 @@ TEST(ScratchBufferPoolTest, SmallestBlockThatFitsUnlessFarTooLarge) {
     EXPECT_NE(pool.Lend(1000).Data(), large);
   }
   EXPECT_EQ(pool.Acquire(600), medium);
+}
+
+TEST(ScratchBufferPoolTest, IdleBlocksAreBounded) {
+  ScratchBufferPool pool;
+  constexpr size_t kQuarter = ScratchBufferPool::kMaxIdleBytes / 4;
+  // Rows of a window that is dragged larger: none of the older blocks fits any more.
+  uint8_t* last = nullptr;
+  for (size_t i = 0; i < 300; ++i) pool.Release(last = pool.Acquire(kQuarter + i * 4096));
+  EXPECT_EQ(pool.Acquire(kQuarter + 299 * 4096), last);
+  pool.Release(last);
+  uint8_t* const huge = pool.Acquire(2 * ScratchBufferPool::kMaxIdleBytes);
+  pool.Release(huge);
+  EXPECT_EQ(pool.Acquire(2 * ScratchBufferPool::kMaxIdleBytes), huge) << "the one in use is made anew for each frame";
+  pool.Release(huge);
+  pool.Clear();
 }
 
 }  // namespace

@@ -45,7 +45,7 @@ class ResourceCacheTest : public GLTest {
     decoded = freed = 0;
     callbacks_.decodeImage = Decode;
     callbacks_.freeImage = Free;
-    textures_.emplace(*manager_, 1000);
+    textures_.emplace(1000, [] {});
     cache_.emplace(callbacks_, *textures_, scratch_);
   }
 

@@ -81,7 +81,8 @@ class GLTest : public testing::Test {
     }).join();
   }
 
-  std::optional<QVGLContextManager> manager_{std::in_place};
+  ServiceThread service_;
+  std::optional<QVGLContextManager> manager_{std::in_place, service_};
 
  private:
   LogCapture log_;

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <atomic>
+#include <chrono>
+
+namespace qvg {
+
+/// Counts the calls that are at work, so that a release can wait for those of other threads, and the end of the process
+/// can let them leave the driver. Never destroyed.
+class CallGate {
+ public:
+  /// False, and not counted, when the gate is closed.
+  bool Enter();
+  void Leave();
+
+  /// Whether the calling thread is inside.
+  static bool IsInside();
+  /// Waits until nobody is inside. Not from inside.
+  void WaitUntilEmpty() const;
+  /// Lets nobody in any more. Waits for those inside other than the calling thread, but no longer than that.
+  void Close(std::chrono::milliseconds patience);
+
+ private:
+  std::atomic<int> inside_ = 0;
+  std::atomic<bool> closed_ = false;
+};
+
+/// One call's stay inside.
+class GatePass {
+ public:
+  explicit GatePass(CallGate& gate) : gate_(gate), inside_(gate.Enter()) {}
+  ~GatePass() { Leave(); }
+  GatePass(const GatePass&) = delete;
+  GatePass& operator=(const GatePass&) = delete;
+
+  bool Inside() const { return inside_; }
+  void Leave() {
+    if (inside_) gate_.Leave();
+    inside_ = false;
+  }
+
+ private:
+  CallGate& gate_;
+  bool inside_;
+};
+
+}  // namespace qvg

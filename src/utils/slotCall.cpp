@@ -1,0 +1,68 @@
+#include "utils/slotCall.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <mutex>
+
+#include "utils/log.h"
+#include "utils/neverDestroyed.h"
+
+namespace qvg {
+
+namespace {
+
+constinit thread_local const char* innermost = "";
+
+struct Refusal {
+  const char* slot;
+  const char* argument;
+  const char* expected;
+  uint64_t times;
+};
+
+/// The refusals that were seen last; a line can't be told from a new one when too many others came in between.
+class Refusals {
+ public:
+  /// How often it was seen by now.
+  uint64_t Count(const char* slot, const char* argument, const char* expected) {
+    std::lock_guard lock(mutex_);
+    auto* const found = std::find_if(std::begin(seen_), std::end(seen_), [&](const Refusal& known) {
+      return known.slot == slot && known.argument == argument && known.expected == expected;
+    });
+    if (found != std::end(seen_)) return ++found->times;
+    seen_[next_++ % std::size(seen_)] = {slot, argument, expected, 1};
+    return 1;
+  }
+
+ private:
+  std::mutex mutex_;
+  Refusal seen_[64] = {};
+  size_t next_ = 0;
+};
+
+bool IsPowerOfTen(uint64_t number) {
+  while (number % 10 == 0) number /= 10;
+  return number == 1;
+}
+
+}  // namespace
+
+SlotCall::SlotCall(const char* name) noexcept : outer_(innermost) { innermost = name; }
+
+SlotCall::~SlotCall() { innermost = outer_; }
+
+const char* SlotCall::Name() noexcept { return innermost; }
+
+void Refuse(const char* argument, const char* expected) noexcept {
+  static NeverDestroyed<Refusals> refusals;
+  try {
+    const uint64_t times = refusals.Get().Count(innermost, argument, expected);
+    if (!IsPowerOfTen(times)) return;
+    const std::string often = times > 1 ? fmt::format(" ({} times)", times) : "";
+    LogShort(kLogWarning, fmt::format("{}: {}: expected {}{}", innermost, argument, expected, often));
+  } catch (...) {  // Without memory for a line there is nothing left to say.
+  }
+}
+
+}  // namespace qvg

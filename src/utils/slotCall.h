@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstdint>
+
+namespace qvg {
+
+/// Marks, for its life, which slot of the table the calling thread is in, so that lines about the call can name it.
+class SlotCall {
+ public:
+  /// @param name of static lifetime.
+  explicit SlotCall(const char* name) noexcept;
+  ~SlotCall();
+  SlotCall(const SlotCall&) = delete;
+  SlotCall& operator=(const SlotCall&) = delete;
+
+  /// Of the innermost one of the calling thread; empty outside.
+  static const char* Name() noexcept;
+
+ private:
+  const char* outer_;
+};
+
+/// Says in one warning line that the slot which the calling thread is in refuses its call: which argument, and what was
+/// expected of it. The same again is only counted: a line says so at the 10th, 100th, 1000th time. Texts are of static
+/// lifetime.
+void Refuse(const char* argument, const char* expected) noexcept;
+
+/// Whether it holds; refuses the call where it doesn't.
+inline bool Expect(bool holds, const char* argument, const char* expected) noexcept {
+  if (!holds) Refuse(argument, expected);
+  return holds;
+}
+
+}  // namespace qvg
