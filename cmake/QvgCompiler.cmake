@@ -42,6 +42,18 @@ if(QVG_SANITIZE)
   add_compile_options("-fsanitize=${QVG_SANITIZE}" -fno-sanitize-recover=all)
   add_link_options("-fsanitize=${QVG_SANITIZE}")
 endif()
+
+# Hardening, where it doesn't meet the instrumentation. Fortified functions need an optimised build.
+if(NOT QVG_SANITIZE)
+  add_compile_options(-fstack-protector-strong)
+  if(WIN32)
+    add_link_options(-fstack-protector-strong "LINKER:--dynamicbase,--high-entropy-va,--nxcompat")
+  else()
+    add_compile_options(
+      "$<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>")
+    add_link_options("LINKER:-z,relro,-z,now,-z,noexecstack,-z,separate-code")
+  endif()
+endif()
 if(QVG_COVERAGE)
   add_compile_options(--coverage -fprofile-update=atomic)
   add_link_options(--coverage)
