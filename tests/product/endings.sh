@@ -1,0 +1,36 @@
+#!/bin/bash
+# endings.sh PROGRAM [EMULATOR]: every way to end, RUNS times each (environment; three without, one under an emulator), at different moments:
+# none ends by a signal, with another status than 0, hangs, or has something to say on standard error.
+set -u
+logs=$(mktemp -d)
+trap 'rm -rf "$logs"' EXIT
+command=(${2:+"$2"} "$1")
+mapfile -t names < <("${command[@]}" | tr -d '\r')
+runs=${RUNS:-${2:+1}}
+runs=${runs:-3}
+
+# run_one LOGS NAME RUN COMMAND...
+run_one() {
+  local log="$1/$2.$3" status
+  timeout -k 5 20 "${@:4}" "$2" $(($3 * 1370 % 20000)) >"$log" 2>"$log.errors" </dev/null
+  status=$?
+  if ((status != 0)) || [[ -s $log.errors ]]; then
+    echo "$2: run $3 ended with status $status"
+    head -n 30 "$log.errors"
+    touch "$log.failed"
+  fi
+  rm -f "$log"
+}
+export -f run_one
+
+for name in "${names[@]}"; do
+  for ((run = 0; run < runs; ++run)); do printf '%s\0%s\0' "$name" "$run"; done
+done | xargs -0 -n 2 -P "$(nproc)" bash -c 'run_one "$0" "${@: -2}" "${@:1:$#-2}"' "$logs" "${command[@]}"
+
+failed=0
+for name in "${names[@]}"; do
+  count=$(find "$logs" -name "$name.*.failed" | wc -l)
+  printf '%-28s %d of %d runs failed\n' "$name" "$count" "$runs"
+  ((failed += count))
+done
+((failed == 0 && runs * ${#names[@]} > 0))
