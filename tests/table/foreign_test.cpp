@@ -1,0 +1,332 @@
+// A context that is not the library's is current on the calling thread, as a toolkit's or the host's own one: nothing
+// of it is touched, and what can be done there works.
+#include <functional>
+#include <thread>
+
+#include "support/foreignContext.h"
+#include "support/platform.h"
+#include "support/table_test.h"
+
+namespace qvg::test {
+namespace {
+
+constexpr int kTextures8 = 8;
+
+/// What a host has on its own context: textures whose names the library has, too, bindings, state, and an error that it
+/// has not asked for yet.
+class HostObjects {
+ public:
+  HostObjects() {
+    glGenTextures(kTextures8, textures_);
+    for (int i = 0; i < kTextures8; ++i) {
+      glBindTexture(GL_TEXTURE_2D, textures_[i]);
+      const std::vector<uint8_t> texels(64, static_cast<uint8_t>(20 * i + 1));
+      glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA8, 4, 4, 0, GL_RGBA, GL_UNSIGNED_BYTE, texels.data());
+    }
+    glActiveTexture(GL_TEXTURE2);
+    glBindTexture(GL_TEXTURE_2D, textures_[3]);
+    GLuint buffer = 0, frameBuffer = 0;
+    glGenBuffers(1, &buffer);
+    glBindBuffer(GL_ARRAY_BUFFER, buffer);
+    glGenFramebuffers(1, &frameBuffer);
+    glBindFramebuffer(GL_FRAMEBUFFER, frameBuffer);
+    glPixelStorei(GL_UNPACK_ROW_LENGTH, 7);
+    glEnable(GL_SCISSOR_TEST);
+    glViewport(1, 2, 3, 5);
+    glGetError();
+    names_ = NameCounts();
+    state_ = State();
+    LeaveError();
+  }
+
+  /// Empty when all is as it was.
+  std::string Changes() {
+    std::string changes;
+    if (glGetError() != GL_INVALID_ENUM) changes += "the pending error is gone; ";
+    if (glGetError() != GL_NO_ERROR) changes += "there is another error; ";
+    if (NameCounts() != names_) changes += "objects were made or deleted; ";
+    if (State() != state_) changes += "state was changed; ";
+    for (int i = 0; i < kTextures8; ++i) {
+      std::vector<uint8_t> texels(64);
+      glBindTexture(GL_TEXTURE_2D, textures_[i]);
+      glGetTexImage(GL_TEXTURE_2D, 0, GL_RGBA, GL_UNSIGNED_BYTE, texels.data());
+      if (texels != std::vector<uint8_t>(64, static_cast<uint8_t>(20 * i + 1))) {
+        changes += "texture " + std::to_string(textures_[i]) + " was changed; ";
+      }
+    }
+    glBindTexture(GL_TEXTURE_2D, textures_[3]);
+    glGetError();
+    LeaveError();
+    return changes;
+  }
+
+ private:
+  static void LeaveError() { glEnable(GL_RGBA8); }
+  static std::vector<int> State() {
+    std::vector<int> values;
+    for (const GLenum name :
+         {GL_TEXTURE_BINDING_2D, GL_ACTIVE_TEXTURE, GL_ARRAY_BUFFER_BINDING, GL_PIXEL_PACK_BUFFER_BINDING,
+          GL_PIXEL_UNPACK_BUFFER_BINDING, GL_FRAMEBUFFER_BINDING, GL_UNPACK_ROW_LENGTH, GL_PACK_ROW_LENGTH,
+          GL_SCISSOR_TEST, GL_BLEND, GL_CURRENT_PROGRAM, GL_VERTEX_ARRAY_BINDING}) {
+      values.push_back(0);
+      glGetIntegerv(name, &values.back());
+    }
+    values.resize(values.size() + 4);
+    glGetIntegerv(GL_VIEWPORT, &values[values.size() - 4]);
+    return values;
+  }
+
+  GLuint textures_[kTextures8] = {};
+  std::vector<size_t> names_;
+  std::vector<int> state_;
+};
+
+class ForeignTest : public TableTest {
+ protected:
+  void SetUp() override {
+    TableTest::SetUp();
+    ExpectErrorLines();  // of what is refused
+    for (int i = 0; i < kTextures8; ++i) live_.push_back(Upload(Picture(40, 30, i)));
+  }
+  void TearDown() override {
+    live_.clear();
+    TableTest::TearDown();
+  }
+
+  /// With the library's own context current before and after, runs the test under a foreign one of each kind.
+  void UnderEach(const std::function<void()>& test) {
+    for (const std::string& kind : ForeignContext::Kinds()) {
+      SCOPED_TRACE(kind);
+      const auto foreign = ForeignContext::Make(kind);
+      ASSERT_NE(foreign, nullptr);
+      Under(*foreign, [&] {
+        HostObjects host;
+        host_ = &host;
+        foreign_ = foreign.get();
+        test();
+        EXPECT_TRUE(foreign->MakeCurrent());
+        EXPECT_EQ(host.Changes(), "");
+        host_ = nullptr;
+      });
+      for (int i = 0; i < kTextures8; ++i) {
+        EXPECT_EQ(Difference(Picture(40, 30, i), Content(live_[i].get())), "") << "texture " << i << " of the library";
+      }
+    }
+  }
+
+  void Under(ForeignContext& foreign, const std::function<void()>& work) {
+    gl_.MakeCurrentContext(nullptr, nullptr);
+    ASSERT_TRUE(foreign.MakeCurrent());
+    work();
+    foreign.Unbind();
+    ASSERT_TRUE(gl_.MakeCurrentContext(context_->handle, nullptr));
+  }
+
+  /// Meanwhile, the library's own context is current.
+  void OnOurs(const std::function<void()>& work) {
+    foreign_->Unbind();
+    ASSERT_TRUE(gl_.MakeCurrentContext(context_->handle, nullptr));
+    work();
+    gl_.MakeCurrentContext(nullptr, nullptr);
+    ASSERT_TRUE(foreign_->MakeCurrent());
+  }
+
+  /// The foreign context is as the host left it, and still current.
+  void ExpectUntouched(const char* when) {
+    EXPECT_TRUE(foreign_->IsCurrent()) << when;
+    EXPECT_EQ(gl_.GetCurrentContext(), nullptr) << when;
+    EXPECT_EQ(host_->Changes(), "") << when;
+  }
+
+  std::vector<TexturePtr> live_;
+  ForeignContext* foreign_ = nullptr;
+  HostObjects* host_ = nullptr;
+};
+
+TEST_F(ForeignTest, SlotsThatNeedAContextAnswerTheirFailure) {
+  const Frame frame = MakeFrame(QVG_FORMAT_NV12, 16, 16, 1);
+  const double color[4] = {1, 1, 1, 1};
+  const QVGParamValue on = {QVG_PARAM_INTEGER, {.integer = 1}};
+  const FrameBufferPtr target = Target(live_[0].get());
+  const EffectPtr effect(gl_.CreateEffect("general_eff"));
+  QVGTexture* const texture = live_[0].get();
+  QVGFrameBufferDesc description = {};
+  description.width = description.height = 16;
+  QVGPixelBuffer out = {};
+  const struct {
+    const char* slot;
+    std::function<bool()> succeeds;
+  } kSlots[] = {
+      {"3", [&] { return gl_.ClearTexturePool(); }},
+      {"5", [&] { return gl_.ClearRenderBufferPool(); }},
+      {"7", [&] { return gl_.ClearPixelBufferPool(); }},
+      {"18", [&] { return gl_.CloneTexture(texture) != nullptr; }},
+      {"19", [&] { return gl_.SetTextureChannelOrder(texture, 2); }},
+      {"20", [&] { return gl_.AcquireTexture(40, 30) != nullptr; }},
+      {"21", [&] { return gl_.UploadPixelBufferToNewTexture(&frame.buffer, false, false, {}) != nullptr; }},
+      {"22", [&] { return gl_.UploadPixelBufferToTexture(texture, &frame.buffer, false, false, {}); }},
+      {"23", [&] { return gl_.ClearTexture(texture, color); }},
+      {"35", [&] { return gl_.TextureToYUV420PixelBuffer(texture, false, false, &out); }},
+      {"36", [&] { return gl_.TextureToNV12PixelBuffer(texture, &out, false); }},
+      {"37", [&] { return gl_.TextureToRGBAPixelBuffer(texture, &out, false); }},
+      {"38", [&] { return gl_.TextureToBGRAPixelBuffer(texture, &out, false); }},
+      {"41", [&] { return gl_.CreateFrameBuffer(16, 16, true, false) != nullptr; }},
+      {"42", [&] { return gl_.CreateFrameBufferFromDesc(&description) != nullptr; }},
+      {"43", [&] { return gl_.BindTextureToFrameBuffer(target.get(), texture); }},
+      {"44", [&] { return gl_.ClearFrameBuffer(target.get(), color); }},
+      {"45", [&] { return gl_.DrawTexture(live_[1].get(), target.get(), nullptr); }},
+      {"59", [&] { return gl_.CreateEffect("general_eff") != nullptr; }},
+      {"60", [&] { return gl_.SetEffectParameter(effect.get(), "enable_color", &on); }},
+      {"61", [&] { return gl_.ApplyEffect(effect.get(), texture) != nullptr; }},
+      {"2", [&] { return gl_.PreallocateTextures(40, 30, 2), false; }},
+      {"4", [&] { return gl_.PreallocateRenderBuffers(40, 30, 2), false; }},
+      {"6", [&] { return gl_.PreallocatePixelBuffers(4000, 2, true), false; }},
+      {"47", [&] { return gl_.Finish(), false; }},
+  };
+  UnderEach([&] {
+    for (const auto& [slot, succeeds] : kSlots) {
+      EXPECT_FALSE(succeeds()) << "slot " << slot;
+      ExpectUntouched(slot);
+    }
+  });
+  EXPECT_EQ(out.plane[0], nullptr);
+}
+
+TEST_F(ForeignTest, WhatIsGivenBackThereIsWholeAfterwards) {
+  const std::vector<size_t> before = NameCounts();
+  UnderEach([&] {
+    TexturePtr texture;
+    FrameBufferPtr frameBuffer;
+    EffectPtr effect;
+    QVGGLContext *released = gl_.GetSharedContext(), *destroyed = gl_.CreateSharedContext(nullptr, nullptr, true);
+    OnOurs([&] {
+      texture = Upload(Picture(36, 28, 11));
+      frameBuffer = Target(texture.get(), nullptr, true);
+      effect = EffectPtr(gl_.CreateEffect("general_eff"));
+    });
+    texture.reset();
+    ExpectUntouched("a texture given back");
+    frameBuffer.reset();
+    ExpectUntouched("a frame buffer destroyed");
+    effect.reset();
+    ExpectUntouched("an effect destroyed");
+    EXPECT_TRUE(gl_.ReleaseSharedContext(&released));
+    gl_.DestroySharedContext(&destroyed);
+    ExpectUntouched("contexts given back");
+    OnOurs([&] {
+      const TexturePtr again = Upload(Picture(36, 28, 12));
+      ASSERT_NE(again, nullptr);
+      const FrameBufferPtr target = Target(again.get());
+      ASSERT_TRUE(gl_.DrawTexture(live_[0].get(), target.get(), nullptr));
+      EXPECT_EQ(Difference(Picture(40, 30, 0), Content(live_[0].get())), "");
+    });
+  });
+  ClearPools();
+  gl_.MakeCurrentContext(nullptr, nullptr);
+  ASSERT_TRUE(gl_.MakeCurrentContext(context_->handle, nullptr));
+  const std::vector<size_t> after = NameCounts();
+  for (const Names kind : {kTextures, kRenderBuffers, kFrameBuffers}) EXPECT_EQ(after[kind], before[kind]) << kind;
+}
+
+TEST_F(ForeignTest, ReadBacksGivenBackThereAreUsedAgain) {
+  constexpr int kFrames = 12;
+  UnderEach([&] {
+    std::vector<size_t> buffers;
+    for (int i = 0; i < kFrames; ++i) {
+      QVGPixelBuffer out = {};
+      QVGPixelBuffer* handle = &out;
+      OnOurs([&] {
+        ASSERT_TRUE(gl_.TextureToNV12PixelBuffer(live_[0].get(), &out, false));
+        buffers.push_back(LiveNames(kBuffers).size());
+      });
+      gl_.ReleasePixelBuffer(&handle);
+      EXPECT_EQ(handle, nullptr);
+    }
+    EXPECT_LE(buffers.back(), buffers[1] + 1) << "buffers are lost";
+    ExpectUntouched("read-backs given back");
+  });
+}
+
+TEST_F(ForeignTest, ContextsAreMadeThereAndTakenWhereTheyCanBe) {
+  UnderEach([&] {
+    QVGGLContext *made = gl_.GetSharedContext(), *previous = made;
+    ASSERT_NE(made, nullptr);
+    ExpectUntouched("a context made");
+    // Systems differ in whether a context can follow one of another API.
+    const bool taken = gl_.MakeCurrentContext(made, &previous);
+    EXPECT_EQ(previous, nullptr);
+    EXPECT_EQ(foreign_->IsCurrent(), !taken);
+    EXPECT_EQ(gl_.GetCurrentContext(), taken ? made : nullptr);
+    if (taken) {
+      EXPECT_EQ(Difference(Picture(9, 9, 1), Content(Upload(Picture(9, 9, 1)).get())), "");
+    }
+    EXPECT_TRUE(gl_.ReleaseSharedContext(&made));
+    EXPECT_TRUE(foreign_->MakeCurrent());
+    ExpectUntouched("a context given back");
+  });
+}
+
+TEST_F(ForeignTest, WindowDrawersComeAndGoThere) {
+  if (!HostWindow::Available()) return;
+  UnderEach([&] {
+    const HostWindow window(64, 48);
+    const double color[3] = {1, 0, 0};
+    QVGWndDrawer* drawer = gl_.CreateWndDrawer(window.handle());
+    ASSERT_NE(drawer, nullptr);
+    ExpectUntouched("a window drawer made");
+    gl_.SetWndDrawerSize(drawer, 64, 48);
+    EXPECT_TRUE(gl_.ClearWnd(drawer, color, nullptr, nullptr));
+    EXPECT_FALSE(gl_.DrawTextureToWnd(drawer, live_[0].get()));
+    ExpectUntouched("a drawer's context is not current");
+    std::thread([&] {
+      ASSERT_TRUE(gl_.MakeCurrentContext(gl_.GetWndDrawerHandle(drawer), nullptr));
+      EXPECT_TRUE(gl_.DrawTextureToWnd(drawer, live_[0].get()));
+      EXPECT_TRUE(gl_.MakeCurrentContext(nullptr, nullptr));
+    }).join();
+    EXPECT_TRUE(gl_.DestroyWndDrawer(&drawer));
+    ExpectUntouched("a window drawer destroyed");
+  });
+}
+
+TEST_F(ForeignTest, TheLibraryEndsAndStartsThere) {
+  for (const std::string& kind : ForeignContext::Kinds()) {
+    SCOPED_TRACE(kind);
+    // What is still held when the library goes.
+    live_.clear();
+    QVGPixelBuffer mapped = {};
+    TexturePtr held[kTextures8];
+    for (TexturePtr& texture : held) texture = Upload(Picture(40, 30, 1));
+    FrameBufferPtr target = Target(held[0].get());
+    EXPECT_TRUE(gl_.TextureToRGBAPixelBuffer(held[1].get(), &mapped, false));
+    for (TexturePtr& texture : held) static_cast<void>(texture.release());
+    static_cast<void>(target.release());
+    context_.reset();
+
+    const auto foreign = ForeignContext::Make(kind);
+    ASSERT_TRUE(foreign != nullptr && foreign->MakeCurrent());
+    {
+      HostObjects host;
+      host_ = &host;
+      foreign_ = foreign.get();
+      for (int round = 0; round < 2; ++round) {
+        const QVGGLRendererInterface* table = &gl_;
+        QVG_ReleaseGLRendererInterface(&table);
+        ExpectUntouched("released");
+        EXPECT_EQ(QVG_GetGLRendererInterface(nullptr), &gl_);
+        ExpectUntouched("started");
+        EXPECT_TRUE(gl_.IsGLVersionSupported());
+        std::thread([] {
+          const CurrentContext context;
+          EXPECT_EQ(Difference(Picture(9, 9, 1), Content(Upload(Picture(9, 9, 1)).get())), "");
+        }).join();
+        ExpectUntouched("rendered elsewhere");
+      }
+    }
+    foreign->Unbind();
+    context_ = std::make_unique<CurrentContext>();
+    ASSERT_NE(context_->handle, nullptr);
+  }
+}
+
+}  // namespace
+}  // namespace qvg::test
