@@ -8,7 +8,7 @@
 #include <string_view>
 #include <thread>
 
-#include "ending.h"
+#include "process.h"
 #include "qvGLRenderer/qvGLRenderer.h"
 
 namespace {

@@ -1,5 +1,0 @@
-#include <cstdlib>
-
-#include "ending.h"
-
-void EndQuickly() { std::quick_exit(0); }
