@@ -18,7 +18,7 @@ bool StartAndRelease() {
   return used && gl == nullptr;
 }
 
-/// Takes a context on threads of its own and gives it back, every other time with a frame in between.
+/// On threads of their own: a recycled context renders a frame, a new one comes and goes.
 bool UseOnThreads() {
   const QVGGLRendererInterface* const gl = QVG_GetGLRendererInterface(nullptr);
   bool done[4] = {};
@@ -29,8 +29,9 @@ bool UseOnThreads() {
         mine = useRenderer(gl, false) == 0;
         return;
       }
-      QVGGLContext* context = gl->GetSharedContext();
-      mine = context != nullptr && gl->MakeCurrentContext(context, nullptr) && gl->ReleaseSharedContext(&context);
+      QVGGLContext* context = gl->CreateSharedContext(nullptr, nullptr, true);
+      mine = context != nullptr && gl->MakeCurrentContext(context, nullptr);
+      gl->DestroySharedContext(&context);
     });
   }
   for (std::thread& thread : threads) thread.join();
