@@ -22,6 +22,18 @@ const glm::mat4 kDefaultView(1, 0, 0, 0,  //
                              0, 0, 1, 0,  //
                              0, 0, -kEyeDistance, 1);
 
+// As GL defines it. The math library's own ends the process when a host's aspect is no number.
+glm::mat4 Perspective(float fovy, float aspect, float nearPlane, float farPlane) {
+  const float halfHeight = std::tan(fovy / 2);
+  glm::mat4 matrix(0);
+  matrix[0][0] = 1 / (aspect * halfHeight);
+  matrix[1][1] = 1 / halfHeight;
+  matrix[2][2] = -(farPlane + nearPlane) / (farPlane - nearPlane);
+  matrix[2][3] = -1;
+  matrix[3][2] = -(2 * farPlane * nearPlane) / (farPlane - nearPlane);
+  return matrix;
+}
+
 }  // namespace
 
 Camera Camera::ForCanvas(int width, int height) {
@@ -38,7 +50,7 @@ Camera Camera::ForCanvas(int width, int height) {
 }
 
 glm::mat4 Camera::Projection() const {
-  if (projection != kOrthographic) return glm::perspectiveRH_NO(fovy, aspect, perspectiveNear, perspectiveFar);
+  if (projection != kOrthographic) return Perspective(fovy, aspect, perspectiveNear, perspectiveFar);
   const bool isDefault = left == kDefault.left && right == kDefault.right && top == kDefault.top &&
                          bottom == kDefault.bottom && orthoNear == kDefault.orthoNear && orthoFar == kDefault.orthoFar;
   return isDefault ? kDefaultProjection : glm::orthoRH_NO(left, right, bottom, top, orthoNear, orthoFar);

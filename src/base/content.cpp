@@ -3,7 +3,9 @@
 namespace qvg {
 
 ContentRect ContentRect::Centred(int storageWidth, int storageHeight, int width, int height) {
-  return {storageWidth, storageHeight, (storageWidth - width) / 2, (storageHeight - height) / 2, width, height};
+  // A host may set any size: the difference of two ints may not fit, half of it does.
+  const auto margin = [](int storage, int content) { return static_cast<int>((int64_t{storage} - content) / 2); };
+  return {storageWidth, storageHeight, margin(storageWidth, width), margin(storageHeight, height), width, height};
 }
 
 bool ContentRect::IsInside() const {
@@ -20,8 +22,8 @@ glm::vec2 ContentRect::Extent() const {
 }
 
 glm::vec4 ContentRect::SampleBounds() const {
-  return {(x + 0.5) / storageWidth, (y + 0.5) / storageHeight, (x + width - 0.5) / storageWidth,
-          (y + height - 0.5) / storageHeight};
+  return {(x + 0.5) / storageWidth, (y + 0.5) / storageHeight, (static_cast<double>(x) + width - 0.5) / storageWidth,
+          (static_cast<double>(y) + height - 0.5) / storageHeight};
 }
 
 glm::vec2 TurnTexCoord(glm::vec2 coord, int quarterTurns) {

@@ -113,6 +113,7 @@ bool TextureDrawer::Draw(const Scene* scene, const Parameters& parameters) {
   if (target.frameBuffer == 0) return false;
   const ContentRect& content = target.content;
   const bool blends = parameters.blendType != kNoBlend;
+  if (blends && !content.IsInside()) return false;
   const bool sampleTarget = blends && target.texture != nullptr && glTextureBarrier != nullptr;
   const TextureLoan copied =
       blends && !sampleTarget ? TextureLoan(surfaces_, content.width, content.height, GL_RGBA8) : TextureLoan();

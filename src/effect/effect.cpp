@@ -8,6 +8,7 @@ namespace qvg {
 Texture* TextureEffect::_Draw(const Texture& frame, const ProgramKind& kind, uint32_t variant, int sampler,
                               const std::function<void(Pass&)>& setUp) {
   const ContentRect& content = frame.Content();
+  if (!content.IsInside()) return nullptr;
   const Presentation& look = frame.presentation;
   const bool odd = IsOddTurn(look.rotation);
   TextureLoan output(services_.surfaces, odd ? content.height : content.width, odd ? content.width : content.height,

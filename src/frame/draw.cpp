@@ -16,7 +16,9 @@ namespace {
 
 bool IsRenderable(const Texture& texture) { return Limits::IsRenderable(texture.Setting().internalFormat); }
 
+// For a copy of the content; none of one that the host has set beyond the storage, whatever its size.
 TextureLease Lease(const FrameServices& services, const Texture& like, GLenum internalFormat) {
+  if (!like.Content().IsInside()) return {};
   return TextureLease(services.textures, like.Content().width, like.Content().height, internalFormat);
 }
 
@@ -51,7 +53,7 @@ void TakeStorage(Texture& texture, Texture& drawable) {
 bool StoreForDrawing(const FrameServices& services, Texture& texture) {
   if (CanBeTarget(texture)) return true;
   const TextureLease look = Lease(services, texture, GL_RGBA8);
-  if (!look || !texture.Content().IsInside() || !DrawWhole(services, texture, *look, {})) return false;
+  if (!look || !DrawWhole(services, texture, *look, {})) return false;
   if (!IsRenderable(texture)) {
     TakeStorage(texture, *look);
   } else if (!texture.RemapRGBA(kSwizzleRGBA) || !CopyContent(RenderTarget::On(*look), texture)) {
@@ -109,7 +111,7 @@ bool DrawWhole(const FrameServices& services, const Texture& source, const Textu
 }
 
 Texture* CloneTexture(const FrameServices& services, Texture* source) {
-  if (source == nullptr || !source->Content().IsInside()) return nullptr;
+  if (source == nullptr) return nullptr;
   const ContentRect& content = source->Content();
   TextureLease copy = Lease(services, *source, GL_RGBA8);
   if (!copy) return nullptr;

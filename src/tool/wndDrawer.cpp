@@ -182,7 +182,7 @@ const Texture* WndDrawer::_WholeStorage(const Texture& texture) {
   const ContentRect& from = texture.Content();
   if (from.storageWidth == from.width && from.storageHeight == from.height) return &texture;
   // What can't be copied shows a little of what lies beside it.
-  if (!Limits::IsRenderable(texture.Setting().internalFormat)) return &texture;
+  if (!from.IsInside() || !Limits::IsRenderable(texture.Setting().internalFormat)) return &texture;
   if (content_ == nullptr || content_->Content().width != from.width || content_->Content().height != from.height) {
     TextureSetting setting;
     setting.width = from.width;
