@@ -10,6 +10,7 @@
 
 #include "abuse/fuzzer.h"
 #include "abuse/options.h"
+#include "support/frames.h"
 #include "support/table_test.h"
 
 namespace qvg::test {
@@ -34,8 +35,10 @@ void DrawFromFew(Round& round) {
   Hostile random(round.seed);
   constexpr int32_t kBlends[] = {-1, 0, 1, 6, 7, 8, 10, 11, 16, 19, 26, 27, 30, 31, 32, 33, 34, 35};
   for (int32_t& blend : round.blends) blend = random.Pick(kBlends);
-  for (int32_t& matte : round.mattes) matte = random.Below(5);
-  round.stages = random.Next();
+  for (int32_t& format : round.formats) format = random.Pick(Formats()).code;
+  round.matte = random.Below(5);
+  round.order = random.Below(4);
+  round.parameters = random.Next() & random.Next();
 }
 
 void EmptyTheExchange(Round& round) {
@@ -79,7 +82,7 @@ SlotCounts RunRound(const Plan& plan) {
   }();
   HostImages::valid = 0;
   const QVGGLRendererInterface* table = QVG_GetGLRendererInterface(plan.seed % 8 == 7 ? nullptr : config.get());
-  Round round{*table, plan.seed, 0, table->GetSharedContext(), {}, {}, 0, {}, {}, {}, {}, {}};
+  Round round{*table, plan.seed, 0, table->GetSharedContext()};
   Demand(table->MakeCurrentContext(round.elsewhere, nullptr), "a context can be made current", plan.seed);
   static const bool loaded =
       gladLoadGL([](const char* name) { return reinterpret_cast<GLADapiproc>(GLFunction(name)); }) != 0;
@@ -111,7 +114,7 @@ int Main(int argc, char** argv) {
   // What is drawn is small: threads of the driver would only wait.
   setenv("LP_NUM_THREADS", "0", 0);
   std::FILE* const report = KeepReportOffStandardOutput("/dev/null");
-  constexpr int64_t kCallsOfARound = 50000;
+  constexpr int64_t kCallsOfARound = 500000;
   const int64_t threads = std::max<int64_t>(1, options["threads"]);
   const bool timed = options["seconds"] > 0;
   const Clock::time_point start = Clock::now();
@@ -120,7 +123,7 @@ int Main(int argc, char** argv) {
   for (int64_t round = 0;; ++round) {
     const int64_t done = all.AllCalls();
     if (timed ? seconds() >= static_cast<double>(options["seconds"]) : done >= options["calls"]) break;
-    const int64_t calls = timed ? kCallsOfARound / 4 : std::min(kCallsOfARound, options["calls"] - done);
+    const int64_t calls = timed ? kCallsOfARound / 8 : std::min(kCallsOfARound, options["calls"] - done);
     all.Add(RunRound({(calls + threads - 1) / threads, static_cast<uint64_t>(options["seed"] + round),
                       static_cast<int>(threads), round % 3 == 2}));
     std::fprintf(report, "\r%lld calls", static_cast<long long>(all.AllCalls()));

@@ -61,7 +61,7 @@ QVGCamera CameraOf(Hostile& random, int width, int height) {
 QVGDrawTextureParams DrawParamsOf(Hostile& random, const Round& round, QVGTexture* matte) {
   QVGDrawTextureParams params = DefaultParams();
   params.matteTexture = random.OneIn(3) ? matte : nullptr;
-  params.matteType = random.OneIn(8) ? random.Integer() : random.Pick(round.mattes);
+  params.matteType = random.OneIn(8) ? random.Integer() : round.matte;
   params.blendType = random.OneIn(8) ? random.Integer() : random.Pick(round.blends);
   params.simpleMatte = random.OneIn(8);
   params.depthTest = random.OneIn(4);
@@ -148,7 +148,7 @@ struct Slots {
   static bool MakeCurrent(F& f) {
     const bool busy = f.random_.OneIn(16);
     const bool windows = !f.drawers_.empty() && f.random_.OneIn(3);
-    QVGGLContext* next = f.random_.OneIn(8) ? nullptr : f.random_.OneIn(3) ? f._Context(true) : f.home_;
+    QVGGLContext* next = f.random_.OneIn(8) ? nullptr : f.random_.OneIn(6) ? f._Context(true) : f.home_;
     if (windows) next = f.gl_.GetWndDrawerHandle(f.drawers_.back());
     if (busy) next = f.round_.elsewhere;
     QVGGLContext* previous = NoHandle<QVGGLContext>();
@@ -161,7 +161,7 @@ struct Slots {
   }
 
   static bool Upload(F& f, bool anew) {
-    HostileFrames::Frame frame = f.frames_.Make(f.random_, f.round_.maxSize);
+    HostileFrames::Frame frame = f.frames_.Make(f.random_, f.random_.Pick(f.round_.formats), f.round_.maxSize);
     const bool none = f.random_.OneIn(32);
     const QVGPixelBuffer* const source = none ? nullptr : &frame.buffer;
     const bool flipped = f.random_.Flag();
@@ -360,7 +360,7 @@ struct Slots {
                                        : kKeyTypes[row];
     const bool stage = kKeyTypes[row] == QVG_PARAM_BOOLEAN;
     // A stage that this round is without stays off.
-    const bool allowed = (f.round_.stages >> row & 1) != 0;
+    const bool allowed = (f.round_.parameters >> row & 1) != 0;
     if (value.type == QVG_PARAM_TEXT) {
       value.value.text = f.random_.OneIn(8) ? nullptr : f.random_.Pick(kPaths);
     } else if (value.type == QVG_PARAM_COLOR) {
@@ -434,7 +434,7 @@ struct Slots {
 
   using I = QVGGLRendererInterface;
   static constexpr Slot kAll[kSlotCount] = {
-      {"SetTexturePoolCapacity", 4, false, SetBudget},
+      {"SetTexturePoolCapacity", 12, false, SetBudget},
       {"Reserved", 4, false, [](F& f) { return f.gl_.Reserved(), true; }},
       {"PreallocateTextures", 2, true, [](F& f) { return Preallocate(f, f.gl_.PreallocateTextures); }},
       {"ClearTexturePool", 2, true, [](F& f) { return f.gl_.ClearTexturePool(); }},
@@ -450,18 +450,18 @@ struct Slots {
        }},
       {"ReleaseSharedContext", 2, false, [](F& f) { return GiveBackContext(f, false); }},
       {"MakeCurrentContext", 8, false, MakeCurrent},
-      {"GetCurrentContext", 24, false, [](F& f) { return f.gl_.GetCurrentContext() != nullptr; }},
+      {"GetCurrentContext", 72, false, [](F& f) { return f.gl_.GetCurrentContext() != nullptr; }},
       {"SwapBuffers", 4, false,
        [](F& f) { return f.gl_.SwapBuffers(f.random_.OneIn(4) ? NoHandle<QVGGLContext>() : f._Context(true)); }},
       {"DestroySharedContext", 1, false, [](F& f) { return GiveBackContext(f, true); }},
-      {"IsGLVersionSupported", 8, false, [](F& f) { return f.gl_.IsGLVersionSupported(); }},
-      {"GetGLVersion", 8, false, [](F& f) { return Version(f, f.gl_.GetGLVersion); }},
-      {"GetRequiredGLVersion", 8, false, [](F& f) { return Version(f, f.gl_.GetRequiredGLVersion); }},
+      {"IsGLVersionSupported", 24, false, [](F& f) { return f.gl_.IsGLVersionSupported(); }},
+      {"GetGLVersion", 24, false, [](F& f) { return Version(f, f.gl_.GetGLVersion); }},
+      {"GetRequiredGLVersion", 24, false, [](F& f) { return Version(f, f.gl_.GetRequiredGLVersion); }},
       {"CloneTexture", 3, true, [](F& f) { return f._Keep(f.gl_.CloneTexture(f._Texture())); }},
       {"SetTextureChannelOrder", 12, true,
        [](F& f) {
          return f.gl_.SetTextureChannelOrder(f._Texture(),
-                                             f.random_.OneIn(4) ? f.random_.Integer() : f.random_.Below(4));
+                                             f.random_.OneIn(4) ? f.random_.Integer() | 4 : f.round_.order);
        }},
       {"AcquireTexture", 8, true,
        [](F& f) {
@@ -471,24 +471,24 @@ struct Slots {
       {"UploadPixelBufferToNewTexture", 8, true, [](F& f) { return Upload(f, true); }},
       {"UploadPixelBufferToTexture", 8, true, [](F& f) { return Upload(f, false); }},
       {"ClearTexture", 4, true, [](F& f) { return Clear(f, false); }},
-      {"GetTextureWidth", 24, false, Get<&I::GetTextureWidth>},
-      {"GetTextureHeight", 24, false, Get<&I::GetTextureHeight>},
-      {"GetTextureAllocatedWidth", 24, false, Get<&I::GetTextureAllocatedWidth>},
-      {"GetTextureAllocatedHeight", 24, false, Get<&I::GetTextureAllocatedHeight>},
-      {"GetTextureRotation", 24, false, Get<&I::GetTextureRotation>},
-      {"GetTextureFlipped", 24, false, Get<&I::GetTextureFlipped>},
-      {"GetTextureId", 24, false, Get<&I::GetTextureId>},
-      {"SetTextureSize", 16, false, [](F& f) { return SetContent(f, false); }},
-      {"SetTextureOrigin", 16, false, [](F& f) { return SetContent(f, true); }},
-      {"SetTextureFlipped", 16, false, [](F& f) { return f.gl_.SetTextureFlipped(f._Texture(), f.random_.Flag()); }},
-      {"SetTextureRotation", 16, false,
+      {"GetTextureWidth", 72, false, Get<&I::GetTextureWidth>},
+      {"GetTextureHeight", 72, false, Get<&I::GetTextureHeight>},
+      {"GetTextureAllocatedWidth", 72, false, Get<&I::GetTextureAllocatedWidth>},
+      {"GetTextureAllocatedHeight", 72, false, Get<&I::GetTextureAllocatedHeight>},
+      {"GetTextureRotation", 72, false, Get<&I::GetTextureRotation>},
+      {"GetTextureFlipped", 72, false, Get<&I::GetTextureFlipped>},
+      {"GetTextureId", 72, false, Get<&I::GetTextureId>},
+      {"SetTextureSize", 48, false, [](F& f) { return SetContent(f, false); }},
+      {"SetTextureOrigin", 48, false, [](F& f) { return SetContent(f, true); }},
+      {"SetTextureFlipped", 48, false, [](F& f) { return f.gl_.SetTextureFlipped(f._Texture(), f.random_.Flag()); }},
+      {"SetTextureRotation", 48, false,
        [](F& f) { return f.gl_.SetTextureRotation(f._Texture(), static_cast<uint32_t>(f.random_.Integer())); }},
       {"TextureToYUV420PixelBuffer", 4, true, Read<&I::TextureToYUV420PixelBuffer, true>},
       {"TextureToNV12PixelBuffer", 4, true, Read<&I::TextureToNV12PixelBuffer>},
       {"TextureToRGBAPixelBuffer", 4, true, Read<&I::TextureToRGBAPixelBuffer>},
       {"TextureToBGRAPixelBuffer", 4, true, Read<&I::TextureToBGRAPixelBuffer>},
-      {"ReleasePixelBuffer", 12, false, ReleaseRead},
-      {"ReleaseTexture", 16, false, ReleaseTexture},
+      {"ReleasePixelBuffer", 36, false, ReleaseRead},
+      {"ReleaseTexture", 6, false, ReleaseTexture},
       {"CreateFrameBuffer", 4, true, MakeTarget},
       {"CreateFrameBufferFromDesc", 4, true, MakeTargetFromDesc},
       {"BindTextureToFrameBuffer", 12, true, Bind},
@@ -497,25 +497,25 @@ struct Slots {
       {"DestroyFrameBuffer", 4, false, DestroyTarget},
       {"Finish", 2, false, [](F& f) { return f.gl_.Finish(), true; }},
       {"CreateWndDrawer", 1, false, MakeDrawer},
-      {"GetWndDrawerHandle", 16, false, [](F& f) { return f.gl_.GetWndDrawerHandle(f._Drawer()) != nullptr; }},
+      {"GetWndDrawerHandle", 48, false, [](F& f) { return f.gl_.GetWndDrawerHandle(f._Drawer()) != nullptr; }},
       {"ClearWnd", 4, false, ClearWindow},
-      {"SetWndDrawerSize", 16, false,
+      {"SetWndDrawerSize", 48, false,
        [](F& f) {
          const auto area = f.random_.Area();
          return f.gl_.SetWndDrawerSize(f._Drawer(), static_cast<uint32_t>(area[0]), static_cast<uint32_t>(area[1]));
        }},
       {"DrawTextureToWnd", 6, false, [](F& f) { return f.gl_.DrawTextureToWnd(f._Drawer(), f._Texture()); }},
       {"DestroyWndDrawer", 1, false, DestroyDrawer},
-      {"GetEffectNames", 12, false, EffectNames},
-      {"HasEffect", 12, false, [](F& f) { return f.gl_.HasEffect(f._EffectName()); }},
-      {"GetEffectType", 12, false, [](F& f) { return f.gl_.GetEffectType(f._EffectName()) != 0; }},
-      {"QueryEffect", 12, false,
+      {"GetEffectNames", 36, false, EffectNames},
+      {"HasEffect", 36, false, [](F& f) { return f.gl_.HasEffect(f._EffectName()); }},
+      {"GetEffectType", 36, false, [](F& f) { return f.gl_.GetEffectType(f._EffectName()) != 0; }},
+      {"QueryEffect", 36, false,
        [](F& f) {
          return f.gl_.QueryEffect(f._EffectName(), f.random_.Flag() ? nullptr : f._EffectName()) != nullptr;
        }},
-      {"GetEffectParameterTable", 12, false, ParameterTable},
+      {"GetEffectParameterTable", 36, false, ParameterTable},
       {"CreateEffect", 2, true, MakeEffect},
-      {"SetEffectParameter", 12, false, SetParameter},
+      {"SetEffectParameter", 36, false, SetParameter},
       {"ApplyEffect", 4, true, Apply},
       {"ApplyEffectWith", 4, true, ApplyWith},
       {"DestroyEffect", 1, false, DestroyEffect},

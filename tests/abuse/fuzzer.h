@@ -31,17 +31,19 @@ struct Round {
   uint64_t seed = 0;
   int maxSize = 0;
   QVGGLContext* elsewhere = nullptr;  ///< Current on another thread all the time.
-  // What costs a program each is drawn from few values a round.
-  std::array<int32_t, 4> blends = {};
-  std::array<int32_t, 2> mattes = {};
-  uint32_t stages = 0;  ///< Of the effect, a bit each.
+  // What makes the driver compile something is drawn from few values a round.
+  std::array<int32_t, 2> blends = {};
+  int32_t matte = 0;
+  int32_t order = 0;  ///< Of channels.
+  std::array<int32_t, 3> formats = {};
+  uint32_t parameters = 0;  ///< Of the effect, a bit each.
 
   // Objects on their way from one thread to another.
-  std::mutex mutex;
-  std::vector<QVGTexture*> textures;
-  std::vector<QVGFrameBuffer*> frameBuffers;
-  std::vector<QVGPixelBuffer> reads;
-  std::vector<QVGEffect*> effects;
+  std::mutex mutex = {};
+  std::vector<QVGTexture*> textures = {};
+  std::vector<QVGFrameBuffer*> frameBuffers = {};
+  std::vector<QVGPixelBuffer> reads = {};
+  std::vector<QVGEffect*> effects = {};
 };
 
 /// Images for effects, and whether each that was handed out came back.

@@ -50,11 +50,11 @@ double Hostile::Real() {
   return OneIn(3) ? (Below(2001) - 1000) / 37.0 : Pick(kEdges);
 }
 
-HostileFrames::Frame HostileFrames::Make(Hostile& random, int maxSize) {
+HostileFrames::Frame HostileFrames::Make(Hostile& random, int code, int maxSize) {
   Frame frame;
   QVGPixelBuffer& buffer = frame.buffer;
   const bool known = !random.OneIn(16);
-  const Format& format = random.Pick(Formats());
+  const Format& format = FormatOf(code);
   buffer.format = known ? format.code : random.Integer();
   const std::array<int32_t, 2> area = random.Area();
   buffer.width = area[0];

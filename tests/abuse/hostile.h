@@ -45,7 +45,7 @@ class HostileFrames {
     QVGPixelBuffer buffer = {};
     bool valid = false;  ///< What the header says of it; only then its planes are there as it tells.
   };
-  Frame Make(Hostile& random, int maxSize);
+  Frame Make(Hostile& random, int format, int maxSize);
 
  private:
   static constexpr size_t kMostBytes = 65536;
