@@ -84,10 +84,9 @@ bool Program::PrintProgramInfoLog() {
 void Program::SetKind(const ProgramKind& kind) {
   if (kind_ == &kind) return;
   kind_ = &kind;
-  uniforms_.clear();
-  for (const char* name : kind.uniforms) {
-    if (name == nullptr) break;
-    uniforms_.emplace_back().location = glGetUniformLocation(id_, name);
+  uniforms_ = {};
+  for (size_t i = 0; i < uniforms_.size() && kind.uniforms[i] != nullptr; ++i) {
+    uniforms_[i].location = glGetUniformLocation(id_, kind.uniforms[i]);
   }
   for (size_t i = 0; i < samplers_.size(); ++i) {
     const char* const name = kind.samplers[i].name;

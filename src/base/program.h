@@ -6,7 +6,6 @@
 #include <source_location>
 #include <string>
 #include <unordered_map>
-#include <vector>
 
 #include "base/gl.h"
 #include "base/handOver.h"
@@ -83,7 +82,7 @@ class Program {
   ContextId context_ = 0;  // where it was bound last
   bool moved_ = false;     // it was bound elsewhere before
   const ProgramKind* kind_ = nullptr;
-  std::vector<Uniform> uniforms_;
+  std::array<Uniform, ProgramKind::kMaxUniforms> uniforms_;
   std::array<Uniform, 4> samplers_;
   std::unordered_map<std::string, GLint> locations_;
   std::string cacheName_;

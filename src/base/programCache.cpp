@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <memory>
-#include <set>
 
 #include "base/contextState.h"
 #include "base/program.h"
@@ -44,9 +43,10 @@ ProgramCache::~ProgramCache() {
     table->entries_.clear();
   }
   // A program that was returned twice is listed twice.
-  std::set<Program*> programs(idle_.begin(), idle_.end());
-  programs.insert(inUse_.begin(), inUse_.end());
-  for (Program* program : programs) delete program;
+  idle_.splice(idle_.end(), inUse_);
+  idle_.sort();
+  idle_.unique();
+  for (Program* program : idle_) delete program;
 }
 
 Program* ProgramCache::Get(const std::string& name, const std::string& vertexSource,
@@ -91,9 +91,9 @@ bool ProgramCache::Return(Program* program) {
 
 const ProgramText& ProgramCache::_Text(const ProgramKind& kind, uint32_t variant) {
   std::lock_guard lock(mutex_);
-  const auto [place, added] = texts_.try_emplace({&kind, variant});
-  if (added) place->second = ProgramText::Of(kind, variant);
-  return place->second;
+  const std::pair key(&kind, variant);
+  if (const auto known = texts_.find(key); known != texts_.end()) return known->second;
+  return texts_.emplace(key, ProgramText::Of(kind, variant)).first->second;
 }
 
 Program* ProgramCache::_Take(const ProgramKind& kind, uint32_t variant) {
@@ -111,6 +111,8 @@ Program* ProgramCache::Of(const ProgramKind& kind, uint32_t variant) {
   }
   ProgramTable& table = *context->programs;
   if (Program* const held = table.Find(kind, variant); held != nullptr) return held;
+  // Taken without a place in the table it would be nobody's.
+  if (table.entries_.size() == table.entries_.capacity()) table.entries_.reserve(2 * table.entries_.size() + 8);
   Program* const program = _Take(kind, variant);
   if (program != nullptr) table.entries_.push_back({&kind, variant, program});
   return program;

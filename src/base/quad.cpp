@@ -15,10 +15,11 @@ Quad::Quad() {
 
 bool Quad::SetTexCoords(const QuadCorners& corners) {
   if (corners == texCoords_) return true;
-  texCoords_ = corners;
   std::vector<float> values;
   for (const glm::vec2& coord : corners) values.insert(values.end(), {coord.x, coord.y});
-  return vbo_.SetTexCoords(values);
+  const bool set = vbo_.SetTexCoords(values);
+  if (set) texCoords_ = corners;
+  return set;
 }
 
 void Quad::Draw() {

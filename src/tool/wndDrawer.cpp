@@ -136,7 +136,7 @@ GLuint WndDrawer::_LoadShader(GLenum type, const std::string& source) {
   GLint length = 0;
   glGetShaderiv(shader, GL_COMPILE_STATUS, &compiled);
   glGetShaderiv(shader, GL_INFO_LOG_LENGTH, &length);
-  if (length > 0) {
+  if (compiled == 0 && length > 0) {
     LogShort(kLogError,
              fmt::format("WndDrawer: compile shader failed. err={}", InfoLog(shader, length, glGetShaderInfoLog)));
   }
@@ -155,7 +155,7 @@ GLuint WndDrawer::_CreateProgram(const std::string& vertexSource, const std::str
     GLint length = 0;
     glGetProgramiv(program, GL_LINK_STATUS, &linked);
     glGetProgramiv(program, GL_INFO_LOG_LENGTH, &length);
-    if (length > 0) {
+    if (linked == 0 && length > 0) {
       LogShort(kLogError, fmt::format("WndDrawer: link shader program failed. err={}",
                                       InfoLog(program, length, glGetProgramInfoLog)));
     }
