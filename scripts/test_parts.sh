@@ -193,6 +193,21 @@ part_asan() {
   build asan || return
   start_xvfb
   build_folder=asan suffix= run_test_programs "${with_x[@]}" "${mesa_only[@]}" "${sanitizer_options[@]}"
+  QVG_FAULT_STRIDE=23 run_gtest qvg_memory_tests "${with_x[@]}" "${mesa_only[@]}" "${sanitizer_options[@]}" \
+    build/asan/qvg_memory_tests
+  stop_xvfb
+}
+
+# Drivers that are stricter than this machine's, and a heap that is used up. All modes of the driver at once: the targets
+# qvg_strict_all and qvg_memory_all take one after the other, and every allocation.
+part_strict() {
+  build linux || return
+  local driver=("${mesa_only[@]}" build/linux/qvg_strict)
+  run_gtest qvg_strict_tests "${headless[@]}" "${driver[@]}_tests"
+  run_gtest qvg_strict_unit_tests "${headless[@]}" "${driver[@]}_unit_tests"
+  start_xvfb
+  GTEST_FILTER='Window*:Driver*' run_gtest qvg_strict_windows "${with_x[@]}" "${driver[@]}_tests"
+  run_gtest qvg_memory_tests "${with_x[@]}" "${mesa_only[@]}" build/linux/qvg_memory_tests
   stop_xvfb
 }
 

@@ -85,8 +85,11 @@ bool UploadRGB(const FrameServices& services, Texture& destination, const FrameV
     if (!UploadMatted(services, destination, frame, flipped, matte)) return false;
   } else {
     const ContentRect before = destination.Content();
+    Swizzle swizzle = frame.format->swizzle;
+    // Storage that had to become another one has room for a fourth byte that means nothing.
+    if (storage.internalFormat != pixels.format.internalFormat && pixels.format.bytesPerTexel == 4) swizzle[3] = GL_ONE;
     SubmitPlane(services, destination, pixels, Texture::Place::kCentre);
-    if (!CheckGLError() || !destination.RemapRGBA(frame.format->swizzle)) {
+    if (!CheckGLError() || !destination.RemapRGBA(swizzle)) {
       destination.SetContentSize(before.width, before.height);
       return false;
     }

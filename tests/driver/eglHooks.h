@@ -15,4 +15,7 @@ struct EglHooks {
 };
 EglHooks& Hooks();
 
+/// EGL's own answer.
+void* RealEntryPoint(const char* name);
+
 }  // namespace qvg::test

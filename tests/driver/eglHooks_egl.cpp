@@ -20,6 +20,11 @@ EglHooks& Hooks() {
   return hooks;
 }
 
+void* RealEntryPoint(const char* name) {
+  static const auto real = Real(&eglGetProcAddress, "eglGetProcAddress");
+  return reinterpret_cast<void*>(real(name));
+}
+
 }  // namespace qvg::test
 
 // The program's own functions come before the library's of the same name.
@@ -27,11 +32,9 @@ EglHooks& Hooks() {
 extern "C" {
 
 __eglMustCastToProperFunctionPointerType eglGetProcAddress(const char* name) {
-  static const auto real = qvg::test::Real(&eglGetProcAddress, "eglGetProcAddress");
-  const auto function = real(name);
+  void* const function = qvg::test::RealEntryPoint(name);
   const auto hook = qvg::test::Hooks().entryPoint;
-  if (hook == nullptr) return function;
-  return reinterpret_cast<__eglMustCastToProperFunctionPointerType>(hook(name, reinterpret_cast<void*>(function)));
+  return reinterpret_cast<__eglMustCastToProperFunctionPointerType>(hook != nullptr ? hook(name, function) : function);
 }
 
 const char* eglQueryString(EGLDisplay display, EGLint name) {

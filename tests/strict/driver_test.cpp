@@ -1,0 +1,98 @@
+// Each mode does what it says, and only then: otherwise all other tests would pass for nothing.
+#include <EGL/egl.h>
+
+#include <cstring>
+
+#include "driverMode.h"
+#include "support/table_test.h"
+
+namespace qvg::test {
+namespace {
+
+using DriverTest = TableTest;
+
+bool BindsIndicesAlone() {
+  unsigned buffer = 0;
+  glGenBuffers(1, &buffer);
+  glBindVertexArray(0);
+  glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, buffer);
+  glDeleteBuffers(1, &buffer);
+  return glGetError() == GL_NO_ERROR;
+}
+
+bool DrawsToRgb() {
+  unsigned texture = 0, frameBuffer = 0;
+  glGenTextures(1, &texture);
+  glBindTexture(GL_TEXTURE_2D, texture);
+  glTexStorage2D(GL_TEXTURE_2D, 1, GL_RGB8, 4, 4);
+  glBindTexture(GL_TEXTURE_2D, 0);
+  glGenFramebuffers(1, &frameBuffer);
+  glBindFramebuffer(GL_FRAMEBUFFER, frameBuffer);
+  glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, texture, 0);
+  const bool complete = glCheckFramebufferStatus(GL_FRAMEBUFFER) == GL_FRAMEBUFFER_COMPLETE;
+  glClear(GL_COLOR_BUFFER_BIT);
+  EXPECT_EQ(glGetError(), complete ? 0u : unsigned{GL_INVALID_FRAMEBUFFER_OPERATION});
+  glBindFramebuffer(GL_FRAMEBUFFER, 0);
+  glDeleteFramebuffers(1, &frameBuffer);
+  glDeleteTextures(1, &texture);
+  return complete;
+}
+
+bool FreshStorageIsNoise() {
+  const TexturePtr texture(Table().AcquireTexture(64, 64));
+  const Image storage = Storage(texture.get());
+  unsigned buffer = 0, last = 0;
+  glGenBuffers(1, &buffer);
+  glBindBuffer(GL_PIXEL_PACK_BUFFER, buffer);
+  glBufferData(GL_PIXEL_PACK_BUFFER, 64, nullptr, GL_STREAM_READ);
+  glGetBufferSubData(GL_PIXEL_PACK_BUFFER, 60, 4, &last);
+  glBindBuffer(GL_PIXEL_PACK_BUFFER, 0);
+  glDeleteBuffers(1, &buffer);
+  return last != 0 && storage.at(0, 0) != storage.at(1, 0) && storage.at(63, 62) != storage.at(63, 63);
+}
+
+bool TalksOfSuccess() {
+  const unsigned shader = glCreateShader(GL_VERTEX_SHADER);
+  const char* const text = "#version 410 core\nvoid main() { gl_Position = vec4(0); }";
+  glShaderSource(shader, 1, &text, nullptr);
+  glCompileShader(shader);
+  int compiled = 0, length = 0;
+  char log[80] = "";
+  glGetShaderiv(shader, GL_COMPILE_STATUS, &compiled);
+  glGetShaderiv(shader, GL_INFO_LOG_LENGTH, &length);
+  glGetShaderInfoLog(shader, sizeof log, nullptr, log);
+  glDeleteShader(shader);
+  return compiled != 0 && length > 1 && *log != '\0';
+}
+
+// The host's callback runs in the middle of a slot.
+bool blendsInSlot = false;
+QVGHostImage* LookAtState(const char*) {
+  blendsInSlot = glIsEnabled(GL_BLEND) != GL_FALSE;
+  return nullptr;
+}
+
+bool LeavesState() {
+  const QVGConfig config = {{}, &LookAtState, nullptr};
+  QVG_GetGLRendererInterface(&config);
+  const EffectPtr effect(Table().CreateEffect("general_eff"));
+  const QVGParamValue path = {QVG_PARAM_TEXT, {.text = "picture"}};
+  Table().SetEffectParameter(effect.get(), "bgfile", &path);
+  EXPECT_EQ(glIsEnabled(GL_BLEND), GL_FALSE) << "the test's state is not its own";
+  QVG_GetGLRendererInterface(nullptr);
+  return blendsInSlot;
+}
+
+TEST_F(DriverTest, DoesWhatItsModesSay) {
+  const char* const platforms = eglQueryString(EGL_NO_DISPLAY, EGL_EXTENSIONS);
+  EXPECT_EQ(BindsIndicesAlone(), !DriverIs(kIndexNeedsVertexArray));
+  EXPECT_EQ(DrawsToRgb(), !DriverIs(kNoRgbTarget));
+  EXPECT_EQ(glTextureBarrier != nullptr && GLAD_GL_ARB_texture_barrier != 0, !DriverIs(kNoTextureBarrier));
+  EXPECT_EQ(FreshStorageIsNoise(), DriverIs(kGarbage));
+  EXPECT_EQ(TalksOfSuccess(), DriverIs(kChattyLogs));
+  EXPECT_EQ(std::strstr(platforms, "EGL_EXT_platform_xcb") != nullptr, !DriverIs(kNoXcb));
+  EXPECT_EQ(LeavesState(), DriverIs(kCarelessHost));
+}
+
+}  // namespace
+}  // namespace qvg::test
