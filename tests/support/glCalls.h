@@ -54,6 +54,7 @@ struct CountedCall<kPointer> {
   using Function = Result(GLAD_API_PTR*)(Arguments...);
 
   static inline Function real = nullptr;
+  static inline Function standIn = nullptr;  ///< Answers in the driver's place; it may hand on to `real`.
   static inline CallCounts cost;
 
   static Result GLAD_API_PTR Run(Arguments... arguments) {
@@ -62,12 +63,13 @@ struct CountedCall<kPointer> {
     counts.errorChecks += cost.errorChecks;
     counts.objects += cost.objects;
     counts.syncs += cost.syncs;
-    return real(arguments...);
+    return (standIn != nullptr ? standIn : real)(arguments...);
   }
 
-  /// What to call in place of the function; null, for what the driver does not have, stays null.
+  /// What to call in place of the function; null, for what the driver does not have, stays null, and so does what is
+  /// wrapped already.
   static Function Wrap(Function function, const CallCounts& itsCost) {
-    if (function == nullptr) return nullptr;
+    if (function == nullptr || function == &Run) return function;
     real = function;
     cost = itsCost;
     return &Run;

@@ -1,0 +1,156 @@
+// The calls of the platform: the linker puts these functions before those of the same name (see tests/CMakeLists.txt).
+// Counts contexts and surfaces, and lets the library find the watched entry points of GL.
+#include <EGL/egl.h>
+#include <EGL/eglext.h>
+#include <xcb/xcb.h>
+
+#include <cstring>
+#include <system_error>
+#include <thread>
+
+#include "faults.h"
+#include "support/glCalls.h"
+
+namespace qvg::test {
+namespace {
+
+// Stands before a function that the library asks eglGetProcAddress for.
+template <int kNumber, class Result, class... Arguments>
+struct Asked {
+  static inline Result (*real)(Arguments...) = nullptr;
+  static inline const char* name = nullptr;
+
+  static Result Run(Arguments... arguments) { return FailsNow(name) ? Result() : real(arguments...); }
+};
+
+template <int kNumber, class Result, class... Arguments>
+auto* Stand(const char* name, Result (*function)(Arguments...)) {
+  using Watched = Asked<kNumber, Result, Arguments...>;
+  Watched::real = function;
+  Watched::name = name;
+  return &Watched::Run;
+}
+
+PFNEGLCREATEPLATFORMWINDOWSURFACEEXTPROC realCreateWindowSurface = nullptr;
+
+EGLSurface CreateWindowSurface(EGLDisplay display, EGLConfig config, void* window, const EGLint* attributes) {
+  if (FailsNow("eglCreatePlatformWindowSurfaceEXT")) return EGL_NO_SURFACE;
+  const EGLSurface surface = realCreateWindowSurface(display, config, window, attributes);
+  CountLiving(kSurfaces, surface != EGL_NO_SURFACE ? 1 : 0);
+  return surface;
+}
+
+using Proc = __eglMustCastToProperFunctionPointerType;
+
+// What the library gets for a name.
+Proc Watched(const char* name, Proc function) {
+  const auto is = [&](const char* other) { return std::strcmp(name, other) == 0; };
+  if (is("eglCreatePlatformWindowSurfaceEXT")) {
+    realCreateWindowSurface = reinterpret_cast<PFNEGLCREATEPLATFORMWINDOWSURFACEEXTPROC>(function);
+    return reinterpret_cast<Proc>(&CreateWindowSurface);
+  }
+  if (is("eglGetPlatformDisplayEXT")) {
+    return reinterpret_cast<Proc>(Stand<0>(name, reinterpret_cast<PFNEGLGETPLATFORMDISPLAYEXTPROC>(function)));
+  }
+  if (is("eglQueryDevicesEXT")) {
+    return reinterpret_cast<Proc>(Stand<1>(name, reinterpret_cast<PFNEGLQUERYDEVICESEXTPROC>(function)));
+  }
+  if (is("eglQueryDeviceStringEXT")) {
+    return reinterpret_cast<Proc>(Stand<2>(name, reinterpret_cast<PFNEGLQUERYDEVICESTRINGEXTPROC>(function)));
+  }
+  return CountedProc(name, function);
+}
+
+}  // namespace
+}  // namespace qvg::test
+
+using namespace qvg::test;
+
+// Calls that give false or null when they fail.
+#define QVG_FAILING_CALL(Result, name, parameters, arguments) \
+  Result __real_##name parameters;                            \
+  Result __wrap_##name parameters { return FailsNow(#name) ? static_cast<Result>(0) : __real_##name arguments; }
+
+// Hidden, some of them would not link: shared libraries call them, too.
+#pragma GCC visibility push(default)
+extern "C" {
+
+QVG_FAILING_CALL(EGLBoolean, eglInitialize, (EGLDisplay display, EGLint* major, EGLint* minor),
+                 (display, major, minor))
+QVG_FAILING_CALL(EGLBoolean, eglChooseConfig,
+                 (EGLDisplay display, const EGLint* attributes, EGLConfig* configs, EGLint room, EGLint* count),
+                 (display, attributes, configs, room, count))
+QVG_FAILING_CALL(EGLBoolean, eglBindAPI, (EGLenum api), (api))
+QVG_FAILING_CALL(EGLBoolean, eglSwapBuffers, (EGLDisplay display, EGLSurface surface), (display, surface))
+QVG_FAILING_CALL(const char*, eglQueryString, (EGLDisplay display, EGLint name), (display, name))
+QVG_FAILING_CALL(xcb_get_geometry_reply_t*, xcb_get_geometry_reply,
+                 (xcb_connection_t * connection, xcb_get_geometry_cookie_t cookie, xcb_generic_error_t** error),
+                 (connection, cookie, error))
+QVG_FAILING_CALL(xcb_get_window_attributes_reply_t*, xcb_get_window_attributes_reply,
+                 (xcb_connection_t * connection, xcb_get_window_attributes_cookie_t cookie,
+                  xcb_generic_error_t** error),
+                 (connection, cookie, error))
+
+Proc __real_eglGetProcAddress(const char* name);
+Proc __wrap_eglGetProcAddress(const char* name) {
+  const Proc function = __real_eglGetProcAddress(name);
+  return function == nullptr || FailsNow(name) ? nullptr : Watched(name, function);
+}
+
+EGLContext __real_eglCreateContext(EGLDisplay display, EGLConfig config, EGLContext root, const EGLint* attributes);
+EGLContext __wrap_eglCreateContext(EGLDisplay display, EGLConfig config, EGLContext root, const EGLint* attributes) {
+  if (FailsNow("eglCreateContext")) {
+    NoteUnbound();
+    return EGL_NO_CONTEXT;
+  }
+  const EGLContext context = __real_eglCreateContext(display, config, root, attributes);
+  CountLiving(kContexts, context != EGL_NO_CONTEXT ? 1 : 0);
+  return context;
+}
+
+EGLBoolean __real_eglMakeCurrent(EGLDisplay display, EGLSurface draw, EGLSurface read, EGLContext context);
+EGLBoolean __wrap_eglMakeCurrent(EGLDisplay display, EGLSurface draw, EGLSurface read, EGLContext context) {
+  if (!FailsNow("eglMakeCurrent")) return __real_eglMakeCurrent(display, draw, read, context);
+  NoteUnbound();
+  return EGL_FALSE;
+}
+
+EGLSurface __real_eglCreatePbufferSurface(EGLDisplay display, EGLConfig config, const EGLint* attributes);
+EGLSurface __wrap_eglCreatePbufferSurface(EGLDisplay display, EGLConfig config, const EGLint* attributes) {
+  if (FailsNow("eglCreatePbufferSurface")) return EGL_NO_SURFACE;
+  const EGLSurface surface = __real_eglCreatePbufferSurface(display, config, attributes);
+  CountLiving(kSurfaces, surface != EGL_NO_SURFACE ? 1 : 0);
+  return surface;
+}
+
+// What ends something does so.
+EGLBoolean __real_eglDestroyContext(EGLDisplay display, EGLContext context);
+EGLBoolean __wrap_eglDestroyContext(EGLDisplay display, EGLContext context) {
+  const bool fails = FailsNow("eglDestroyContext");
+  if (__real_eglDestroyContext(display, context) == EGL_TRUE) CountLiving(kContexts, -1);
+  return fails ? EGL_FALSE : EGL_TRUE;
+}
+
+EGLBoolean __real_eglDestroySurface(EGLDisplay display, EGLSurface surface);
+EGLBoolean __wrap_eglDestroySurface(EGLDisplay display, EGLSurface surface) {
+  const bool fails = FailsNow("eglDestroySurface");
+  if (__real_eglDestroySurface(display, surface) == EGL_TRUE) CountLiving(kSurfaces, -1);
+  return fails ? EGL_FALSE : EGL_TRUE;
+}
+
+xcb_connection_t* __real_xcb_connect(const char* display, int* screen);
+xcb_connection_t* __wrap_xcb_connect(const char* display, int* screen) {
+  return __real_xcb_connect(FailsNow("xcb_connect") ? "no display" : display, screen);
+}
+
+// std::thread's, out of line in the standard library.
+void __real__ZNSt6thread15_M_start_threadESt10unique_ptrINS_6_StateESt14default_deleteIS1_EEPFvvE(
+    void* thread, void* state, void (*depend)());
+void __wrap__ZNSt6thread15_M_start_threadESt10unique_ptrINS_6_StateESt14default_deleteIS1_EEPFvvE(
+    void* thread, void* state, void (*depend)()) {
+  if (FailsNow("std::thread")) throw std::system_error(std::make_error_code(std::errc::resource_unavailable_try_again));
+  __real__ZNSt6thread15_M_start_threadESt10unique_ptrINS_6_StateESt14default_deleteIS1_EEPFvvE(thread, state, depend);
+}
+
+}  // extern "C"
+#pragma GCC visibility pop
