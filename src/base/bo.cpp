@@ -59,6 +59,7 @@ bool BO::UnMap() {
   glBindBuffer(target_, 0);
   // It says itself that it failed: what is asked for after every read-back needs no check of its own.
   if (!kept) CheckGLError();
+  usable_ = usable_ && kept;
   return kept;
 }
 

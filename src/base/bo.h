@@ -23,8 +23,10 @@ class BO {
   bool UnBind();
   /// Maps the whole buffer; the mapping does not need the binding. Null on failure.
   void* Map(GLbitfield access);
-  /// False after a GL error, or when the driver has lost what was in the buffer.
+  /// False after a GL error, or when the driver has lost what was in the buffer. Then it may still be mapped, and is good
+  /// for nothing but deletion.
   bool UnMap();
+  bool Usable() const { return usable_; }
 
   GLuint Id() const { return id_; }
   int64_t Size() const { return size_; }
@@ -40,6 +42,7 @@ class BO {
   GLenum usage_ = GL_STREAM_DRAW;
   bool allocated_ = false;
   bool bound_ = false;
+  bool usable_ = true;
 };
 
 }  // namespace qvg

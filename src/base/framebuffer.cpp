@@ -93,7 +93,7 @@ bool FrameBuffer::Allocate(const FrameBufferSetting& setting) {
     if (!CheckGLError()) return false;
   }
   glBindFramebuffer(GL_FRAMEBUFFER, 0);
-  allocated_ = true;
+  allocated_ = attached_ = true;
   setting_ = setting;
   width_ = setting.width;
   height_ = setting.height;
@@ -120,13 +120,18 @@ bool FrameBuffer::BindColorTexture(Texture* texture) {
       !setting_.depthStencil || (depthBuffer_ != nullptr && depthBuffer_->setting.width >= storage.width &&
                                  depthBuffer_->setting.height >= storage.height);
   colorTexture_ = texture;
-  if ((!depthCovers && !_AttachDepth(storage.width, storage.height)) || !_Complete()) {
+  const bool complete = (depthCovers || _AttachDepth(storage.width, storage.height)) && _Complete();
+  if (!CheckGLError() || !complete) {
+    // What is attached now nobody knows.
+    if (!depthCovers && depthBuffer_ != nullptr) surfaces_.ReleaseRenderBuffer(depthBuffer_);
     UnbindColorTexture();
+    attached_ = false;
     return false;
   }
+  attached_ = true;
   width_ = content.width;
   height_ = content.height;
-  return CheckGLError();
+  return true;
 }
 
 bool FrameBuffer::UnbindColorTexture() {
@@ -142,7 +147,8 @@ bool FrameBuffer::UnbindColorTexture() {
   const bool ownBuffers = colorBuffer_ != nullptr || depthBuffer_ != nullptr;
   width_ = ownBuffers ? setting_.width : 0;
   height_ = ownBuffers ? setting_.height : 0;
-  return CheckGLError();
+  attached_ = CheckGLError();
+  return attached_;
 }
 
 ContentRect FrameBuffer::Content() const {
@@ -157,7 +163,8 @@ Scene FrameBuffer::AsScene() const {
     LogLocated(kLogError, "not allocated framebuffer");
     return {};
   }
-  if (!_OnOwnContext()) return {};
+  if (!attached_) LogLocated(kLogError, "framebuffer has lost its attachments");
+  if (!attached_ || !_OnOwnContext()) return {};
   return {{fbo_, Content(), colorTexture_}, camera};
 }
 
@@ -233,7 +240,9 @@ bool FrameBuffer::BlitToPbo(BO* buffer, int x, int y, int width, int height, int
   if (height < 1) height = height_;
   const ContentRect content = Content();
   if (colorBuffer_ == nullptr || colorBuffer_->setting.samples < 1) {
-    SubmitRead({fbo_, GL_COLOR_ATTACHMENT0, content.x + x, content.y + y, width, height, format, offset}, *buffer);
+    const PixelRead read = {fbo_,  GL_COLOR_ATTACHMENT0, content.x + x, content.y + y, width, height,
+                            format, offset};
+    SubmitReads({&read, 1}, *buffer);
     CheckGLError();
     return true;
   }
@@ -245,9 +254,9 @@ bool FrameBuffer::BlitToPbo(BO* buffer, int x, int y, int width, int height, int
   glBindFramebuffer(GL_DRAW_FRAMEBUFFER, target.frameBuffer);
   glBlitFramebuffer(content.x + x, content.y + y, width, height, target.content.x, target.content.y, width, height,
                     GL_COLOR_BUFFER_BIT, GL_NEAREST);
-  SubmitRead(
-      {target.frameBuffer, GL_COLOR_ATTACHMENT0, target.content.x, target.content.y, width, height, format, offset},
-      *buffer);
+  const PixelRead read = {
+      target.frameBuffer, GL_COLOR_ATTACHMENT0, target.content.x, target.content.y, width, height, format, offset};
+  SubmitReads({&read, 1}, *buffer);
   glBindFramebuffer(GL_FRAMEBUFFER, 0);
   CheckGLError();
   surfaces_.ReleaseTexture(resolved);

@@ -82,6 +82,7 @@ class FrameBuffer {
   int width_ = 0;  // of what is drawn to
   int height_ = 0;
   bool allocated_ = false;
+  bool attached_ = false;  // what the members above say; false after an error, until a texture is bound
   std::atomic<bool> bound_ = false;
 };
 

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "base/contextState.h"
+#include "base/glError.h"
 #include "base/texelFormat.h"
 
 namespace qvg {
@@ -17,8 +18,8 @@ std::atomic<GLint> maxTextureSize = 0;
 std::atomic<Answer> renderable[kTexelFormatCount] = {};
 std::atomic<Answer> readsTooEarly = Answer::kUnknown;
 
-// Whether a frame buffer with a small texture of the format is complete.
-bool TryToRender(GLenum internalFormat) {
+// Whether a frame buffer with a small texture of the format is complete; not known after a GL error.
+Answer TryToRender(GLenum internalFormat) {
   constexpr GLsizei kSize = 2;
   GLuint texture = 0;
   GLuint frameBuffer = 0;
@@ -34,7 +35,8 @@ bool TryToRender(GLenum internalFormat) {
   glBindFramebuffer(GL_FRAMEBUFFER, 0);
   glDeleteFramebuffers(1, &frameBuffer);
   glDeleteTextures(1, &texture);
-  return complete;
+  if (!CheckGLError()) return Answer::kUnknown;
+  return complete ? Answer::kYes : Answer::kNo;
 }
 
 }  // namespace
@@ -53,15 +55,16 @@ bool Limits::IsRenderable(GLenum internalFormat) {
   if (index < 0) return false;
   std::atomic<Answer>& answer = renderable[index];
   // Two threads may both try, and find the same.
-  if (answer == Answer::kUnknown) answer = TryToRender(internalFormat) ? Answer::kYes : Answer::kNo;
+  if (answer == Answer::kUnknown) answer = TryToRender(internalFormat);
   return answer == Answer::kYes;
 }
 
 bool Limits::ReadsTooEarly() {
   if (readsTooEarly == Answer::kUnknown && CurrentContext() != nullptr) {
     const auto* const renderer = reinterpret_cast<const char*>(glGetString(GL_RENDERER));
-    const bool software = renderer != nullptr && std::strstr(renderer, "llvmpipe") != nullptr;
-    readsTooEarly = software ? Answer::kYes : Answer::kNo;
+    // Until it is told, the worse is taken for true.
+    if (renderer == nullptr) return true;
+    readsTooEarly = std::strstr(renderer, "llvmpipe") != nullptr ? Answer::kYes : Answer::kNo;
   }
   return readsTooEarly == Answer::kYes;
 }

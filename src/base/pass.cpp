@@ -16,12 +16,16 @@ Pass::Pass(ProgramCache& programs, const ProgramKind& kind, uint32_t variant, co
   if (program_ == nullptr) return;
   if (context_->quad == nullptr) context_->quad = std::make_unique<Quad>();
   quad_ = context_->quad.get();
-  _Begin(target);
+  if (quad_->Ready()) {
+    _Begin(target);
+  } else {
+    context_->quad.reset();
+  }
 }
 
 Pass::Pass(Program& program, Quad& quad, const RenderTarget& target)
     : context_(CurrentContext()), program_(&program), quad_(&quad) {
-  if (context_ != nullptr) _Begin(target);
+  if (context_ != nullptr && quad.Ready()) _Begin(target);
 }
 
 Pass::~Pass() {

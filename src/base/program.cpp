@@ -46,12 +46,13 @@ Program::~Program() {
 
 bool Program::LoadFromContent(const std::string& vs, const std::string& fs, const std::string& gs) {
   if (id_ == 0) id_ = glCreateProgram();
+  bool compiled = true;
   const std::pair<GLenum, const std::string&> stages[] = {
       {GL_VERTEX_SHADER, vs}, {GL_FRAGMENT_SHADER, fs}, {GL_GEOMETRY_SHADER, gs}};
   for (const auto& [type, source] : stages) {
     if (source.empty()) continue;
     Shader shader;
-    shader.LoadFromContent(type, source);
+    compiled = shader.LoadFromContent(type, source) && compiled;
     glAttachShader(id_, shader.Id());
     // Marked for deletion: it goes with the program it is attached to.
     if (shader.Id() != 0) glDeleteShader(shader.Id());
@@ -60,9 +61,8 @@ bool Program::LoadFromContent(const std::string& vs, const std::string& fs, cons
   GLint status = 0;
   glGetProgramiv(id_, GL_LINK_STATUS, &status);
   if (status == 0) PrintProgramInfoLog();
-  if (!CheckGLError()) return false;
-  loaded_ = true;
-  return true;
+  loaded_ = CheckGLError() && compiled && status != 0;
+  return loaded_;
 }
 
 void Program::Adopt(GLuint id) {
@@ -81,9 +81,8 @@ bool Program::PrintProgramInfoLog() {
   return CheckGLError();
 }
 
-void Program::SetKind(const ProgramKind& kind) {
-  if (kind_ == &kind) return;
-  kind_ = &kind;
+bool Program::SetKind(const ProgramKind& kind) {
+  if (kind_ == &kind) return true;
   uniforms_ = {};
   for (size_t i = 0; i < uniforms_.size() && kind.uniforms[i] != nullptr; ++i) {
     uniforms_[i].location = glGetUniformLocation(id_, kind.uniforms[i]);
@@ -93,6 +92,9 @@ void Program::SetKind(const ProgramKind& kind) {
     samplers_[i] = {};
     if (name != nullptr) samplers_[i].location = glGetUniformLocation(id_, name);
   }
+  // A location that could not be had looks like that of a uniform that the program does not have.
+  kind_ = CheckGLError() ? &kind : nullptr;
+  return kind_ != nullptr;
 }
 
 void Program::_SendSamplers() {

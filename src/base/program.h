@@ -22,14 +22,13 @@ class Program {
   Program(const Program&) = delete;
   Program& operator=(const Program&) = delete;
 
-  /// Compiles and links; an empty source skips its stage. True unless a GL error is pending: a program that does not
-  /// compile or link is in the log and counts as loaded.
+  /// Compiles and links; an empty source skips its stage. False, which is logged, when the program can't be used.
   bool LoadFromContent(const std::string& vs, const std::string& fs, const std::string& gs);
   /// Takes over a GL program that was linked elsewhere.
   void Adopt(GLuint id);
   bool PrintProgramInfoLog();
-  /// Looks up the uniforms and samplers of the kind, for the setters by index.
-  void SetKind(const ProgramKind& kind);
+  /// Looks up the uniforms and samplers of the kind, for the setters by index. False after a GL error.
+  bool SetKind(const ProgramKind& kind);
 
   bool Bind();
   bool UnBind();

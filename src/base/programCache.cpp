@@ -69,7 +69,7 @@ Program* ProgramCache::Get(const std::string& name, const std::string& vertexSou
   }
   if (vertexSource.empty() || fragmentSource.empty()) return nullptr;
   auto program = std::make_unique<Program>();
-  program->LoadFromContent(vertexSource, fragmentSource, "");
+  if (!program->LoadFromContent(vertexSource, fragmentSource, "")) return nullptr;
   program->SetCacheName(name);
   program->handOver.Take();
   inUse_.push_back(program.get());
@@ -99,8 +99,17 @@ const ProgramText& ProgramCache::_Text(const ProgramKind& kind, uint32_t variant
 Program* ProgramCache::_Take(const ProgramKind& kind, uint32_t variant) {
   const ProgramText& text = _Text(kind, variant);
   Program* const program = Get(text.name, text.vertex, text.fragment);
-  if (program != nullptr) program->SetKind(kind);
-  return program;
+  if (program == nullptr || program->SetKind(kind)) return program;
+  _Drop(program);
+  return nullptr;
+}
+
+void ProgramCache::_Drop(Program* program) {
+  {
+    std::lock_guard lock(mutex_);
+    inUse_.remove(program);
+  }
+  delete program;
 }
 
 Program* ProgramCache::Of(const ProgramKind& kind, uint32_t variant) {

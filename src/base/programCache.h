@@ -54,13 +54,13 @@ class ProgramCache {
 
   /// An idle program of that name, or a new one from the sources; null without a name or a context, or when there is
   /// none idle and a source is empty. Of several idle ones the one that the current context used last, else the one
-  /// that came back first. A program that did not compile is lent like any other.
+  /// that came back first. Null, which is logged, for one that does not compile or link; the next call tries again.
   Program* Get(const std::string& name, const std::string& vertexSource, const std::string& fragmentSource);
   /// Takes a program back, also one that was never lent. False for null.
   bool Return(Program* program);
 
   /// The current context's program of a variant, which stays with the context until that is made not current. Null
-  /// without a context.
+  /// without a context, or when it can't be made.
   Program* Of(const ProgramKind& kind, uint32_t variant);
   /// Whether the current context has the variant's program, or can take one without compiling it.
   bool HasReady(const ProgramKind& kind, uint32_t variant);
@@ -73,6 +73,7 @@ class ProgramCache {
 
   const ProgramText& _Text(const ProgramKind& kind, uint32_t variant);
   Program* _Take(const ProgramKind& kind, uint32_t variant);
+  void _Drop(Program* program);
 
   std::mutex mutex_;
   std::list<Program*> idle_;   // In the order in which they came back.

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <optional>
+
 #include "base/content.h"
 #include "base/ebo.h"
 #include "base/vao.h"
@@ -13,6 +15,8 @@ class Quad {
  public:
   Quad();
 
+  /// Whether all of it could be made. Drawing without is not defined, not even as an error.
+  bool Ready() const { return ready_; }
   /// Corner by corner, in the order of QuadCorners. Costs nothing when they are so already.
   bool SetTexCoords(const QuadCorners& corners);
   /// Leaves the vertex array bound.
@@ -22,7 +26,8 @@ class Quad {
   VAO vao_;
   VBO vbo_;
   EBO ebo_;
-  QuadCorners texCoords_ = {};
+  std::optional<QuadCorners> texCoords_;  // nothing: not known
+  bool ready_ = false;
 };
 
 }  // namespace qvg

@@ -60,19 +60,25 @@ bool CopyContent(const RenderTarget& from, const Texture& to) {
   return CheckGLError();
 }
 
-void SubmitRead(const PixelRead& read, const BO& buffer) {
-  glBindFramebuffer(GL_READ_FRAMEBUFFER, read.frameBuffer);
-  glReadBuffer(read.attachment);
+bool SubmitReads(std::span<const PixelRead> reads, const BO& buffer) {
   glBindBuffer(GL_PIXEL_PACK_BUFFER, buffer.Id());
+  GLint bound = 0;
+  glGetIntegerv(GL_PIXEL_PACK_BUFFER_BINDING, &bound);
+  if (bound == 0 || static_cast<GLuint>(bound) != buffer.Id()) return false;
   glPixelStorei(GL_PACK_ALIGNMENT, 1);
-  glPixelStorei(GL_PACK_ROW_LENGTH, read.rowLength);
   glPixelStorei(GL_PACK_SKIP_ROWS, 0);
   glPixelStorei(GL_PACK_SKIP_PIXELS, 0);
-  glReadPixels(read.x, read.y, read.width, read.height, read.format, GL_UNSIGNED_BYTE,
-               reinterpret_cast<void*>(read.offset));
-  if (read.rowLength != 0) glPixelStorei(GL_PACK_ROW_LENGTH, 0);
+  for (const PixelRead& read : reads) {
+    glBindFramebuffer(GL_READ_FRAMEBUFFER, read.frameBuffer);
+    glReadBuffer(read.attachment);
+    glPixelStorei(GL_PACK_ROW_LENGTH, read.rowLength);
+    glReadPixels(read.x, read.y, read.width, read.height, read.format, GL_UNSIGNED_BYTE,
+                 reinterpret_cast<void*>(read.offset));
+  }
+  glPixelStorei(GL_PACK_ROW_LENGTH, 0);
   glBindBuffer(GL_PIXEL_PACK_BUFFER, 0);
   glBindFramebuffer(GL_READ_FRAMEBUFFER, 0);
+  return true;
 }
 
 }  // namespace qvg

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 
 #include "base/content.h"
 #include "base/gl.h"
@@ -32,7 +33,7 @@ bool ClearTarget(const RenderTarget& target, const float color[4], bool depth);
 /// Copies exactly the target's content to the texture's content, which has the same size. Leaves no frame buffer bound.
 bool CopyContent(const RenderTarget& from, const Texture& to);
 
-/// Starts reading a rectangle of a frame buffer into a pixel-pack buffer, with the whole state of the transfer set.
+/// A rectangle of a frame buffer that is to be read.
 struct PixelRead {
   GLuint frameBuffer = 0;
   GLenum attachment = GL_COLOR_ATTACHMENT0;
@@ -44,6 +45,8 @@ struct PixelRead {
   int64_t offset = 0;  ///< Of the first pixel, in bytes.
   int rowLength = 0;   ///< Pixels from one row to the next in the buffer; 0: the width.
 };
-void SubmitRead(const PixelRead& read, const BO& buffer);
+/// Starts reading them into a pixel-pack buffer, with the whole state of the transfer set. False when the buffer can't be
+/// bound: the pixels would go to an address in host memory.
+bool SubmitReads(std::span<const PixelRead> reads, const BO& buffer);
 
 }  // namespace qvg

@@ -21,7 +21,7 @@ bool RenderBuffer::Allocate(const RenderBufferSetting& wanted) {
   }
   // Left bound, it would outlive its deletion on another context.
   glBindRenderbuffer(GL_RENDERBUFFER, 0);
-  if (!CheckGLError()) {
+  if (!CheckGLError() || id == 0) {
     glDeleteRenderbuffers(1, &id);
     id = 0;
     return false;

@@ -43,10 +43,10 @@ uint32_t TargetCache::FrameBufferOf(std::span<const Texture* const> textures) {
   glDrawBuffers(static_cast<GLsizei>(textures.size()), attachments.data());
   const bool complete = glCheckFramebufferStatus(GL_FRAMEBUFFER) == GL_FRAMEBUFFER_COMPLETE;
   glBindFramebuffer(GL_FRAMEBUFFER, 0);
-  if (!complete) {
-    LogLocated(kLogError, "FrameBuffer is not complete");
+  if (!complete) LogLocated(kLogError, "FrameBuffer is not complete");
+  // Without a name it was the window's own that was looked at.
+  if (!CheckGLError() || !complete || entry.name == 0) {
     glDeleteFramebuffers(1, &entry.name);
-    CheckGLError();
     return 0;
   }
   entries_.push_back(entry);

@@ -15,6 +15,8 @@ namespace {
 
 std::atomic<uint64_t> lastStorage = 0;
 
+constexpr Swizzle kSwizzleUnknown = {};
+
 }  // namespace
 
 Texture::~Texture() {
@@ -45,17 +47,18 @@ bool Texture::Allocate(const TextureSetting& setting) {
     glTexStorage2D(made.target, setting.levels, setting.internalFormat, setting.width, setting.height);
   }
   glBindTexture(made.target, 0);
-  if (!CheckGLError()) {
+  if (!CheckGLError() || made.id == 0) {
     glDeleteTextures(1, &made.id);
     return false;
   }
   storage_ = made;
   content_ = {setting.width, setting.height, 0, 0, setting.width, setting.height};
-  UpdateSetting(setting);
-  return CheckGLError();
+  if (UpdateSetting(setting)) return true;
+  _Free();
+  return false;
 }
 
-void Texture::UpdateSetting(const TextureSetting& setting) {
+bool Texture::UpdateSetting(const TextureSetting& setting) {
   const GLenum target = storage_.target;
   glBindTexture(target, storage_.id);
   glTexParameteri(target, GL_TEXTURE_WRAP_S, static_cast<GLint>(setting.wrapS));
@@ -64,13 +67,14 @@ void Texture::UpdateSetting(const TextureSetting& setting) {
   glTexParameteri(target, GL_TEXTURE_MAG_FILTER, static_cast<GLint>(setting.magFilter));
   glTexParameteri(target, GL_TEXTURE_MIN_FILTER, static_cast<GLint>(setting.minFilter));
   glBindTexture(target, 0);
-  if (!CheckGLError()) return;
+  if (!CheckGLError()) return false;
   TextureSetting& current = storage_.setting;
   current.wrapS = setting.wrapS;
   current.wrapT = setting.wrapT;
   current.wrapR = setting.wrapR;
   current.magFilter = setting.magFilter;
   current.minFilter = setting.minFilter;
+  return true;
 }
 
 void Texture::SetContentSize(int width, int height) {
@@ -106,8 +110,17 @@ bool Texture::Load(const HostPixels& image, std::source_location where) {
   const ContentRect before = content_;
   SubmitLoad(image, Place::kCentre);
   if (CheckGLError(where)) return true;
-  SetContentSize(before.width, before.height);
+  content_ = before;
   return false;
+}
+
+bool Texture::_RowsAreRead(const HostPixels& image) const {
+  constexpr int kLargestAlignment = 8;
+  const int64_t texels = image.rowLength != 0 ? image.rowLength : image.width;
+  if (texels * TexelFormatOf(storage_.setting.internalFormat).bytes % kLargestAlignment == 0) return true;
+  GLint alignment = 0;
+  glGetIntegerv(GL_UNPACK_ALIGNMENT, &alignment);
+  return alignment == 1;
 }
 
 void Texture::SubmitLoad(const HostPixels& image, Place place) {
@@ -125,8 +138,10 @@ void Texture::SubmitLoad(const HostPixels& image, Place place) {
   glPixelStorei(GL_UNPACK_SWAP_BYTES, GL_FALSE);
   if (unpackBuffer_ == 0 || !packed || !_MapAndLoad(image)) {
     glBindBuffer(GL_PIXEL_UNPACK_BUFFER, 0);
-    glTexSubImage2D(storage_.target, 0, content_.x, content_.y, image.width, image.height, image.format, image.type,
-                    image.pixels);
+    if (_RowsAreRead(image)) {
+      glTexSubImage2D(storage_.target, 0, content_.x, content_.y, image.width, image.height, image.format, image.type,
+                      image.pixels);
+    }
   }
   if (!packed) glPixelStorei(GL_UNPACK_ROW_LENGTH, 0);
   if (storage_.setting.generateMipmap) glGenerateMipmap(storage_.target);
@@ -141,9 +156,8 @@ bool Texture::RemapRGBA(const Swizzle& swizzle) {
   glBindTexture(storage_.target, storage_.id);
   glTexParameteriv(GL_TEXTURE_2D, GL_TEXTURE_SWIZZLE_RGBA, swizzle.data());
   glBindTexture(storage_.target, 0);
-  if (!CheckGLError()) return false;
-  storage_.swizzle = swizzle;
-  return true;
+  storage_.swizzle = CheckGLError() ? swizzle : kSwizzleUnknown;
+  return storage_.swizzle == swizzle;
 }
 
 bool Texture::CopyFrom(const Texture* source, int x, int y, int width, int height) {

@@ -62,7 +62,7 @@ class Texture {
 
   bool Allocate(const TextureSetting& setting);
   /// Applies wrap modes and filters; nothing else of the setting.
-  void UpdateSetting(const TextureSetting& setting);
+  bool UpdateSetting(const TextureSetting& setting);
   /// Uploads an image into the centre of the storage.
   bool Load(const HostPixels& image, std::source_location where = std::source_location::current());
   /// The same without an error check: for a step of an operation that ends with one. At the origin the image lies in
@@ -70,7 +70,8 @@ class Texture {
   /// it.
   enum class Place { kCentre, kOrigin };
   void SubmitLoad(const HostPixels& image, Place place);
-  /// Sets how the channels are read when sampled. Costs nothing when it is so already.
+  /// Sets how the channels are read when sampled. Costs nothing when it is so already; after a failure nobody knows, and
+  /// the next call sets it in any case.
   bool RemapRGBA(const Swizzle& swizzle);
   /// Copies a rectangle of the source's storage into the centre of this one, channels as they are stored. A width or
   /// height below 1 means the source's content size. Storage too small for the source's content is made anew. The copy
@@ -129,6 +130,9 @@ class Texture {
 
   void _Free();
   bool _MapAndLoad(const HostPixels& image);
+  /// Whether rows are read from where they lie. Where setting the alignment failed the driver would look for them, and
+  /// read, behind the image's end.
+  bool _RowsAreRead(const HostPixels& image) const;
 
   StorageState storage_;
   ContentRect content_;

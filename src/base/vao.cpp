@@ -20,7 +20,7 @@ bool VAO::Bind() {
     return false;
   }
   glBindVertexArray(id_);
-  return CheckGLError();
+  return CheckGLError() && id_ != 0;
 }
 
 bool VAO::UnBind() {

@@ -258,7 +258,9 @@ void GeneralEffect::_Prepare() {
   if (!frame) return;
   for (const Sampling sampling : {Sampling::kNearest, Sampling::kAsSet}) {
     Texture* output = _Apply(*frame, sampling);
-    if (output != nullptr) services_.surfaces.ReleaseTexture(output);
+    // What the program has of its values is then known to nobody: it stays here.
+    if (output == nullptr) return;
+    services_.surfaces.ReleaseTexture(output);
     if ((_Stages() & kBackground) == 0) break;
   }
   services_.programs.Offer(kKind, variant);

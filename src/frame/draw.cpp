@@ -5,6 +5,7 @@
 #include <limits>
 #include <memory>
 
+#include "base/glError.h"
 #include "base/limits.h"
 #include "base/surfaceSource.h"
 #include "drawer/textureDrawer.h"
@@ -123,6 +124,7 @@ Texture* CloneTexture(const FrameServices& services, Texture* source) {
   } else {
     if (!DrawWhole(services, *source, *copy, {.asStored = true})) return nullptr;
     glFinish();
+    if (!CheckGLError()) return nullptr;
   }
   copy->presentation = source->presentation;
   copy->presentation.madeFor = 0;

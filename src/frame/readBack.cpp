@@ -69,9 +69,9 @@ bool ReadRGB(const FrameServices& services, Texture* source, QVGPixelBuffer* out
     const RenderTarget target = RenderTarget::On(direct ? *source : *drawn);
     if (target.frameBuffer == 0) return false;
     target.texture->SettleForReading(*CurrentContext());
-    SubmitRead({target.frameBuffer, GL_COLOR_ATTACHMENT0, target.content.x, target.content.y, width, height, format},
-               buffer);
-    return true;
+    const PixelRead read = {
+        target.frameBuffer, GL_COLOR_ATTACHMENT0, target.content.x, target.content.y, width, height, format};
+    return SubmitReads({&read, 1}, buffer);
   };
   out->plane[0] = ReadBack(services, int64_t{width} * 4 * height, PixelBufferPool::kRGBUsage, fill);
   return out->plane[0] != nullptr;
@@ -119,14 +119,14 @@ bool SubmitBlocks(const FrameServices& services, const RGB2YUVDrawer::Parameters
   const RenderTarget target = {context->targets.FrameBufferOf(std::span(textures.data(), parts.size())),
                                {columns, rows, 0, 0, columns, rows}};
   if (target.frameBuffer == 0 || !RGB2YUVDrawer(services.programs).DrawBlocks(target, parameters)) return false;
+  std::array<PixelRead, TargetCache::kTextures> reads;
   for (size_t i = 0; i < parts.size(); ++i) {
     textures[i]->NoteDrawn(*context);
     textures[i]->SettleForReading(*context);
-    SubmitRead({target.frameBuffer, GL_COLOR_ATTACHMENT0 + static_cast<GLenum>(i), 0, 0, columns, rows, parts[i].format,
-                parts[i].offset, parts[i].rowLength},
-               buffer);
+    reads[i] = {target.frameBuffer, GL_COLOR_ATTACHMENT0 + static_cast<GLenum>(i), 0, 0, columns, rows,
+                parts[i].format,    parts[i].offset, parts[i].rowLength};
   }
-  return true;
+  return SubmitReads(std::span(reads.data(), parts.size()), buffer);
 }
 
 // One byte a texel, for sizes that make no blocks.
@@ -148,12 +148,13 @@ bool SubmitBytes(const FrameServices& services, const RGB2YUVDrawer::Parameters&
                          {width / 2, height, width / 2, height / 2, layout.vOffset}};
   const ContentRect& content = scene.target.content;
   drawn->SettleForReading(*CurrentContext());
-  for (const Part& part : layout.nv12 ? std::span<const Part>(nv12) : std::span<const Part>(planar)) {
-    SubmitRead({scene.target.frameBuffer, GL_COLOR_ATTACHMENT0, content.x + part.x, content.y + part.y, part.width,
-                part.height, GL_RED, part.offset},
-               buffer);
-  }
-  return true;
+  const std::span<const Part> parts = layout.nv12 ? std::span<const Part>(nv12) : std::span<const Part>(planar);
+  std::array<PixelRead, std::size(planar)> reads;
+  std::transform(parts.begin(), parts.end(), reads.begin(), [&](const Part& part) {
+    return PixelRead{scene.target.frameBuffer, GL_COLOR_ATTACHMENT0, content.x + part.x, content.y + part.y,
+                     part.width,               part.height,          GL_RED,             part.offset};
+  });
+  return SubmitReads(std::span(reads.data(), parts.size()), buffer);
 }
 
 uint8_t* ReadYUV(const FrameServices& services, const Texture& source, const YUVLayout& layout, bool mirror,

@@ -90,6 +90,7 @@ bool UploadRGB(const FrameServices& services, Texture& destination, const FrameV
     if (storage.internalFormat != pixels.format.internalFormat && pixels.format.bytesPerTexel == 4) swizzle[3] = GL_ONE;
     SubmitPlane(services, destination, pixels, Texture::Place::kCentre);
     if (!CheckGLError() || !destination.RemapRGBA(swizzle)) {
+      destination.SetContentOrigin(before.x, before.y);
       destination.SetContentSize(before.width, before.height);
       return false;
     }

@@ -35,6 +35,7 @@ void PixelBufferPool::Release(BO*& buffer) {
   BO* released = buffer;
   buffer = nullptr;
   if (released == nullptr) return;
+  if (!released->Usable()) return delete released;
   std::lock_guard lock(mutex_);
   idle_.Insert(released, released->Size());
 }

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <utility>
 
+#include "base/glError.h"
 #include "base/texture.h"
 #include "pool/scratchBufferPool.h"
 #include "pool/texturePool.h"
@@ -64,7 +65,7 @@ bool ResourceCache::_LoadImage(Entry& entry) {
   entry.texture->presentation.flipped = true;
   // Other contexts may draw with it at once, and its upload is nowhere to be waited for.
   glFinish();
-  return true;
+  return CheckGLError();
 }
 
 bool ResourceCache::_LoadFile(Entry& entry) {
