@@ -1,8 +1,10 @@
 #include "base/limits.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstdint>
 #include <cstring>
+#include <iterator>
 
 #include "base/contextState.h"
 #include "base/glError.h"
@@ -13,6 +15,9 @@ namespace qvg {
 namespace {
 
 enum class Answer : uint8_t { kUnknown, kNo, kYes };
+
+// Every driver can; a trial that goes wrong tells nothing.
+constexpr GLenum kAlwaysRenderable[] = {GL_R8, GL_RG8, GL_RGBA8};
 
 std::atomic<GLint> maxTextureSize = 0;
 std::atomic<Answer> renderable[kTexelFormatCount] = {};
@@ -51,6 +56,10 @@ int Limits::MaxTextureSize() {
 }
 
 bool Limits::IsRenderable(GLenum internalFormat) {
+  if (std::find(std::begin(kAlwaysRenderable), std::end(kAlwaysRenderable), internalFormat) !=
+      std::end(kAlwaysRenderable)) {
+    return true;
+  }
   const int index = TexelFormatIndex(internalFormat);
   if (index < 0) return false;
   std::atomic<Answer>& answer = renderable[index];

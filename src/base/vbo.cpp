@@ -11,7 +11,7 @@ bool VBO::VertexAttribute::Bind() {
     return false;
   }
   glEnableVertexAttribArray(location);
-  bo->Bind(GL_ARRAY_BUFFER);
+  if (!bo->Bind(GL_ARRAY_BUFFER)) return false;
   glVertexAttribPointer(location, static_cast<GLint>(components), GL_FLOAT, GL_FALSE, 0,
                         reinterpret_cast<const void*>(offset));
   return CheckGLError();

@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/glContextPlatform.h"
 #include "support/glCalls.h"
 
 namespace qvg::test {
@@ -24,7 +25,10 @@ struct State {
   int calls = 0;
   FaultReport report;
   Census living = {};
+  std::map<const void*, std::array<int, 2>> ofContext;  // frame buffers and vertex arrays, which are in no share group
 };
+
+bool IsOfContext(Kind kind) { return kind == kFrameBuffers || kind == kVertexArrays; }
 
 State& Shared() {
   static State state;
@@ -357,6 +361,15 @@ Census Living() {
 void CountLiving(Kind kind, int change) {
   std::lock_guard lock(Shared().mutex);
   Shared().living[kind] += change;
+  if (IsOfContext(kind)) Shared().ofContext[CurrentNativeContext()][kind - kFrameBuffers] += change;
+}
+
+void CountContextEnd(const void* context) {
+  std::lock_guard lock(Shared().mutex);
+  const auto found = Shared().ofContext.find(context);
+  if (found == Shared().ofContext.end()) return;
+  for (const Kind kind : {kFrameBuffers, kVertexArrays}) Shared().living[kind] -= found->second[kind - kFrameBuffers];
+  Shared().ofContext.erase(found);
 }
 
 std::string Difference(const Census& before, const Census& now) {

@@ -61,6 +61,8 @@ enum Kind {
 using Census = std::array<int, kKinds>;
 Census Living();
 void CountLiving(Kind kind, int change);
+/// For the platform's part: a context is about to be destroyed, and what belongs to it alone goes with it.
+void CountContextEnd(const void* context);
 /// How it differs; "" when it doesn't.
 std::string Difference(const Census& before, const Census& now);
 

@@ -47,6 +47,21 @@ class Host {
   int failedBefore_ = 0;
 };
 
+/// A part of a scenario with that many steps: those that it leaves out are noted as not done.
+class Part {
+ public:
+  Part(Host& host, size_t steps) : host_(host), end_(host.steps.size() + steps) {}
+  ~Part() {
+    if (host_.steps.size() < end_) host_.steps.resize(end_, {false, true, {}});
+  }
+  Part(const Part&) = delete;
+  Part& operator=(const Part&) = delete;
+
+ private:
+  Host& host_;
+  size_t end_;
+};
+
 /// What the texture stores in its content, with everything that decides how it looks. Without a trace in the context.
 std::vector<uint8_t> PictureOf(const QVGTexture* texture);
 /// All bytes of a read-back's planes.

@@ -127,6 +127,7 @@ EGLSurface __wrap_eglCreatePbufferSurface(EGLDisplay display, EGLConfig config, 
 EGLBoolean __real_eglDestroyContext(EGLDisplay display, EGLContext context);
 EGLBoolean __wrap_eglDestroyContext(EGLDisplay display, EGLContext context) {
   const bool fails = FailsNow("eglDestroyContext");
+  CountContextEnd(context);
   if (__real_eglDestroyContext(display, context) == EGL_TRUE) CountLiving(kContexts, -1);
   return fails ? EGL_FALSE : EGL_TRUE;
 }
