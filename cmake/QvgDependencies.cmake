@@ -4,7 +4,6 @@ set(THREADS_PREFER_PTHREAD_FLAG ON)
 find_package(Threads REQUIRED)
 
 add_library(qvg_header_only INTERFACE)
-target_compile_definitions(qvg_header_only INTERFACE FMT_HEADER_ONLY=1)
 if(CMAKE_CROSSCOMPILING)
   # The host's /usr/include must stay out of the search path: only these folders of it are shown to the compiler.
   set(shared_headers "${CMAKE_BINARY_DIR}/host-headers")
@@ -17,9 +16,8 @@ if(CMAKE_CROSSCOMPILING)
   endforeach()
   target_include_directories(qvg_header_only SYSTEM INTERFACE "${shared_headers}")
 else()
-  find_package(fmt REQUIRED)
+  find_path(FMT_INCLUDE_DIR fmt/core.h REQUIRED)
   find_path(GLM_INCLUDE_DIR glm/glm.hpp REQUIRED)
-  target_link_libraries(qvg_header_only INTERFACE fmt::fmt-header-only)
 endif()
 
 add_library(qvg_platform INTERFACE)

@@ -23,8 +23,8 @@ class BO {
   bool UnBind();
   /// Maps the whole buffer; the mapping does not need the binding. Null on failure.
   void* Map(GLbitfield access);
-  /// False after a GL error, or when the driver has lost what was in the buffer. Then it may still be mapped, and is good
-  /// for nothing but deletion.
+  /// False after a GL error, or when the driver has lost what was in the buffer. Then it may still be mapped, and is
+  /// good for nothing but deletion.
   bool UnMap();
   bool Usable() const { return usable_; }
 

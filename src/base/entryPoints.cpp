@@ -1,11 +1,10 @@
 #include "base/entryPoints.h"
 
-#include <fmt/format.h>
-
 #include <cstdint>
 
 #include "base/gl.h"
 #include "base/glContextPlatform.h"
+#include "utils/format.h"
 #include "utils/log.h"
 
 namespace qvg {
@@ -23,8 +22,8 @@ bool HasEntryPoints() {
   int32_t minor = 0;
   LoadedGLVersion(&major, &minor);
   if (major < kLeastMajor || (major == kLeastMajor && minor < kLeastMinor)) {
-    LogLocated(kLogError, fmt::format("the driver's OpenGL {}.{} is too old, {}.{} is needed: nothing can be drawn.",
-                                      major, minor, kLeastMajor, kLeastMinor));
+    LogLocated(kLogError, Format("the driver's OpenGL {}.{} is too old, {}.{} is needed: nothing can be drawn.", major,
+                                 minor, kLeastMajor, kLeastMinor));
     return false;
   }
 #define QVG_ENTRY_POINT(name) \
@@ -123,7 +122,7 @@ bool HasEntryPoints() {
 #undef QVG_ENTRY_POINT
   for (const auto& [name, there] : entryPoints) {
     if (there) continue;
-    LogLocated(kLogError, fmt::format("the driver's OpenGL {}.{} lacks {}: nothing can be drawn.", major, minor, name));
+    LogLocated(kLogError, Format("the driver's OpenGL {}.{} lacks {}: nothing can be drawn.", major, minor, name));
     return false;
   }
   return true;

@@ -240,8 +240,7 @@ bool FrameBuffer::BlitToPbo(BO* buffer, int x, int y, int width, int height, int
   if (height < 1) height = height_;
   const ContentRect content = Content();
   if (colorBuffer_ == nullptr || colorBuffer_->setting.samples < 1) {
-    const PixelRead read = {fbo_,  GL_COLOR_ATTACHMENT0, content.x + x, content.y + y, width, height,
-                            format, offset};
+    const PixelRead read = {fbo_, GL_COLOR_ATTACHMENT0, content.x + x, content.y + y, width, height, format, offset};
     SubmitReads({&read, 1}, *buffer);
     CheckGLError();
     return true;

@@ -1,10 +1,9 @@
 #include "base/glContext.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
 
 #include "base/swapPacer.h"
+#include "utils/format.h"
 #include "utils/log.h"
 
 namespace qvg {
@@ -15,7 +14,7 @@ constexpr char kNotInMap[] = "context not fond in map.";
 
 void LogCount(size_t count) noexcept {
   try {
-    LogShort(kLogInfo, fmt::format("Context count={}", count));
+    LogShort(kLogInfo, Format("Context count={}", count));
   } catch (...) {  // Lines are not worth a failure.
   }
 }
@@ -211,14 +210,13 @@ bool QVGLContextManager::MakeCurrentContext(void* handle, void** previous) {
 bool QVGLContextManager::_MakeCurrentContext(QVGContextData* context) {
   if (context == nullptr) {
     if (ReleaseCurrentContext()) return true;
-    LogShort(kLogWarning, fmt::format("QVGLContextManager::_MakeCurrentContext to null, failed: Getlasterror = {}",
-                                      LastContextError()));
+    LogShort(kLogWarning,
+             Format("QVGLContextManager::_MakeCurrentContext to null, failed: Getlasterror = {}", LastContextError()));
     return false;
   }
   if (!HasGLContext(*context)) return false;
   if (IsContextCurrent(*context) || MakeContextCurrent(*context)) return true;
-  LogShort(kLogError,
-           fmt::format("QVGLContextManager::_MakeCurrentContext failed: Getlasterror = {}", LastContextError()));
+  LogShort(kLogError, Format("QVGLContextManager::_MakeCurrentContext failed: Getlasterror = {}", LastContextError()));
   return false;
 }
 

@@ -5,7 +5,6 @@
 #include <X11/Xlib-xcb.h>
 #include <X11/Xlib.h>
 #include <dlfcn.h>
-#include <fmt/format.h>
 #include <xcb/xcb.h>
 
 #include <algorithm>
@@ -23,6 +22,7 @@
 #include "base/contextState.h"
 #include "base/gl.h"
 #include "base/glContextPlatform.h"
+#include "utils/format.h"
 #include "utils/log.h"
 #include "utils/neverDestroyed.h"
 
@@ -192,13 +192,13 @@ EGLContext CreateContext(EGLDisplay display, EGLConfig config, EGLContext shareR
 
 void LogAttempt(const char* name, const std::string& reason,
                 std::source_location where = std::source_location::current()) {
-  LogLocated(kLogWarning, fmt::format("glContext_egl: {}: {}", name, reason), where);
+  LogLocated(kLogWarning, Format("glContext_egl: {}: {}", name, reason), where);
 }
 
 // Whether the display gives contexts of a version that will do. Fills in what is known of it then.
 bool TryDisplay(OpenedDisplay& egl, const char* name, EGLDisplay display) {
   const auto fail = [name](const char* call, EGLint error) {
-    LogAttempt(name, fmt::format("{} failed, error {:#x}.", call, error));
+    LogAttempt(name, Format("{} failed, error {:#x}.", call, error));
     return false;
   };
   if (display == EGL_NO_DISPLAY) return fail("eglGetPlatformDisplay", eglGetError());
@@ -219,8 +219,8 @@ bool TryDisplay(OpenedDisplay& egl, const char* name, EGLDisplay display) {
       if (context == EGL_NO_CONTEXT) continue;
       eglDestroyContext(display, context);
       egl.version = version;
-      LogShort(kLogInfo, fmt::format("glContext_egl: display: {} ({}, EGL {}.{})", name,
-                                     eglQueryString(display, EGL_VENDOR), major, minor));
+      LogShort(kLogInfo, Format("glContext_egl: display: {} ({}, EGL {}.{})", name, eglQueryString(display, EGL_VENDOR),
+                                major, minor));
       return true;
     }
     fail("eglCreateContext", lastError);
@@ -274,7 +274,7 @@ void CloseX11(OpenedDisplay& egl) {
 bool TryX11(OpenedDisplay& egl, const char* name, const char* server, EGLDisplay (*open)(OpenedDisplay&)) {
   const EGLDisplay display = open(egl);
   if (egl.connection == nullptr || xcb_connection_has_error(egl.connection) != 0) {
-    LogAttempt(name, fmt::format("no server answers at {}.", server));
+    LogAttempt(name, Format("no server answers at {}.", server));
   } else if (TryDisplay(egl, name, display)) {
     return true;
   }
@@ -296,7 +296,7 @@ bool IsSoftware(EGLDisplay display) {
 bool UseX11(Platform& egl, const char* name) {
   const char* const server = std::getenv("DISPLAY");
   if (server == nullptr || *server == '\0') {
-    LogShort(kLogInfo, fmt::format("glContext_egl: {}: DISPLAY is not set.", name));
+    LogShort(kLogInfo, Format("glContext_egl: {}: DISPLAY is not set.", name));
     return false;
   }
   OpenedDisplay& opened = egl;
@@ -329,7 +329,7 @@ bool UseDevice(Platform& egl, const char* name, bool software) {
   std::erase_if(devices, [&](EGLDeviceEXT device) {
     return Contains(queryString(device, EGL_EXTENSIONS), "EGL_MESA_device_software") != software;
   });
-  if (devices.empty()) LogShort(kLogInfo, fmt::format("glContext_egl: {}: none found.", name));
+  if (devices.empty()) LogShort(kLogInfo, Format("glContext_egl: {}: none found.", name));
   for (EGLDeviceEXT device : devices) {
     if (TryDisplay(egl, name, PlatformDisplay(EGL_PLATFORM_DEVICE_EXT, device, nullptr))) return true;
   }
@@ -341,7 +341,7 @@ bool UseSoftwareDevice(Platform& egl, const char* name) { return UseDevice(egl, 
 
 bool UseSurfaceless(Platform& egl, const char* name) {
   if (!ClientHas("EGL_MESA_platform_surfaceless")) {
-    LogShort(kLogInfo, fmt::format("glContext_egl: {}: not supported.", name));
+    LogShort(kLogInfo, Format("glContext_egl: {}: not supported.", name));
     return false;
   }
   return TryDisplay(egl, name, PlatformDisplay(EGL_PLATFORM_SURFACELESS_MESA, EGL_DEFAULT_DISPLAY, nullptr));
@@ -429,7 +429,7 @@ QVGContextData* _CreateDummyGLContext(void* window, bool loadEntryPoints, const 
   Platform& egl = Egl();
   std::lock_guard lock(egl.mutex);
   const auto fail = [](const char* what, std::source_location where = std::source_location::current()) {
-    LogLocated(kLogError, fmt::format("glContext_egl: {}", what), where);
+    LogLocated(kLogError, Format("glContext_egl: {}", what), where);
     return nullptr;
   };
   if (!OpenDisplay(egl)) return fail("no EGL display gives OpenGL 4.1.");

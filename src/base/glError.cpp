@@ -1,9 +1,8 @@
 #include "base/glError.h"
 
-#include <fmt/format.h>
-
 #include "base/contextState.h"
 #include "base/gl.h"
+#include "utils/format.h"
 #include "utils/log.h"
 
 namespace qvg {
@@ -23,7 +22,7 @@ std::string DecodeGLError(uint32_t code) {
     case GL_INVALID_FRAMEBUFFER_OPERATION:
       return "Framebuffer object is not complete";
     default:
-      return fmt::format("Undecoded gl error, num= {}", code);
+      return Format("Undecoded gl error, num= {}", code);
   }
 }
 
@@ -32,7 +31,7 @@ bool CheckGLError(std::source_location where) noexcept {
   if (error == GL_NO_ERROR) return true;
   if (ContextState* const current = CurrentContext(); current != nullptr) current->failed = true;
   try {
-    LogLocated(kLogError, fmt::format("OpenGL Error: {}", DecodeGLError(error)), where);
+    LogLocated(kLogError, Format("OpenGL Error: {}", DecodeGLError(error)), where);
   } catch (...) {  // Without memory for a line there is nothing left to say.
   }
   return false;

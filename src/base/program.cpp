@@ -1,7 +1,5 @@
 #include "base/program.h"
 
-#include <fmt/format.h>
-
 #include <cstring>
 #include <glm/gtc/type_ptr.hpp>
 #include <type_traits>
@@ -9,6 +7,7 @@
 
 #include "base/glError.h"
 #include "base/shader.h"
+#include "utils/format.h"
 #include "utils/log.h"
 
 namespace qvg {
@@ -76,7 +75,7 @@ bool Program::PrintProgramInfoLog() {
   if (length > 0) {
     std::vector<GLchar> log(static_cast<size_t>(length) + 1, '\0');
     glGetProgramInfoLog(id_, length, nullptr, log.data());
-    LogShort(kLogInfo, fmt::format("link program err:{}", log.data()));
+    LogShort(kLogInfo, Format("link program err:{}", log.data()));
   }
   return CheckGLError();
 }

@@ -45,8 +45,8 @@ struct PixelRead {
   int64_t offset = 0;  ///< Of the first pixel, in bytes.
   int rowLength = 0;   ///< Pixels from one row to the next in the buffer; 0: the width.
 };
-/// Starts reading them into a pixel-pack buffer, with the whole state of the transfer set. False when the buffer can't be
-/// bound: the pixels would go to an address in host memory.
+/// Starts reading them into a pixel-pack buffer, with the whole state of the transfer set. False when the buffer can't
+/// be bound: the pixels would go to an address in host memory.
 bool SubmitReads(std::span<const PixelRead> reads, const BO& buffer);
 
 }  // namespace qvg

@@ -1,10 +1,9 @@
 #include "base/shader.h"
 
-#include <fmt/format.h>
-
 #include <vector>
 
 #include "base/glError.h"
+#include "utils/format.h"
 #include "utils/log.h"
 
 namespace qvg {
@@ -14,7 +13,7 @@ bool Shader::LoadFromContent(unsigned int type, const std::string& content) {
   content_ = content;
   id_ = glCreateShader(type);
   if (id_ == 0) {
-    LogLocated(kLogError, fmt::format("create shader err,type={},shader content={} ", type, content));
+    LogLocated(kLogError, Format("create shader err,type={},shader content={} ", type, content));
     return false;
   }
   const GLchar* text = content.c_str();
@@ -33,7 +32,7 @@ bool Shader::PrintShaderInfoLog() {
   if (length > 0) {
     std::vector<GLchar> log(static_cast<size_t>(length) + 1, '\0');
     glGetShaderInfoLog(id_, length, nullptr, log.data());
-    LogLocated(kLogError, fmt::format("compile shader [{}] failed, err={}", content_, log.data()));
+    LogLocated(kLogError, Format("compile shader [{}] failed, err={}", content_, log.data()));
   }
   return CheckGLError();
 }

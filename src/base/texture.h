@@ -70,8 +70,8 @@ class Texture {
   /// it.
   enum class Place { kCentre, kOrigin };
   void SubmitLoad(const HostPixels& image, Place place);
-  /// Sets how the channels are read when sampled. Costs nothing when it is so already; after a failure nobody knows, and
-  /// the next call sets it in any case.
+  /// Sets how the channels are read when sampled. Costs nothing when it is so already; after a failure nobody knows,
+  /// and the next call sets it in any case.
   bool RemapRGBA(const Swizzle& swizzle);
   /// Copies a rectangle of the source's storage into the centre of this one, channels as they are stored. A width or
   /// height below 1 means the source's content size. Storage too small for the source's content is made anew. The copy

@@ -9,8 +9,6 @@
 #include <optional>
 #include <utility>
 
-#include <fmt/format.h>
-
 #include "base/contextState.h"
 #include "base/driverTurn.h"
 #include "base/framebuffer.h"
@@ -25,6 +23,7 @@
 #include "frame/upload.h"
 #include "qvGLRenderer/qvGLRenderer.h"
 #include "tool/wndDrawer.h"
+#include "utils/format.h"
 #include "utils/log.h"
 #include "utils/slotCall.h"
 
@@ -67,7 +66,7 @@ static_assert(sizeof(QVGGLRendererInterface) == 64 * sizeof(void (*)()) && sizeo
 
 void LogException(const char* what) noexcept {
   try {
-    LogShort(kLogError, fmt::format("{}: {}", SlotCall::Name(), what));
+    LogShort(kLogError, Format("{}: {}", SlotCall::Name(), what));
   } catch (...) {  // Without memory for a line there is nothing left to say.
   }
 }

@@ -123,8 +123,15 @@ bool SubmitBlocks(const FrameServices& services, const RGB2YUVDrawer::Parameters
   for (size_t i = 0; i < parts.size(); ++i) {
     textures[i]->NoteDrawn(*context);
     textures[i]->SettleForReading(*context);
-    reads[i] = {target.frameBuffer, GL_COLOR_ATTACHMENT0 + static_cast<GLenum>(i), 0, 0, columns, rows,
-                parts[i].format,    parts[i].offset, parts[i].rowLength};
+    reads[i] = {target.frameBuffer,
+                GL_COLOR_ATTACHMENT0 + static_cast<GLenum>(i),
+                0,
+                0,
+                columns,
+                rows,
+                parts[i].format,
+                parts[i].offset,
+                parts[i].rowLength};
   }
   return SubmitReads(std::span(reads.data(), parts.size()), buffer);
 }
@@ -151,8 +158,14 @@ bool SubmitBytes(const FrameServices& services, const RGB2YUVDrawer::Parameters&
   const std::span<const Part> parts = layout.nv12 ? std::span<const Part>(nv12) : std::span<const Part>(planar);
   std::array<PixelRead, std::size(planar)> reads;
   std::transform(parts.begin(), parts.end(), reads.begin(), [&](const Part& part) {
-    return PixelRead{scene.target.frameBuffer, GL_COLOR_ATTACHMENT0, content.x + part.x, content.y + part.y,
-                     part.width,               part.height,          GL_RED,             part.offset};
+    return PixelRead{scene.target.frameBuffer,
+                     GL_COLOR_ATTACHMENT0,
+                     content.x + part.x,
+                     content.y + part.y,
+                     part.width,
+                     part.height,
+                     GL_RED,
+                     part.offset};
   });
   return SubmitReads(std::span(reads.data(), parts.size()), buffer);
 }

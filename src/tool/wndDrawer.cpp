@@ -1,7 +1,5 @@
 #include "tool/wndDrawer.h"
 
-#include <fmt/format.h>
-
 #include <utility>
 
 #include "base/content.h"
@@ -11,6 +9,7 @@
 #include "base/pass.h"
 #include "base/texture.h"
 #include "tool/shaders.h"
+#include "utils/format.h"
 #include "utils/log.h"
 
 namespace qvg {
@@ -138,7 +137,7 @@ GLuint WndDrawer::_LoadShader(GLenum type, const std::string& source) {
   glGetShaderiv(shader, GL_INFO_LOG_LENGTH, &length);
   if (compiled == 0 && length > 0) {
     LogShort(kLogError,
-             fmt::format("WndDrawer: compile shader failed. err={}", InfoLog(shader, length, glGetShaderInfoLog)));
+             Format("WndDrawer: compile shader failed. err={}", InfoLog(shader, length, glGetShaderInfoLog)));
   }
   return shader;
 }
@@ -156,8 +155,8 @@ GLuint WndDrawer::_CreateProgram(const std::string& vertexSource, const std::str
     glGetProgramiv(program, GL_LINK_STATUS, &linked);
     glGetProgramiv(program, GL_INFO_LOG_LENGTH, &length);
     if (linked == 0 && length > 0) {
-      LogShort(kLogError, fmt::format("WndDrawer: link shader program failed. err={}",
-                                      InfoLog(program, length, glGetProgramInfoLog)));
+      LogShort(kLogError,
+               Format("WndDrawer: link shader program failed. err={}", InfoLog(program, length, glGetProgramInfoLog)));
     }
   }
   glDeleteShader(vertex);

@@ -1,6 +1,5 @@
 #include "utils/log.h"
-
-#include <fmt/format.h>
+#include "utils/format.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -114,8 +113,8 @@ std::string LogTimestamp(std::chrono::system_clock::time_point time) {
 
 void LogLocated(int32_t level, std::string_view message, std::source_location where) noexcept {
   try {
-    Logger::Instance().Log(fmt::format("[{}]{},line={},func={},file={}", LogTimestamp(std::chrono::system_clock::now()),
-                                       message, where.line(), where.function_name(), WithoutEnding(where.file_name())),
+    Logger::Instance().Log(Format("[{}]{},line={},func={},file={}", LogTimestamp(std::chrono::system_clock::now()),
+                                  message, where.line(), where.function_name(), WithoutEnding(where.file_name())),
                            level);
   } catch (...) {  // Without memory for a line there is nothing left to say.
   }
@@ -123,7 +122,7 @@ void LogLocated(int32_t level, std::string_view message, std::source_location wh
 
 void LogShort(int32_t level, std::string_view message) noexcept {
   try {
-    Logger::Instance().Log(fmt::format("[{}]{}", LogTimestamp(std::chrono::system_clock::now()), message), level);
+    Logger::Instance().Log(Format("[{}]{}", LogTimestamp(std::chrono::system_clock::now()), message), level);
   } catch (...) {  // As above.
   }
 }

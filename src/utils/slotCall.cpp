@@ -1,10 +1,9 @@
 #include "utils/slotCall.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
 #include <mutex>
 
+#include "utils/format.h"
 #include "utils/log.h"
 #include "utils/neverDestroyed.h"
 
@@ -59,8 +58,8 @@ void Refuse(const char* argument, const char* expected) noexcept {
   try {
     const uint64_t times = refusals.Get().Count(innermost, argument, expected);
     if (!IsPowerOfTen(times)) return;
-    const std::string often = times > 1 ? fmt::format(" ({} times)", times) : "";
-    LogShort(kLogWarning, fmt::format("{}: {}: expected {}{}", innermost, argument, expected, often));
+    const std::string often = times > 1 ? Format(" ({} times)", times) : "";
+    LogShort(kLogWarning, Format("{}: {}: expected {}{}", innermost, argument, expected, often));
   } catch (...) {  // Without memory for a line there is nothing left to say.
   }
 }

@@ -256,13 +256,13 @@ void StandIn(Function* function) {
 }
 
 void SetStandIns() {
-#define QVG_STAND_IN(call)                              \
-  FaultyCall<&glad_gl##call>::name = "gl" #call;        \
+#define QVG_STAND_IN(call)                        \
+  FaultyCall<& glad_gl##call>::name = "gl" #call; \
   StandIn<&glad_gl##call>(&FaultyCall<&glad_gl##call>::Run);
   QVG_FOR_EACH_GL_CALL(QVG_STAND_IN)
 #undef QVG_STAND_IN
-#define QVG_OBJECTS(names, kind)                                                \
-  StandIn<&glad_glGen##names>(&Generate<&glad_glGen##names, kind>);             \
+#define QVG_OBJECTS(names, kind)                                    \
+  StandIn<&glad_glGen##names>(&Generate<&glad_glGen##names, kind>); \
   StandIn<&glad_glDelete##names>(&Delete<&glad_glDelete##names, kind>);
   QVG_OBJECTS(Textures, kTextures)
   QVG_OBJECTS(Buffers, kBuffers)
@@ -298,9 +298,9 @@ void SetStandIns() {
   return true;
 }();
 
-constexpr const char* kKindNames[kKinds] = {"textures", "buffers",  "render buffers", "frame buffers",
-                                            "vertex arrays", "samplers", "programs", "shaders",
-                                            "syncs",    "mappings", "contexts",       "surfaces"};
+constexpr const char* kKindNames[kKinds] = {"textures",      "buffers",  "render buffers", "frame buffers",
+                                            "vertex arrays", "samplers", "programs",       "shaders",
+                                            "syncs",         "mappings", "contexts",       "surfaces"};
 
 }  // namespace
 

@@ -21,9 +21,9 @@ enum class FaultMode {
 void ArmFault(int at, FaultMode mode);
 
 struct FaultReport {
-  int failed = 0;          ///< How many calls failed.
-  std::string firstCall;   ///< The first of them.
-  bool unbound = false;    ///< Some context could not be made, or not be made current.
+  int failed = 0;         ///< How many calls failed.
+  std::string firstCall;  ///< The first of them.
+  bool unbound = false;   ///< Some context could not be made, or not be made current.
 };
 /// What came of it up to now.
 FaultReport Faults();

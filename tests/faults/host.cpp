@@ -36,9 +36,9 @@ class ReadingState {
 
  private:
   static constexpr size_t kFirstStore = 3;  // the alignment, which becomes 1; the others become 0
-  static constexpr GLenum kValues[] = {
-      GL_TEXTURE_BINDING_2D, GL_PIXEL_PACK_BUFFER_BINDING, GL_READ_FRAMEBUFFER_BINDING, GL_PACK_ALIGNMENT,
-      GL_PACK_ROW_LENGTH,    GL_PACK_SKIP_ROWS,            GL_PACK_SKIP_PIXELS};
+  static constexpr GLenum kValues[] = {GL_TEXTURE_BINDING_2D, GL_PIXEL_PACK_BUFFER_BINDING, GL_READ_FRAMEBUFFER_BINDING,
+                                       GL_PACK_ALIGNMENT,     GL_PACK_ROW_LENGTH,           GL_PACK_SKIP_ROWS,
+                                       GL_PACK_SKIP_PIXELS};
   GLint values_[std::size(kValues)] = {};
 };
 

@@ -42,18 +42,19 @@ class MappingTest : public testing::Test {
   Census before_ = {};
 };
 
-
 TEST_F(MappingTest, ReadBacksFillTheirPlanesAndNothingElse) {
   const struct {
     const char* name;
     bool (*read)(const QVGGLRendererInterface& gl, QVGTexture* texture, QVGPixelBuffer* out);
   } readBacks[] = {
-      {"NV12", [](const auto& gl, auto* texture, auto* out) { return gl.TextureToNV12PixelBuffer(texture, out, false); }},
+      {"NV12",
+       [](const auto& gl, auto* texture, auto* out) { return gl.TextureToNV12PixelBuffer(texture, out, false); }},
       {"mirrored NV12",
        [](const auto& gl, auto* texture, auto* out) { return gl.TextureToNV12PixelBuffer(texture, out, true); }},
-      {"planar",
-       [](const auto& gl, auto* texture, auto* out) { return gl.TextureToYUV420PixelBuffer(texture, false, false, out); }},
-      {"RGBA", [](const auto& gl, auto* texture, auto* out) { return gl.TextureToRGBAPixelBuffer(texture, out, false); }},
+      {"planar", [](const auto& gl, auto* texture,
+                    auto* out) { return gl.TextureToYUV420PixelBuffer(texture, false, false, out); }},
+      {"RGBA",
+       [](const auto& gl, auto* texture, auto* out) { return gl.TextureToRGBAPixelBuffer(texture, out, false); }},
       {"flipped BGRA",
        [](const auto& gl, auto* texture, auto* out) { return gl.TextureToBGRAPixelBuffer(texture, out, true); }},
   };
@@ -85,8 +86,7 @@ TEST_F(MappingTest, ReadBacksFillTheirPlanesAndNothingElse) {
       }
       // NV12 of an odd width has a byte more in each row of chroma, which belongs to no pair.
       size_t untouched = 0, beyond = 0;
-      const size_t end = static_cast<size_t>(
-          std::find(filled.rbegin(), filled.rend(), true).base() - filled.begin());
+      const size_t end = static_cast<size_t>(std::find(filled.rbegin(), filled.rend(), true).base() - filled.begin());
       for (size_t i = 0; i < block.size(); ++i) {
         if (filled[i] && block[i] == kFresh) ++untouched;
         if (i > end && block[i] != kFresh) ++beyond;

@@ -75,8 +75,7 @@ using namespace qvg::test;
 #pragma GCC visibility push(default)
 extern "C" {
 
-QVG_FAILING_CALL(EGLBoolean, eglInitialize, (EGLDisplay display, EGLint* major, EGLint* minor),
-                 (display, major, minor))
+QVG_FAILING_CALL(EGLBoolean, eglInitialize, (EGLDisplay display, EGLint* major, EGLint* minor), (display, major, minor))
 QVG_FAILING_CALL(EGLBoolean, eglChooseConfig,
                  (EGLDisplay display, const EGLint* attributes, EGLConfig* configs, EGLint room, EGLint* count),
                  (display, attributes, configs, room, count))
@@ -145,10 +144,12 @@ xcb_connection_t* __wrap_xcb_connect(const char* display, int* screen) {
 }
 
 // std::thread's, out of line in the standard library.
-void __real__ZNSt6thread15_M_start_threadESt10unique_ptrINS_6_StateESt14default_deleteIS1_EEPFvvE(
-    void* thread, void* state, void (*depend)());
-void __wrap__ZNSt6thread15_M_start_threadESt10unique_ptrINS_6_StateESt14default_deleteIS1_EEPFvvE(
-    void* thread, void* state, void (*depend)()) {
+void __real__ZNSt6thread15_M_start_threadESt10unique_ptrINS_6_StateESt14default_deleteIS1_EEPFvvE(void* thread,
+                                                                                                  void* state,
+                                                                                                  void (*depend)());
+void __wrap__ZNSt6thread15_M_start_threadESt10unique_ptrINS_6_StateESt14default_deleteIS1_EEPFvvE(void* thread,
+                                                                                                  void* state,
+                                                                                                  void (*depend)()) {
   if (FailsNow("std::thread")) throw std::system_error(std::make_error_code(std::errc::resource_unavailable_try_again));
   __real__ZNSt6thread15_M_start_threadESt10unique_ptrINS_6_StateESt14default_deleteIS1_EEPFvvE(thread, state, depend);
 }

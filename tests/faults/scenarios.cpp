@@ -71,7 +71,8 @@ bool ReadInto(Host& host, QVGTexture* texture, ReadAs as, QVGPixelBuffer& out) {
       return host.gl.TextureToNV12PixelBuffer(texture, &out, as == ReadAs::kNV12Mirrored);
     case ReadAs::kI420:
     case ReadAs::kJ420Mirrored:
-      return host.gl.TextureToYUV420PixelBuffer(texture, as == ReadAs::kJ420Mirrored, as == ReadAs::kJ420Mirrored, &out);
+      return host.gl.TextureToYUV420PixelBuffer(texture, as == ReadAs::kJ420Mirrored, as == ReadAs::kJ420Mirrored,
+                                                &out);
     case ReadAs::kRGBA:
     case ReadAs::kRGBAFlipped:
       return host.gl.TextureToRGBAPixelBuffer(texture, &out, as == ReadAs::kRGBAFlipped);
@@ -279,8 +280,8 @@ void Preallocate(Host& host) {
 
 // Takes contexts, works on one and gives them back in the two ways.
 void TakeContexts(Host& host) {
-  QVGGLContext *previous = host.gl.GetCurrentContext(), *contexts[] = {host.gl.GetSharedContext(),
-                                                                     host.gl.CreateSharedContext(nullptr, nullptr, true)};
+  QVGGLContext *previous = host.gl.GetCurrentContext(),
+               *contexts[] = {host.gl.GetSharedContext(), host.gl.CreateSharedContext(nullptr, nullptr, true)};
   for (QVGGLContext* const context : contexts) {
     const Part part(host, 5);
     if (!host.Did(context != nullptr)) continue;
@@ -311,7 +312,8 @@ void GiveBackElsewhere(Host& host) {
     host.gl.ReleasePixelBuffer(&handle);
     host.gl.ReleaseTexture(&upload);
     host.gl.DestroyFrameBuffer(&target);
-    if (handle != nullptr || upload != nullptr || target != nullptr) host.Blame("a handle that was given back is not null");
+    if (handle != nullptr || upload != nullptr || target != nullptr)
+      host.Blame("a handle that was given back is not null");
   });
   ReadBack(host, texture.get(), ReadAs::kNV12);
 }
