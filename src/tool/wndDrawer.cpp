@@ -88,10 +88,13 @@ bool WndDrawer::Init(void* window) {
   auto tools = std::make_unique<Tools>();
   bool made = false;
   contexts_.WithContext([&] {
+    // What was left before is not this drawer's.
+    DrainGLErrors();
     made = _MakeProgram(tools->straight, shaders::wnd_frag) &&
            _MakeProgram(tools->premultiplied, shaders::wndPremultiplied_frag);
     // Other contexts take over only what is done.
     glFinish();
+    made = CheckGLError() && made;
   });
   if (!made) {
     LogShort(kLogError, "WndDrawer: create shader program failed.");
