@@ -5,6 +5,7 @@
 #include "base/content.h"
 #include "base/contextState.h"
 #include "base/glContext.h"
+#include "base/glError.h"
 #include "base/limits.h"
 #include "base/pass.h"
 #include "base/texture.h"
@@ -109,8 +110,7 @@ bool WndDrawer::_MakeProgram(Program& program, const char* fragment) {
   const GLuint name = _CreateProgram(std::string(kVersion) + shaders::wnd_vert, std::string(kVersion) + fragment);
   if (name == 0) return false;
   program.Adopt(name);
-  program.SetKind(kKind);
-  return true;
+  return program.SetKind(kKind);
 }
 
 bool WndDrawer::Uninit() {
@@ -148,12 +148,12 @@ GLuint WndDrawer::_LoadShader(GLenum type, const std::string& source) {
 GLuint WndDrawer::_CreateProgram(const std::string& vertexSource, const std::string& fragmentSource) {
   const GLuint vertex = _LoadShader(GL_VERTEX_SHADER, vertexSource);
   const GLuint fragment = _LoadShader(GL_FRAGMENT_SHADER, fragmentSource);
-  const GLuint program = glCreateProgram();
+  GLuint program = glCreateProgram();
+  GLint linked = 0;
   if (program != 0) {
     glAttachShader(program, vertex);
     glAttachShader(program, fragment);
     glLinkProgram(program);
-    GLint linked = 0;
     GLint length = 0;
     glGetProgramiv(program, GL_LINK_STATUS, &linked);
     glGetProgramiv(program, GL_INFO_LOG_LENGTH, &length);
@@ -162,9 +162,12 @@ GLuint WndDrawer::_CreateProgram(const std::string& vertexSource, const std::str
                Format("WndDrawer: link shader program failed. err={}", InfoLog(program, length, glGetProgramInfoLog)));
     }
   }
-  glDeleteShader(vertex);
-  glDeleteShader(fragment);
-  return program;
+  for (const GLuint shader : {vertex, fragment}) {
+    if (shader != 0) glDeleteShader(shader);
+  }
+  if (CheckGLError() && linked != 0) return program;
+  if (program != 0) glDeleteProgram(program);
+  return 0;
 }
 
 bool WndDrawer::_Ready() const {
@@ -192,24 +195,31 @@ const Texture* WndDrawer::_WholeStorage(const Texture& texture) {
     content_ = std::make_unique<Texture>();
     if (!content_->Allocate(setting)) content_.reset();
   }
-  if (content_ == nullptr || !content_->SubmitCopyFrom(&texture, from.x, from.y, from.width, from.height)) {
-    return &texture;
+  if (content_ == nullptr || !content_->SubmitCopyFrom(&texture, from.x, from.y, from.width, from.height) ||
+      !content_->RemapRGBA(texture.CurrentSwizzle())) {
+    return nullptr;
   }
-  content_->RemapRGBA(texture.CurrentSwizzle());
   content_->presentation = texture.presentation;
   return content_.get();
 }
 
-void WndDrawer::_DrawPicture(const Texture& texture, const Size& window) {
+bool WndDrawer::_DrawPicture(const Texture& texture, const Size& window) {
   if (tools_->quad == nullptr) tools_->quad = std::make_unique<Quad>();
-  tools_->quad->SetTexCoords(TexCoordsOf(texture));
+  if (!tools_->quad->SetTexCoords(TexCoordsOf(texture))) return false;
   const bool premultiplied = texture.presentation.alpha == AlphaForm::kPremultiplied;
   Pass pass(premultiplied ? tools_->premultiplied : tools_->straight, *tools_->quad,
             {0, FitIntoWindow(texture, window.width, window.height), nullptr});
-  if (!pass.Ready()) return;
+  if (!pass.Ready()) return false;
   pass.SetTexture(kMainTexture, texture);
   pass.Draw();
-  pass.EndUnchecked();
+  return pass.End();
+}
+
+void WndDrawer::_Distrust() {
+  content_.reset();
+  tools_->quad.reset();
+  tools_->straight.ForgetValues();
+  tools_->premultiplied.ForgetValues();
 }
 
 bool WndDrawer::Draw(const Texture* texture) {
@@ -220,8 +230,12 @@ bool WndDrawer::Draw(const Texture* texture) {
                        texture->Content().height > 0;
   const Texture* picture = visible ? _WholeStorage(*texture) : nullptr;
   ClearWindow(0, 0, 0);
-  if (picture != nullptr) _DrawPicture(*picture, window);
+  const bool drawn = !visible || (picture != nullptr && _DrawPicture(*picture, window));
   glViewport(0, 0, window.width, window.height);
+  if (!CheckGLError() || !drawn) {
+    _Distrust();
+    return false;
+  }
   contexts_.SwapBuffers(context_);
   return true;
 }

@@ -35,7 +35,7 @@ class WndDrawer {
   /// Fills the window and shows it.
   void Clear(float red, float green, float blue);
   /// Shows the texture's content letterboxed over black, colour multiplied by alpha; null shows black. False when the
-  /// drawer is not initialised or its context is not current.
+  /// drawer is not initialised, when its context is not current, or after a GL error, after which nothing is shown.
   bool Draw(const Texture* texture);
 
  private:
@@ -55,8 +55,11 @@ class WndDrawer {
   GLuint _CreateProgram(const std::string& vertexSource, const std::string& fragmentSource);
   bool _MakeProgram(Program& program, const char* fragment);
   bool _Ready() const;
+  /// Null when it can't be had.
   const Texture* _WholeStorage(const Texture& texture);
-  void _DrawPicture(const Texture& texture, const Size& window);
+  bool _DrawPicture(const Texture& texture, const Size& window);
+  /// A draw went wrong: drops what it may have left half done.
+  void _Distrust();
 
   QVGLContextManager& contexts_;
   bool initialized_ = false;

@@ -89,7 +89,7 @@ TEST_F(MappingTest, ReadBacksFillTheirPlanesAndNothingElse) {
       const size_t end = static_cast<size_t>(std::find(filled.rbegin(), filled.rend(), true).base() - filled.begin());
       for (size_t i = 0; i < block.size(); ++i) {
         if (filled[i] && block[i] == kFresh) ++untouched;
-        if (i > end && block[i] != kFresh) ++beyond;
+        if (i >= end + 1 && block[i] != kFresh) ++beyond;
       }
       EXPECT_EQ(untouched, 0u);
       EXPECT_EQ(beyond, 0u);
