@@ -741,10 +741,9 @@ constexpr QVGGLRendererInterface kTable = {
 const QVGGLRendererInterface* QVG_GetGLRendererInterface(const QVGConfig* config) {
   using namespace qvg;
   Guard(__func__, false, [&] {
-    // Copied first: the caller's block may go as soon as this returns, and null counts as an empty one.
-    const auto copy = config != nullptr ? std::make_unique<QVGConfig>(*config) : std::make_unique<QVGConfig>();
+    static constexpr QVGConfig kEmpty = {};
     QVGContext& context = QVGContext::GetInstance();
-    context.SetConfig(*copy);
+    context.SetConfig(config != nullptr ? *config : kEmpty);
     return context.Init();
   });
   return &kTable;

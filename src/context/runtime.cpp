@@ -67,7 +67,12 @@ Runtime::Runtime(ServiceThread& service, const ResourceCache::Callbacks& callbac
       resources(callbacks, textures, scratchBuffers) {}
 
 // The first thing that all other members' ends need. Without a context their names go with the main context.
-Runtime::~Runtime() { contexts.EnterService(); }
+Runtime::~Runtime() {
+  try {
+    contexts.EnterService();
+  } catch (...) {  // There is no memory for a context.
+  }
+}
 
 bool Runtime::Start() {
   Limits::Forget();

@@ -35,7 +35,7 @@ char point[80] = "";  // for the last words
 class AllocationTest : public testing::TestWithParam<Scenario> {
  protected:
   void SetUp() override {
-    if (GetParam().needsWindow && !HostWindow::Available()) GTEST_SKIP() << "no display";
+    if (GetParam().kind == Scenario::kShows && !HostWindow::Available()) GTEST_SKIP() << "no display";
     std::set_terminate(&Terminate);
     Logger::Instance().SetSink([](const std::string&, int32_t, intptr_t) {}, 0);
     CountNames();
@@ -57,7 +57,7 @@ class AllocationTest : public testing::TestWithParam<Scenario> {
   /// What is wrong with a run in which allocations fail; gives how many there were.
   std::string Run(const HeapFault& fault, int* allocations) {
     Script script(expected_);
-    if (!GetParam().cold) {
+    if (GetParam().kind != Scenario::kStarts) {
       ArmHeap({});
       script.Start();
     }
@@ -93,7 +93,10 @@ class AllocationTest : public testing::TestWithParam<Scenario> {
     EXPECT_EQ(Run(fault, &allocations), "");
     EXPECT_EQ(Faultless(&expected_), "") << "the next frame";
     Stop();
-    EXPECT_EQ(Since(before), left_) << "GL names are left";
+    // A release that gets no context leaves names to go with the last one.
+    if (GetParam().kind != Scenario::kEnds) {
+      EXPECT_EQ(Since(before), left_) << "GL names are left";
+    }
     ++points_;
   }
 

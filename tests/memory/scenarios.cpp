@@ -248,6 +248,7 @@ void HandOvers(Script& s) {
     s.Show("clone", clone);
     Release(s, texture);
   });
+  Release(s, texture);
   OnThread(s, false, [&] { Release(s, clone); });
   texture = Upload(s, QVG_FORMAT_NV12, 2);
   s.Show("next", texture);
@@ -307,18 +308,12 @@ void Window(Script& s) {
 
 const std::vector<Scenario>& Scenarios() {
   static const std::vector<Scenario> scenarios = {
-      {"Start", true, false, &ColdFrame},
-      {"Teardown", false, false, &Teardown},
-      {"Uploads", false, false, &UploadKinds},
-      {"ReadBacks", false, false, &ReadBacks},
-      {"MappedMemory", false, false, &MappedMemory},
-      {"Drawing", false, false, &Drawing},
-      {"Effects", false, false, &Effects},
-      {"Pools", false, false, &Pools},
-      {"Contexts", false, false, &ContextLife},
-      {"TwoThreads", false, false, &TwoThreads},
-      {"HandOvers", false, false, &HandOvers},
-      {"Window", false, true, &Window},
+      {"Start", Scenario::kStarts, &ColdFrame},         {"Teardown", Scenario::kEnds, &Teardown},
+      {"Uploads", Scenario::kRuns, &UploadKinds},       {"ReadBacks", Scenario::kRuns, &ReadBacks},
+      {"MappedMemory", Scenario::kRuns, &MappedMemory}, {"Drawing", Scenario::kRuns, &Drawing},
+      {"Effects", Scenario::kRuns, &Effects},           {"Pools", Scenario::kRuns, &Pools},
+      {"Contexts", Scenario::kRuns, &ContextLife},      {"TwoThreads", Scenario::kRuns, &TwoThreads},
+      {"HandOvers", Scenario::kRuns, &HandOvers},       {"Window", Scenario::kShows, &Window},
   };
   return scenarios;
 }

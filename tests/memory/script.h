@@ -73,9 +73,12 @@ class Script {
 
 struct Scenario {
   const char* name;
-  /// Whether the library's start is a part of it.
-  bool cold;
-  bool needsWindow;
+  enum Kind {
+    kRuns,  ///< Between a start and a release.
+    kStarts,
+    kEnds,
+    kShows,  ///< Needs a window.
+  } kind;
   void (*run)(Script& script);
 };
 const std::vector<Scenario>& Scenarios();
