@@ -8,6 +8,7 @@
 #include <memory>
 #include <thread>
 
+#include "abuse/checks.h"
 #include "abuse/fuzzer.h"
 #include "abuse/options.h"
 #include "support/frames.h"
@@ -27,7 +28,7 @@ struct Plan {
 
 void Demand(bool holds, const char* what, uint64_t seed) {
   if (holds) return;
-  std::fprintf(stderr, "FAULT: not so: %s (seed %llu)\n", what, static_cast<unsigned long long>(seed));
+  std::fprintf(stderr, "FAULT: %s (seed %llu)\n", what, static_cast<unsigned long long>(seed));
   std::abort();
 }
 
@@ -51,25 +52,17 @@ void EmptyTheExchange(Round& round) {
   }
 }
 
-// With all handles given back and one context left, which never drew, only decoded images are there.
-void DemandBalance(Round& round, QVGGLContext* context) {
-  constexpr int kMoreThanWereHeld = 24;
-  std::vector<QVGGLContext*> idle;
-  for (int i = 0; i < kMoreThanWereHeld; ++i) idle.push_back(round.gl.GetSharedContext());
-  for (QVGGLContext*& other : idle) round.gl.DestroySharedContext(&other);
-  round.gl.ClearTexturePool();
-  round.gl.ClearRenderBufferPool();
-  round.gl.ClearPixelBufferPool();
-  Demand(round.gl.MakeCurrentContext(context, nullptr), "the context can be made current", round.seed);
-  Demand(glGetError() == 0, "no GL error is pending", round.seed);
-  const std::vector<size_t> left = NameCounts();
+// With all handles given back and no context that drew, only decoded images are there.
+void DemandBalance(Round& round) {
+  const std::vector<size_t> left = CountsWhenIdle(round.gl, round.elsewhere);
+  Demand(!left.empty() && glGetError() == 0, "the context can't be made current, or an error is pending", round.seed);
   const size_t images = static_cast<size_t>(HostImages::valid);
   const bool balanced = left[kTextures] <= images && left[kBuffers] == 0 && left[kRenderBuffers] == 0;
   if (!balanced) {
     std::fprintf(stderr, "left: %zu textures (%zu images), %zu buffers, %zu render buffers\n", left[kTextures], images,
                  left[kBuffers], left[kRenderBuffers]);
   }
-  Demand(balanced, "GL names are balanced", round.seed);
+  Demand(balanced, "GL names are left", round.seed);
 }
 
 // From a start of the library to its release.
@@ -83,10 +76,10 @@ SlotCounts RunRound(const Plan& plan) {
   HostImages::valid = 0;
   const QVGGLRendererInterface* table = QVG_GetGLRendererInterface(plan.seed % 8 == 7 ? nullptr : config.get());
   Round round{*table, plan.seed, 0, table->GetSharedContext()};
-  Demand(table->MakeCurrentContext(round.elsewhere, nullptr), "a context can be made current", plan.seed);
+  Demand(table->MakeCurrentContext(round.elsewhere, nullptr), "no context can be made current", plan.seed);
   static const bool loaded =
       gladLoadGL([](const char* name) { return reinterpret_cast<GLADapiproc>(GLFunction(name)); }) != 0;
-  Demand(loaded, "GL is there", plan.seed);
+  Demand(loaded, "GL can't be loaded", plan.seed);
   glGetIntegerv(GL_MAX_TEXTURE_SIZE, &round.maxSize);
   DrawFromFew(round);
   std::vector<std::thread> threads;
@@ -101,10 +94,10 @@ SlotCounts RunRound(const Plan& plan) {
   }
   for (std::thread& thread : threads) thread.join();
   EmptyTheExchange(round);
-  if (!plan.handlesAreLeft) DemandBalance(round, round.elsewhere);
+  if (!plan.handlesAreLeft) DemandBalance(round);
   table->ReleaseSharedContext(&round.elsewhere);
   QVG_ReleaseGLRendererInterface(&table);
-  Demand(HostImages::out == 0, "every image was taken back", plan.seed);
+  Demand(HostImages::out == 0, "an image was not taken back", plan.seed);
   for (const SlotCounts& more : counts) counts[0].Add(&more == &counts[0] ? SlotCounts() : more);
   return counts[0];
 }

@@ -80,7 +80,6 @@ class Fuzzer {
   void _Call(int slot);
   void _Enter(Mode mode);
   void _ComeHome();
-  void _CheckPicture();
   void _HandOver();
   void _GiveBackAll();
   void _Expect(bool holds, const char* what) const;

@@ -55,7 +55,8 @@ HostileFrames::Frame HostileFrames::Make(Hostile& random, int code, int maxSize)
   QVGPixelBuffer& buffer = frame.buffer;
   const bool known = !random.OneIn(16);
   const Format& format = FormatOf(code);
-  buffer.format = known ? format.code : random.Integer();
+  const int32_t other = random.Integer();
+  buffer.format = known ? format.code : FormatOf(other).code != other ? other : -other;
   const std::array<int32_t, 2> area = random.Area();
   buffer.width = area[0];
   buffer.height = area[1];

@@ -1,0 +1,89 @@
+// Races planted on purpose, one a run: the thread sanitizer has to report each, with the suppressions that the tests
+// run with, or its silence about the library means nothing.
+#include <atomic>
+#include <cstdio>
+#include <cstring>
+#include <functional>
+#include <map>
+#include <string>
+#include <thread>
+
+#include "abuse/options.h"
+#include "support/table_test.h"
+
+namespace qvg::test {
+namespace {
+
+// Runs it on two threads at a time. Nothing orders them, but that neither begins before both are there.
+void OnTwoThreads(const std::function<void()>& work) {
+  std::atomic<int> ready = 0;
+  const auto run = [&] {
+    ready.fetch_add(1, std::memory_order_relaxed);
+    while (ready.load(std::memory_order_relaxed) < 2) std::this_thread::yield();
+    work();
+  };
+  std::thread first(run), second(run);
+  first.join();
+  second.join();
+}
+
+void Counter() {
+  static int counter = 0;
+  OnTwoThreads([] {
+    for (int i = 0; i < 1000; ++i) ++counter;
+  });
+}
+
+QVGTexture* SmallTexture() { return Table().AcquireTexture(8, 8); }
+
+// Through the library's own code, which is not told that the texture went to another thread.
+void TextureOnTwoThreads() {
+  const CurrentContext context;
+  const TexturePtr texture(SmallTexture());
+  OnTwoThreads([&] {
+    for (uint32_t i = 0; i < 1000; ++i)
+      Table().SetTextureOrigin(texture.get(), i, Table().GetTextureWidth(texture.get()));
+  });
+}
+
+void MappedMemory() {
+  const CurrentContext context;
+  const TexturePtr texture(SmallTexture());
+  ReadBack read;
+  if (!Table().TextureToRGBAPixelBuffer(texture.get(), &read.buffer, false)) return;
+  OnTwoThreads([&] {
+    for (int i = 0; i < 1000; ++i) std::memset(read->plane[0], i, 16);
+  });
+}
+
+// Its memory is the driver's own, of a library that is not instrumented.
+void FrameUnderUpload() {
+  std::array<uint8_t, 256> pixels = {};
+  OnTwoThreads([&] {
+    const CurrentContext context;
+    const QVGPixelBuffer frame = {{pixels.data()}, {32}, 8, 8, 0, 0, QVG_FORMAT_RGBA};
+    for (int i = 0; i < 20; ++i) {
+      pixels.fill(static_cast<uint8_t>(i));
+      TexturePtr texture(Table().UploadPixelBufferToNewTexture(&frame, false, false, {}));
+    }
+  });
+}
+
+int Main(int argc, char** argv) {
+  static const std::map<std::string, void (*)()> kRaces = {
+      {"counter", Counter}, {"texture", TextureOnTwoThreads}, {"mapped", MappedMemory}, {"frame", FrameUnderUpload}};
+  const auto race = argc == 2 ? kRaces.find(argv[1]) : kRaces.end();
+  if (race == kRaces.end()) {
+    for (const auto& [name, run] : kRaces) std::puts(name.c_str());
+    return 0;
+  }
+  race->second();
+  const QVGGLRendererInterface* table = &Table();
+  QVG_ReleaseGLRendererInterface(&table);
+  return 0;
+}
+
+}  // namespace
+}  // namespace qvg::test
+
+int main(int argc, char** argv) { return qvg::test::Main(argc, argv); }
