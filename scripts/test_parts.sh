@@ -154,6 +154,7 @@ part_x11() {
   build linux || return
   start_xvfb
   build_folder=linux suffix= run_test_programs "${with_x[@]}"
+  check "soak" "${with_x[@]}" "${mesa_only[@]}" build/linux/qvg_soak --seconds 30
   stop_xvfb
 }
 
@@ -195,6 +196,7 @@ part_asan() {
   build_folder=asan suffix= run_test_programs "${with_x[@]}" "${mesa_only[@]}" "${sanitizer_options[@]}"
   QVG_FAULT_STRIDE=23 run_gtest qvg_memory_tests "${with_x[@]}" "${mesa_only[@]}" "${sanitizer_options[@]}" \
     build/asan/qvg_memory_tests
+  check "hostile calls" "${with_x[@]}" "${mesa_only[@]}" "${sanitizer_options[@]}" build/asan/qvg_fuzz --seconds 35
   stop_xvfb
 }
 
@@ -217,7 +219,10 @@ part_tsan() {
   local fixed=()
   setarch -R true 2>/dev/null && fixed=(setarch -R)
   start_xvfb
-  build_folder=tsan suffix= run_test_programs "${with_x[@]}" "${mesa_only[@]}" "${sanitizer_options[@]}" "${fixed[@]}"
+  local run=("${with_x[@]}" "${mesa_only[@]}" "${sanitizer_options[@]}" "${fixed[@]}")
+  build_folder=tsan suffix= run_test_programs "${run[@]}"
+  check "planted races" "${run[@]}" tests/abuse/planted_races.sh build/tsan/qvg_races
+  check "hostile calls of four threads" "${run[@]}" build/tsan/qvg_fuzz --threads 4 --seconds 25
   stop_xvfb
 }
 

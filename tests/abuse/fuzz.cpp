@@ -23,6 +23,7 @@ struct Plan {
   int64_t calls = 0;  ///< A round and thread.
   uint64_t seed = 0;
   int threads = 0;
+  Clock::time_point end = {};
   bool handlesAreLeft = false;  ///< The library is released while some are held.
 };
 
@@ -39,7 +40,8 @@ void DrawFromFew(Round& round) {
   for (int32_t& format : round.formats) format = random.Pick(Formats()).code;
   round.matte = random.Below(5);
   round.order = random.Below(4);
-  round.parameters = random.Next() & random.Next();
+  // The switch of the colours always, others by chance.
+  round.parameters = (random.Next() & random.Next()) | 1 << 8;
 }
 
 void EmptyTheExchange(Round& round) {
@@ -87,7 +89,7 @@ SlotCounts RunRound(const Plan& plan) {
   for (size_t i = 0; i < counts.size(); ++i) {
     threads.emplace_back([&, i] {
       Fuzzer fuzzer(round, plan.seed * 64 + i);
-      fuzzer.Run(plan.calls);
+      fuzzer.Run(plan.calls, plan.end);
       if (plan.handlesAreLeft) fuzzer.LeaveForRelease();
       counts[i] = fuzzer.Counts();
     });
@@ -112,13 +114,14 @@ int Main(int argc, char** argv) {
   const bool timed = options["seconds"] > 0;
   const Clock::time_point start = Clock::now();
   const auto seconds = [&] { return std::chrono::duration<double>(Clock::now() - start).count(); };
+  const Clock::time_point end = timed ? start + std::chrono::seconds(options["seconds"]) : Clock::time_point::max();
   SlotCounts all;
   for (int64_t round = 0;; ++round) {
     const int64_t done = all.AllCalls();
-    if (timed ? seconds() >= static_cast<double>(options["seconds"]) : done >= options["calls"]) break;
+    if (timed ? Clock::now() >= end : done >= options["calls"]) break;
     const int64_t calls = timed ? kCallsOfARound / 8 : std::min(kCallsOfARound, options["calls"] - done);
     all.Add(RunRound({(calls + threads - 1) / threads, static_cast<uint64_t>(options["seed"] + round),
-                      static_cast<int>(threads), round % 3 == 2}));
+                      static_cast<int>(threads), end, round % 3 == 2}));
     std::fprintf(report, "\r%lld calls", static_cast<long long>(all.AllCalls()));
   }
   std::fprintf(report, "\r%-30s %12s %12s\n", "slot", "calls", "successes");

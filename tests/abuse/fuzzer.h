@@ -3,6 +3,7 @@
 
 #include <array>
 #include <atomic>
+#include <chrono>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -62,7 +63,8 @@ class Fuzzer {
   Fuzzer(const Fuzzer&) = delete;
   Fuzzer& operator=(const Fuzzer&) = delete;
 
-  void Run(int64_t calls);
+  /// Until as many calls are done, or it is that late.
+  void Run(int64_t calls, std::chrono::steady_clock::time_point end);
   /// Keeps what the library takes back at its release anyway.
   void LeaveForRelease();
   const SlotCounts& Counts() const { return counts_; }
