@@ -11,6 +11,17 @@
  *   [GL] issues GL commands: call it on a thread on which a context of this library is current (GetSharedContext,
  *   then MakeCurrentContext). Textures and pixel buffers are shared by all contexts of the library; a frame buffer
  *   works only on the context on which it was created. An object may be used on one thread at a time.
+ *   Only contexts of this library count: where another one is current (the host's own GLX, EGL or WGL context), or
+ * none, a [GL] slot answers its failure value, makes nothing, and issues no GL command. [any] slots, starting and
+ * releasing work there, too: what needs a context then happens on a thread of the library's own. The host's contexts,
+ * their objects, bindings and pending errors are never touched.
+ * - State. What a slot needs of a context's state it sets itself, whatever the host has left: programs, vertex arrays,
+ *   textures and samplers of its units, frame buffers, viewport, masks, tests, blending, culling, polygon mode, pack
+ * and unpack state. A [GL] slot leaves the context with texture unit 0 active, with nothing bound to the units 0 to 11,
+ *   to the frame buffer, vertex array, program, array, pack and unpack buffer bindings that it used, with blending,
+ *   tests, culling and the logical operation off, colours written, polygons filled, an alignment of 1 and row lengths
+ *   and skips of 0. Slots 43 and 44 leave their frame buffer bound, slots 50 and 52 the window's. A GL error that is
+ *   pending when a [GL] slot begins is dropped with a warning, and is never taken for the slot's own.
  * - Order between contexts. Work submitted on one context is seen by another only after Finish() on the first.
  *   Objects that the pools recycle are ordered by the library itself, when they are given back on the context that used
  *   them last (or after Finish() there). That costs a fence for an object that is taken on one context and given back
@@ -29,9 +40,17 @@
  *   says otherwise. bool is one byte.
  * - Handles belong to the library. Give each back through the slot named with it; that slot writes null into your
  *   variable. Handles that are still held when the library is released become invalid, whichever thread holds them:
- *   stop your rendering threads, and release their contexts, before QVG_ReleaseGLRendererInterface().
- * - Failure is false, null or 0, with one line in the log (standard output; on Windows the debugger too) where
- *   something went wrong inside. No slot throws. Handles are checked for null only.
+ *   stop your rendering threads, and release their contexts, before QVG_ReleaseGLRendererInterface(). A release waits
+ *   for calls of other threads that are at work; one that comes later starts the library anew. Slots 24 to 34, 49 and
+ *   51 only look at their handle: not while, nor after, it is given back or the library is released.
+ * - Failure is false, null or 0. Where something went wrong inside, an error line in the log says what; a call that is
+ *   refused says so in one warning line, with the slot, the argument and what was expected of it, and again only at the
+ *   10th, 100th, 1000th time. No slot throws. Handles are checked for null only. What failed leaves nothing behind.
+ * - The log goes to standard output, on Windows to the debugger too. QVG_LOG_LEVEL in the environment, read once, keeps
+ *   lines back: error, warning, info, debug (all, also when it is not set), or off.
+ * - The end of the process. A host may return from main or call exit() at any time, with or without a release, also
+ * while other threads render: calls that are at work get up to half a second to leave the driver, later ones fail at
+ * once. A release from then on (from a static destructor, say) only writes null.
  */
 #ifndef QVGLRENDERER_QVGLRENDERER_H
 #define QVGLRENDERER_QVGLRENDERER_H
@@ -273,7 +292,8 @@ typedef struct QVGGLRendererInterface {
   void (*SetTexturePoolCapacity)(int32_t count);
   /** 1 [any] Does nothing. */
   void (*Reserved)(void);
-  /** 2 [GL] Makes count RGBA textures of the size and leaves them idle in the pool. */
+  /** 2 [GL] Makes count RGBA textures of the size and leaves them idle in the pool; fewer when its budget is exceeded
+   * or memory runs out. */
   void (*PreallocateTextures)(uint32_t width, uint32_t height, int32_t count);
   /** 3 [GL] Destroys every idle texture of the pool. @return true; false without a pool. */
   bool (*ClearTexturePool)(void);
@@ -284,7 +304,8 @@ typedef struct QVGGLRendererInterface {
   /** 6 [GL] Makes count pixel buffers of size bytes and leaves them idle in the pool. forRead: for RGBA and BGRA
    *  read-backs; otherwise for YUV read-backs. */
   void (*PreallocatePixelBuffers)(uint32_t size, int32_t count, bool forRead);
-  /** 7 [GL] Deletes every idle pixel buffer. @return true; false without a pool. */
+  /** 7 [GL] Deletes every idle pixel buffer, and frees idle memory for repacking rows. @return true; false without a
+   * pool. */
   bool (*ClearPixelBufferPool)(void);
 
   /* Contexts */
@@ -298,7 +319,8 @@ typedef struct QVGGLRendererInterface {
   /** 9 [any] A context without a window, recycled when one is idle, else new. Give back with ReleaseSharedContext.
    *  @return null on failure. */
   QVGGLContext* (*GetSharedContext)(void);
-  /** 10 [any] Gives a context back for reuse and writes null. If it is current on the calling thread it is unbound;
+  /** 10 [any] Gives a context back and writes null; a hidden one for reuse, one on a window of the host's is destroyed.
+   *  If it is current on the calling thread it is unbound;
    *  it must not be current on another. @return true; false when the library is not running or the handle is no
    *  live context. */
   bool (*ReleaseSharedContext)(QVGGLContext** context);
@@ -307,7 +329,8 @@ typedef struct QVGGLRendererInterface {
   bool (*MakeCurrentContext)(QVGGLContext* context, QVGGLContext** previous);
   /** 12 [any] The context of this library that is current on the calling thread, or null. */
   QVGGLContext* (*GetCurrentContext)(void);
-  /** 13 [any] Swaps the buffers of the context's window; may wait for the display. @return false on failure. */
+  /** 13 [any] Swaps the buffers of the context's window; may wait for the display. Of several windows that one thread
+   *  shows in turns one waits. @return false on failure. */
   bool (*SwapBuffers)(QVGGLContext* context);
   /** 14 [any] Destroys a context and writes null. It must not be current on another thread. */
   void (*DestroySharedContext)(QVGGLContext** context);
@@ -383,8 +406,8 @@ typedef struct QVGGLRendererInterface {
   bool (*TextureToRGBAPixelBuffer)(QVGTexture* source, QVGPixelBuffer* out, bool flip);
   /** 38 [GL] The same as B, G, R, A bytes. */
   bool (*TextureToBGRAPixelBuffer)(QVGTexture* source, QVGPixelBuffer* out, bool flip);
-  /** 39 [any] Gives the memory of a read-back back and writes null into the pointer variable. The descriptor's memory
-   *  stays the host's. Nothing happens to one that no read-back filled. */
+  /** 39 [any] Gives the memory of a read-back back, and writes null into its planes and into the pointer variable. The
+   *  descriptor's memory stays the host's. Nothing happens to one that no read-back filled. */
   void (*ReleasePixelBuffer)(QVGPixelBuffer** buffer);
   /** 40 [any] Gives a texture back to the pool and writes null. */
   void (*ReleaseTexture)(QVGTexture** texture);
@@ -392,8 +415,8 @@ typedef struct QVGGLRendererInterface {
   /* Frame buffers and drawing */
 
   /** 41 [GL] A frame buffer with an orthographic camera in pixels, origin in the centre. ownColor: with a colour buffer
-   *  of its own, whose size it keeps; otherwise bind a texture. stored: a flag kept without a meaning. Give back with
-   *  DestroyFrameBuffer. @return null on failure. */
+   *  of its own, whose size it keeps; otherwise bind a texture; a size of 0 then means that of what is bound. stored: a
+   * flag kept without a meaning. Give back with DestroyFrameBuffer. @return null on failure. */
   QVGFrameBuffer* (*CreateFrameBuffer)(uint32_t width, uint32_t height, bool ownColor, bool stored);
   /** 42 [GL] The same from a full description; null gives null. */
   QVGFrameBuffer* (*CreateFrameBufferFromDesc)(const QVGFrameBufferDesc* desc);
@@ -475,7 +498,7 @@ typedef struct QVGGLRendererInterface {
   /** 62 [GL] The form with two inputs, which no effect has at present. @return the first texture itself, not to be
    *  given back twice; null for an instance that is not live. */
   QVGTexture* (*ApplyEffectWith)(QVGEffect* effect, QVGTexture* first, QVGTexture* second, float value);
-  /** 63 [GL] Destroys an instance and writes null. @return true, also for null; false when it is not live. */
+  /** 63 [any] Destroys an instance and writes null. @return true, also for null; false when it is not live. */
   bool (*DestroyEffect)(QVGEffect** effect);
 } QVGGLRendererInterface;
 

@@ -165,7 +165,8 @@ Scene FrameBuffer::AsScene() const {
   }
   if (!attached_) LogLocated(kLogError, "framebuffer has lost its attachments");
   if (!attached_ || !_OnOwnContext()) return {};
-  return {{fbo_, Content(), colorTexture_}, camera};
+  const ContentRect content = Content();
+  return {{fbo_, content, colorTexture_}, cameraFollows ? Camera::ForCanvas(content.width, content.height) : camera};
 }
 
 bool FrameBuffer::Bind() {

@@ -64,6 +64,8 @@ class FrameBuffer {
   int32_t Stored() const { return setting_.stored; }
 
   Camera camera;
+  /// Instead of the camera: one that sees what is drawn to in pixels, whatever its size.
+  bool cameraFollows = false;
 
  private:
   // The last argument is the operation on whose behalf they log.

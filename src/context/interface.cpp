@@ -443,7 +443,11 @@ QVGFrameBuffer* CreateFrameBuffer(uint32_t width, uint32_t height, bool ownColor
     setting.height = static_cast<int>(height);
     setting.stored = stored ? kStoredFlag : 0;
     setting.colorRenderBuffer = ownColor;
-    return To(qvg::CreateFrameBuffer(runtime.frames, setting, Camera::ForCanvas(setting.width, setting.height)));
+    FrameBuffer* const made =
+        qvg::CreateFrameBuffer(runtime.frames, setting, Camera::ForCanvas(setting.width, setting.height));
+    // The size is that of what will be bound.
+    if (made != nullptr) made->cameraFollows = width == 0 || height == 0;
+    return To(made);
   });
 }
 

@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "effect/generalEffect.h"
+#include "utils/slotCall.h"
 
 namespace qvg {
 
@@ -33,7 +34,8 @@ Effect* EffectManager::CreateEffect(std::string_view name) {
 
 bool EffectManager::_IsLive(const Effect* effect) {
   std::lock_guard lock(mutex_);
-  return std::find(live_.begin(), live_.end(), effect) != live_.end();
+  const bool live = std::find(live_.begin(), live_.end(), effect) != live_.end();
+  return Expect(live, "effect", "one that was created and not destroyed");
 }
 
 bool EffectManager::SetEffectParameter(Effect* effect, const char* key, const ParamValue* value) {

@@ -12,6 +12,7 @@
 #include "base/surfaceSource.h"
 #include "base/texture.h"
 #include "effect/shaders.h"
+#include "utils/slotCall.h"
 
 namespace qvg {
 
@@ -227,9 +228,10 @@ bool GeneralEffect::SetParam(const std::string& key, const ParamValue* value) {
   if (value == nullptr) return false;
   const auto* row = std::find_if(std::begin(kParameters), std::end(kParameters),
                                  [&](const Parameter& candidate) { return key == candidate.key; });
-  if (row == std::end(kParameters)) return false;
+  if (!Expect(row != std::end(kParameters), "key", "one of the effect's parameter table (slot 58)")) return false;
   const bool isSwitch = row->enabled != nullptr;
-  if (value->type != row->valueType && !(isSwitch && value->type == QVG_PARAM_INTEGER)) return false;
+  const bool fits = value->type == row->valueType || (isSwitch && value->type == QVG_PARAM_INTEGER);
+  if (!Expect(fits, "value->type", "the key's type")) return false;
   if (isSwitch) {
     // Both accepted types are read by their first byte.
     this->*row->enabled = *reinterpret_cast<const uint8_t*>(&value->value) != 0;
@@ -334,7 +336,7 @@ Texture* GeneralEffect::_Apply(const Texture& frame, Sampling ofBackground) {
 }
 
 Texture* GeneralEffect::Process(Texture* frame) {
-  if (frame == nullptr || _Stages() == 0) return nullptr;
+  if (frame == nullptr || !Expect(_Stages() != 0, "effect", "one with at least one stage switched on")) return nullptr;
   const bool meets = background_ != nullptr && MeetsTexels(*frame, *background_->Get());
   return _Apply(*frame, meets ? Sampling::kNearest : Sampling::kAsSet);
 }

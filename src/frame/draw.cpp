@@ -10,6 +10,7 @@
 #include "base/surfaceSource.h"
 #include "drawer/textureDrawer.h"
 #include "pool/textureLease.h"
+#include "utils/slotCall.h"
 
 namespace qvg {
 
@@ -166,7 +167,11 @@ bool ClearFrameBuffer(const FrameServices& services, FrameBuffer* frameBuffer, c
 
 FrameBuffer* CreateFrameBuffer(const FrameServices& services, const FrameBufferSetting& setting, const Camera& camera) {
   const int maxSize = Limits::MaxTextureSize();
-  if (setting.width < 1 || setting.height < 1 || setting.width > maxSize || setting.height > maxSize) return nullptr;
+  // One that has no buffers takes the size of what is bound to it.
+  const int minSize = setting.colorRenderBuffer || setting.depthStencil ? 1 : 0;
+  const auto fits = [&](int size) { return size >= minSize && size <= maxSize; };
+  constexpr char kSize[] = "1 (0 without buffers of its own) to the driver's texture limit";
+  if (!Expect(fits(setting.width), "width", kSize) || !Expect(fits(setting.height), "height", kSize)) return nullptr;
   auto frameBuffer = std::make_unique<FrameBuffer>(services.surfaces);
   frameBuffer->camera = camera;
   return frameBuffer->Allocate(setting) ? frameBuffer.release() : nullptr;

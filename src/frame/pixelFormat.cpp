@@ -1,5 +1,7 @@
 #include "frame/pixelFormat.h"
 
+#include "utils/slotCall.h"
+
 namespace qvg {
 
 namespace {
@@ -23,8 +25,10 @@ std::optional<FrameView> ViewFrame(const QVGPixelBuffer& frame, int maxSize) {
   view.format = FindPixelFormat(frame.format);
   view.width = frame.width;
   view.height = frame.height;
-  if (view.format == nullptr || frame.width < 1 || frame.height < 1 || frame.width > maxSize ||
-      frame.height > maxSize) {
+  constexpr char kSize[] = "1 to the driver's texture limit";
+  if (!Expect(view.format != nullptr, "source->format", "a QVGPixelFormat") ||
+      !Expect(frame.width >= 1 && frame.width <= maxSize, "source->width", kSize) ||
+      !Expect(frame.height >= 1 && frame.height <= maxSize, "source->height", kSize)) {
     return std::nullopt;
   }
   for (int i = 0; i < view.format->planeCount; ++i) {
@@ -34,7 +38,11 @@ std::optional<FrameView> ViewFrame(const QVGPixelBuffer& frame, int maxSize) {
   }
   if (view.format->yuvFormat == YUV2RGBDrawer::kTwoPlane16) ResolveTwoPlane16(view.planes[0], view.planes[1]);
   for (int i = 0; i < view.format->planeCount; ++i) {
-    if (view.planes[i].pixels == nullptr || view.planes[i].stride < view.planes[i].RowBytes()) return std::nullopt;
+    const PlaneView& plane = view.planes[static_cast<size_t>(i)];
+    if (!Expect(plane.pixels != nullptr, "source->plane", "every plane that the format has") ||
+        !Expect(plane.stride >= plane.RowBytes(), "source->stride", "at least the bytes of a row of each plane")) {
+      return std::nullopt;
+    }
   }
   return view;
 }

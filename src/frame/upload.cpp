@@ -12,13 +12,14 @@
 #include "pool/scratchBufferPool.h"
 #include "pool/textureLease.h"
 #include "utils/log.h"
+#include "utils/slotCall.h"
 
 namespace qvg {
 
 namespace {
 
 std::optional<FrameView> View(const QVGPixelBuffer* source) {
-  if (source == nullptr) return std::nullopt;
+  if (!Expect(source != nullptr, "source", "something other than null")) return std::nullopt;
   return ViewFrame(*source, Limits::MaxTextureSize());
 }
 
@@ -76,8 +77,10 @@ bool UploadRGB(const FrameServices& services, Texture& destination, const FrameV
                bool shouldMattRGB, const QVGColor& matte) {
   const PlaneView& pixels = frame.planes[0];
   const TextureSetting& storage = destination.Setting();
-  if (storage.width < frame.width || storage.height < frame.height ||
-      destination.Format() != pixels.format.internalFormat) {
+  if (!Expect(storage.width >= frame.width && storage.height >= frame.height, "destination",
+              "storage of at least the frame's size") ||
+      !Expect(destination.Format() == pixels.format.internalFormat, "destination",
+              "a texture of the kind that slot 21 makes for the format")) {
     return false;
   }
   const bool matted = shouldMattRGB && frame.format->mattable;

@@ -2,6 +2,8 @@
 #include <algorithm>
 #include <cctype>
 #include <ctime>
+#include <functional>
+#include <thread>
 
 #include "support/table_test.h"
 
@@ -76,6 +78,54 @@ TEST_F(LogTest, AnErrorThatTheHostLeftIsNotTheOperations) {
   const std::string line = Line();
   EXPECT_TRUE(line.starts_with("[WARNING] ") && line.find("]SetTextureChannelOrder: context: ") != line.npos) << line;
   EXPECT_EQ(glGetError(), GLenum{GL_NO_ERROR});
+}
+
+TEST_F(LogTest, RefusedCallsNameSlotArgumentAndExpectation) {
+  const TexturePtr texture(gl_.AcquireTexture(30, 20));
+  const TexturePtr outside(gl_.AcquireTexture(30, 20));
+  gl_.SetTextureOrigin(outside.get(), 5, 0);
+  const EffectPtr effect(gl_.CreateEffect("general_eff"));
+  QVGPixelBuffer out = {};
+  const Frame frame = MakeFrame(QVG_FORMAT_NV12, 30, 20, 1);
+  QVGPixelBuffer bad[5] = {frame.buffer, frame.buffer, frame.buffer, frame.buffer, frame.buffer};
+  bad[0].format = 999;
+  bad[1].plane[1] = nullptr;
+  bad[2].stride[0] = 29;
+  bad[3].width = 0;
+  bad[4].height = 1 << 30;
+  const auto upload = [&](int i) { gl_.UploadPixelBufferToNewTexture(&bad[i], false, false, {}); };
+  const QVGParamValue text = {QVG_PARAM_TEXT, {.text = ""}};
+  const struct {
+    std::function<void()> call;
+    const char* line;
+  } cases[] = {
+      {[&] { std::thread([&] { gl_.AcquireTexture(8, 8); }).join(); }, "AcquireTexture: context: "},
+      {[&] { gl_.AcquireTexture(0, 8); }, "AcquireTexture: width: "},
+      {[&] { gl_.AcquireTexture(8, ~0u); }, "AcquireTexture: height: "},
+      {[&] { upload(0); }, "UploadPixelBufferToNewTexture: source->format: "},
+      {[&] { upload(1); }, "UploadPixelBufferToNewTexture: source->plane: "},
+      {[&] { upload(2); }, "UploadPixelBufferToNewTexture: source->stride: "},
+      {[&] { upload(3); }, "UploadPixelBufferToNewTexture: source->width: "},
+      {[&] { upload(4); }, "UploadPixelBufferToNewTexture: source->height: "},
+      {[&] { gl_.SetTextureChannelOrder(texture.get(), 4); }, "SetTextureChannelOrder: order: "},
+      {[&] { gl_.TextureToNV12PixelBuffer(outside.get(), &out, false); }, "TextureToNV12PixelBuffer: source: "},
+      {[&] { gl_.TextureToRGBAPixelBuffer(texture.get(), nullptr, false); }, "TextureToRGBAPixelBuffer: out: "},
+      {[&] { gl_.CreateFrameBuffer(0, 20, true, false); }, "CreateFrameBuffer: width: "},
+      {[&] { gl_.DrawTexture(texture.get(), nullptr, nullptr); }, "DrawTexture: destination: "},
+      {[&] { gl_.CreateEffect("none"); }, "CreateEffect: name: "},
+      {[&] { gl_.SetEffectParameter(effect.get(), "none", &text); }, "SetEffectParameter: key: "},
+      {[&] { gl_.SetEffectParameter(effect.get(), "blur", &text); }, "SetEffectParameter: value->type: "},
+      {[&] { gl_.ApplyEffect(effect.get(), texture.get()); }, "ApplyEffect: effect: "},
+  };
+  TakeLog();
+  // What was refused before is only counted: up to the tenth time nobody can tell how often that was.
+  for (const auto& [call, line] : cases) {
+    std::string lines;
+    for (int i = 0; i < 10; ++i) call();
+    lines = TakeLog();
+    EXPECT_NE(lines.find(std::string("]") + line + "expected "), std::string::npos) << line << '\n' << lines;
+    EXPECT_LE(std::count(lines.begin(), lines.end(), '\n'), 2) << lines;
+  }
 }
 
 }  // namespace

@@ -95,6 +95,14 @@ TEST_F(LogTest, ThresholdDropsLinesOfHigherLevels) {
   EXPECT_EQ(Take(), "");
 }
 
+TEST_F(LogTest, ThresholdOfTheEnvironment) {
+  const struct {
+    const char* name;
+    int32_t threshold;
+  } cases[] = {{nullptr, 3}, {"", 3}, {"error", 0}, {"warning", 1}, {"info", 2}, {"debug", 3}, {"off", -1}, {"Off", 3}};
+  for (const auto& [name, threshold] : cases) EXPECT_EQ(ThresholdNamed(name), threshold);
+}
+
 TEST_F(LogTest, TimestampIsLocalTimeWithLeadingZeros) {
   static char zone[] = "TZ=TST-05:30";  // east of Greenwich
   static char utc[] = "TZ=UTC0";
