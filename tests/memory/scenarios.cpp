@@ -255,6 +255,29 @@ void HandOvers(Script& s) {
   Release(s, texture);
 }
 
+// What is refused says so, where there is memory for a line.
+void Refusals(Script& s) {
+  if (!s.Start()) return;
+  const Frame frame = MakeFrame(QVG_FORMAT_NV12, kWidth, kHeight, 1);
+  QVGPixelBuffer bad = frame.buffer;
+  bad.stride[1] = 1;
+  QVGPixelBuffer out = {};
+  QVGTexture* texture = Upload(s, QVG_FORMAT_NV12, 1);
+  const bool refused[] = {
+      s.Slot("bad stride", [&] { return s.table->UploadPixelBufferToNewTexture(&bad, false, false, {}) == nullptr; }),
+      s.Slot("size 0", [&] { return s.table->AcquireTexture(0, 1) == nullptr; }),
+      s.Slot("null target", [&] { return !s.table->DrawTexture(texture, nullptr, nullptr); }),
+      s.Slot("null texture", [&] { return !s.table->TextureToNV12PixelBuffer(nullptr, &out, false); }),
+      s.Slot("unknown effect", [&] { return s.table->CreateEffect("no such effect") == nullptr; }),
+  };
+  for (const bool each : refused) {
+    if (!each) s.Fault("something bad was taken");
+  }
+  OnThread(s, false, [&] { s.Slot("no context", [&] { return s.table->AcquireTexture(8, 8) == nullptr; }); });
+  s.Show("after refusals", texture);
+  Release(s, texture);
+}
+
 void ColdFrame(Script& s) {
   if (!s.Start()) return;
   QVGTexture* texture = Upload(s, QVG_FORMAT_NV12, 1);
@@ -308,12 +331,19 @@ void Window(Script& s) {
 
 const std::vector<Scenario>& Scenarios() {
   static const std::vector<Scenario> scenarios = {
-      {"Start", Scenario::kStarts, &ColdFrame},         {"Teardown", Scenario::kEnds, &Teardown},
-      {"Uploads", Scenario::kRuns, &UploadKinds},       {"ReadBacks", Scenario::kRuns, &ReadBacks},
-      {"MappedMemory", Scenario::kRuns, &MappedMemory}, {"Drawing", Scenario::kRuns, &Drawing},
-      {"Effects", Scenario::kRuns, &Effects},           {"Pools", Scenario::kRuns, &Pools},
-      {"Contexts", Scenario::kRuns, &ContextLife},      {"TwoThreads", Scenario::kRuns, &TwoThreads},
-      {"HandOvers", Scenario::kRuns, &HandOvers},       {"Window", Scenario::kShows, &Window},
+      {"Start", Scenario::kStarts, &ColdFrame},
+      {"Teardown", Scenario::kEnds, &Teardown},
+      {"Uploads", Scenario::kRuns, &UploadKinds},
+      {"ReadBacks", Scenario::kRuns, &ReadBacks},
+      {"MappedMemory", Scenario::kRuns, &MappedMemory},
+      {"Drawing", Scenario::kRuns, &Drawing},
+      {"Effects", Scenario::kRuns, &Effects},
+      {"Pools", Scenario::kRuns, &Pools},
+      {"Contexts", Scenario::kRuns, &ContextLife},
+      {"TwoThreads", Scenario::kRuns, &TwoThreads},
+      {"HandOvers", Scenario::kRuns, &HandOvers},
+      {"Refusals", Scenario::kRuns, &Refusals},
+      {"Window", Scenario::kShows, &Window},
   };
   return scenarios;
 }
