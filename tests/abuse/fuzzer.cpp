@@ -516,7 +516,7 @@ struct Slots {
          return f.gl_.QueryEffect(f._EffectName(), f.random_.Flag() ? nullptr : f._EffectName()) != nullptr;
        }},
       {"GetEffectParameterTable", 36, false, ParameterTable},
-      {"CreateEffect", 2, true, MakeEffect},
+      {"CreateEffect", 6, true, MakeEffect},
       {"SetEffectParameter", 36, false, SetParameter},
       {"ApplyEffect", 8, true, Apply},
       {"ApplyEffectWith", 4, true, ApplyWith},
@@ -572,7 +572,7 @@ void Fuzzer::_Sequence(int calls) {
   const char* const fault = PictureFault(gl_, random_.Next());
   _Expect(*fault == '\0', fault);
   _HandOver();
-  if (random_.OneIn(16)) _GiveBackAll();
+  if (random_.OneIn(32)) _GiveBackAll();
 }
 
 void Fuzzer::_Call(int slot) {
