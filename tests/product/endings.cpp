@@ -145,7 +145,7 @@ constexpr struct {
     {"mapped", &Draw, &KeepMapped},
     {"quick", &Draw, &QuickExit},
     {"quick_six_threads", &SixThreads, &QuickExit},
-    {"hard", &SixThreads, &HardExit},
+    {"hard_six_threads", &SixThreads, &HardExit},
     {"again", &Draw, &ReleaseAndStartAgain},
     {"again_over_budget", &Overfill, &ReleaseAndStartAgain},
     {"released", &Overfill, &ReleaseAtReturn},
