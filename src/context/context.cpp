@@ -41,7 +41,7 @@ bool QVGContext::_Start() {
     service_.Run([&] {
       runtime = std::make_unique<Runtime>(service_, callbacks_, [this] { service_.WakeUp(); });
       started = runtime->Start();
-      if (!started) end();
+      started ? runtime->DrawOnce() : end();
     });
     if (!started) {
       service_.Stop();

@@ -6,7 +6,10 @@
 
 #include "base/driverTurn.h"
 #include "base/entryPoints.h"
+#include "base/gl.h"
 #include "base/limits.h"
+#include "frame/draw.h"
+#include "pool/textureLease.h"
 #include "utils/log.h"
 
 namespace qvg {
@@ -82,6 +85,21 @@ bool Runtime::Start() {
   }
   canRender = HasEntryPoints();
   return true;
+}
+
+void Runtime::DrawOnce() noexcept {
+  try {
+    if (!canRender || !contexts.EnterService()) return;
+    const DriverTurn turn;
+    const auto lease = [&] { return TextureLease(textures, 2, 2, GL_RGBA8); };
+    if (const TextureLease source = lease(), target = lease(); source && target) {
+      DrawWhole(frames, *source, *target, {});
+      glFinish();
+    }
+    textures.Clear();
+  } catch (const std::exception& error) {
+    LogLocated(kLogError, error.what());
+  }
 }
 
 bool Runtime::Trim() noexcept {

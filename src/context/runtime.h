@@ -31,6 +31,9 @@ struct Runtime {
   bool Start();
   /// Destroys an idle texture when the pool is over its budget; whether there is more to do. On the service thread.
   bool Trim() noexcept;
+  /// Draws something that nobody sees. A driver that compiles for the CPU registers exit handlers of its own with its
+  /// first draw; what has to run before them is to be registered after this.
+  void DrawOnce() noexcept;
 
   /// Lends textures and render buffers of the pools.
   class PooledSurfaces : public SurfaceSource {
