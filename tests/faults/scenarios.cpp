@@ -424,10 +424,10 @@ void Window(Host& host) {
     constexpr double kRed[3] = {0.9, 0.1, 0.2};
     host.gl.ClearWnd(drawer.get(), kRed, nullptr, nullptr);
     for (const auto* shown : {&texture, &premultiplied}) {
-      const int failed = Faults().failed;
+      const Part part(host, 1);
       const bool done = host.gl.DrawTextureToWnd(drawer.get(), shown->get());
-      // Said to be shown, it is, unless the window itself refuses.
-      if (Faults().failed == failed) host.Showed(done, *window);
+      // What the window itself refuses is not shown, and not told.
+      if (!done || !Faults().platformFailed) host.Showed(done, *window);
     }
   }
   const WithoutFaults undisturbed;
