@@ -1,8 +1,8 @@
 #include "base/entryPoints.h"
 
 #include <cstdint>
+#include <cstring>
 
-#include "base/gl.h"
 #include "base/glContextPlatform.h"
 #include "utils/format.h"
 #include "utils/log.h"
@@ -15,7 +15,35 @@ namespace {
 constexpr int32_t kLeastMajor = 4;
 constexpr int32_t kLeastMinor = 1;
 
+PFNGLGETSTRINGIPROC driversGetStringi = nullptr;
+
+// The generated loader measures every name, also one that a failing driver does not give.
+const GLubyte* GLAD_API_PTR NameOrNothing(GLenum list, GLuint index) {
+  const GLubyte* const name = driversGetStringi(list, index);
+  return name != nullptr ? name : reinterpret_cast<const GLubyte*>("");
+}
+
+struct Finder {
+  GLADuserptrloadfunc find;
+  void* user;
+};
+
+GLADapiproc Find(void* finder, const char* name) {
+  const auto& [find, user] = *static_cast<const Finder*>(finder);
+  const GLADapiproc function = find(user, name);
+  if (function == nullptr || std::strcmp(name, "glGetStringi") != 0) return function;
+  driversGetStringi = reinterpret_cast<PFNGLGETSTRINGIPROC>(function);
+  return reinterpret_cast<GLADapiproc>(&NameOrNothing);
+}
+
 }  // namespace
+
+int LoadEntryPoints(GLADuserptrloadfunc find, void* user) {
+  Finder finder = {find, user};
+  const int version = gladLoadGLUserPtr(&Find, &finder);
+  if (glGetStringi != nullptr) glGetStringi = driversGetStringi;
+  return version;
+}
 
 bool HasEntryPoints() {
   int32_t major = 0;

@@ -20,6 +20,7 @@
 #include <vector>
 
 #include "base/contextState.h"
+#include "base/entryPoints.h"
 #include "base/gl.h"
 #include "base/glContextPlatform.h"
 #include "utils/format.h"
@@ -472,7 +473,8 @@ QVGContextData* _CreateDummyGLContext(void* window, bool loadEntryPoints, const 
     const ContextBinding previous = CurrentBinding();
     int version = 0;
     if (MakeContextCurrent(*data)) {
-      version = gladLoadGL([](const char* name) { return reinterpret_cast<GLADapiproc>(eglGetProcAddress(name)); });
+      const auto find = [](void*, const char* name) { return reinterpret_cast<GLADapiproc>(eglGetProcAddress(name)); };
+      version = LoadEntryPoints(find, nullptr);
     }
     RestoreBinding(previous);
     if (version == 0) return fail("loading the OpenGL entry points failed.");

@@ -11,6 +11,7 @@
 #include <source_location>
 
 #include "base/contextState.h"
+#include "base/entryPoints.h"
 #include "base/gl.h"
 #include "base/glContextPlatform.h"
 #include "utils/log.h"
@@ -176,7 +177,7 @@ int LoadEntryPoints(const QVGWinContextData& data) {
   int version = 0;
   if (wglMakeCurrent(data.hdc, data.hglrc) != FALSE) {
     gladLoadWGLUserPtr(data.hdc, &EntryPoint, opengl32);
-    version = gladLoadGLUserPtr(&EntryPoint, opengl32);
+    version = LoadEntryPoints(&EntryPoint, opengl32);
   }
   RestoreBinding(previous);
   // The library links to it, so that it stays.

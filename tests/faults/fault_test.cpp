@@ -138,7 +138,8 @@ class FaultTest : public testing::TestWithParam<Course> {
     }
     std::string lost = Difference(before, Living());
     // Names go with their share group.
-    if (report.unbound && course.scenario.begin != Scenario::kWithContext && Living()[kContexts] == before[kContexts]) {
+    if (report.platformFailed && course.scenario.begin != Scenario::kWithContext &&
+        Living()[kContexts] == before[kContexts]) {
       lost.clear();
     }
     if (!lost.empty()) faults += "left behind: " + lost;

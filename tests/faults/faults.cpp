@@ -25,6 +25,7 @@ struct State {
   int calls = 0;
   FaultReport report;
   Census living = {};
+  bool contextsEnd = false;
   std::map<const void*, std::array<int, 2>> ofContext;  // frame buffers and vertex arrays, which are in no share group
 };
 
@@ -298,6 +299,11 @@ void SetStandIns() {
   return true;
 }();
 
+// Only where the platform's part tells of contexts.
+bool IsKnown(int kind) {
+  return Shared().contextsEnd || !IsOfContext(static_cast<Kind>(kind));
+}
+
 constexpr const char* kKindNames[kKinds] = {"textures",      "buffers",  "render buffers", "frame buffers",
                                             "vertex arrays", "samplers", "programs",       "shaders",
                                             "syncs",         "mappings", "contexts",       "surfaces"};
@@ -334,13 +340,8 @@ bool FailsNow(const char* call) {
   ++state.calls;
   const bool fails = state.mode == FaultMode::kOne ? state.calls == state.at : state.calls >= state.at;
   if (fails && ++state.report.failed == 1) state.report.firstCall = call;
+  if (fails && std::strncmp(call, "gl", 2) != 0) state.report.platformFailed = true;
   return fails;
-}
-
-void NoteUnbound() {
-  State& state = Shared();
-  std::lock_guard lock(state.mutex);
-  state.report.unbound = true;
 }
 
 WithoutFaults::WithoutFaults() {
@@ -366,6 +367,7 @@ void CountLiving(Kind kind, int change) {
 
 void CountContextEnd(const void* context) {
   std::lock_guard lock(Shared().mutex);
+  Shared().contextsEnd = true;
   const auto found = Shared().ofContext.find(context);
   if (found == Shared().ofContext.end()) return;
   for (const Kind kind : {kFrameBuffers, kVertexArrays}) Shared().living[kind] -= found->second[kind - kFrameBuffers];
@@ -375,7 +377,7 @@ void CountContextEnd(const void* context) {
 std::string Difference(const Census& before, const Census& now) {
   std::string text;
   for (int kind = 0; kind < kKinds; ++kind) {
-    if (now[kind] != before[kind]) text += std::to_string(now[kind] - before[kind]) + ' ' + kKindNames[kind] + ", ";
+    if (IsKnown(kind) && now[kind] != before[kind]) text += std::to_string(now[kind] - before[kind]) + ' ' + kKindNames[kind] + ", ";
   }
   return text;
 }

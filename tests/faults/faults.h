@@ -23,7 +23,7 @@ void ArmFault(int at, FaultMode mode);
 struct FaultReport {
   int failed = 0;         ///< How many calls failed.
   std::string firstCall;  ///< The first of them.
-  bool unbound = false;   ///< Some context could not be made, or not be made current.
+  bool platformFailed = false;  ///< One of the platform's was among them: a context may not have been had.
 };
 /// What came of it up to now.
 FaultReport Faults();
@@ -40,7 +40,6 @@ class WithoutFaults {
 
 /// For the platform's part: whether the call, which is about to be made, fails.
 bool FailsNow(const char* call);
-void NoteUnbound();
 
 /// What lives: made and not deleted through the watched entry points.
 enum Kind {

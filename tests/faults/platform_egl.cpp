@@ -98,10 +98,7 @@ Proc __wrap_eglGetProcAddress(const char* name) {
 
 EGLContext __real_eglCreateContext(EGLDisplay display, EGLConfig config, EGLContext root, const EGLint* attributes);
 EGLContext __wrap_eglCreateContext(EGLDisplay display, EGLConfig config, EGLContext root, const EGLint* attributes) {
-  if (FailsNow("eglCreateContext")) {
-    NoteUnbound();
-    return EGL_NO_CONTEXT;
-  }
+  if (FailsNow("eglCreateContext")) return EGL_NO_CONTEXT;
   const EGLContext context = __real_eglCreateContext(display, config, root, attributes);
   CountLiving(kContexts, context != EGL_NO_CONTEXT ? 1 : 0);
   return context;
@@ -109,9 +106,7 @@ EGLContext __wrap_eglCreateContext(EGLDisplay display, EGLConfig config, EGLCont
 
 EGLBoolean __real_eglMakeCurrent(EGLDisplay display, EGLSurface draw, EGLSurface read, EGLContext context);
 EGLBoolean __wrap_eglMakeCurrent(EGLDisplay display, EGLSurface draw, EGLSurface read, EGLContext context) {
-  if (!FailsNow("eglMakeCurrent")) return __real_eglMakeCurrent(display, draw, read, context);
-  NoteUnbound();
-  return EGL_FALSE;
+  return FailsNow("eglMakeCurrent") ? EGL_FALSE : __real_eglMakeCurrent(display, draw, read, context);
 }
 
 EGLSurface __real_eglCreatePbufferSurface(EGLDisplay display, EGLConfig config, const EGLint* attributes);
