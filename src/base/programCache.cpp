@@ -71,6 +71,15 @@ Program* ProgramCache::Get(const std::string& name, const std::string& vertexSou
   auto program = std::make_unique<Program>();
   if (!program->LoadFromContent(vertexSource, fragmentSource, "")) return nullptr;
   program->SetCacheName(name);
+  return _Lend(std::move(program));
+}
+
+Program* ProgramCache::Lend(std::unique_ptr<Program> program) {
+  std::lock_guard lock(mutex_);
+  return _Lend(std::move(program));
+}
+
+Program* ProgramCache::_Lend(std::unique_ptr<Program> program) {
   program->handOver.Take();
   inUse_.push_back(program.get());
   return program.release();

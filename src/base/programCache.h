@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <list>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <utility>
@@ -56,6 +57,8 @@ class ProgramCache {
   /// none idle and a source is empty. Of several idle ones the one that the current context used last, else the one
   /// that came back first. Null, which is logged, for one that does not compile or link; the next call tries again.
   Program* Get(const std::string& name, const std::string& vertexSource, const std::string& fragmentSource);
+  /// The cache's from now on, and lent to the caller: for one that was made elsewhere and has its name for the cache.
+  Program* Lend(std::unique_ptr<Program> program);
   /// Takes a program back, also one that was never lent. False for null.
   bool Return(Program* program);
 
@@ -74,6 +77,7 @@ class ProgramCache {
   const ProgramText& _Text(const ProgramKind& kind, uint32_t variant);
   Program* _Take(const ProgramKind& kind, uint32_t variant);
   void _Drop(Program* program);
+  Program* _Lend(std::unique_ptr<Program> program);
 
   std::mutex mutex_;
   std::list<Program*> idle_;   // In the order in which they came back.

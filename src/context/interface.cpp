@@ -536,7 +536,7 @@ bool OnDrawer(const char* slot, Work&& work) noexcept {
 
 QVGWndDrawer* CreateWndDrawer(void* window) noexcept {
   return WithPools<QVGWndDrawer*>(__func__, nullptr, [&](Runtime& runtime) {
-    auto drawer = std::make_unique<WndDrawer>(runtime.contexts);
+    auto drawer = std::make_unique<WndDrawer>(runtime.contexts, runtime.programs);
     return drawer->Init(window) ? reinterpret_cast<QVGWndDrawer*>(drawer.release()) : nullptr;
   });
 }

@@ -8,6 +8,8 @@
 #include "base/glError.h"
 #include "base/limits.h"
 #include "base/pass.h"
+#include "base/program.h"
+#include "base/programCache.h"
 #include "base/texture.h"
 #include "tool/shaders.h"
 #include "utils/format.h"
@@ -86,13 +88,14 @@ bool WndDrawer::Init(void* window) {
   if (context_ == nullptr) return false;
   contextId_ = contexts_.IdOf(context_);
   // Programs are shared by all contexts, so that this one need not be made current here, where it may not be possible.
-  auto tools = std::make_unique<Tools>();
+  auto tools = std::make_unique<Tools>(programs_);
   bool made = false;
   contexts_.WithContext([&] {
     // What was left before is not this drawer's.
     DrainGLErrors();
-    made = _MakeProgram(tools->straight, shaders::wnd_frag) &&
-           _MakeProgram(tools->premultiplied, shaders::wndPremultiplied_frag);
+    tools->straight = _TakeProgram("WndDrawer", shaders::wnd_frag);
+    tools->premultiplied = _TakeProgram("WndDrawerPremultiplied", shaders::wndPremultiplied_frag);
+    made = tools->straight != nullptr && tools->premultiplied != nullptr;
     // Other contexts take over only what is done.
     glFinish();
     made = CheckGLError() && made;
@@ -106,11 +109,19 @@ bool WndDrawer::Init(void* window) {
   return true;
 }
 
-bool WndDrawer::_MakeProgram(Program& program, const char* fragment) {
-  const GLuint name = _CreateProgram(std::string(kVersion) + shaders::wnd_vert, std::string(kVersion) + fragment);
-  if (name == 0) return false;
-  program.Adopt(name);
-  return program.SetKind(kKind);
+WndDrawer::Tools::~Tools() {
+  programs.Return(straight);
+  programs.Return(premultiplied);
+}
+
+Program* WndDrawer::_TakeProgram(const char* name, const char* fragment) {
+  if (Program* const idle = programs_.Get(name, "", ""); idle != nullptr) return idle;
+  const GLuint id = _CreateProgram(std::string(kVersion) + shaders::wnd_vert, std::string(kVersion) + fragment);
+  if (id == 0) return nullptr;
+  auto program = std::make_unique<Program>();
+  program->Adopt(id);
+  program->SetCacheName(name);
+  return program->SetKind(kKind) ? programs_.Lend(std::move(program)) : nullptr;
 }
 
 bool WndDrawer::Uninit() {
@@ -207,7 +218,7 @@ bool WndDrawer::_DrawPicture(const Texture& texture, const Size& window) {
   if (tools_->quad == nullptr) tools_->quad = std::make_unique<Quad>();
   if (!tools_->quad->SetTexCoords(TexCoordsOf(texture))) return false;
   const bool premultiplied = texture.presentation.alpha == AlphaForm::kPremultiplied;
-  Pass pass(premultiplied ? tools_->premultiplied : tools_->straight, *tools_->quad,
+  Pass pass(premultiplied ? *tools_->premultiplied : *tools_->straight, *tools_->quad,
             {0, FitIntoWindow(texture, window.width, window.height), nullptr});
   if (!pass.Ready()) return false;
   pass.SetTexture(kMainTexture, texture);
@@ -218,8 +229,8 @@ bool WndDrawer::_DrawPicture(const Texture& texture, const Size& window) {
 void WndDrawer::_Distrust() {
   content_.reset();
   tools_->quad.reset();
-  tools_->straight.ForgetValues();
-  tools_->premultiplied.ForgetValues();
+  tools_->straight->ForgetValues();
+  tools_->premultiplied->ForgetValues();
 }
 
 bool WndDrawer::Draw(const Texture* texture) {

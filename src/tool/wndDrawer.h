@@ -7,11 +7,12 @@
 
 #include "base/contextState.h"
 #include "base/gl.h"
-#include "base/program.h"
 #include "base/quad.h"
 
 namespace qvg {
 
+class Program;
+class ProgramCache;
 class QVGLContextManager;
 class Texture;
 
@@ -19,7 +20,7 @@ class Texture;
 /// thread on which that context is current; the window outlives the drawer.
 class WndDrawer {
  public:
-  explicit WndDrawer(QVGLContextManager& contexts) : contexts_(contexts) {}
+  WndDrawer(QVGLContextManager& contexts, ProgramCache& programs) : contexts_(contexts), programs_(programs) {}
   ~WndDrawer();
   WndDrawer(const WndDrawer&) = delete;
   WndDrawer& operator=(const WndDrawer&) = delete;
@@ -46,14 +47,23 @@ class WndDrawer {
 
   /// What it draws with: its program for straight and for premultiplied colours, and its quad, made by the first draw.
   struct Tools {
-    Program straight;
-    Program premultiplied;
+    explicit Tools(ProgramCache& cache) : programs(cache) {}
+    ~Tools();
+    Tools(const Tools&) = delete;
+    Tools& operator=(const Tools&) = delete;
+
+    // From the cache and back to it, so that the next drawer need not compile them, and none is deleted while contexts
+    // are at work: Mesa then unbinds the vertex shader of a context that may have a program of it, and draws without.
+    ProgramCache& programs;
+    Program* straight = nullptr;
+    Program* premultiplied = nullptr;
     std::unique_ptr<Quad> quad;
   };
 
   GLuint _LoadShader(GLenum type, const std::string& source);
   GLuint _CreateProgram(const std::string& vertexSource, const std::string& fragmentSource);
-  bool _MakeProgram(Program& program, const char* fragment);
+  /// Null on failure.
+  Program* _TakeProgram(const char* name, const char* fragment);
   bool _Ready() const;
   /// Null when it can't be had.
   const Texture* _WholeStorage(const Texture& texture);
@@ -62,6 +72,7 @@ class WndDrawer {
   void _Distrust();
 
   QVGLContextManager& contexts_;
+  ProgramCache& programs_;
   bool initialized_ = false;
   void* context_ = nullptr;
   ContextId contextId_ = 0;

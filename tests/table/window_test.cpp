@@ -359,6 +359,27 @@ TEST_F(WindowTest, TwoDrawersOnOneWindow) {
   EXPECT_EQ(view.Presents(textures[0], pictures[0]), "") << "after the other drawer went";
 }
 
+// Mesa ends the process in a draw when a program was deleted elsewhere that the context had a part in.
+TEST_F(WindowTest, OtherContextsDrawOnWhenADrawerEnds) {
+  const Image picture = Picture(40, 30, 1);
+  const TexturePtr source = Upload(picture), texture(gl_.AcquireTexture(40, 30));
+  const FrameBufferPtr target = Target(texture.get());
+  HostWindow window(40, 30);
+  for (int round = 0; round < 3; ++round) {
+    QVGWndDrawer* drawer = gl_.CreateWndDrawer(window.handle());
+    ASSERT_NE(drawer, nullptr);
+    ASSERT_TRUE(gl_.DrawTexture(source.get(), target.get(), nullptr));
+    std::thread([&] {
+      const CurrentContext elsewhere;
+      gl_.DestroyWndDrawer(&drawer);
+    }).join();
+    gl_.Finish();
+    ASSERT_TRUE(gl_.MakeCurrentContext(context_->handle, nullptr));
+    ASSERT_TRUE(gl_.DrawTexture(source.get(), target.get(), nullptr));
+    EXPECT_EQ(Difference(picture, Content(texture.get())), "");
+  }
+}
+
 TEST_F(WindowTest, EveryWindowDrawnOnAThreadOfItsOwn) {
   constexpr int kThreads = 3;
   std::vector<std::unique_ptr<View>> views;
