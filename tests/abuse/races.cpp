@@ -2,7 +2,6 @@
 // run with, or its silence about the library means nothing.
 #include <atomic>
 #include <cstdio>
-#include <cstring>
 #include <functional>
 #include <map>
 #include <string>
@@ -30,7 +29,7 @@ void OnTwoThreads(const std::function<void()>& work) {
 void Counter() {
   static int counter = 0;
   OnTwoThreads([] {
-    for (int i = 0; i < 1000; ++i) ++counter;
+    for (int i = 0; i < 100000; ++i) ++counter;
   });
 }
 
@@ -41,22 +40,23 @@ void TextureOnTwoThreads() {
   const CurrentContext context;
   const TexturePtr texture(SmallTexture());
   OnTwoThreads([&] {
-    for (uint32_t i = 0; i < 1000; ++i)
+    for (uint32_t i = 0; i < 100000; ++i)
       Table().SetTextureOrigin(texture.get(), i, Table().GetTextureWidth(texture.get()));
   });
 }
 
+// Its memory is the driver's own, of a library that is not instrumented.
 void MappedMemory() {
   const CurrentContext context;
   const TexturePtr texture(SmallTexture());
   ReadBack read;
   if (!Table().TextureToRGBAPixelBuffer(texture.get(), &read.buffer, false)) return;
   OnTwoThreads([&] {
-    for (int i = 0; i < 1000; ++i) std::memset(read->plane[0], i, 16);
+    for (int i = 0; i < 100000; ++i) read->plane[0][i % 16] = static_cast<uint8_t>(i);
   });
 }
 
-// Its memory is the driver's own, of a library that is not instrumented.
+// A frame that another thread still writes, read on the library's behalf.
 void FrameUnderUpload() {
   std::array<uint8_t, 256> pixels = {};
   OnTwoThreads([&] {
