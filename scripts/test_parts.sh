@@ -196,12 +196,15 @@ part_asan() {
   build_folder=asan suffix= run_test_programs "${with_x[@]}" "${mesa_only[@]}" "${sanitizer_options[@]}"
   QVG_FAULT_STRIDE=23 run_gtest qvg_memory_tests "${with_x[@]}" "${mesa_only[@]}" "${sanitizer_options[@]}" \
     build/asan/qvg_memory_tests
+  QVG_FAULT_STRIDE=97 run_gtest qvg_fault_tests "${with_x[@]}" "${mesa_only[@]}" "${sanitizer_options[@]}" \
+    build/asan/qvg_fault_tests
   check "hostile calls" "${with_x[@]}" "${mesa_only[@]}" "${sanitizer_options[@]}" build/asan/qvg_fuzz --seconds 35
   stop_xvfb
 }
 
-# Drivers that are stricter than this machine's, and a heap that is used up. All modes of the driver at once: the targets
-# qvg_strict_all and qvg_memory_all take one after the other, and every allocation.
+# Drivers that are stricter than this machine's, or fail, and a heap that is used up. All modes of the driver at once:
+# the targets qvg_strict_all, qvg_memory_all and qvg_fault_all take one after the other, every allocation, and every call
+# of the driver and the platform.
 part_strict() {
   build linux || return
   local driver=("${mesa_only[@]}" build/linux/qvg_strict)
@@ -210,6 +213,7 @@ part_strict() {
   start_xvfb
   GTEST_FILTER='Window*:Driver*' run_gtest qvg_strict_windows "${with_x[@]}" "${driver[@]}_tests"
   run_gtest qvg_memory_tests "${with_x[@]}" "${mesa_only[@]}" build/linux/qvg_memory_tests
+  run_gtest qvg_fault_tests "${with_x[@]}" "${mesa_only[@]}" build/linux/qvg_fault_tests
   stop_xvfb
 }
 

@@ -149,34 +149,43 @@ GLuint WndDrawer::_LoadShader(GLenum type, const std::string& source) {
   GLint length = 0;
   glGetShaderiv(shader, GL_COMPILE_STATUS, &compiled);
   glGetShaderiv(shader, GL_INFO_LOG_LENGTH, &length);
-  if (compiled == 0 && length > 0) {
+  if (CheckGLError() && compiled != 0) return shader;
+  if (length > 0) {
     LogShort(kLogError,
-             Format("WndDrawer: compile shader failed. err={}", InfoLog(shader, length, glGetShaderInfoLog)));
+             fmt::format("WndDrawer: compile shader failed. err={}", InfoLog(shader, length, glGetShaderInfoLog)));
   }
-  return shader;
+  if (shader != 0) glDeleteShader(shader);
+  return 0;
+}
+
+bool WndDrawer::_Link(GLuint program) {
+  glLinkProgram(program);
+  GLint linked = 0;
+  GLint length = 0;
+  glGetProgramiv(program, GL_LINK_STATUS, &linked);
+  glGetProgramiv(program, GL_INFO_LOG_LENGTH, &length);
+  if (linked == 0 && length > 0) {
+    LogShort(kLogError, fmt::format("WndDrawer: link shader program failed. err={}",
+                                    InfoLog(program, length, glGetProgramInfoLog)));
+  }
+  return CheckGLError() && linked != 0;
 }
 
 GLuint WndDrawer::_CreateProgram(const std::string& vertexSource, const std::string& fragmentSource) {
-  const GLuint vertex = _LoadShader(GL_VERTEX_SHADER, vertexSource);
-  const GLuint fragment = _LoadShader(GL_FRAGMENT_SHADER, fragmentSource);
-  GLuint program = glCreateProgram();
-  GLint linked = 0;
-  if (program != 0) {
-    glAttachShader(program, vertex);
-    glAttachShader(program, fragment);
-    glLinkProgram(program);
-    GLint length = 0;
-    glGetProgramiv(program, GL_LINK_STATUS, &linked);
-    glGetProgramiv(program, GL_INFO_LOG_LENGTH, &length);
-    if (linked == 0 && length > 0) {
-      LogShort(kLogError,
-               Format("WndDrawer: link shader program failed. err={}", InfoLog(program, length, glGetProgramInfoLog)));
-    }
+  const GLuint shaders[] = {_LoadShader(GL_VERTEX_SHADER, vertexSource),
+                            _LoadShader(GL_FRAGMENT_SHADER, fragmentSource)};
+  const GLuint program = glCreateProgram();
+  bool whole = program != 0;
+  for (const GLuint shader : shaders) {
+    if (program != 0 && shader != 0) glAttachShader(program, shader);
+    whole = whole && shader != 0;
   }
-  for (const GLuint shader : {vertex, fragment}) {
+  // Linking what is not whole has crashed a driver's later draws.
+  const bool linked = CheckGLError() && whole && _Link(program);
+  for (const GLuint shader : shaders) {
     if (shader != 0) glDeleteShader(shader);
   }
-  if (CheckGLError() && linked != 0) return program;
+  if (linked) return program;
   if (program != 0) glDeleteProgram(program);
   return 0;
 }

@@ -60,6 +60,8 @@ class WndDrawer {
     std::unique_ptr<Quad> quad;
   };
 
+  bool _Link(GLuint program);
+  // These two give 0 on failure.
   GLuint _LoadShader(GLenum type, const std::string& source);
   GLuint _CreateProgram(const std::string& vertexSource, const std::string& fragmentSource);
   /// Null on failure.

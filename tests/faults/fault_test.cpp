@@ -31,6 +31,8 @@ std::string NameOf(const Course& course) {
          (course.warm ? "Warm" : "Cold");
 }
 
+void PrintTo(const Course& course, std::ostream* out) { *out << NameOf(course); }
+
 /// What the library is for the length of a scenario.
 class Life {
  public:
@@ -163,7 +165,7 @@ TEST_P(FaultTest, EveryCallMayFail) {
   ASSERT_EQ(FaultsOf(*expected_, *expected_, course.mode, false), "") << "with nothing failing";
 
   // All of them, or a sample that begins elsewhere in each course.
-  const int every = Number("QVG_FAULT_EVERY", 23);
+  const int every = Number("QVG_FAULT_STRIDE", 47);
   const int only = Number("QVG_FAULT_AT", 0);
   static int courses = 0;
   int points = 0, failures = 0;
