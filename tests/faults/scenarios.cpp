@@ -404,6 +404,7 @@ void TeardownWithoutContext(Host& host) {
 // ---- Windows
 
 void Window(Host& host) {
+  const int failedBefore = Faults().failed;
   std::optional<HostWindow> window;
   Held<QVGTexture> texture, premultiplied;
   {
@@ -427,7 +428,8 @@ void Window(Host& host) {
       const Part part(host, 1);
       const bool done = host.gl.DrawTextureToWnd(drawer.get(), shown->get());
       // What the window itself refuses is not shown, and not told.
-      if (!done || !Faults().platformFailed) host.Showed(done, *window);
+      const bool refused = Faults().failed > failedBefore && Faults().platformFailed;
+      if (!done || !refused) host.Showed(done, *window);
     }
   }
   const WithoutFaults undisturbed;
