@@ -189,7 +189,9 @@ std::vector<Course> Courses() {
   for (const Scenario& scenario : Scenarios()) {
     for (const FaultMode mode : {FaultMode::kOne, FaultMode::kFrom}) {
       courses.push_back({scenario, mode, false});
-      if (scenario.begin == Scenario::kWithContext) courses.push_back({scenario, mode, true});
+      // With windows Mesa's software renderer crashes: it loses the first context's vertex shader when the context of a
+      // window was destroyed twice (seen with 22.3).
+      if (scenario.begin == Scenario::kWithContext && !scenario.window) courses.push_back({scenario, mode, true});
     }
   }
   return courses;
