@@ -6,7 +6,6 @@
 
 #include "base/driverTurn.h"
 #include "base/entryPoints.h"
-#include "base/gl.h"
 #include "base/limits.h"
 #include "frame/draw.h"
 #include "pool/textureLease.h"
@@ -94,9 +93,10 @@ void Runtime::DrawOnce() noexcept {
     const auto lease = [&] { return TextureLease(textures, 2, 2, GL_RGBA8); };
     if (const TextureLease source = lease(), target = lease(); source && target) {
       DrawWhole(frames, *source, *target, {});
-      glFinish();
     }
     textures.Clear();
+    // The service thread's context draws no more.
+    DropContextObjects();
   } catch (const std::exception& error) {
     LogLocated(kLogError, error.what());
   }
