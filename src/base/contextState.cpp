@@ -286,8 +286,7 @@ void DropContextObjects() noexcept {
   ContextState* const current = CurrentContext();
   if (current == nullptr) return;
   FlushContextObjects();
-  current->targets.Clear();
-  current->quad.reset();
+  current->Distrust();
   // Who takes up what it worked on can't wait for a context that is gone.
   glFinish();
 }

@@ -38,7 +38,11 @@ void QVGLContextManager::Uninit() {
 
 void QVGLContextManager::_DestroyAll() {
   DestroyOthers();
-  if (serviceContext_ != nullptr) DestroyContextData(serviceContext_);
+  if (serviceContext_ != nullptr) {
+    // It has drawn, too.
+    if (IsContextCurrent(*serviceContext_)) DropContextObjects();
+    DestroyContextData(serviceContext_);
+  }
   serviceContext_ = nullptr;
   std::lock_guard lock(contextsMutex_);
   if (mainContext_ != nullptr) DestroyContextData(mainContext_);
