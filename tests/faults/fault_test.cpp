@@ -46,13 +46,14 @@ class Life {
   }
 
   /// Runs the scenario with the context current, if it wants one.
-  Host Run() {
+  Host Run(const Host* expected = nullptr) {
     if (scenario_.begin != Scenario::kReleased) StartLibrary();
     if (context_ != nullptr) {
       const WithoutFaults undisturbed;
       gl_.MakeCurrentContext(context_, nullptr);
     }
     Host host(gl_);
+    host.expected = expected;
     scenario_.run(host);
     return host;
   }
@@ -130,11 +131,11 @@ class FaultTest : public testing::TestWithParam<Course> {
       Life life(course.scenario);
       if (course.warm) life.RunUndisturbed();
       ArmFault(at, course.mode);
-      const Host host = life.Run();
+      const Host host = life.Run(expected_.get());
       report = DisarmFault();
       fired_ = report.failed > 0;
       faults += FaultsOf(host, *expected_, course.mode, true);
-      const std::string next = FaultsOf(life.Run(), *expected_, course.mode, false);
+      const std::string next = FaultsOf(life.Run(expected_.get()), *expected_, course.mode, false);
       if (!next.empty()) faults += "the next frame: " + next;
       if (!life.ClearPools()) faults += "pools can't be cleared; ";
     }

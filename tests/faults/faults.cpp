@@ -300,9 +300,7 @@ void SetStandIns() {
 }();
 
 // Only where the platform's part tells of contexts.
-bool IsKnown(int kind) {
-  return Shared().contextsEnd || !IsOfContext(static_cast<Kind>(kind));
-}
+bool IsKnown(int kind) { return Shared().contextsEnd || !IsOfContext(static_cast<Kind>(kind)); }
 
 constexpr const char* kKindNames[kKinds] = {"textures",      "buffers",  "render buffers", "frame buffers",
                                             "vertex arrays", "samplers", "programs",       "shaders",
@@ -377,7 +375,8 @@ void CountContextEnd(const void* context) {
 std::string Difference(const Census& before, const Census& now) {
   std::string text;
   for (int kind = 0; kind < kKinds; ++kind) {
-    if (IsKnown(kind) && now[kind] != before[kind]) text += std::to_string(now[kind] - before[kind]) + ' ' + kKindNames[kind] + ", ";
+    if (IsKnown(kind) && now[kind] != before[kind])
+      text += std::to_string(now[kind] - before[kind]) + ' ' + kKindNames[kind] + ", ";
   }
   return text;
 }

@@ -21,8 +21,8 @@ enum class FaultMode {
 void ArmFault(int at, FaultMode mode);
 
 struct FaultReport {
-  int failed = 0;         ///< How many calls failed.
-  std::string firstCall;  ///< The first of them.
+  int failed = 0;               ///< How many calls failed.
+  std::string firstCall;        ///< The first of them.
   bool platformFailed = false;  ///< One of the platform's was among them: a context may not have been had.
 };
 /// What came of it up to now.

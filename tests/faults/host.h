@@ -40,6 +40,7 @@ class Host {
 
   std::vector<Step> steps;
   std::string faults;
+  const Host* expected = nullptr;  ///< What is to be seen, for what takes its time on the screen.
 
  private:
   bool _Note(bool done, std::vector<uint8_t> picture);
