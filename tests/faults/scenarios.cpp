@@ -280,10 +280,10 @@ void Preallocate(Host& host) {
 
 // Takes contexts, works on one and gives them back in the two ways.
 void TakeContexts(Host& host) {
-  QVGGLContext *previous = host.gl.GetCurrentContext(),
-               *contexts[] = {host.gl.GetSharedContext(), host.gl.CreateSharedContext(nullptr, nullptr, true)};
-  for (QVGGLContext* const context : contexts) {
+  QVGGLContext *previous = host.gl.GetCurrentContext(), *contexts[2] = {};
+  for (QVGGLContext*& context : contexts) {
     const Part part(host, 5);
+    context = &context == contexts ? host.gl.GetSharedContext() : host.gl.CreateSharedContext(nullptr, nullptr, true);
     if (!host.Did(context != nullptr)) continue;
     if (!host.Did(host.gl.MakeCurrentContext(context, nullptr))) continue;
     Upload<QVG_FORMAT_NV12>(host);
