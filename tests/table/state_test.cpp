@@ -207,11 +207,37 @@ TEST_F(StateTest, WhatAHostLeavesChangesNoPicture) {
   glDeleteProgram(program);
 }
 
-// A texture that stays bound lives on when it is deleted.
-TEST_F(StateTest, NoTextureOrSamplerStaysBound) {
+// As the header says. A texture that stays bound lives on when it is deleted.
+TEST_F(StateTest, NothingStaysBoundOrSwitchedOn) {
+  const struct {
+    const char* name;
+    unsigned state;
+    int left;
+  } states[] = {
+      {"active texture", GL_ACTIVE_TEXTURE, GL_TEXTURE0},
+      {"program", GL_CURRENT_PROGRAM, 0},
+      {"vertex array", GL_VERTEX_ARRAY_BINDING, 0},
+      {"array buffer", GL_ARRAY_BUFFER_BINDING, 0},
+      {"pack buffer", GL_PIXEL_PACK_BUFFER_BINDING, 0},
+      {"unpack buffer", GL_PIXEL_UNPACK_BUFFER_BINDING, 0},
+      {"drawn frame buffer", GL_DRAW_FRAMEBUFFER_BINDING, 0},
+      {"read frame buffer", GL_READ_FRAMEBUFFER_BINDING, 0},
+      {"blending", GL_BLEND, 0},
+      {"scissor", GL_SCISSOR_TEST, 0},
+      {"depth test", GL_DEPTH_TEST, 0},
+      {"pack row length", GL_PACK_ROW_LENGTH, 0},
+      {"pack skip rows", GL_PACK_SKIP_ROWS, 0},
+      {"unpack row length", GL_UNPACK_ROW_LENGTH, 0},
+      {"unpack skip rows", GL_UNPACK_SKIP_ROWS, 0},
+  };
   for (int frame = 0; frame < 2; ++frame) {
     for (const Operation& operation : operations_) {
       operation.run();
+      for (const auto& [name, state, left] : states) {
+        int value = -1;
+        glGetIntegerv(state, &value);
+        EXPECT_EQ(value, left) << operation.name << " leaves " << name;
+      }
       for (int unit = 0; unit < 12; ++unit) {
         int texture = 0, sampler = 0;
         glActiveTexture(GL_TEXTURE0 + unit);
