@@ -171,7 +171,7 @@ GLADapiproc EntryPoint(void* opengl32, const char* name) {
 }
 
 // The version that was found; 0: none.
-int LoadEntryPoints(const QVGWinContextData& data) {
+int LoadOn(const QVGWinContextData& data) {
   const HMODULE opengl32 = LoadLibraryW(L"opengl32.dll");
   const ContextBinding previous = CurrentBinding();
   int version = 0;
@@ -219,7 +219,7 @@ QVGContextData* _CreateDummyGLContext(void* window, bool loadEntryPoints, const 
   if (const char* const error = CreateContext(data->hdc, &data->hglrc); error != nullptr) return fail(error);
   RegisterContext(data->hglrc);
   if (loadEntryPoints) {
-    const int version = LoadEntryPoints(*data);
+    const int version = LoadOn(*data);
     if (version == 0) return fail("glContext_win: loading the OpenGL entry points failed.");
     loadedVersion = GLAD_VERSION_MAJOR(version) * 100 + GLAD_VERSION_MINOR(version);
   }
