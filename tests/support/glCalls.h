@@ -15,9 +15,11 @@ struct CallCounts {
   int errorChecks = 0;  ///< Of them glGetError.
   int objects = 0;      ///< Of them those that make or delete objects; fences are no objects here.
   int syncs = 0;        ///< Of them fences, waits for fences, flushes and finishes.
+  int barriers = 0;     ///< Of them glTextureBarrier.
 
   CallCounts operator-(const CallCounts& before) const {
-    return {calls - before.calls, errorChecks - before.errorChecks, objects - before.objects, syncs - before.syncs};
+    return {calls - before.calls, errorChecks - before.errorChecks, objects - before.objects, syncs - before.syncs,
+            barriers - before.barriers};
   }
 };
 
@@ -42,7 +44,8 @@ constexpr bool Synchronises(std::string_view call) {
 
 /// What a call of that name, without its "gl", adds.
 constexpr CallCounts CostOf(std::string_view call) {
-  return {1, call == "GetError" ? 1 : 0, MakesOrDeletes(call) ? 1 : 0, Synchronises(call) ? 1 : 0};
+  return {1, call == "GetError" ? 1 : 0, MakesOrDeletes(call) ? 1 : 0, Synchronises(call) ? 1 : 0,
+          call == "TextureBarrier" ? 1 : 0};
 }
 
 /// Stands before one entry point; kPointer, the loader's variable for it, tells which.
@@ -63,6 +66,7 @@ struct CountedCall<kPointer> {
     counts.errorChecks += cost.errorChecks;
     counts.objects += cost.objects;
     counts.syncs += cost.syncs;
+    counts.barriers += cost.barriers;
     return (standIn != nullptr ? standIn : real)(arguments...);
   }
 
