@@ -298,6 +298,8 @@ void Teardown(Script& s) {
     s.table->SetEffectParameter(effect, "enable_key", &on);
     QVGTexture* shown = s.table->ApplyEffect(effect, texture);
     s.Show("frame", shown);
+    // Textures that are out are the host's to give back: the rest is what a release has to find.
+    s.table->ReleaseTexture(&shown);
     s.table->ReleaseTexture(&texture);
     s.table->PreallocateRenderBuffers(kWidth, kHeight, 2);
   }
