@@ -33,6 +33,11 @@ void ScratchBufferPool::Release(uint8_t* data) {
   }
 }
 
+size_t ScratchBufferPool::IdleBytes() {
+  std::lock_guard lock(mutex_);
+  return idleBytes_;
+}
+
 void ScratchBufferPool::Clear() {
   std::lock_guard lock(mutex_);
   idle_.clear();

@@ -35,6 +35,7 @@ class ScratchBufferPool {
 
   uint8_t* Acquire(size_t size);
   void Release(uint8_t* data);
+  size_t IdleBytes();
   /// Frees every idle block.
   void Clear();
   Lease Lend(size_t size) { return {*this, Acquire(size)}; }

@@ -29,6 +29,14 @@ constexpr ProgramKind kKind = {.name = "WndDrawer",
                                .uniforms = {},
                                .samplers = {{"main_texture", 0}}};
 
+enum BoundedUniform { kBounds };
+
+constexpr ProgramKind kBoundedKind = {.name = "WndDrawerBounded",
+                                      .vertex = {shaders::wnd_vert},
+                                      .fragment = {shaders::wndBounded_frag},
+                                      .uniforms = {"bounds"},
+                                      .samplers = {{"main_texture", 0}}};
+
 /// Texture coordinates at the corners of a quad on which the picture stands as it presents.
 QuadCorners TexCoordsOf(const Texture& texture) {
   const glm::mat3 matrix =
@@ -93,8 +101,8 @@ bool WndDrawer::Init(void* window) {
   contexts_.WithContext([&] {
     // What was left before is not this drawer's.
     DrainGLErrors();
-    tools->straight = _TakeProgram("WndDrawer", shaders::wnd_frag);
-    tools->premultiplied = _TakeProgram("WndDrawerPremultiplied", shaders::wndPremultiplied_frag);
+    tools->straight = _TakeProgram("WndDrawer", shaders::wnd_frag, kKind);
+    tools->premultiplied = _TakeProgram("WndDrawerPremultiplied", shaders::wndPremultiplied_frag, kKind);
     made = tools->straight != nullptr && tools->premultiplied != nullptr;
     // Other contexts take over only what is done.
     glFinish();
@@ -112,16 +120,17 @@ bool WndDrawer::Init(void* window) {
 WndDrawer::Tools::~Tools() {
   programs.Return(straight);
   programs.Return(premultiplied);
+  programs.Return(bounded);
 }
 
-Program* WndDrawer::_TakeProgram(const char* name, const char* fragment) {
+Program* WndDrawer::_TakeProgram(const char* name, const char* fragment, const ProgramKind& kind) {
   if (Program* const idle = programs_.Get(name, "", ""); idle != nullptr) return idle;
   const GLuint id = _CreateProgram(std::string(kVersion) + shaders::wnd_vert, std::string(kVersion) + fragment);
   if (id == 0) return nullptr;
   auto program = std::make_unique<Program>();
   program->Adopt(id);
   program->SetCacheName(name);
-  return program->SetKind(kKind) ? programs_.Lend(std::move(program)) : nullptr;
+  return program->SetKind(kind) ? programs_.Lend(std::move(program)) : nullptr;
 }
 
 bool WndDrawer::Uninit() {
@@ -206,7 +215,7 @@ void WndDrawer::Clear(float red, float green, float blue) {
 const Texture* WndDrawer::_WholeStorage(const Texture& texture) {
   const ContentRect& from = texture.Content();
   if (from.storageWidth == from.width && from.storageHeight == from.height) return &texture;
-  // What can't be copied shows a little of what lies beside it.
+  // What can't be copied is drawn within its bounds.
   if (!from.IsInside() || !Limits::IsRenderable(texture.Setting().internalFormat)) return &texture;
   if (content_ == nullptr || content_->Content().width != from.width || content_->Content().height != from.height) {
     TextureSetting setting;
@@ -226,11 +235,19 @@ const Texture* WndDrawer::_WholeStorage(const Texture& texture) {
 bool WndDrawer::_DrawPicture(const Texture& texture, const Size& window) {
   if (tools_->quad == nullptr) tools_->quad = std::make_unique<Quad>();
   if (!tools_->quad->SetTexCoords(TexCoordsOf(texture))) return false;
+  const ContentRect& content = texture.Content();
+  const bool whole = content.storageWidth == content.width && content.storageHeight == content.height;
+  const bool bounded = !whole && content.IsInside();
+  if (bounded && tools_->bounded == nullptr) {
+    tools_->bounded = _TakeProgram("WndDrawerBounded", shaders::wndBounded_frag, kBoundedKind);
+  }
   const bool premultiplied = texture.presentation.alpha == AlphaForm::kPremultiplied;
-  Pass pass(premultiplied ? *tools_->premultiplied : *tools_->straight, *tools_->quad,
-            {0, FitIntoWindow(texture, window.width, window.height), nullptr});
+  Program* const program = bounded ? tools_->bounded : premultiplied ? tools_->premultiplied : tools_->straight;
+  if (program == nullptr) return false;
+  Pass pass(*program, *tools_->quad, {0, FitIntoWindow(texture, window.width, window.height), nullptr});
   if (!pass.Ready()) return false;
   pass.SetTexture(kMainTexture, texture);
+  if (bounded) pass.Set(kBounds, content.SampleBounds());
   pass.Draw();
   return pass.End();
 }
@@ -240,6 +257,7 @@ void WndDrawer::_Distrust() {
   tools_->quad.reset();
   tools_->straight->ForgetValues();
   tools_->premultiplied->ForgetValues();
+  if (tools_->bounded != nullptr) tools_->bounded->ForgetValues();
 }
 
 bool WndDrawer::Draw(const Texture* texture) {
@@ -252,7 +270,8 @@ bool WndDrawer::Draw(const Texture* texture) {
   ClearWindow(0, 0, 0);
   const bool drawn = !visible || (picture != nullptr && _DrawPicture(*picture, window));
   glViewport(0, 0, window.width, window.height);
-  if (!CheckGLError() || !drawn) {
+  // Also an error that a step on the way has found.
+  if (!CheckGLError() || !drawn || CurrentContext()->failed) {
     _Distrust();
     return false;
   }

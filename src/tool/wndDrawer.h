@@ -13,6 +13,7 @@ namespace qvg {
 
 class Program;
 class ProgramCache;
+struct ProgramKind;
 class QVGLContextManager;
 class Texture;
 
@@ -57,6 +58,7 @@ class WndDrawer {
     ProgramCache& programs;
     Program* straight = nullptr;
     Program* premultiplied = nullptr;
+    Program* bounded = nullptr;  // for straight colours within larger storage; made by the first draw that needs it
     std::unique_ptr<Quad> quad;
   };
 
@@ -65,7 +67,7 @@ class WndDrawer {
   GLuint _LoadShader(GLenum type, const std::string& source);
   GLuint _CreateProgram(const std::string& vertexSource, const std::string& fragmentSource);
   /// Null on failure.
-  Program* _TakeProgram(const char* name, const char* fragment);
+  Program* _TakeProgram(const char* name, const char* fragment, const ProgramKind& kind);
   bool _Ready() const;
   /// Null when it can't be had.
   const Texture* _WholeStorage(const Texture& texture);

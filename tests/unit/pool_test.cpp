@@ -340,6 +340,7 @@ TEST(ScratchBufferPoolTest, IdleBlocksAreBounded) {
   // Rows of a window that is dragged larger: none of the older blocks fits any more.
   uint8_t* last = nullptr;
   for (size_t i = 0; i < 300; ++i) pool.Release(last = pool.Acquire(kQuarter + i * 4096));
+  EXPECT_LE(pool.IdleBytes(), ScratchBufferPool::kMaxIdleBytes);
   EXPECT_EQ(pool.Acquire(kQuarter + 299 * 4096), last);
   pool.Release(last);
   uint8_t* const huge = pool.Acquire(2 * ScratchBufferPool::kMaxIdleBytes);
@@ -347,6 +348,7 @@ TEST(ScratchBufferPoolTest, IdleBlocksAreBounded) {
   EXPECT_EQ(pool.Acquire(2 * ScratchBufferPool::kMaxIdleBytes), huge) << "the one in use is made anew for each frame";
   pool.Release(huge);
   pool.Clear();
+  EXPECT_EQ(pool.IdleBytes(), 0u);
 }
 
 }  // namespace
