@@ -244,6 +244,24 @@ void Disconnect(OpenedDisplay& egl) {
   egl.connection = nullptr;
 }
 
+// Those of all vendors.
+std::vector<EGLDeviceEXT> Devices(bool software) {
+  const auto queryDevices = Entry<PFNEGLQUERYDEVICESEXTPROC>("eglQueryDevicesEXT");
+  const auto queryString = Entry<PFNEGLQUERYDEVICESTRINGEXTPROC>("eglQueryDeviceStringEXT");
+  EGLint count = 0;
+  std::vector<EGLDeviceEXT> devices;
+  if (ClientHas("EGL_EXT_platform_device") && queryDevices != nullptr && queryString != nullptr &&
+      queryDevices(0, nullptr, &count) == EGL_TRUE && count > 0) {
+    devices.resize(static_cast<size_t>(count));
+    if (queryDevices(count, devices.data(), &count) != EGL_TRUE) count = 0;
+    devices.resize(static_cast<size_t>(count));
+  }
+  std::erase_if(devices, [&](EGLDeviceEXT device) {
+    return Contains(queryString(device, EGL_EXTENSIONS), "EGL_MESA_device_software") != software;
+  });
+  return devices;
+}
+
 EGLDisplay OpenXcbDisplay(OpenedDisplay& egl) {
   egl.connection = xcb_connect(nullptr, &egl.screen);
   if (xcb_connection_has_error(egl.connection) != 0) return EGL_NO_DISPLAY;
@@ -303,8 +321,8 @@ bool UseX11(Platform& egl, const char* name) {
   OpenedDisplay& opened = egl;
   if (!ClientHas("EGL_EXT_platform_xcb")) return TryX11(opened, name, server, &OpenXlibDisplay);
   const bool found = TryX11(opened, name, server, &OpenXcbDisplay);
-  if (found && !IsSoftware(opened.display)) return true;
-  // A vendor that knows no XCB may have the GPU.
+  if ((found && !IsSoftware(opened.display)) || Devices(false).empty()) return found;
+  // There is a GPU: it may be that of a vendor that knows no XCB.
   OpenedDisplay other;
   if (!TryX11(other, name, server, &OpenXlibDisplay)) return found;
   if (found && IsSoftware(other.display)) {
@@ -317,19 +335,7 @@ bool UseX11(Platform& egl, const char* name) {
 }
 
 bool UseDevice(Platform& egl, const char* name, bool software) {
-  const auto queryDevices = Entry<PFNEGLQUERYDEVICESEXTPROC>("eglQueryDevicesEXT");
-  const auto queryString = Entry<PFNEGLQUERYDEVICESTRINGEXTPROC>("eglQueryDeviceStringEXT");
-  EGLint count = 0;
-  std::vector<EGLDeviceEXT> devices;
-  if (ClientHas("EGL_EXT_platform_device") && queryDevices != nullptr && queryString != nullptr &&
-      queryDevices(0, nullptr, &count) == EGL_TRUE && count > 0) {
-    devices.resize(static_cast<size_t>(count));
-    if (queryDevices(count, devices.data(), &count) != EGL_TRUE) count = 0;
-    devices.resize(static_cast<size_t>(count));
-  }
-  std::erase_if(devices, [&](EGLDeviceEXT device) {
-    return Contains(queryString(device, EGL_EXTENSIONS), "EGL_MESA_device_software") != software;
-  });
+  const std::vector<EGLDeviceEXT> devices = Devices(software);
   if (devices.empty()) LogShort(kLogInfo, Format("glContext_egl: {}: none found.", name));
   for (EGLDeviceEXT device : devices) {
     if (TryDisplay(egl, name, PlatformDisplay(EGL_PLATFORM_DEVICE_EXT, device, nullptr))) return true;
