@@ -185,14 +185,15 @@ class Worker {
   QVGTexture* picture_ = nullptr;
 };
 
-/// What the process holds, and how much more of it than at first is no growth.
+/// What the process holds, and how much more of it than at first is no growth: pools need long to have enough for what
+/// all threads may ask for at once, and give all of it back in the end.
 enum Held { kHeap, kResident, kTaskCount, kDescriptors, kTextureNames, kBufferNames, kProgramNames, kHeldCount };
 struct Column {
   const char* title;
   int64_t slack;
 };
 constexpr Column kColumns[kHeldCount] = {{"heap KiB", 1024}, {"resident KiB", 32768}, {"threads", 0},
-                                         {"descriptors", 0}, {"textures", 4},         {"buffers", 4},
+                                         {"descriptors", 0}, {"textures", 32},        {"buffers", 16},
                                          {"programs", 40}};
 
 struct Sample {
