@@ -459,8 +459,9 @@ typedef struct QVGGLRendererInterface {
   bool (*SetWndDrawerSize)(QVGWndDrawer* drawer, uint32_t width, uint32_t height);
   /** 52 [GL, the drawer's context] Shows the texture's content in the window: as large as it fits, upright as rotation
    *  and flipped flag tell, laid over black by its alpha. May wait for the display. Work submitted on another
-   *  context must be done (slot 47). @return false for null or when the drawer's context is not current; true
-   *  otherwise, also when there is nothing to see (a size of 0, a window that is gone). */
+   *  context must be done (slot 47). @return false for null, when the drawer's context is not current, or
+   *  after a GL error, when nothing new is shown; true otherwise, also when there is nothing to see (a size of 0, a
+   *  window that is gone). */
   bool (*DrawTextureToWnd)(QVGWndDrawer* drawer, QVGTexture* texture);
   /** 53 [any] Destroys a drawer and its context and writes null; the window stays. The context must not be current on
    *  another thread. @return true. */
