@@ -587,7 +587,7 @@ void Fuzzer::_Call(int slot) {
 }
 
 void Fuzzer::_Enter(Mode mode) {
-  if (mode == Mode::kHome || (mode == Mode::kForeign && !foreign_.MakeCurrent())) return;
+  if (mode == Mode::kHome || (mode == Mode::kForeign && !foreign_.Enter())) return;
   if (mode == Mode::kNoContext) gl_.MakeCurrentContext(nullptr, nullptr);
   mode_ = mode;
   current_ = nullptr;

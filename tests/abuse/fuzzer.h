@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "abuse/foreignContext.h"
+#include "abuse/foreignHost.h"
 #include "abuse/hostile.h"
 #include "qvGLRenderer/qvGLRenderer.h"
 #include "support/platform.h"
@@ -100,7 +100,7 @@ class Fuzzer {
   const QVGGLRendererInterface& gl_;
   Hostile random_;
   HostileFrames frames_;
-  ForeignContext foreign_;
+  ForeignHost foreign_;
   HostWindow window_;
   SlotCounts counts_;
   int64_t sequence_ = 0;
