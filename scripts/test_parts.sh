@@ -194,20 +194,20 @@ part_windows() {
 }
 
 part_asan() {
-  build asan qvg_tests qvg_unit_tests qvg_memory_tests qvg_fault_tests qvg_fuzz || return
+  build asan qvg_tests qvg_unit_tests qvg_fault_tests qvg_fuzz || return
   start_xvfb
   build_folder=asan suffix= run_test_programs "${with_x[@]}" "${mesa_only[@]}" "${sanitizer_options[@]}"
   local run=("${with_x[@]}" "${mesa_only[@]}" "${sanitizer_options[@]}")
-  QVG_FAULT_STRIDE=23 run_gtest qvg_memory_tests "${run[@]}" build/asan/qvg_memory_tests
+  QVG_FAULT_STRIDE=97 GTEST_FILTER='*Heap*' run_gtest failing_heap "${run[@]}" build/asan/qvg_fault_tests
   # A context whose destruction is made to fail stays with the driver; the tests count what is made and deleted.
-  QVG_FAULT_STRIDE=197 run_gtest qvg_fault_tests "${run[@]}" ASAN_OPTIONS=detect_leaks=0 build/asan/qvg_fault_tests
+  QVG_FAULT_STRIDE=197 GTEST_FILTER='-*Heap*' run_gtest failing_driver "${run[@]}" ASAN_OPTIONS=detect_leaks=0 \
+    build/asan/qvg_fault_tests
   check "hostile calls" "${run[@]}" build/asan/qvg_fuzz --seconds 35
   stop_xvfb
 }
 
 # Drivers that are stricter than this machine's, or fail, and a heap that is used up. All modes of the driver at once:
-# the targets qvg_strict_all, qvg_memory_all and qvg_fault_all take one after the other, every allocation, and every call
-# of the driver and the platform.
+# the targets qvg_strict_all and qvg_fault_all take one after the other, and every call and allocation.
 part_strict() {
   build linux || return
   local driver=("${mesa_only[@]}" build/linux/qvg_strict)
@@ -215,7 +215,6 @@ part_strict() {
   run_gtest qvg_strict_unit_tests "${headless[@]}" "${driver[@]}_unit_tests"
   start_xvfb
   GTEST_FILTER='Window*:Driver*' run_gtest qvg_strict_windows "${with_x[@]}" "${driver[@]}_tests"
-  run_gtest qvg_memory_tests "${with_x[@]}" "${mesa_only[@]}" build/linux/qvg_memory_tests
   run_gtest qvg_fault_tests "${with_x[@]}" "${mesa_only[@]}" build/linux/qvg_fault_tests
   stop_xvfb
 }

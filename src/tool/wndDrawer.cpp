@@ -125,9 +125,10 @@ WndDrawer::Tools::~Tools() {
 
 Program* WndDrawer::_TakeProgram(const char* name, const char* fragment, const ProgramKind& kind) {
   if (Program* const idle = programs_.Get(name, "", ""); idle != nullptr) return idle;
+  // First, so that the name has an owner at once.
+  auto program = std::make_unique<Program>();
   const GLuint id = _CreateProgram(std::string(kVersion) + shaders::wnd_vert, std::string(kVersion) + fragment);
   if (id == 0) return nullptr;
-  auto program = std::make_unique<Program>();
   program->Adopt(id);
   program->SetCacheName(name);
   return program->SetKind(kind) ? programs_.Lend(std::move(program)) : nullptr;

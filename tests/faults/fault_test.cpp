@@ -1,5 +1,8 @@
-// For every call of the driver and the platform that a host's work makes: when that call fails, or all from it on, each
-// slot says so or has done what it says, nothing is lost, and the next frame is exact.
+// For every call of the driver and the platform, and every allocation of the library's code, that a host's work makes:
+// when it fails, or all from it on, each slot says so or has done what it says, no exception leaves it, nothing is
+// lost, and the next frame is exact.
+//
+// QVG_FAULT_STRIDE in the environment takes every n-th of them (1: all), QVG_FAULT_AT one.
 #include <gtest/gtest.h>
 
 #include <csignal>
@@ -22,13 +25,14 @@ int Number(const char* variable, int otherwise) {
 
 struct Course {
   Scenario scenario;
+  FaultSource source;
   FaultMode mode;
   bool warm;  ///< The same work was done before.
 };
 
 std::string NameOf(const Course& course) {
-  return std::string(course.scenario.name) + (course.mode == FaultMode::kOne ? "One" : "From") +
-         (course.warm ? "Warm" : "Cold");
+  return std::string(course.scenario.name) + (course.source == FaultSource::kDriver ? "Driver" : "Heap") +
+         (course.mode == FaultMode::kOne ? "One" : "From") + (course.warm ? "Warm" : "Cold");
 }
 
 void PrintTo(const Course& course, std::ostream* out) { *out << NameOf(course); }
@@ -117,7 +121,9 @@ class FaultTest : public testing::TestWithParam<Course> {
  protected:
   void SetUp() override {
     if (GetParam().scenario.window && !HostWindow::Available()) GTEST_SKIP() << "no X server";
-    Logger::Instance().SetSink(nullptr, 0);
+    // Lines are made, as this takes memory, too.
+    Logger::Instance().SetSink([](const std::string&, int32_t, intptr_t) {}, 0);
+    WatchHeap();
   }
   void TearDown() override { Logger::Instance().SetSink(&DefaultLogSink, 0); }
 
@@ -130,7 +136,7 @@ class FaultTest : public testing::TestWithParam<Course> {
     {
       Life life(course.scenario);
       if (course.warm) life.RunUndisturbed();
-      ArmFault(at, course.mode);
+      ArmFault(course.source, at, course.mode);
       const Host host = life.Run(expected_.get());
       report = DisarmFault();
       fired_ = report.failed > 0;
@@ -150,6 +156,7 @@ class FaultTest : public testing::TestWithParam<Course> {
     return faults.empty() ? "" : report.firstCall + ": " + faults;
   }
 
+  const HeapOwner test_{HeapOwner::kTest};
   std::unique_ptr<Host> expected_;
   bool fired_ = false;
 };
@@ -188,11 +195,11 @@ TEST_P(FaultTest, EveryCallMayFail) {
 std::vector<Course> Courses() {
   std::vector<Course> courses;
   for (const Scenario& scenario : Scenarios()) {
-    for (const FaultMode mode : {FaultMode::kOne, FaultMode::kFrom}) {
-      courses.push_back({scenario, mode, false});
-      // With windows Mesa's software renderer crashes: it loses the first context's vertex shader when the context of a
-      // window was destroyed twice (seen with 22.3).
-      if (scenario.begin == Scenario::kWithContext && !scenario.window) courses.push_back({scenario, mode, true});
+    for (const FaultSource source : {FaultSource::kDriver, FaultSource::kHeap}) {
+      for (const FaultMode mode : {FaultMode::kOne, FaultMode::kFrom}) {
+        courses.push_back({scenario, source, mode, false});
+        if (scenario.begin == Scenario::kWithContext) courses.push_back({scenario, source, mode, true});
+      }
     }
   }
   return courses;

@@ -3,6 +3,7 @@
 #include <glad/gl.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 #include <map>
 #include <mutex>
@@ -11,6 +12,7 @@
 #include <vector>
 
 #include "base/glContextPlatform.h"
+#include "heap.h"
 #include "support/glCalls.h"
 
 namespace qvg::test {
@@ -18,8 +20,9 @@ namespace {
 
 struct State {
   std::mutex mutex;
-  bool armed = false;
-  int suspended = 0;
+  std::atomic<bool> armed = false;
+  std::atomic<int> suspended = 0;
+  std::atomic<FaultSource> source = FaultSource::kDriver;
   FaultMode mode = FaultMode::kOne;
   int at = 0;
   int calls = 0;
@@ -202,6 +205,7 @@ GLuint BufferAt(GLenum target) {
 
 void* GLAD_API_PTR MapBufferRange(GLenum target, GLintptr offset, GLsizeiptr length, GLbitfield access) {
   if (Refuses("glMapBufferRange")) return nullptr;
+  const HeapOwner test(HeapOwner::kTest);
   void* const driver = real<&glad_glMapBufferRange>(target, offset, length, access);
   if (driver == nullptr) return nullptr;
   Shadow shadow;
@@ -247,6 +251,7 @@ void GLAD_API_PTR DeleteBuffers(GLsizei count, const GLuint* names) {
 
 void GLAD_API_PTR BufferData(GLenum target, GLsizeiptr size, const void* data, GLenum usage) {
   if (Refuses("glBufferData")) return;
+  const HeapOwner test(HeapOwner::kTest);
   const std::vector<uint8_t> fresh(data == nullptr ? static_cast<size_t>(size) : 0, kFresh);
   real<&glad_glBufferData>(target, size, data == nullptr ? fresh.data() : data, usage);
 }
@@ -308,10 +313,11 @@ constexpr const char* kKindNames[kKinds] = {"textures",      "buffers",  "render
 
 }  // namespace
 
-void ArmFault(int at, FaultMode mode) {
+void ArmFault(FaultSource source, int at, FaultMode mode) {
   State& state = Shared();
   std::lock_guard lock(state.mutex);
   state.armed = true;
+  state.source = source;
   state.mode = mode;
   state.at = at;
   state.calls = 0;
@@ -334,7 +340,8 @@ FaultReport DisarmFault() {
 bool FailsNow(const char* call) {
   State& state = Shared();
   std::lock_guard lock(state.mutex);
-  if (!state.armed || state.suspended > 0) return false;
+  const FaultSource source = call == kAllocation ? FaultSource::kHeap : FaultSource::kDriver;
+  if (!state.armed || state.suspended > 0 || state.source != source) return false;
   ++state.calls;
   const bool fails = state.mode == FaultMode::kOne ? state.calls == state.at : state.calls >= state.at;
   if (fails && ++state.report.failed == 1) state.report.firstCall = call;
@@ -342,15 +349,13 @@ bool FailsNow(const char* call) {
   return fails;
 }
 
-WithoutFaults::WithoutFaults() {
-  std::lock_guard lock(Shared().mutex);
-  ++Shared().suspended;
+bool AllocationsMayFail() {
+  const State& state = Shared();
+  return state.armed && state.suspended == 0 && state.source == FaultSource::kHeap;
 }
 
-WithoutFaults::~WithoutFaults() {
-  std::lock_guard lock(Shared().mutex);
-  --Shared().suspended;
-}
+WithoutFaults::WithoutFaults() { ++Shared().suspended; }
+WithoutFaults::~WithoutFaults() { --Shared().suspended; }
 
 Census Living() {
   std::lock_guard lock(Shared().mutex);
@@ -358,6 +363,7 @@ Census Living() {
 }
 
 void CountLiving(Kind kind, int change) {
+  const HeapOwner test(HeapOwner::kTest);
   std::lock_guard lock(Shared().mutex);
   Shared().living[kind] += change;
   if (IsOfContext(kind)) Shared().ofContext[CurrentNativeContext()][kind - kFrameBuffers] += change;

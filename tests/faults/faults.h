@@ -1,5 +1,5 @@
-// Faults of the driver and of the platform on demand, what the library has made and not deleted, and mapped memory that
-// is the test's own.
+// Faults of the driver, the platform and the heap on demand, what the library has made and not deleted, and mapped
+// memory that is the test's own.
 #pragma once
 
 #include <array>
@@ -10,20 +10,24 @@
 
 namespace qvg::test {
 
+enum class FaultSource {
+  kDriver,  ///< Calls of GL and of the platform.
+  kHeap     ///< Allocations of the library's code.
+};
 enum class FaultMode {
   kOne,  ///< One call fails.
   kFrom  ///< All calls fail from one on, as when a GPU is reset.
 };
 
-/// From now on calls of GL and of the platform are counted, on all threads, and the one with that number, the first
-/// being 1, fails as a driver fails it: it is not made and leaves an error, or says in its own way that it failed.
-/// What deletes is made all the same, and leaves an error.
-void ArmFault(int at, FaultMode mode);
+/// From now on the calls of that kind are counted, on all threads, and the one with that number, the first being 1,
+/// fails as a driver fails it: it is not made and leaves an error, or says in its own way that it failed. What deletes
+/// is made all the same, and leaves an error. Allocations throw.
+void ArmFault(FaultSource source, int at, FaultMode mode);
 
 struct FaultReport {
   int failed = 0;               ///< How many calls failed.
   std::string firstCall;        ///< The first of them.
-  bool platformFailed = false;  ///< One of the platform's was among them: a context may not have been had.
+  bool platformFailed = false;  ///< One that is not of GL was among them: a context may not have been had.
 };
 /// What came of it up to now.
 FaultReport Faults();
@@ -38,8 +42,10 @@ class WithoutFaults {
   WithoutFaults& operator=(const WithoutFaults&) = delete;
 };
 
-/// For the platform's part: whether the call, which is about to be made, fails.
+/// For the parts of the platform and the heap: whether the call, which is about to be made, fails.
 bool FailsNow(const char* call);
+constexpr const char* kAllocation = "operator new";
+bool AllocationsMayFail();
 
 /// What lives: made and not deleted through the watched entry points.
 enum Kind {

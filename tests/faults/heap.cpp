@@ -6,7 +6,8 @@
 #include <string_view>
 #include <utility>
 
-#include "heapFaults.h"
+#include "faults.h"
+#include "heap.h"
 #include "support/heapCalls.h"
 
 extern "C" const char __executable_start, etext;
@@ -21,9 +22,6 @@ struct Range {
   }
 };
 
-constinit std::atomic<bool> armed = false;
-constinit std::atomic<int> seen = 0, failed = 0;
-constinit HeapFault wanted;
 constinit thread_local HeapOwner::Owner owner = HeapOwner::kLibrary;
 
 Range StandardLibrary() {
@@ -60,33 +58,16 @@ bool IsOurs(void* caller) {
 }
 
 bool Fails(void* caller) {
-  if (!armed || owner == HeapOwner::kTest || !IsOurs(caller)) return false;
-  const int number = ++seen;
-  if (number != wanted.first && !(wanted.onwards && number > wanted.first)) return false;
-  ++failed;
-  return true;
+  if (owner == HeapOwner::kTest || !AllocationsMayFail() || !IsOurs(caller)) return false;
+  return FailsNow(kAllocation);
 }
 
 }  // namespace
 
-void ArmHeap(const HeapFault& fault) {
+void WatchHeap() {
   IsOurs(nullptr);
-  wanted = fault;
-  if (wanted.first == 0) wanted.onwards = false;
-  seen = failed = 0;
   HookOfAllocations() = &Fails;
-  armed = true;
 }
-
-int DisarmHeap() {
-  armed = false;
-  return seen;
-}
-
-int FailedAllocations() { return failed; }
-
-HeapPause::HeapPause() : armed_(armed.exchange(false)) {}
-HeapPause::~HeapPause() { armed = armed_; }
 
 HeapOwner::HeapOwner(Owner now) : previous_(std::exchange(owner, now)) {}
 HeapOwner::~HeapOwner() { owner = previous_; }

@@ -55,6 +55,7 @@ QVGHostImage background = {picture, {}, 20, 12};
 }  // namespace
 
 bool Host::_Note(bool done, std::vector<uint8_t> bytes) {
+  const WithoutFaults undisturbed;
   const int failed = Faults().failed;
   steps.push_back({done, failed > failedBefore_, std::move(bytes)});
   failedBefore_ = failed;
@@ -70,8 +71,8 @@ bool Host::Drew(bool done, const QVGTexture* target) {
 }
 
 bool Host::Drew(bool done, QVGFrameBuffer* target) {
-  std::vector<uint8_t> bytes;
   const WithoutFaults undisturbed;
+  std::vector<uint8_t> bytes;
   const RenderTarget place = reinterpret_cast<FrameBuffer*>(target)->AsScene().target;
   if (done && place.frameBuffer != 0) {
     const ReadingState state;
@@ -84,6 +85,7 @@ bool Host::Drew(bool done, QVGFrameBuffer* target) {
 }
 
 bool Host::Read(bool done, const QVGPixelBuffer& out) {
+  const WithoutFaults undisturbed;
   const bool anyPlane = out.plane[0] != nullptr || out.plane[1] != nullptr || out.plane[2] != nullptr;
   if (!done && anyPlane) Blame("a failed read-back has planes");
   if (done && out.plane[0] == nullptr) Blame("a read-back has no plane");
@@ -154,12 +156,14 @@ const QVGGLRendererInterface& StartLibrary() {
   QVGConfig config = {};
   config.decodeImage = [](const char*) { return &background; };
   config.freeImage = [](const char*, QVGHostImage*) {};
+  const HeapOwner library(HeapOwner::kLibrary);
   const QVGGLRendererInterface* const table = QVG_GetGLRendererInterface(&config);
   WatchGL();
   return *table;
 }
 
 void ReleaseLibrary() {
+  const HeapOwner library(HeapOwner::kLibrary);
   const QVGGLRendererInterface* table = nullptr;
   QVG_ReleaseGLRendererInterface(&table);
 }
@@ -168,7 +172,10 @@ void OnThread(const std::function<void()>& work) {
   std::thread thread;
   {
     const WithoutFaults undisturbed;
-    thread = std::thread(work);
+    thread = std::thread([&] {
+      const HeapOwner test(HeapOwner::kTest);
+      work();
+    });
   }
   thread.join();
 }

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "faults.h"
+#include "heap.h"
 #include "qvGLRenderer/qvGLRenderer.h"
 
 namespace qvg::test {
@@ -18,11 +19,27 @@ struct Step {
   std::vector<uint8_t> picture;
 };
 
+/// The table. What a call of a slot allocates is the library's, all else the test's.
+class Slots {
+ public:
+  explicit Slots(const QVGGLRendererInterface& table) : table_(&table) {}
+
+  struct Call {
+    const QVGGLRendererInterface* table;
+    HeapOwner library{HeapOwner::kLibrary};  ///< To the end of the expression.
+    const QVGGLRendererInterface* operator->() const { return table; }
+  };
+  Call operator->() const { return {table_}; }
+
+ private:
+  const QVGGLRendererInterface* table_;
+};
+
 class Host {
  public:
   explicit Host(const QVGGLRendererInterface& table) : gl(table) {}
 
-  const QVGGLRendererInterface& gl;
+  const Slots gl;
 
   // Each notes a step right after the call it is about, and gives whether that was done.
   bool Did(bool done) { return _Note(done, {}); }

@@ -4,12 +4,13 @@
 #include "host.h"
 #include "support/frames.h"
 #include "support/platform.h"
+#include "support/reference.h"
 
 namespace qvg::test {
 namespace {
 
 struct GiveBack {
-  const QVGGLRendererInterface* gl = nullptr;
+  Slots gl;
 
   void operator()(QVGTexture* texture) const { gl->ReleaseTexture(&texture); }
   void operator()(QVGFrameBuffer* frameBuffer) const { gl->DestroyFrameBuffer(&frameBuffer); }
@@ -21,7 +22,7 @@ using Held = std::unique_ptr<Handle, GiveBack>;
 
 template <class Handle>
 Held<Handle> Hold(Host& host, Handle* handle) {
-  return Held<Handle>(handle, GiveBack{&host.gl});
+  return Held<Handle>(handle, GiveBack{host.gl});
 }
 
 constexpr int kWidth = 24, kHeight = 12;
@@ -40,7 +41,7 @@ Frame FrameOf(int code, Padding padding = kTight, int seed = 1, int width = kOdd
 template <int kCode, Padding kPadding = kTight, bool kMatte = false>
 void Upload(Host& host) {
   const Frame frame = FrameOf(kCode, kPadding);
-  const auto texture = Hold(host, host.gl.UploadPixelBufferToNewTexture(&frame.buffer, true, kMatte, {0, 1, 0, 1}));
+  const auto texture = Hold(host, host.gl->UploadPixelBufferToNewTexture(&frame.buffer, true, kMatte, {0, 1, 0, 1}));
   host.Made(texture.get());
 }
 
@@ -48,7 +49,7 @@ void Upload(Host& host) {
 Held<QVGTexture> Given(Host& host, int code = QVG_FORMAT_RGBA, int seed = 1, int width = kWidth, int height = kHeight) {
   const WithoutFaults undisturbed;
   const Frame frame = FrameOf(code, kTight, seed, width, height);
-  return Hold(host, host.gl.UploadPixelBufferToNewTexture(&frame.buffer, false, false, {}));
+  return Hold(host, host.gl->UploadPixelBufferToNewTexture(&frame.buffer, false, false, {}));
 }
 
 template <int kCode>
@@ -56,7 +57,7 @@ void UploadInto(Host& host) {
   const auto texture = Given(host, QVG_FORMAT_RGBA, 2, kOddWidth, kOddHeight);
   for (int seed = 3; seed < 5; ++seed) {
     const Frame frame = FrameOf(kCode, kTight, seed);
-    host.Drew(host.gl.UploadPixelBufferToTexture(texture.get(), &frame.buffer, false, false, {}), texture.get());
+    host.Drew(host.gl->UploadPixelBufferToTexture(texture.get(), &frame.buffer, false, false, {}), texture.get());
   }
 }
 
@@ -68,16 +69,16 @@ bool ReadInto(Host& host, QVGTexture* texture, ReadAs as, QVGPixelBuffer& out) {
   switch (as) {
     case ReadAs::kNV12:
     case ReadAs::kNV12Mirrored:
-      return host.gl.TextureToNV12PixelBuffer(texture, &out, as == ReadAs::kNV12Mirrored);
+      return host.gl->TextureToNV12PixelBuffer(texture, &out, as == ReadAs::kNV12Mirrored);
     case ReadAs::kI420:
     case ReadAs::kJ420Mirrored:
-      return host.gl.TextureToYUV420PixelBuffer(texture, as == ReadAs::kJ420Mirrored, as == ReadAs::kJ420Mirrored,
-                                                &out);
+      return host.gl->TextureToYUV420PixelBuffer(texture, as == ReadAs::kJ420Mirrored, as == ReadAs::kJ420Mirrored,
+                                                 &out);
     case ReadAs::kRGBA:
     case ReadAs::kRGBAFlipped:
-      return host.gl.TextureToRGBAPixelBuffer(texture, &out, as == ReadAs::kRGBAFlipped);
+      return host.gl->TextureToRGBAPixelBuffer(texture, &out, as == ReadAs::kRGBAFlipped);
     case ReadAs::kBGRA:
-      return host.gl.TextureToBGRAPixelBuffer(texture, &out, false);
+      return host.gl->TextureToBGRAPixelBuffer(texture, &out, false);
   }
   return false;
 }
@@ -87,7 +88,7 @@ bool ReadBack(Host& host, QVGTexture* texture, ReadAs as) {
   QVGPixelBuffer out = {{&old, &old, &old}, {}, 0, 0, 0, 0, 0}, *handle = &out;
   const bool read = host.Read(ReadInto(host, texture, as, out), out);
   if (!read) out = {};
-  host.gl.ReleasePixelBuffer(&handle);
+  host.gl->ReleasePixelBuffer(&handle);
   return read;
 }
 
@@ -100,16 +101,6 @@ void Read(Host& host) {
 
 // ---- Drawing
 
-QVGDrawTextureParams Parameters() {
-  QVGDrawTextureParams params = {};
-  params.blendType = QVG_BLEND_NONE;
-  params.opacity = 1;
-  for (double& part : params.scale) part = 1;
-  for (double& part : params.simpleMatteSize) part = 1;
-  for (double& part : params.sizeFactor) part = 1;
-  return params;
-}
-
 constexpr double kBlue[4] = {0.2, 0.4, 0.8, 1};
 
 // Clears the target and draws, which is what makes its picture; both are steps.
@@ -117,26 +108,18 @@ void ClearAndDraw(Host& host, QVGFrameBuffer* target, QVGTexture* canvas, QVGTex
                   const QVGDrawTextureParams* params) {
   const Part part(host, 2);
   const auto drew = [&](bool done) { return canvas != nullptr ? host.Drew(done, canvas) : host.Drew(done, target); };
-  if (drew(host.gl.ClearFrameBuffer(target, kBlue))) drew(host.gl.DrawTexture(source, target, params));
+  if (drew(host.gl->ClearFrameBuffer(target, kBlue))) drew(host.gl->DrawTexture(source, target, params));
 }
 
 // On a canvas of its own, through a frame buffer that is made with it.
 void DrawWith(Host& host, QVGTexture* source, const QVGDrawTextureParams* params, bool depth = false) {
   const Part part(host, 6);
   const auto canvas = Given(host, QVG_FORMAT_BGRA, 5);
-  QVGFrameBufferDesc desc = {};
-  desc.width = kWidth;
-  desc.height = kHeight;
-  desc.depthStencil = depth;
-  desc.camera.projection = 1;
-  desc.camera.right = desc.camera.bottom = -(desc.camera.left = desc.camera.top = -kHeight);
-  desc.camera.orthoFar = 100;
-  desc.camera.eye[2] = 10;
-  desc.camera.up[1] = 1;
-  const auto target = Hold(host, depth ? host.gl.CreateFrameBufferFromDesc(&desc)
-                                       : host.gl.CreateFrameBuffer(kWidth, kHeight, false, false));
+  const QVGFrameBufferDesc desc = {kWidth, kHeight, 0, depth, false, DefaultCamera(kWidth, kHeight)};
+  const auto target = Hold(host, depth ? host.gl->CreateFrameBufferFromDesc(&desc)
+                                       : host.gl->CreateFrameBuffer(kWidth, kHeight, false, false));
   if (!host.Did(target != nullptr)) return;
-  if (!host.Drew(host.gl.BindTextureToFrameBuffer(target.get(), canvas.get()), canvas.get())) return;
+  if (!host.Drew(host.gl->BindTextureToFrameBuffer(target.get(), canvas.get()), canvas.get())) return;
   ClearAndDraw(host, target.get(), canvas.get(), source, params);
   ClearAndDraw(host, target.get(), canvas.get(), source, params);
 }
@@ -145,7 +128,7 @@ void DrawPlain(Host& host) { DrawWith(host, Given(host).get(), nullptr); }
 
 void DrawBlended(Host& host) {
   const auto matte = Given(host, QVG_FORMAT_RGBA, 3, kOddWidth, kOddHeight);
-  QVGDrawTextureParams params = Parameters();
+  QVGDrawTextureParams params = DefaultParams();
   params.blendType = QVG_BLEND_MULTIPLY;
   params.matteType = QVG_MATTE_LUMA;
   params.matteTexture = matte.get();
@@ -155,7 +138,7 @@ void DrawBlended(Host& host) {
 }
 
 void DrawWithDepth(Host& host) {
-  QVGDrawTextureParams params = Parameters();
+  QVGDrawTextureParams params = DefaultParams();
   params.depthTest = params.simpleMatte = true;
   params.simpleMatteSize[0] = 0.5;
   DrawWith(host, Given(host).get(), &params, true);
@@ -164,39 +147,39 @@ void DrawWithDepth(Host& host) {
 void DrawIntoOwnBuffer(Host& host) {
   const Part part(host, 3);
   const auto source = Given(host);
-  QVGDrawTextureParams params = Parameters();
+  QVGDrawTextureParams params = DefaultParams();
   params.blendType = QVG_BLEND_SCREEN;
-  const auto target = Hold(host, host.gl.CreateFrameBuffer(kWidth, kHeight, true, false));
+  const auto target = Hold(host, host.gl->CreateFrameBuffer(kWidth, kHeight, true, false));
   if (host.Did(target != nullptr)) ClearAndDraw(host, target.get(), nullptr, source.get(), &params);
 }
 
 // What is drawn is the target itself, whose channels are stored in another order.
 void DrawOntoItself(Host& host) {
   const auto canvas = Given(host, QVG_FORMAT_ABGR);
-  const auto target = Hold(host, host.gl.CreateFrameBuffer(kWidth, kHeight, false, false));
+  const auto target = Hold(host, host.gl->CreateFrameBuffer(kWidth, kHeight, false, false));
   if (!host.Did(target != nullptr)) return;
-  if (!host.Drew(host.gl.BindTextureToFrameBuffer(target.get(), canvas.get()), canvas.get())) return;
-  QVGDrawTextureParams params = Parameters();
+  if (!host.Drew(host.gl->BindTextureToFrameBuffer(target.get(), canvas.get()), canvas.get())) return;
+  QVGDrawTextureParams params = DefaultParams();
   params.blendType = QVG_BLEND_NORMAL;
   params.scale[0] = 0.5;
   params.opacity = 0.5;
-  host.Drew(host.gl.DrawTexture(canvas.get(), target.get(), &params), canvas.get());
+  host.Drew(host.gl->DrawTexture(canvas.get(), target.get(), &params), canvas.get());
 }
 
 template <int kCode>
 void Clone(Host& host) {
   const auto source = Given(host, kCode);
-  const auto copy = Hold(host, host.gl.CloneTexture(source.get()));
+  const auto copy = Hold(host, host.gl->CloneTexture(source.get()));
   if (!host.Made(copy.get())) return;
-  host.Drew(host.gl.ClearTexture(copy.get(), kBlue), copy.get());
+  host.Drew(host.gl->ClearTexture(copy.get(), kBlue), copy.get());
 }
 
 void ReorderChannels(Host& host) {
   const auto texture = Given(host);
   for (const int order : {0, 2, 3}) {
-    if (!host.Drew(host.gl.SetTextureChannelOrder(texture.get(), order), texture.get())) {
+    if (!host.Drew(host.gl->SetTextureChannelOrder(texture.get(), order), texture.get())) {
       const WithoutFaults undisturbed;
-      host.gl.SetTextureChannelOrder(texture.get(), order);
+      host.gl->SetTextureChannelOrder(texture.get(), order);
     }
     ReadBack(host, texture.get(), ReadAs::kBGRA);
   }
@@ -206,19 +189,19 @@ void ReorderChannels(Host& host) {
 
 void Set(Host& host, QVGEffect* effect, const char* key, int64_t value) {
   const QVGParamValue parameter = {QVG_PARAM_INTEGER, {.integer = value}};
-  host.Did(host.gl.SetEffectParameter(effect, key, &parameter));
+  host.Did(host.gl->SetEffectParameter(effect, key, &parameter));
 }
 
 // Sets up the stage, and applies it to what another effect has given, too.
 template <class SetUp>
 void Apply(Host& host, SetUp setUp) {
   const auto frame = Given(host);
-  const auto effect = Hold(host, host.gl.CreateEffect("general_eff"));
+  const auto effect = Hold(host, host.gl->CreateEffect("general_eff"));
   if (!host.Did(effect != nullptr)) return;
   setUp(effect.get());
-  const auto once = Hold(host, host.gl.ApplyEffect(effect.get(), frame.get()));
+  const auto once = Hold(host, host.gl->ApplyEffect(effect.get(), frame.get()));
   if (!host.Made(once.get())) return;
-  const auto twice = Hold(host, host.gl.ApplyEffect(effect.get(), once.get()));
+  const auto twice = Hold(host, host.gl->ApplyEffect(effect.get(), once.get()));
   host.Made(twice.get());
   DrawWith(host, once.get(), nullptr);
 }
@@ -226,7 +209,7 @@ void Apply(Host& host, SetUp setUp) {
 void Key(Host& host) {
   Apply(host, [&](QVGEffect* effect) {
     const QVGParamValue color = {QVG_PARAM_COLOR, {.color = {0.1, 0.9, 0.2}}};
-    host.Did(host.gl.SetEffectParameter(effect, "color", &color));
+    host.Did(host.gl->SetEffectParameter(effect, "color", &color));
     Set(host, effect, "enable_key", 1);
   });
 }
@@ -254,64 +237,85 @@ void LayOverImage(Host& host) {
     Set(host, effect, "enable_bg", 1);
     // True also for an image that can't be had: asked for again it is there.
     const int failed = Faults().failed;
-    host.Did(host.gl.SetEffectParameter(effect, "bgfile", &path));
+    host.Did(host.gl->SetEffectParameter(effect, "bgfile", &path));
     if (Faults().failed == failed) return;
     const WithoutFaults undisturbed;
-    host.Did(host.gl.SetEffectParameter(effect, "bgfile", &path));
+    host.Did(host.gl->SetEffectParameter(effect, "bgfile", &path));
     host.steps.pop_back();
   });
+}
+
+void AskForEffects(Host& host) {
+  const char* names[4] = {};
+  int32_t count = 0;
+  host.Did(host.gl->GetEffectNames(1, names, 4, &count));
+  host.Did(host.gl->QueryEffect("general_eff", "en") != nullptr);
+}
+
+// ---- Refusals: what can't be done is told where there is memory for a line
+
+void Refuse(Host& host) {
+  const auto texture = Given(host, QVG_FORMAT_NV12);
+  Frame frame = FrameOf(QVG_FORMAT_NV12);
+  frame.buffer.stride[1] = 1;
+  host.Did(host.gl->UploadPixelBufferToNewTexture(&frame.buffer, false, false, {}) == nullptr);
+  host.Did(host.gl->AcquireTexture(0, 1) == nullptr);
+  host.Did(!host.gl->DrawTexture(texture.get(), nullptr, nullptr));
+  host.Did(host.gl->CreateEffect("no such effect") == nullptr);
+  OnThread([&] { host.Did(host.gl->AcquireTexture(8, 8) == nullptr); });
+  ReadBack(host, texture.get(), ReadAs::kNV12);
 }
 
 // ---- Pools and contexts
 
 void Preallocate(Host& host) {
-  host.gl.PreallocateTextures(kWidth, kHeight, 3);
-  host.gl.PreallocateRenderBuffers(kWidth, kHeight, 2);
-  host.gl.PreallocatePixelBuffers(4 * kWidth * kHeight, 2, true);
+  host.gl->PreallocateTextures(kWidth, kHeight, 3);
+  host.gl->PreallocateRenderBuffers(kWidth, kHeight, 2);
+  host.gl->PreallocatePixelBuffers(4 * kWidth * kHeight, 2, true);
   {
     const Part part(host, 2);
-    const auto texture = Hold(host, host.gl.AcquireTexture(kWidth, kHeight));
-    if (host.Did(texture != nullptr)) host.Drew(host.gl.ClearTexture(texture.get(), kBlue), texture.get());
+    const auto texture = Hold(host, host.gl->AcquireTexture(kWidth, kHeight));
+    if (host.Did(texture != nullptr)) host.Drew(host.gl->ClearTexture(texture.get(), kBlue), texture.get());
   }
   DrawIntoOwnBuffer(host);
   Read<ReadAs::kRGBA>(host);
-  host.Did(host.gl.ClearTexturePool() && host.gl.ClearRenderBufferPool() && host.gl.ClearPixelBufferPool());
+  host.Did(host.gl->ClearTexturePool() && host.gl->ClearRenderBufferPool() && host.gl->ClearPixelBufferPool());
 }
 
 // Takes contexts, works on one and gives them back in the two ways.
 void TakeContexts(Host& host) {
-  QVGGLContext *previous = host.gl.GetCurrentContext(), *contexts[2] = {};
+  QVGGLContext *previous = host.gl->GetCurrentContext(), *contexts[2] = {};
   for (QVGGLContext*& context : contexts) {
     const Part part(host, 5);
-    context = &context == contexts ? host.gl.GetSharedContext() : host.gl.CreateSharedContext(nullptr, nullptr, true);
+    context = &context == contexts ? host.gl->GetSharedContext() : host.gl->CreateSharedContext(nullptr, nullptr, true);
     if (!host.Did(context != nullptr)) continue;
-    if (!host.Did(host.gl.MakeCurrentContext(context, nullptr))) continue;
+    if (!host.Did(host.gl->MakeCurrentContext(context, nullptr))) continue;
     Upload<QVG_FORMAT_NV12>(host);
     Read<ReadAs::kNV12>(host);
   }
-  host.gl.ReleaseSharedContext(&contexts[0]);
-  host.gl.DestroySharedContext(&contexts[1]);
+  host.gl->ReleaseSharedContext(&contexts[0]);
+  host.gl->DestroySharedContext(&contexts[1]);
   if (contexts[1] != nullptr) host.Blame("a destroyed context is not null");
   const WithoutFaults undisturbed;
-  host.gl.MakeCurrentContext(previous, nullptr);
+  host.gl->MakeCurrentContext(previous, nullptr);
 }
 
 // An encoder's thread, which has no context, gives back what it was handed.
 void GiveBackElsewhere(Host& host) {
   const auto texture = Given(host);
   QVGPixelBuffer out = {};
-  if (!host.Read(host.gl.TextureToNV12PixelBuffer(texture.get(), &out, false), out)) return;
+  if (!host.Read(host.gl->TextureToNV12PixelBuffer(texture.get(), &out, false), out)) return;
   QVGTexture* upload = Given(host, QVG_FORMAT_RGBA, 7).release();
   QVGFrameBuffer* target = nullptr;
   {
     const WithoutFaults undisturbed;
-    target = host.gl.CreateFrameBuffer(kWidth, kHeight, false, false);
+    target = host.gl->CreateFrameBuffer(kWidth, kHeight, false, false);
   }
   OnThread([&] {
     QVGPixelBuffer* handle = &out;
-    host.gl.ReleasePixelBuffer(&handle);
-    host.gl.ReleaseTexture(&upload);
-    host.gl.DestroyFrameBuffer(&target);
+    host.gl->ReleasePixelBuffer(&handle);
+    host.gl->ReleaseTexture(&upload);
+    host.gl->DestroyFrameBuffer(&target);
     if (handle != nullptr || upload != nullptr || target != nullptr)
       host.Blame("a handle that was given back is not null");
   });
@@ -324,8 +328,8 @@ void HandOver(Host& host) {
   const auto work = [&](int seed) {
     const auto frame = FrameOf(QVG_FORMAT_NV12, kTight, seed, kWidth, kHeight);
     const auto upload = [&] {
-      const bool done = host.gl.UploadPixelBufferToTexture(canvas.get(), &frame.buffer, false, false, {});
-      host.gl.Finish();
+      const bool done = host.gl->UploadPixelBufferToTexture(canvas.get(), &frame.buffer, false, false, {});
+      host.gl->Finish();
       return done;
     };
     if (host.Drew(upload(), canvas.get())) return;
@@ -339,14 +343,14 @@ void HandOver(Host& host) {
       QVGGLContext* context = nullptr;
       {
         const WithoutFaults undisturbed;
-        context = host.gl.GetSharedContext();
-        host.gl.MakeCurrentContext(context, nullptr);
+        context = host.gl->GetSharedContext();
+        host.gl->MakeCurrentContext(context, nullptr);
       }
       // Its planes and buffers come from the first one's work.
       ReadBack(host, canvas.get(), ReadAs::kNV12);
       work(seed + 5);
       const WithoutFaults undisturbed;
-      host.gl.ReleaseSharedContext(&context);
+      host.gl->ReleaseSharedContext(&context);
     });
   }
 }
@@ -354,22 +358,22 @@ void HandOver(Host& host) {
 // ---- Start and end
 
 void FirstFrame(Host& host) {
-  QVGGLContext* context = host.gl.GetSharedContext();
+  QVGGLContext* context = host.gl->GetSharedContext();
   if (!host.Did(context != nullptr)) return;
-  if (host.Did(host.gl.MakeCurrentContext(context, nullptr))) {
+  if (host.Did(host.gl->MakeCurrentContext(context, nullptr))) {
     const auto texture = Given(host);
     if (texture != nullptr) ReadBack(host, texture.get(), ReadAs::kNV12);
   }
   const WithoutFaults undisturbed;
-  host.gl.MakeCurrentContext(nullptr, nullptr);
-  host.gl.ReleaseSharedContext(&context);
+  host.gl->MakeCurrentContext(nullptr, nullptr);
+  host.gl->ReleaseSharedContext(&context);
 }
 
 void Start(Host& host) {
   StartLibrary();
   int32_t major = 0, minor = 0;
-  host.gl.GetGLVersion(&major, &minor);
-  host.Did(host.gl.IsGLVersionSupported() && major >= 4);
+  host.gl->GetGLVersion(&major, &minor);
+  host.Did(host.gl->IsGLVersionSupported() && major >= 4);
   FirstFrame(host);
   const WithoutFaults undisturbed;
   ReleaseLibrary();
@@ -379,14 +383,14 @@ void Start(Host& host) {
 void Teardown(Host& host) {
   {
     const WithoutFaults undisturbed;
-    QVGGLContext* context = host.gl.GetSharedContext();
-    host.gl.MakeCurrentContext(context, nullptr);
+    QVGGLContext* context = host.gl->GetSharedContext();
+    host.gl->MakeCurrentContext(context, nullptr);
     LayOverImage(host);
     DrawWithDepth(host);
     DrawBlended(host);
     Read<ReadAs::kNV12>(host);
     static QVGPixelBuffer never = {};
-    host.gl.TextureToRGBAPixelBuffer(Given(host).get(), &never, false);
+    host.gl->TextureToRGBAPixelBuffer(Given(host).get(), &never, false);
     for (Step& step : host.steps) step.hit = false;
   }
   ReleaseLibrary();
@@ -406,34 +410,34 @@ void TeardownWithoutContext(Host& host) {
 void Window(Host& host) {
   const int failedBefore = Faults().failed;
   std::optional<HostWindow> window;
-  Held<QVGTexture> texture, premultiplied;
+  auto texture = Hold<QVGTexture>(host, nullptr), premultiplied = Hold<QVGTexture>(host, nullptr);
   {
     const WithoutFaults undisturbed;
     window.emplace(40, 30);
     texture = Given(host);
-    const auto effect = Hold(host, host.gl.CreateEffect("general_eff"));
+    const auto effect = Hold(host, host.gl->CreateEffect("general_eff"));
     const QVGParamValue on = {QVG_PARAM_INTEGER, {.integer = 1}};
-    host.gl.SetEffectParameter(effect.get(), "enable_key", &on);
-    premultiplied = Hold(host, host.gl.ApplyEffect(effect.get(), texture.get()));
+    host.gl->SetEffectParameter(effect.get(), "enable_key", &on);
+    premultiplied = Hold(host, host.gl->ApplyEffect(effect.get(), texture.get()));
   }
-  QVGGLContext* previous = host.gl.GetCurrentContext();
-  const auto drawer = Hold(host, host.gl.CreateWndDrawer(window->handle()));
-  if (host.gl.GetCurrentContext() != previous) host.Blame("a drawer leaves another context current");
+  QVGGLContext* previous = host.gl->GetCurrentContext();
+  const auto drawer = Hold(host, host.gl->CreateWndDrawer(window->handle()));
+  if (host.gl->GetCurrentContext() != previous) host.Blame("a drawer leaves another context current");
   if (!host.Did(drawer != nullptr)) return;
-  host.gl.SetWndDrawerSize(drawer.get(), 40, 30);
-  if (host.Did(host.gl.MakeCurrentContext(host.gl.GetWndDrawerHandle(drawer.get()), nullptr))) {
+  host.gl->SetWndDrawerSize(drawer.get(), 40, 30);
+  if (host.Did(host.gl->MakeCurrentContext(host.gl->GetWndDrawerHandle(drawer.get()), nullptr))) {
     constexpr double kRed[3] = {0.9, 0.1, 0.2};
-    host.gl.ClearWnd(drawer.get(), kRed, nullptr, nullptr);
+    host.gl->ClearWnd(drawer.get(), kRed, nullptr, nullptr);
     for (const auto* shown : {&texture, &premultiplied}) {
       const Part part(host, 1);
-      const bool done = host.gl.DrawTextureToWnd(drawer.get(), shown->get());
+      const bool done = host.gl->DrawTextureToWnd(drawer.get(), shown->get());
       // What the window itself refuses is not shown, and not told.
       const bool refused = Faults().failed > failedBefore && Faults().platformFailed;
       if (!done || !refused) host.Showed(done, *window);
     }
   }
   const WithoutFaults undisturbed;
-  host.gl.MakeCurrentContext(previous, nullptr);
+  host.gl->MakeCurrentContext(previous, nullptr);
 }
 
 }  // namespace
@@ -471,6 +475,8 @@ const std::vector<Scenario>& Scenarios() {
       {"EffectSmooth", &Smooth},
       {"EffectColor", &Correct},
       {"EffectBackground", &LayOverImage},
+      {"AskForEffects", &AskForEffects},
+      {"Refuse", &Refuse},
       {"Preallocate", &Preallocate},
       {"TakeContexts", &TakeContexts},
       {"GiveBackElsewhere", &GiveBackElsewhere},

@@ -4,7 +4,7 @@
 
 #include <type_traits>
 
-#include "driver/eglHooks.h"
+#include "eglHooks.h"
 
 namespace qvg::test {
 
