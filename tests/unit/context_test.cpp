@@ -1,4 +1,4 @@
-// What the table doesn't show of contexts: the host's own ones, and the names that belong to one context.
+// What the table doesn't show of contexts: their service thread, and the names that belong to one of them.
 #include <algorithm>
 #include <atomic>
 
@@ -15,40 +15,6 @@ class ContextTest : public GLTest {
  protected:
   void SetUp() override { ASSERT_TRUE(manager_->Init()); }
 };
-
-TEST_F(ContextTest, TheCallersOwnContextStays) {
-  // A context that is in no map, as one that the host has made itself.
-  QVGContextData* const own = _CreateDummyGLContext(nullptr, false, nullptr);
-  ASSERT_NE(own, nullptr);
-  ASSERT_TRUE(MakeContextCurrent(*own));
-  EXPECT_EQ(manager_->GetCurrentContext(), nullptr);
-  EXPECT_TRUE(manager_->Init());  // loads the entry points anew
-  EXPECT_TRUE(IsContextCurrent(*own));
-  manager_->Uninit();
-  EXPECT_TRUE(IsContextCurrent(*own));
-  DestroyContextData(own);
-}
-
-TEST_F(ContextTest, WorkRunsWithAContextWhateverIsCurrent) {
-  void* const context = manager_->GetSharedContext();
-  std::thread::id where[2];
-  const auto work = [&](std::thread::id& id) {
-    return [&] {
-      id = std::this_thread::get_id();
-      EXPECT_NE(CurrentContext(), nullptr);
-    };
-  };
-  EXPECT_TRUE(manager_->WithContext(work(where[0])));
-  EXPECT_EQ(CurrentNativeContext(), nullptr);
-  ASSERT_TRUE(MakeCurrent(context));
-  EXPECT_TRUE(manager_->WithContext(work(where[1])));
-  EXPECT_EQ(manager_->GetCurrentContext(), context);
-  EXPECT_NE(where[0], std::this_thread::get_id());
-  EXPECT_EQ(where[1], std::this_thread::get_id());
-  MakeCurrent(nullptr);
-  manager_->Uninit();
-  EXPECT_FALSE(manager_->WithContext([] { ADD_FAILURE(); }));
-}
 
 TEST(ServiceThreadTest, RunsThrowsAndDoesItsChoreUntilThereIsNoMore) {
   ServiceThread service;
@@ -67,14 +33,11 @@ TEST(ServiceThreadTest, RunsThrowsAndDoesItsChoreUntilThereIsNoMore) {
 }
 
 TEST(SwapPacerTest, OneWindowOfARoundWaits) {
-  struct Case {
-    const char* shown;
-    const char* waits;
-  };
   // 'A' alone, in turns with others, after the one that others followed is gone, and newcomers.
-  for (const auto& [shown, waits] :
-       {Case{"AAAA", "1111"}, Case{"ABABAB", "101010"}, Case{"ABCABC", "100100"}, Case{"ABABBBB", "1010111"},
-        Case{"ABBABB", "101011"}, Case{"ABABBCBC", "10101010"}}) {
+  const std::pair<const char*, const char*> shownAndWaits[] = {{"AAAA", "1111"},     {"ABABAB", "101010"},
+                                                               {"ABCABC", "100100"}, {"ABABBBB", "1010111"},
+                                                               {"ABBABB", "101011"}, {"ABABBCBC", "10101010"}};
+  for (const auto& [shown, waits] : shownAndWaits) {
     SwapPacer pacer;
     std::string answers;
     for (const char* window = shown; *window != '\0'; ++window) {
@@ -84,46 +47,55 @@ TEST(SwapPacerTest, OneWindowOfARoundWaits) {
   }
 }
 
+GLuint NewFrameBuffer() {
+  GLuint name = 0;
+  glGenFramebuffers(1, &name);
+  glBindFramebuffer(GL_FRAMEBUFFER, name);
+  return name;
+}
+
+GLuint NewVertexArray() {
+  GLuint name = 0;
+  glGenVertexArrays(1, &name);
+  glBindVertexArray(name);
+  return name;
+}
+
 TEST_F(ContextTest, NamesOfOneContextWaitForIt) {
-  void* const contexts[] = {manager_->GetSharedContext(), manager_->GetSharedContext()};
-  ContextId ids[2] = {};
-  GLuint frameBuffers[2] = {}, arrays[2] = {};
-  for (int i = 0; i < 2; ++i) {
-    ASSERT_TRUE(MakeCurrent(contexts[i]));
-    ids[i] = CurrentContextId();
-    glGenFramebuffers(1, &frameBuffers[i]);
-    glBindFramebuffer(GL_FRAMEBUFFER, frameBuffers[i]);
-    glGenVertexArrays(1, &arrays[i]);
-    glBindVertexArray(arrays[i]);
+  const struct {
+    ContextObject object;
+    GLuint (*make)();
+    decltype(glad_glIsFramebuffer) exists;
+  } kinds[] = {{ContextObject::kFrameBuffer, &NewFrameBuffer, glIsFramebuffer},
+               {ContextObject::kVertexArray, &NewVertexArray, glIsVertexArray}};
+  constexpr int kOthers = 8;  // among them those of the same number, where contexts count for themselves
+  void* const owner = manager_->GetSharedContext();
+  void* const other = manager_->GetSharedContext();
+  ASSERT_TRUE(MakeCurrent(owner));
+  const ContextId id = CurrentContextId();
+  for (const auto& kind : kinds) {
+    ASSERT_TRUE(MakeCurrent(other));
+    EXPECT_NE(CurrentContextId(), id);
+    for (int i = 0; i < kOthers; ++i) kind.make();
+    for (void* const where : {owner, other, static_cast<void*>(nullptr)}) {
+      ASSERT_TRUE(MakeCurrent(owner));
+      const GLuint name = kind.make();
+      MakeCurrent(where);
+      const int before = where != nullptr ? Live(kind.exists) : 0;
+      DeleteContextObject(kind.object, name, id);
+      if (where != nullptr) {
+        EXPECT_EQ(Live(kind.exists), where == owner ? before - 1 : before);
+      }
+      ASSERT_TRUE(MakeCurrent(owner));
+      EXPECT_FALSE(kind.exists(name));
+    }
+    // Deleted on another thread it goes as soon as its context is made current again.
+    const GLuint name = kind.make();
+    std::thread([&] { DeleteContextObject(kind.object, name, id); }).join();
+    EXPECT_TRUE(kind.exists(name));
+    for (void* const context : {other, owner}) ASSERT_TRUE(MakeCurrent(context));
+    EXPECT_FALSE(kind.exists(name));
   }
-  const auto alive = [&](int i) {
-    return std::pair(glIsFramebuffer(frameBuffers[i]) != 0, glIsVertexArray(arrays[i]) != 0);
-  };
-  EXPECT_NE(ids[0], ids[1]);
-  ASSERT_EQ(arrays[0], arrays[1]);  // frame buffer names need not clash: some drivers share them
-
-  DeleteContextObject(ContextObject::kFrameBuffer, frameBuffers[0], ids[0]);
-  DeleteContextObject(ContextObject::kVertexArray, arrays[0], ids[0]);
-  EXPECT_EQ(alive(1), std::pair(true, true));
-  ASSERT_TRUE(MakeCurrent(contexts[0]));
-  EXPECT_EQ(CurrentContextId(), ids[0]);
-  EXPECT_EQ(alive(0), std::pair(false, false));
-  ASSERT_TRUE(MakeCurrent(contexts[1]));
-  EXPECT_EQ(alive(1), std::pair(true, true));
-
-  // A name that is deleted while another thread has its context, or none, goes as soon as that is made current again.
-  std::thread([&] { DeleteContextObject(ContextObject::kFrameBuffer, frameBuffers[1], ids[1]); }).join();
-  EXPECT_EQ(alive(1), std::pair(true, true));
-  MakeCurrent(nullptr);
-  DeleteContextObject(ContextObject::kVertexArray, arrays[1], ids[1]);
-  ASSERT_TRUE(MakeCurrent(contexts[1]));
-  EXPECT_EQ(alive(1), std::pair(false, false));
-
-  // On its own context it goes at once.
-  glGenFramebuffers(1, &frameBuffers[1]);
-  glBindFramebuffer(GL_FRAMEBUFFER, frameBuffers[1]);
-  DeleteContextObject(ContextObject::kFrameBuffer, frameBuffers[1], ids[1]);
-  EXPECT_FALSE(alive(1).first);
 }
 
 TEST_F(ContextTest, NamesOfADestroyedContextAreForgotten) {
@@ -132,9 +104,7 @@ TEST_F(ContextTest, NamesOfADestroyedContextAreForgotten) {
     void* context = manager_->CreateSharedContext(nullptr, nullptr, true);  // likely at the address of the one before
     ASSERT_TRUE(MakeCurrent(context));
     EXPECT_EQ(std::count(ids.begin(), ids.end(), CurrentContextId()), 0);
-    GLuint frameBuffer = 0;
-    glGenFramebuffers(1, &frameBuffer);
-    glBindFramebuffer(GL_FRAMEBUFFER, frameBuffer);
+    const GLuint frameBuffer = NewFrameBuffer();
     for (const ContextId id : ids) DeleteContextObject(ContextObject::kFrameBuffer, frameBuffer, id);
     FlushContextObjects();
     EXPECT_TRUE(glIsFramebuffer(frameBuffer));
@@ -143,25 +113,6 @@ TEST_F(ContextTest, NamesOfADestroyedContextAreForgotten) {
     DeleteContextObject(ContextObject::kFrameBuffer, frameBuffer, ids.back());
     manager_->DestroySharedContext(context);
   }
-}
-
-TEST_F(ContextTest, ThreadsTakeAndReturnContextsAtOnce) {
-  std::vector<std::thread> threads;
-  for (int i = 0; i < 4; ++i) {
-    threads.emplace_back([&, i] {
-      for (int round = 0; round < 10; ++round) {
-        void* context = manager_->GetSharedContext();
-        EXPECT_TRUE(MakeCurrent(context));
-        EXPECT_EQ(manager_->GetCurrentContext(), context);
-        GLuint frameBuffer = 0;
-        glGenFramebuffers(1, &frameBuffer);
-        DeleteContextObject(ContextObject::kFrameBuffer, frameBuffer, CurrentContextId());
-        EXPECT_TRUE((round + i) % 3 == 0 ? manager_->DestroySharedContext(context)
-                                         : manager_->ReleaseSharedContext(context));
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
 }
 
 }  // namespace

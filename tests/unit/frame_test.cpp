@@ -1,4 +1,4 @@
-// What frames cost in the steady state, and frames on drivers that can't do all that Mesa can.
+// What frames cost in the steady state, and what contexts keep for the next ones.
 #include <functional>
 #include <string_view>
 
@@ -113,90 +113,33 @@ TEST_F(FrameTest, SteadyFramesMakeFewCallsAndNothingAnew) {
   Release(matte);
 }
 
-/// Lets no frame buffer with a texture of that format be complete, during its life.
-class Unrenderable {
- public:
-  explicit Unrenderable(GLenum format) {
-    format_ = static_cast<GLint>(format);
-    original_ = std::exchange(glad_glCheckFramebufferStatus, [](GLenum target) {
-      GLint name = 0, internal = 0;
-      glGetFramebufferAttachmentParameteriv(target, GL_COLOR_ATTACHMENT0, GL_FRAMEBUFFER_ATTACHMENT_OBJECT_NAME, &name);
-      glBindTexture(GL_TEXTURE_2D, static_cast<GLuint>(name));
-      glGetTexLevelParameteriv(GL_TEXTURE_2D, 0, GL_TEXTURE_INTERNAL_FORMAT, &internal);
-      glBindTexture(GL_TEXTURE_2D, 0);
-      return internal == format_ ? GLenum{GL_FRAMEBUFFER_UNSUPPORTED} : original_(target);
-    });
-  }
-  ~Unrenderable() { glad_glCheckFramebufferStatus = original_; }
-
- private:
-  static inline GLint format_;
-  static inline PFNGLCHECKFRAMEBUFFERSTATUSPROC original_;
-};
-
-TEST_F(FrameTest, FormatsThatCannotBeRenderedToAreDrawnInAnother) {
-  const Unrenderable rgb(GL_RGB8);
-  const FrameServices& frames = runtime_->frames;
-  const Frame frame = MakeFrame(QVG_FORMAT_BGR, 21, 13, 1);
-  const Frame other = MakeFrame(QVG_FORMAT_BGR, 21, 13, 2);
-  const auto read = [&](Texture* texture, bool flip) {
-    QVGPixelBuffer out = {};
-    EXPECT_TRUE(TextureToRGBAPixelBuffer(frames, texture, &out, flip));
-    Image image = out.plane[0] != nullptr ? FromBytes(out.plane[0], 21, 13) : Image();
-    ReleasePixelBuffer(frames, out);
-    return image;
-  };
-  Texture* texture = Upload(frame.buffer);
-  ASSERT_NE(texture, nullptr);
-  const Image picture = read(texture, false);
-  EXPECT_EQ(Difference(FlippedRows(picture), read(texture, true)), "");
-  Texture* clone = CloneTexture(frames, texture);
-  EXPECT_EQ(Difference(picture, read(clone, false)), "");
-
-  // As a target it keeps what is there, and goes on taking frames of its format.
-  std::unique_ptr<FrameBuffer> target(CreateFrameBuffer(frames, {21, 13}, Camera::ForCanvas(21, 13)));
-  ASSERT_TRUE(BindTextureToFrameBuffer(frames, target.get(), texture));
-  EXPECT_EQ(Difference(picture, read(texture, false)), "");
-  const double color[4] = {1, 0.2, 0.6, 1};
-  EXPECT_TRUE(ClearTexture(frames, texture, color));
-  EXPECT_EQ(Difference(Image(21, 13, {1, 0.2, 0.6, 1}), read(texture, false)), "");
-  EXPECT_TRUE(DrawTexture(frames, clone, target.get(), nullptr));
-  EXPECT_EQ(Difference(picture, read(texture, false)), "");
-  EXPECT_TRUE(UploadPixelBufferToTexture(frames, texture, &other.buffer, false, false, {}));
-  Texture* fresh = Upload(other.buffer);
-  EXPECT_EQ(Difference(read(fresh, false), read(texture, false)), "");
-  target.reset();
-  for (Texture** each : {&texture, &clone, &fresh}) Release(*each);
-}
-
 TEST_F(FrameTest, FrameBuffersThatContextsKeepAreBoundedAndGoWithTheirTextures) {
   std::vector<Texture*> textures;
-  for (size_t i = 0; i < 3 * TargetCache::kCapacity; ++i) {
-    Texture* texture = textures.emplace_back(runtime_->textures.Acquire(4, 4, GL_RGBA8));
+  const auto draw = [&] {
     const double color[4] = {0, 0, 0, 1};
-    ASSERT_TRUE(ClearTexture(runtime_->frames, texture, color));
+    textures.push_back(runtime_->textures.Acquire(4, 4, GL_RGBA8));
+    return ClearTexture(runtime_->frames, textures.back(), color);
+  };
+  for (size_t i = 0; i < 3 * TargetCache::kCapacity; ++i) {
+    ASSERT_TRUE(draw());
     EXPECT_LE(Live(glIsFramebuffer), static_cast<int>(TargetCache::kCapacity) + 1);
   }
   for (Texture*& texture : textures) Release(texture);
   // Deleted elsewhere, as the pool's own thread does; the next work here drops what belonged to them.
-  std::thread([&] {
-    void* context = runtime_->contexts.GetSharedContext();
-    EXPECT_TRUE(runtime_->contexts.MakeCurrentContext(context, nullptr));
+  service_.Run([&] {
+    EXPECT_TRUE(runtime_->contexts.EnterService());
     runtime_->textures.Clear();
-    runtime_->contexts.ReleaseSharedContext(context);
-  }).join();
+  });
   FlushContextObjects();
   EXPECT_EQ(Live(glIsFramebuffer), 0);
 
   // A context that is left keeps none, so that a texture deleted elsewhere is gone at once.
-  Texture* texture = runtime_->textures.Acquire(4, 4, GL_RGBA8);
-  const double color[4] = {0, 0, 0, 1};
-  ASSERT_TRUE(ClearTexture(runtime_->frames, texture, color));
+  ASSERT_TRUE(draw());
   EXPECT_EQ(Live(glIsFramebuffer), 1);
   void* const own = runtime_->contexts.GetCurrentContext();
   for (void* context : {static_cast<void*>(nullptr), own}) runtime_->contexts.MakeCurrentContext(context, nullptr);
   EXPECT_EQ(Live(glIsFramebuffer), 0);
-  Release(texture);
+  Release(textures.back());
 }
 
 }  // namespace

@@ -20,18 +20,17 @@ QVGHostImage hostImage;
 bool decodes;
 std::atomic<int> decoded;
 int freed;
-std::string lastPath;
 
 QVGHostImage* Decode(const char* path) {
+  EXPECT_STREQ(path, kPath);
   std::this_thread::sleep_for(std::chrono::milliseconds(2));
   ++decoded;
-  lastPath = path;
   return decodes ? &hostImage : nullptr;
 }
 
 void Free(const char* path, QVGHostImage* image) {
+  EXPECT_STREQ(path, kPath);
   EXPECT_EQ(image, &hostImage);
-  lastPath = path;
   ++freed;
 }
 
@@ -39,8 +38,7 @@ class ResourceCacheTest : public GLTest {
  protected:
   void SetUp() override {
     GLTest::SetUp();
-    bgra_ = Bytes(Picture(5, 3, 1), true);
-    hostImage = {bgra_.data(), {}, 5, 3};
+    hostImage = {pixels_, {}, 5, 3};
     decodes = true;
     decoded = freed = 0;
     callbacks_.decodeImage = Decode;
@@ -65,7 +63,7 @@ class ResourceCacheTest : public GLTest {
     return files_.emplace_back(path);
   }
 
-  std::vector<uint8_t> bgra_;
+  uint8_t pixels_[4 * 5 * 3] = {};
   std::vector<std::string> files_;
   ResourceCache::Callbacks callbacks_;
   ScratchBufferPool scratch_;
@@ -77,23 +75,19 @@ TEST_F(ResourceCacheTest, ImageIsDecodedOnceAndGivenBackAtOnce) {
   ResourceCache::Entry* entry = AcquireImage();
   ASSERT_NE(entry, nullptr);
   EXPECT_EQ(freed, 1);
-  std::fill(bgra_.begin(), bgra_.end(), 0);
-  const Texture& texture = *entry->texture;
-  EXPECT_TRUE(texture.presentation.flipped);
-  EXPECT_EQ(Difference(Picture(5, 3, 1), Crop(StorageOf(texture), texture.Content().x, texture.Content().y, 5, 3)), "");
+  EXPECT_TRUE(entry->texture->presentation.flipped);
+  const GLuint name = entry->texture->Id();
   // The path alone counts, whatever kind is asked for.
   for (const int32_t kind : {1, 2, 3, 4}) EXPECT_EQ(cache_->Acquire(kPath, kind), entry) << kind;
   EXPECT_EQ(entry->count, 5);
   EXPECT_EQ(entry->kind, ResourceCache::kImageTexture);
   for (int i = 0; i < 5; ++i) cache_->Release(entry, false);
-  EXPECT_EQ(AcquireImage(), entry) << "unused entries stay";
-  EXPECT_EQ(AcquireImage(), entry);
+  for (int i = 0; i < 2; ++i) EXPECT_EQ(AcquireImage(), entry) << "unused entries stay";
   cache_->Release(entry, true);
   EXPECT_EQ(AcquireImage(), entry) << "another one held it";
   EXPECT_EQ(decoded, 1);
   for (const bool erase : {false, true}) cache_->Release(entry, erase);
   cache_->Release(nullptr, true);
-  const GLuint name = texture.Id();
   Texture* pooled = textures_->Acquire(5, 3, GL_RGBA8);
   EXPECT_EQ(pooled->Id(), name) << "its texture went back to the pool";
   textures_->Release(pooled);
@@ -105,14 +99,12 @@ TEST_F(ResourceCacheTest, ImageIsDecodedOnceAndGivenBackAtOnce) {
 TEST_F(ResourceCacheTest, WhatFailsLeavesNothing) {
   for (const int32_t kind : {0, 5, -1}) EXPECT_EQ(cache_->Acquire(kPath, kind), nullptr) << kind;
   EXPECT_EQ(cache_->Acquire("", ResourceCache::kImageTexture), nullptr);
-  callbacks_.decodeImage = nullptr;
-  for (const int32_t kind : {1, 2}) EXPECT_EQ(cache_->Acquire(kPath, kind), nullptr);
-  callbacks_.decodeImage = Decode;
-  EXPECT_EQ(decoded, 0);
   decodes = false;
-  for (const int32_t kind : {1, 2}) EXPECT_EQ(cache_->Acquire(kPath, kind), nullptr);
-  EXPECT_EQ(decoded, 2);
-  EXPECT_EQ(freed, 0);
+  EXPECT_EQ(AcquireImage(), nullptr);
+  callbacks_.decodeImage = nullptr;
+  EXPECT_EQ(AcquireImage(), nullptr);
+  callbacks_.decodeImage = Decode;
+  EXPECT_EQ(decoded, 1);
   decodes = true;
   const QVGHostImage good = hostImage;
   const QVGHostImage bad[] = {{nullptr, {}, 5, 3},      {good.pixels, {}, 0, 3},       {good.pixels, {}, 5, 0},
@@ -126,7 +118,6 @@ TEST_F(ResourceCacheTest, WhatFailsLeavesNothing) {
   hostImage = good;
   callbacks_.freeImage = nullptr;
   EXPECT_NE(AcquireImage(), nullptr);
-  EXPECT_EQ(freed, static_cast<int>(std::size(bad)));
 }
 
 TEST_F(ResourceCacheTest, DecodedImageIsKeptWhileItsEntryLives) {
@@ -134,14 +125,11 @@ TEST_F(ResourceCacheTest, DecodedImageIsKeptWhileItsEntryLives) {
     ResourceCache::Entry* entry = cache_->Acquire(kPath, ResourceCache::kDecodedImage);
     ASSERT_NE(entry, nullptr);
     EXPECT_EQ(entry->image, &hostImage);
-    EXPECT_EQ(entry->texture, nullptr);
     EXPECT_EQ(freed, erased ? 0 : 1);
-    lastPath.clear();
     if (erased) cache_->Release(entry, true);
   }
   cache_.reset();
   EXPECT_EQ(freed, 2);
-  EXPECT_EQ(lastPath, kPath);
 }
 
 TEST_F(ResourceCacheTest, FilesAsBlocksAndAsStrings) {
@@ -151,23 +139,17 @@ TEST_F(ResourceCacheTest, FilesAsBlocksAndAsStrings) {
   ResourceCache::Entry* text = cache_->Acquire(path, ResourceCache::kFileBytes);
   ASSERT_NE(text, nullptr);
   EXPECT_EQ(text->bytes, content);
-  EXPECT_EQ(text->block, nullptr);
   uint8_t* const idle = scratch_.Acquire(content.size());
   scratch_.Release(idle);
   ResourceCache::Entry* block = cache_->Acquire(other, ResourceCache::kFileInScratch);
   ASSERT_NE(block, nullptr);
   EXPECT_EQ(block->block, idle) << "the block behind the string went back to the pool";
   EXPECT_EQ(std::string(reinterpret_cast<char*>(block->block), block->blockSize), content);
-  EXPECT_EQ(cache_->Acquire(other, ResourceCache::kFileBytes), block);
-  cache_->Release(block, true);
-  EXPECT_NE(scratch_.Acquire(content.size()), idle);
   cache_->Release(block, true);
   EXPECT_EQ(scratch_.Acquire(content.size()), idle);
-  const std::string empty = File("");
-  for (const std::string& none : {empty, path + " missing", testing::TempDir()})
+  for (const std::string& none : {File(""), path + " missing", testing::TempDir()})
     for (const int32_t kind : {ResourceCache::kFileInScratch, ResourceCache::kFileBytes})
       EXPECT_EQ(cache_->Acquire(none, kind), nullptr) << none;
-  EXPECT_EQ(decoded, 0);
 }
 
 TEST_F(ResourceCacheTest, ThreadsThatAskAtOnceShareOneEntry) {

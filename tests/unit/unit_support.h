@@ -137,30 +137,29 @@ inline Image StorageOf(const Texture& texture) {
 class Surfaces : public SurfaceSource {
  public:
   RenderBuffer* AcquireRenderBuffer(int width, int height, GLenum internalFormat) override {
-    if (fail) return nullptr;
-    auto* buffer = new RenderBuffer;
-    EXPECT_TRUE(buffer->Allocate({width, height, width, height, samples, internalFormat}));
-    ++lent;
-    return buffer;
+    return _Lend(new RenderBuffer, RenderBufferSetting{width, height, width, height, samples, internalFormat});
   }
-  void ReleaseRenderBuffer(RenderBuffer*& buffer) override {
-    --lent;
-    delete std::exchange(buffer, nullptr);
-  }
+  void ReleaseRenderBuffer(RenderBuffer*& buffer) override { _TakeBack(buffer); }
   Texture* AcquireTexture(int width, int height, GLenum internalFormat) override {
-    auto* texture = new Texture;
-    EXPECT_TRUE(texture->Allocate(SettingOf(width, height, internalFormat)));
-    ++lent;
-    return texture;
+    return _Lend(new Texture, SettingOf(width, height, internalFormat));
   }
-  void ReleaseTexture(Texture*& texture) override {
-    --lent;
-    delete std::exchange(texture, nullptr);
-  }
+  void ReleaseTexture(Texture*& texture) override { _TakeBack(texture); }
 
   int samples = 0;
-  bool fail = false;
   int lent = 0;
+
+ private:
+  template <class Surface, class Setting>
+  Surface* _Lend(Surface* surface, const Setting& setting) {
+    EXPECT_TRUE(surface->Allocate(setting));
+    ++lent;
+    return surface;
+  }
+  template <class Surface>
+  void _TakeBack(Surface*& surface) {
+    --lent;
+    delete std::exchange(surface, nullptr);
+  }
 };
 
 }  // namespace qvg::test
