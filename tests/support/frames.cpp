@@ -29,6 +29,11 @@ int Nearest(int i, int size, int texels) {
   return static_cast<int>((int64_t{2 * i + 1} * (texels - 1) - 1) / (2 * size));
 }
 
+// The nearest value that fewer bits hold as well; drivers may keep all bits.
+uint8_t Level(uint8_t value, int most) {
+  return static_cast<uint8_t>(std::lround(std::lround(value * most / 255.0) * 255.0 / most));
+}
+
 }  // namespace
 
 Frame MakeFrame(const Layout& layout, const SampleAt& sample) {
@@ -126,6 +131,7 @@ std::vector<Layout> Layouts(int code, int width, int height) {
 Frame MakeFrame(const Layout& layout, int seed) {
   const Format& format = FormatOf(layout.code);
   return MakeFrame(layout, [&](int plane, int channel, int x, int y) -> uint8_t {
+    if (layout.code == QVG_FORMAT_RGBX332 && channel < 3) return Level(Wave(x, y, channel, seed), channel == 2 ? 3 : 7);
     if (plane == 0) return Wave(x, y, channel, seed);
     // Half the contrast, or most of the picture would be clipped.
     const int wave = Wave(layout.halfWidthChroma ? 2 * x : x, format.halfHeight ? 2 * y : y, plane + channel, seed);

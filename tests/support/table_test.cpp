@@ -110,6 +110,11 @@ TexturePtr UploadAnew(const Image& picture, bool recycled) {
   return UploadAnew(MakeFrame(QVG_FORMAT_RGBA, picture), recycled);
 }
 
+void Refill(QVGTexture* texture, const Image& picture) {
+  const Frame frame = MakeFrame(QVG_FORMAT_RGBA, picture);
+  EXPECT_TRUE(Table().UploadPixelBufferToTexture(texture, &frame.buffer, false, false, {}));
+}
+
 FrameBufferPtr Target(QVGTexture* texture, const QVGCamera* camera, bool depth) {
   QVGFrameBufferDesc description = {};
   description.width = static_cast<int>(Table().GetTextureWidth(texture));
@@ -200,6 +205,7 @@ void TableTest::TearDown() {
   if (!errorsExpected_) {
     EXPECT_EQ(errors, "") << "the library logged errors";
   }
+  if (errors_.compared > 0) Report("comparisons", errors_);
   std::fputs(report_.c_str(), stdout);
   std::fflush(stdout);
 }
@@ -209,6 +215,15 @@ std::string TableTest::TakeLog() {
   output_ += log;
   ::testing::internal::CaptureStdout();
   return log;
+}
+
+std::string TableTest::Mismatch(const Image& expected, const Image& actual, double limit,
+                                const std::vector<bool>& skip) {
+  return Compare(expected, actual, limit, errors_, skip);
+}
+
+std::string TableTest::Mismatch(const Planes& expected, const QVGPixelBuffer& actual, double limit) {
+  return Compare(expected, actual, limit, errors_);
 }
 
 void TableTest::Report(const std::string& what, const Errors& errors) {

@@ -68,6 +68,8 @@ void LeaveGarbage(int code, int width, int height);
 /// With empty pools: fresh storage, or larger storage full of something else.
 TexturePtr UploadAnew(const Frame& frame, bool recycled);
 TexturePtr UploadAnew(const Image& picture, bool recycled);
+/// Puts a picture into a texture that has its size.
+void Refill(QVGTexture* texture, const Image& picture);
 FrameBufferPtr Target(QVGTexture* texture, const QVGCamera* camera = nullptr, bool depth = false);
 
 /// The bytes of a read-back as pictures.
@@ -93,11 +95,15 @@ class TableTest : public ::testing::Test {
   /// The library's lines since the last call.
   std::string TakeLog();
   void ExpectErrorLines() { errorsExpected_ = true; }
+  /// "" when nothing is off by more than the limit; what is off is stated in the end.
+  std::string Mismatch(const Image& expected, const Image& actual, double limit, const std::vector<bool>& skip = {});
+  std::string Mismatch(const Planes& expected, const QVGPixelBuffer& actual, double limit);
   /// States the largest error of a comparison, in steps of 1/255.
   void Report(const std::string& what, const Errors& errors);
 
   const QVGGLRendererInterface& gl_ = Table();
   std::unique_ptr<CurrentContext> context_;
+  Errors errors_;
 
  private:
   bool errorsExpected_ = false;

@@ -14,8 +14,7 @@ TEST_F(ContextTest, VersionsAreThoseOfTheDriver) {
   int fromDriver[2] = {};
   gl_.GetGLVersion(&found[0], nullptr);
   gl_.GetGLVersion(nullptr, &found[1]);
-  gl_.GetRequiredGLVersion(&required[0], nullptr);
-  gl_.GetRequiredGLVersion(nullptr, &required[1]);
+  gl_.GetRequiredGLVersion(&required[0], &required[1]);
   for (const int i : {0, 1}) {
     glGetIntegerv(GL_MAJOR_VERSION + i, &fromDriver[i]);
     EXPECT_EQ(found[i], fromDriver[i]);
@@ -98,17 +97,17 @@ TEST_F(ContextTest, TexturesAreSharedAndFrameBuffersAreNot) {
   ExpectErrorLines();
   const std::vector<unsigned> before = LiveNames(kFrameBuffers);
   const Image picture = Picture(64, 48, 1);
+  const Color red = {1, 0, 0, 1};
   TexturePtr texture = Upload(picture), target = Upload(Picture(64, 48, 2)), second = Upload(Picture(64, 48, 3));
-  const double color[4] = {1, 0, 0, 1};
   FrameBufferPtr mine = Target(target.get());
-  ASSERT_TRUE(gl_.ClearFrameBuffer(mine.get(), color));
+  ASSERT_TRUE(gl_.ClearFrameBuffer(mine.get(), red.data()));
   gl_.Finish();
   {
     CurrentContext other;
     EXPECT_EQ(Difference(picture, Content(texture.get())), "");
     const FrameBufferPtr its = Target(second.get());  // likely the same number as mine
     EXPECT_FALSE(gl_.BindTextureToFrameBuffer(mine.get(), texture.get()));
-    EXPECT_FALSE(gl_.ClearFrameBuffer(mine.get(), color));
+    EXPECT_FALSE(gl_.ClearFrameBuffer(mine.get(), red.data()));
     const std::vector<unsigned> names = LiveNames(kFrameBuffers);
     mine.reset();
     EXPECT_EQ(LiveNames(kFrameBuffers), names) << "a frame buffer of another context was deleted";
@@ -116,7 +115,7 @@ TEST_F(ContextTest, TexturesAreSharedAndFrameBuffersAreNot) {
     EXPECT_EQ(Difference(picture, Content(second.get())), "");
   }
   ASSERT_TRUE(gl_.MakeCurrentContext(context_->handle, nullptr));
-  EXPECT_EQ(Difference(Image(64, 48, {1, 0, 0, 1}), Content(target.get())), "");
+  EXPECT_EQ(Difference(Image(64, 48, red), Content(target.get())), "");
   // Those that the library keeps go with their textures, the one that was deleted elsewhere goes here.
   for (TexturePtr* drawn : {&texture, &target, &second}) drawn->reset();
   ClearPools();
@@ -130,17 +129,15 @@ TEST_F(ContextTest, TexturesAreSharedAndFrameBuffersAreNot) {
 // Uploads, draws and reads back, comparing every frame with what this thread's picture must give.
 void RenderFrames(int seed, int frames) {
   constexpr int kWidth = 64, kHeight = 48;
-  QVGDrawTextureParams params = DefaultParams();
-  params.scale[0] = -1;
+  DrawScene scene;
+  scene.target = Image(kWidth, kHeight);
+  scene.camera = DefaultCamera(kWidth, kHeight);
+  scene.params.scale[0] = -1;
   std::vector<Frame> pictures;
   std::vector<Planes> expected;
   for (int i = 0; i < 2; ++i) {
     pictures.push_back(MakeFrame(QVG_FORMAT_NV12, kWidth, kHeight, 10 * seed + i));
-    DrawScene scene;
     scene.source = Quantised(ExpectedUpload(pictures.back(), kWidth, kHeight));
-    scene.target = Image(kWidth, kHeight);
-    scene.camera = DefaultCamera(kWidth, kHeight);
-    scene.params = params;
     expected.push_back(ExpectedNV12(Quantised(ExpectedDraw(scene).image), true, false));
   }
   CurrentContext context;
@@ -152,7 +149,7 @@ void RenderFrames(int seed, int frames) {
     SCOPED_TRACE(::testing::Message() << "thread " << seed << ", frame " << i);
     const TexturePtr source = Upload(pictures[i % 2]);
     ASSERT_NE(source, nullptr);
-    ASSERT_TRUE(Table().DrawTexture(source.get(), frameBuffer.get(), &params));
+    ASSERT_TRUE(Table().DrawTexture(source.get(), frameBuffer.get(), &scene.params));
     ReadBack read;
     ASSERT_TRUE(Table().TextureToNV12PixelBuffer(target.get(), &read.buffer, false));
     Errors errors;
@@ -200,12 +197,10 @@ TEST_F(ContextTest, WindowOfTheHost) {
   const TexturePtr texture = Upload(picture);
   gl_.Finish();
   HostWindow window(80, 60);
-  ASSERT_NE(window.handle(), nullptr);
   for (int round = 0; round < 2; ++round) {
     QVGGLContext* context = gl_.CreateSharedContext(nullptr, window.handle(), false);
     ASSERT_NE(context, nullptr) << "round " << round;
     ASSERT_TRUE(gl_.MakeCurrentContext(context, nullptr));
-    EXPECT_EQ(gl_.GetCurrentContext(), context);
     EXPECT_EQ(Difference(picture, Content(texture.get())), "");
     EXPECT_TRUE(gl_.SwapBuffers(context));
     EXPECT_TRUE(gl_.MakeCurrentContext(context_->handle, nullptr));
@@ -231,10 +226,8 @@ TEST_F(ContextTest, WindowDestroyedUnderItsContext) {
       if (step == 'w') window.Destroy();
       if (step == 'c') gl_.MakeCurrentContext(context, nullptr);  // a dead window's may refuse
       if (step == 'o') gl_.MakeCurrentContext(context_->handle, nullptr);
-      if (step == 's' && order[0] == 'c') {
-        EXPECT_FALSE(gl_.SwapBuffers(context));
-      } else if (step == 's') {
-        gl_.SwapBuffers(context);  // whatever it answers, it comes back
+      if (step == 's') {
+        EXPECT_FALSE(gl_.SwapBuffers(context) && order[0] == 'c');  // else it may answer anything, but comes back
       }
       if (step == 'r') gl_.ReleaseSharedContext(&context);
       if (step == 'd') gl_.DestroySharedContext(&context);

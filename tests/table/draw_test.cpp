@@ -2,7 +2,6 @@
 #include <algorithm>
 #include <cmath>
 #include <functional>
-#include <thread>
 
 #include "support/table_test.h"
 
@@ -16,21 +15,29 @@ constexpr double kLimit = 2.51;
 class DrawTest : public TableTest {
  protected:
   // Draws the scene's source and compares. target and scene.params.matteTexture hold what the scene tells.
-  void ExpectDrawn(const DrawScene& scene, QVGTexture* source, QVGFrameBuffer* frameBuffer, QVGTexture* target,
-                   Errors& errors, double limit = kLimit) {
-    ASSERT_TRUE(gl_.DrawTexture(source, frameBuffer, &scene.params));
+  void ExpectDrawn(const DrawScene& scene, const TexturePtr& source, const FrameBufferPtr& frameBuffer,
+                   const TexturePtr& target, double limit = kLimit) {
+    ASSERT_TRUE(gl_.DrawTexture(source.get(), frameBuffer.get(), &scene.params));
     const DrawResult expected = ExpectedDraw(scene);
-    EXPECT_EQ(Compare(expected.image, Content(target), limit, errors, expected.onEdge), "");
+    EXPECT_EQ(Mismatch(expected.image, Content(target.get()), limit, expected.onEdge), "");
   }
 
-  // The same with textures of its own.
-  void ExpectScene(DrawScene scene, bool recycled, Errors& errors, double limit = kLimit) {
-    const TexturePtr source = UploadAnew(scene.source, recycled), target = UploadAnew(scene.target, recycled);
+  // The same with textures of its own. What is recycled of a premultiplied source is its clone.
+  void ExpectScene(DrawScene scene, bool recycled, double limit = kLimit) {
+    TexturePtr source;
+    if (scene.premultipliedSource) {
+      ClearPools();
+      if (recycled) LeaveGarbage(QVG_FORMAT_RGBA, scene.source.width, scene.source.height);
+      source = Premultiplied(scene.source);
+      if (recycled) source.reset(gl_.CloneTexture(source.get()));
+    } else {
+      source = UploadAnew(scene.source, recycled);
+    }
+    const TexturePtr target = UploadAnew(scene.target, recycled);
     const TexturePtr matte = scene.matte.empty() ? nullptr : UploadAnew(scene.matte, recycled);
     ASSERT_TRUE(gl_.SetTextureRotation(source.get(), scene.quarterTurns));
     scene.params.matteTexture = matte.get();
-    ExpectDrawn(scene, source.get(), Target(target.get(), &scene.camera).get(), target.get(), errors, limit);
-    gl_.SetTextureRotation(source.get(), 0);
+    ExpectDrawn(scene, source, Target(target.get(), &scene.camera), target, limit);
     EXPECT_EQ(Difference(scene.source, Content(source.get())), "") << "the source was changed";
   }
 };
@@ -117,41 +124,44 @@ const Geometry kGeometries[] = {
 };
 
 TEST_F(DrawTest, GeometryInFreshAndRecycledStorage) {
-  Errors errors;
+  const struct {
+    bool premultiplied;
+    int blend, width, height;
+    double opacity;
+  } ways[] = {{false, QVG_BLEND_NONE, 64, 48, 1},   {false, QVG_BLEND_NORMAL, 51, 63, 1},
+              {false, QVG_BLEND_NONE, 51, 63, 1},   {false, QVG_BLEND_SCREEN, 64, 48, 1},
+              {false, QVG_BLEND_SCREEN, 51, 63, 1}, {true, QVG_BLEND_NORMAL, 64, 48, 1},
+              {true, QVG_BLEND_NORMAL, 64, 48, 0.5}};
   for (const Geometry& geometry : kGeometries) {
     for (const bool recycled : {false, true}) {
-      for (const int blend : {QVG_BLEND_NONE, QVG_BLEND_NORMAL, QVG_BLEND_SCREEN}) {
-        for (const auto& [width, height] : {std::pair(64, 48), std::pair(51, 63)}) {
-          SCOPED_TRACE(std::string(geometry.what) + (recycled ? ", recycled" : "") + ", blend " +
-                       std::to_string(blend) + ", into " + Size(width, height));
-          DrawScene scene = Scene(Picture(37, 23, 1), Picture(width, height, 2));
-          scene.quarterTurns = geometry.turns;
-          // Pixel centres meet texels off their centres, whatever the sizes.
-          scene.params.translation[0] = 0.3;
-          scene.params.translation[1] = -0.2;
-          geometry.change(scene);
-          scene.params.blendType = blend;
-          ExpectScene(scene, recycled, errors);
-        }
+      for (const auto& [premultiplied, blend, width, height, opacity] : ways) {
+        SCOPED_TRACE(::testing::Message() << geometry.what << (recycled ? ", recycled" : "") << ", blend " << blend
+                                          << ", into " << Size(width, height) << ", premultiplied " << premultiplied);
+        DrawScene scene =
+            Scene(premultiplied ? Cutout(37, 23, 1) : Picture(37, 23, 1), Picture(width, height, 2, premultiplied));
+        scene.premultipliedSource = premultiplied;
+        scene.quarterTurns = geometry.turns;
+        // Pixel centres meet texels off their centres, whatever the sizes.
+        Set(scene.params.translation, 0.3, -0.2, 0);
+        geometry.change(scene);
+        scene.params.blendType = blend;
+        scene.params.opacity *= opacity;
+        ExpectScene(scene, recycled);
       }
     }
   }
-  Report("draws with transforms and cameras", errors);
 }
 
 // ---- Premultiplied textures: drawn over anything they are colour + (1 - alpha) * background ----
 
 TEST_F(DrawTest, PremultipliedSourcesAndMattes) {
-  Errors errors;
   const Image sources[] = {Cutout(64, 48, 1), Picture(64, 48, 1)}, mattes[] = {Cutout(64, 48, 2), Picture(64, 48, 2)};
-  const Image targets[] = {Image(64, 48, {1, 1, 1, 1}), Picture(64, 48, 3, true), Picture(64, 48, 3)};
   const TexturePtr sourceTextures[] = {Premultiplied(sources[0]), Upload(sources[1])};
   const TexturePtr matteTextures[] = {Premultiplied(mattes[0]), Upload(mattes[1])};
   // Each of the source and the matte in both forms, and no matte.
   for (const auto& [straightSource, straightMatte] : {std::pair(0, -1), {0, 0}, {0, 1}, {1, 0}}) {
-    for (const Image& target : targets) {
+    for (const Image& target : {Image(64, 48, {1, 1, 1, 1}), Picture(64, 48, 3, true), Picture(64, 48, 3)}) {
       const TexturePtr targetTexture = Upload(target);
-      const Frame background = MakeFrame(QVG_FORMAT_RGBA, target);
       const FrameBufferPtr frameBuffer = Target(targetTexture.get());
       for (const int blend : {QVG_BLEND_NONE, QVG_BLEND_NORMAL, QVG_BLEND_MULTIPLY, QVG_BLEND_SCREEN,
                               QVG_BLEND_SOFT_LIGHT, QVG_BLEND_LUMINOSITY, QVG_BLEND_ERASE_LUMA, QVG_BLEND_MASK_LUMA}) {
@@ -168,83 +178,54 @@ TEST_F(DrawTest, PremultipliedSourcesAndMattes) {
             scene.matte = mattes[straightMatte];
             scene.params.matteTexture = matteTextures[straightMatte].get();
           }
-          ASSERT_TRUE(gl_.UploadPixelBufferToTexture(targetTexture.get(), &background.buffer, false, false, {}));
-          ExpectDrawn(scene, sourceTextures[straightSource].get(), frameBuffer.get(), targetTexture.get(), errors, 1);
+          Refill(targetTexture.get(), target);
+          ExpectDrawn(scene, sourceTextures[straightSource], frameBuffer, targetTexture, 1);
         }
       }
     }
   }
-  Report("draws of premultiplied textures", errors);
-}
-
-TEST_F(DrawTest, PremultipliedSourcesTurnedScaledAndCloned) {
-  Errors errors;
-  for (const Geometry& geometry : kGeometries) {
-    for (const bool cloned : {false, true}) {
-      for (const double opacity : {1.0, 0.5}) {
-        SCOPED_TRACE(std::string(geometry.what) + (cloned ? ", cloned" : ""));
-        DrawScene scene = Scene(Cutout(37, 23, 1), Picture(64, 48, 2, true));
-        scene.premultipliedSource = true;
-        scene.quarterTurns = geometry.turns;
-        geometry.change(scene);
-        scene.params.blendType = QVG_BLEND_NORMAL;
-        scene.params.opacity *= opacity;
-        ClearPools();
-        if (cloned) LeaveGarbage(QVG_FORMAT_RGBA, 37, 23);
-        const TexturePtr original = Premultiplied(scene.source), target = Upload(scene.target);
-        gl_.SetTextureRotation(original.get(), scene.quarterTurns);
-        gl_.SetTextureFlipped(original.get(), cloned);  // not for draws
-        const TexturePtr clone(gl_.CloneTexture(original.get()));
-        EXPECT_EQ(Difference(scene.source, Content(clone.get()), 0), "");
-        const FrameBufferPtr frameBuffer = Target(target.get(), &scene.camera);
-        ExpectDrawn(scene, (cloned ? clone : original).get(), frameBuffer.get(), target.get(), errors);
-      }
-    }
-  }
-  Report("draws of premultiplied textures with transforms and cameras", errors);
 }
 
 TEST_F(DrawTest, PremultipliedTargetsBecomeStraight) {
-  Errors errors;
-  const double half[4] = {0.6, 0.2, 1, 0.5};
+  const Color half = Quantised(Image(1, 1, {0.6, 0.2, 1, 0.5})).texels[0];
+  const Image white(64, 48, {1, 1, 1, 1});
   for (const int blend : {QVG_BLEND_NONE, QVG_BLEND_NORMAL, QVG_BLEND_SCREEN, QVG_BLEND_MULTIPLY}) {
     for (const std::string what : {"straight", "premultiplied", "the target", "cleared"}) {
       SCOPED_TRACE("blend " + std::to_string(blend) + ", " + what);
       DrawScene scene = Scene(Cutout(37, 23, 1), Quantised(Straight(Cutout(64, 48, 2))));
       const TexturePtr target = Premultiplied(Cutout(64, 48, 2));
       scene.premultipliedSource = what == "premultiplied";
-      if (what == "the target") scene.source = scene.target;
+      const bool itself = what == "the target";
+      if (itself) scene.source = scene.target;
       const TexturePtr source = scene.premultipliedSource ? Premultiplied(scene.source) : Upload(scene.source);
       const FrameBufferPtr frameBuffer = Target(target.get());
       if (what == "cleared") {
-        ASSERT_TRUE(gl_.ClearFrameBuffer(frameBuffer.get(), half));
-        scene.target = Quantised(Image(64, 48, {half[0], half[1], half[2], half[3]}));
+        ASSERT_TRUE(gl_.ClearFrameBuffer(frameBuffer.get(), half.data()));
+        scene.target = Image(64, 48, half);
       }
       scene.params.blendType = blend;
       // Mirrored, texel on texel. Where a straight value lies halfway between two steps either is stored.
       scene.params.scale[0] = -1;
-      Set(scene.params.translation, scene.source.width == 37 ? 5.5 : 5, scene.source.width == 37 ? -3.5 : -3, 0);
-      ExpectDrawn(scene, (what == "the target" ? target : source).get(), frameBuffer.get(), target.get(), errors, 1.6);
+      Set(scene.params.translation, itself ? 5 : 5.5, itself ? -3 : -3.5, 0);
+      ExpectDrawn(scene, itself ? target : source, frameBuffer, target, 1.6);
 
-      const TexturePtr white = Upload(Image(64, 48, {1, 1, 1, 1}));
-      DrawScene over = Scene(Content(target.get()), Image(64, 48, {1, 1, 1, 1}));
+      const TexturePtr canvas = Upload(white);
+      DrawScene over = Scene(Content(target.get()), white);
       over.params.blendType = QVG_BLEND_NORMAL;
-      ExpectDrawn(over, target.get(), Target(white.get()).get(), white.get(), errors, 1);
+      ExpectDrawn(over, target, Target(canvas.get()), canvas, 1);
     }
   }
-  Report("draws into premultiplied textures", errors);
 }
 
 TEST_F(DrawTest, UploadsClearsAndPoolsMakeTexturesStraight) {
-  const double half[4] = {1, 1, 0.4, 0.5};
-  const Frame frame = MakeFrame(QVG_FORMAT_RGBA, Picture(64, 48, 5));
   for (const std::string how : {"upload", "clear", "pool"}) {
+    SCOPED_TRACE(how);
     const TexturePtr target = Upload(Picture(64, 48, 3, true));
     TexturePtr texture = Premultiplied(Cutout(64, 48, 1));
     if (how == "upload") {
-      EXPECT_TRUE(gl_.UploadPixelBufferToTexture(texture.get(), &frame.buffer, false, false, {}));
+      Refill(texture.get(), Picture(64, 48, 5));
     } else if (how == "clear") {
-      EXPECT_TRUE(gl_.ClearTexture(texture.get(), half));
+      EXPECT_TRUE(gl_.ClearTexture(texture.get(), Color{1, 1, 0.4, 0.5}.data()));
     } else {
       ClearPools();
       const unsigned id = gl_.GetTextureId(texture.get());
@@ -254,9 +235,7 @@ TEST_F(DrawTest, UploadsClearsAndPoolsMakeTexturesStraight) {
     }
     DrawScene scene = Scene(Content(texture.get()), Picture(64, 48, 3, true));
     scene.params.blendType = QVG_BLEND_NORMAL;
-    Errors errors;
-    SCOPED_TRACE(how);
-    ExpectDrawn(scene, texture.get(), Target(target.get()).get(), target.get(), errors, 1);
+    ExpectDrawn(scene, texture, Target(target.get()), target, 1);
   }
 }
 
@@ -281,7 +260,6 @@ Image Cells(const std::function<Color(size_t, size_t)>& colorAt) {
 }
 
 TEST_F(DrawTest, EveryBlendOfEveryAlpha) {
-  Errors errors;
   const std::vector<Color> sources = Palette(false), targets = Palette(true);
   DrawScene scene =
       Scene(Cells([&](size_t x, size_t) { return sources[x]; }), Cells([&](size_t, size_t y) { return targets[y]; }));
@@ -294,7 +272,6 @@ TEST_F(DrawTest, EveryBlendOfEveryAlpha) {
   const TexturePtr source = UploadAnew(scene.source, true), matteTexture = UploadAnew(matte, false);
   const TexturePtr target = UploadAnew(scene.target, true);
   const FrameBufferPtr frameBuffer = Target(target.get());
-  const Frame background = MakeFrame(QVG_FORMAT_RGBA, scene.target);
 
   for (int blend = -2; blend <= 36; ++blend) {  // the numbers of the types, and those between that mean none
     scene.params.blendType = blend;
@@ -307,16 +284,14 @@ TEST_F(DrawTest, EveryBlendOfEveryAlpha) {
       scene.params.opacity = matteType < 1 ? 1 : 0.7;
       scene.params.simpleMatte = matteType == 2;
       Set(scene.params.simpleMatteSize, 0.7, 0.8);
-      ASSERT_TRUE(gl_.UploadPixelBufferToTexture(target.get(), &background.buffer, false, false, {}));
+      Refill(target.get(), scene.target);
       ASSERT_TRUE(gl_.DrawTexture(source.get(), frameBuffer.get(), &scene.params));
-      EXPECT_EQ(Compare(ExpectedDraw(scene).image, Content(target.get()), 0.6, errors, skip), "");
+      EXPECT_EQ(Mismatch(ExpectedDraw(scene).image, Content(target.get()), 0.6, skip), "");
     }
   }
-  Report("blends and mattes of flat colours", errors);
 }
 
 TEST_F(DrawTest, MattesLieOverTheTargetsContent) {
-  Errors errors;
   for (const int type : {0, 1, 2, 3, 4, 9}) {
     for (const int blend : {QVG_BLEND_NONE, QVG_BLEND_NORMAL, QVG_BLEND_MULTIPLY}) {
       for (const bool recycled : {false, true}) {
@@ -328,57 +303,55 @@ TEST_F(DrawTest, MattesLieOverTheTargetsContent) {
         scene.params.blendType = blend;
         scene.params.opacity = 0.8;
         Set(scene.params.translation, 4.3, 1.8, 0);
-        ExpectScene(scene, recycled, errors, kLimit + 1);  // the matte is filtered as well
+        ExpectScene(scene, recycled, kLimit + 1);  // the matte is filtered as well
         scene.matte = {};
-        ExpectScene(scene, recycled, errors);  // a matte type without a texture is none
+        ExpectScene(scene, recycled);  // a matte type without a texture is none
       }
     }
   }
-  Report("mattes of other sizes", errors);
 }
 
 TEST_F(DrawTest, SourceOrMatteMayBeTheTarget) {
-  Errors errors;
   for (const bool recycled : {false, true}) {
     for (const int blend : {QVG_BLEND_NONE, QVG_BLEND_NORMAL, QVG_BLEND_OVERLAY}) {
       for (int which = 1; which < 4; ++which) {
-        SCOPED_TRACE(std::string(which & 1 ? "source " : "") + (which & 2 ? "matte " : "") + "blend " +
-                     std::to_string(blend) + (recycled ? ", recycled" : ""));
-        DrawScene scene = Scene(Picture(64, 48, which & 1 ? 7 : 6), Picture(64, 48, 7));
-        if (which & 2) scene.matte = scene.target;
-        scene.params.matteType = which & 2 ? QVG_MATTE_ALPHA_INVERTED : QVG_MATTE_NONE;
+        const bool isSource = which & 1, isMatte = which & 2;
+        SCOPED_TRACE(::testing::Message() << "source " << isSource << ", matte " << isMatte << ", blend " << blend
+                                          << (recycled ? ", recycled" : ""));
+        DrawScene scene = Scene(Picture(64, 48, isSource ? 7 : 6), Picture(64, 48, 7));
+        if (isMatte) scene.matte = scene.target;
+        scene.params.matteType = isMatte ? QVG_MATTE_ALPHA_INVERTED : QVG_MATTE_NONE;
         scene.params.blendType = blend;
         Set(scene.params.rotation, 0, 0, 160);
         Set(scene.params.scale, 0.9, 0.7, 1);
         const TexturePtr source = UploadAnew(scene.source, recycled), target = UploadAnew(scene.target, recycled);
-        scene.params.matteTexture = which & 2 ? target.get() : nullptr;
-        ExpectDrawn(scene, (which & 1 ? target : source).get(), Target(target.get()).get(), target.get(), errors);
+        scene.params.matteTexture = isMatte ? target.get() : nullptr;
+        ExpectDrawn(scene, isSource ? target : source, Target(target.get()), target);
       }
     }
   }
-  Report("draws of the target itself", errors);
 }
 
 TEST_F(DrawTest, DepthTestHidesWhatLiesBehind) {
-  Errors errors;
+  const Color clear = {0.2, 0.4, 0.6, 0.8};
   for (const bool recycled : {false, true}) {
     for (const bool first : {false, true}) {
       SCOPED_TRACE(std::string(first ? "tested twice" : "tested once") + (recycled ? ", recycled" : ""));
       const TexturePtr target = UploadAnew(Picture(64, 48, 1), recycled);
       if (recycled) gl_.PreallocateRenderBuffers(190, 160, 1);
       const FrameBufferPtr frameBuffer = Target(target.get(), nullptr, true);
-      const double clear[4] = {0.2, 0.4, 0.6, 0.8};
-      ASSERT_TRUE(gl_.ClearFrameBuffer(frameBuffer.get(), clear));
-      Image expected(64, 48, {0.2, 0.4, 0.6, 0.8});
+      ASSERT_TRUE(gl_.ClearFrameBuffer(frameBuffer.get(), clear.data()));
+      Image expected(64, 48, clear);
       std::vector<double> depth(expected.texels.size(), 1);
       std::vector<bool> skip(expected.texels.size());
-      // Two planes that cross, the second one as wide as the target: a depth buffer that misses a corner shows.
-      for (int i = 0; i < 2; ++i) {
+      // Two planes that cross, the second one as wide as the target: a depth buffer that misses a corner shows. A third
+      // one that lies behind all is not tested.
+      for (int i = 0; i < 3; ++i) {
         DrawScene scene = Scene(Picture(80, 80, 2 + i), expected);
-        scene.params.depthTest = i == 1 || first;
-        Set(scene.params.translation, i == 0 ? -31.3 : 0.1, 0.2, 5);
-        Set(scene.params.rotation, 0, i == 0 ? 0 : 50, 0);
-        Set(scene.params.scale, i == 0 ? 1 : 1.7, 1, 1);
+        scene.params.depthTest = i == 1 || (i == 0 && first);
+        Set(scene.params.translation, i == 0 ? -31.3 : 0.1, 0.2, i == 2 ? -500 : 5);
+        Set(scene.params.rotation, 0, i == 1 ? 50 : 0, 0);
+        Set(scene.params.scale, i == 0 ? 1 : (i == 1 ? 1.7 : 0.2), i == 2 ? 0.2 : 1, 1);
         const TexturePtr source = UploadAnew(scene.source, recycled);
         ASSERT_TRUE(gl_.DrawTexture(source.get(), frameBuffer.get(), &scene.params));
         const DrawResult drawn = ExpectedDraw(scene);
@@ -389,53 +362,28 @@ TEST_F(DrawTest, DepthTestHidesWhatLiesBehind) {
           if (scene.params.depthTest) depth[p] = drawn.depth[p];
         }
       }
-      EXPECT_EQ(Compare(expected, Content(target.get()), kLimit, errors, skip), "");
+      EXPECT_EQ(Mismatch(expected, Content(target.get()), kLimit, skip), "");
     }
   }
-  Report("draws with a depth test", errors);
 }
 
 TEST_F(DrawTest, EqualDepthPasses) {
-  const TexturePtr target = Upload(Picture(64, 48, 1)), source = Upload(Picture(64, 48, 2));
-  const TexturePtr over = Upload(Picture(64, 48, 3));
+  const TexturePtr target = Upload(Picture(64, 48, 1));
   const FrameBufferPtr frameBuffer = Target(target.get(), nullptr, true);
-  const double clear[4] = {};
-  ASSERT_TRUE(gl_.ClearFrameBuffer(frameBuffer.get(), clear));
+  ASSERT_TRUE(gl_.ClearFrameBuffer(frameBuffer.get(), Color{}.data()));
   QVGDrawTextureParams params = DefaultParams();
   params.depthTest = true;
-  ASSERT_TRUE(gl_.DrawTexture(source.get(), frameBuffer.get(), &params));
-  ASSERT_TRUE(gl_.DrawTexture(over.get(), frameBuffer.get(), &params));
-  EXPECT_EQ(Difference(Picture(64, 48, 3), Content(target.get())), "");
-  // The test stays with its draw.
-  params.depthTest = false;
-  params.translation[2] = -50;
-  ASSERT_TRUE(gl_.DrawTexture(source.get(), frameBuffer.get(), &params));
-  EXPECT_EQ(Difference(Picture(64, 48, 2), Content(target.get())), "");
-  ASSERT_TRUE(gl_.DrawTexture(over.get(), frameBuffer.get(), nullptr)) << "as without a test, fully opaque, in place";
-  EXPECT_EQ(Difference(Picture(64, 48, 3), Content(target.get())), "");
-}
-
-// Parameters are state of the program, which all contexts share: each has to see what another one set last.
-TEST_F(DrawTest, ContextsInTurnDrawWithTheLatestParameters) {
-  const TexturePtr source = Upload(Picture(20, 12, 2, true)), target = Upload(Picture(20, 12, 2, true));
-  QVGDrawTextureParams params = DefaultParams();
-  const auto draw = [&](double opacity) {
-    params.opacity = opacity;
-    EXPECT_TRUE(gl_.DrawTexture(source.get(), Target(target.get()).get(), &params));
-    gl_.Finish();
-  };
-  draw(0.25);
-  std::thread([&] {
-    const CurrentContext other;
-    draw(0.75);
-  }).join();
-  draw(0.75);
-  EXPECT_NEAR(Content(target.get()).at(5, 5)[3], 0.75, 0.01);
+  for (const int seed : {2, 3}) {
+    ASSERT_TRUE(gl_.DrawTexture(Upload(Picture(64, 48, seed)).get(), frameBuffer.get(), &params));
+    EXPECT_EQ(Difference(Picture(64, 48, seed), Content(target.get())), "");
+  }
+  ASSERT_TRUE(gl_.DrawTexture(Upload(Picture(64, 48, 4)).get(), frameBuffer.get(), nullptr));
+  EXPECT_EQ(Difference(Picture(64, 48, 4), Content(target.get())), "") << "no parameters: opaque, in place";
 }
 
 // A frame buffer's own colour buffer has no slot that reads it: GL does.
 TEST_F(DrawTest, OwnColourBufferBlendsWithItsContent) {
-  Errors errors;
+  const Color clear = {0.2, 0.8, 0.4, 0.6};
   for (const bool recycled : {false, true}) {
     SCOPED_TRACE(recycled ? "recycled" : "fresh");
     EXPECT_TRUE(gl_.ClearRenderBufferPool());
@@ -444,17 +392,15 @@ TEST_F(DrawTest, OwnColourBufferBlendsWithItsContent) {
     const std::vector<unsigned> before = LiveNames(kFrameBuffers);
     const FrameBufferPtr frameBuffer(gl_.CreateFrameBuffer(63, 46, true, false));
     ASSERT_NE(frameBuffer, nullptr);
-    const double clear[4] = {0.2, 0.8, 0.4, 0.6};
-    ASSERT_TRUE(gl_.ClearFrameBuffer(frameBuffer.get(), clear));
+    ASSERT_TRUE(gl_.ClearFrameBuffer(frameBuffer.get(), clear.data()));
     unsigned name = 0;
     for (const unsigned live : LiveNames(kFrameBuffers))
       if (std::find(before.begin(), before.end(), live) == before.end()) name = live;
     ASSERT_NE(name, 0u);
 
-    Image expected(63, 46, {0.2, 0.8, 0.4, 0.6});
+    Image expected(63, 46, clear);
     std::vector<bool> skip(expected.texels.size());
     for (const int blend : {QVG_BLEND_NONE, QVG_BLEND_MULTIPLY, QVG_BLEND_NORMAL}) {
-      SCOPED_TRACE("blend " + std::to_string(blend));
       DrawScene scene = Scene(Picture(37, 31, blend + 3), expected);
       scene.params.blendType = blend;
       Set(scene.params.translation, 12.3, -7.8 + blend, 0);
@@ -469,112 +415,77 @@ TEST_F(DrawTest, OwnColourBufferBlendsWithItsContent) {
     glReadPixels(left, bottom, 63, 46, GL_RGBA, GL_UNSIGNED_BYTE, bytes.data());
     glBindFramebuffer(GL_FRAMEBUFFER, 0);
     // Three draws, each rounded, of which the second and third scale the error.
-    EXPECT_EQ(Compare(expected, FromBytes(bytes.data(), 63, 46), 3, errors, skip), "");
-  }
-  Report("draws into an own colour buffer", errors);
-}
-
-TEST_F(DrawTest, FrameBufferTakesOneTextureAfterAnother) {
-  const Image pictures[] = {Picture(64, 48, 1), Picture(32, 40, 2)};
-  const TexturePtr targets[] = {Upload(pictures[0]), Upload(pictures[1])};
-  const TexturePtr source = Upload(Picture(30, 20, 3));
-  const FrameBufferPtr frameBuffer = Target(targets[0].get());
-  for (const int i : {0, 1, 0}) {
-    ASSERT_TRUE(gl_.BindTextureToFrameBuffer(frameBuffer.get(), targets[i].get()));
-    const Frame fresh = MakeFrame(QVG_FORMAT_RGBA, pictures[i]);
-    ASSERT_TRUE(gl_.UploadPixelBufferToTexture(targets[i].get(), &fresh.buffer, false, false, {}));
-    DrawScene scene = Scene(Picture(30, 20, 3), pictures[i]);
-    scene.camera = DefaultCamera(64, 48);  // the camera stays
-    Set(scene.params.translation, 0.4, 0.1, 0);
-    Errors errors;
-    ExpectDrawn(scene, source.get(), frameBuffer.get(), targets[i].get(), errors);
+    EXPECT_EQ(Mismatch(expected, FromBytes(bytes.data(), 63, 46), 3, skip), "");
   }
 }
 
-TEST_F(DrawTest, OnlyWithoutBuffersTexturesOfAnySizeAreTaken) {
+TEST_F(DrawTest, FrameBuffersTakeTexturesInTurnThoseWithBuffersOfOneSize) {
   ExpectErrorLines();
-  const double green[4] = {0, 1, 0, 1};
+  const TexturePtr source = Upload(Picture(30, 20, 3));
   for (const bool depth : {false, true}) {
     for (const bool color : {false, true}) {
       SCOPED_TRACE(::testing::Message() << (depth ? "depth " : "") << (color ? "colour" : ""));
-      const TexturePtr first = Upload(Picture(64, 48, 1)), other = Upload(Picture(64, 47, 1));
       const QVGFrameBufferDesc description = {64, 48, 0, depth, color, DefaultCamera(64, 48)};
       const FrameBufferPtr frameBuffer(gl_.CreateFrameBufferFromDesc(&description));
-      EXPECT_TRUE(gl_.BindTextureToFrameBuffer(frameBuffer.get(), first.get()));
+      const bool any = !depth && !color;
+      const TexturePtr first = Upload(Picture(64, 48, 1)), second = Upload(Picture(64, 48, 2));
+      const TexturePtr lower = Upload(Picture(64, 47, 4)), small = Upload(Picture(32, 24, 5));
+      const auto bind = [&](const TexturePtr& texture) {
+        return gl_.BindTextureToFrameBuffer(frameBuffer.get(), texture.get());
+      };
+      auto expectDrawnTo = [&, draws = 0](const TexturePtr& texture) mutable {
+        DrawScene scene = Scene(Picture(30, 20, 3), Content(texture.get()));
+        scene.camera = description.camera;  // stays
+        Set(scene.params.translation, 0.4 + 2 * draws++, 0.1, 0);
+        ExpectDrawn(scene, source, frameBuffer, texture);
+      };
+      ASSERT_TRUE(bind(first));
+      expectDrawnTo(first);
       TakeLog();
-      EXPECT_EQ(gl_.BindTextureToFrameBuffer(frameBuffer.get(), other.get()), !depth && !color);
-      const bool logged = TakeLog().find("color texture size not equal frambuffer size") != std::string::npos;
-      EXPECT_EQ(logged, depth || color);
-      EXPECT_TRUE(gl_.ClearFrameBuffer(frameBuffer.get(), green));
-      EXPECT_EQ(Content((logged ? first : other).get()).at(7, 9), (Color{0, 1, 0, 1})) << "the first one stays";
-      EXPECT_EQ(Content((logged ? other : first).get()).at(7, 9), Picture(64, 48, 1).at(7, 9));
+      EXPECT_EQ(bind(lower), any);
+      EXPECT_EQ(TakeLog().find("color texture size not equal frambuffer size") == std::string::npos, any);
+      expectDrawnTo(any ? lower : first);
+      ASSERT_TRUE(bind(first));
+      gl_.SetTextureSize(first.get(), 32, 24);
+      expectDrawnTo(first);
+      EXPECT_EQ(bind(small), any) << "a size that the content has now";
+      ASSERT_TRUE(bind(second));
+      expectDrawnTo(second);
+      gl_.SetTextureSize(first.get(), 64, 48);
+      ASSERT_TRUE(bind(first));
+      expectDrawnTo(first);
+      EXPECT_EQ(Difference(Picture(32, 24, 5), Content(small.get())), "") << "not drawn to";
     }
-  }
-}
-
-TEST_F(DrawTest, FrameBufferWithBuffersKeepsItsSizeWhenContentShrinks) {
-  ExpectErrorLines();
-  Errors errors;
-  const TexturePtr source = Upload(Picture(30, 20, 3));
-  for (const bool color : {false, true}) {
-    SCOPED_TRACE(color);
-    const QVGFrameBufferDesc description = {64, 48, 0, true, color, DefaultCamera(64, 48)};
-    const FrameBufferPtr frameBuffer(gl_.CreateFrameBufferFromDesc(&description));
-    const Image pictures[] = {Picture(64, 48, 1), Picture(64, 48, 2)};
-    const TexturePtr shrunk = Upload(pictures[0]), second = Upload(pictures[1]), small = Upload(Picture(32, 24, 5));
-    ASSERT_TRUE(gl_.BindTextureToFrameBuffer(frameBuffer.get(), shrunk.get()));
-    gl_.SetTextureSize(shrunk.get(), 32, 24);
-    DrawScene scene = Scene(Picture(30, 20, 3), Crop(pictures[0], 0, 0, 32, 24));
-    scene.camera = description.camera;
-    Set(scene.params.translation, 0.4, 0.1, 0);
-    ExpectDrawn(scene, source.get(), frameBuffer.get(), shrunk.get(), errors);
-    EXPECT_FALSE(gl_.BindTextureToFrameBuffer(frameBuffer.get(), small.get()));
-    ASSERT_TRUE(gl_.BindTextureToFrameBuffer(frameBuffer.get(), second.get()));
-    scene.target = pictures[1];
-    ExpectDrawn(scene, source.get(), frameBuffer.get(), second.get(), errors);
-    gl_.SetTextureSize(shrunk.get(), 64, 48);
-    EXPECT_TRUE(gl_.BindTextureToFrameBuffer(frameBuffer.get(), shrunk.get()));
   }
 }
 
 // Drivers need not be able to render to these; they may store all bits of them.
 TEST_F(DrawTest, TexturesOfThreeByteFormatsAreTargets) {
-  Errors errors;
   // Of levels that 3, 3 and 2 bits have.
-  const auto levels = [](int width, int height, int seed) {
-    return MakeImage(width, height, [&](int x, int y) -> Color {
-      const auto level = [&](int c, int most) { return std::lround(Wave(x, y, c, seed) / 255.0 * most) * 1.0 / most; };
-      return {level(0, 7), level(1, 7), level(2, 3), 1};
-    });
-  };
-  const double clear[4] = {3 / 7.0, 6 / 7.0, 1 / 3.0, 1};
+  const Image picture = ExpectedUpload(MakeFrame(QVG_FORMAT_RGBX332, 37, 23, 1), 37, 23);
+  const Image before = ExpectedUpload(MakeFrame(QVG_FORMAT_RGBX332, 64, 48, 2), 64, 48);
+  const Color clear = {3 / 7.0, 6 / 7.0, 1 / 3.0, 1};
   for (const int code : {QVG_FORMAT_RGB, QVG_FORMAT_BGR, QVG_FORMAT_RGBX332}) {
     for (const std::string how : {"kept", "cleared", "cleared by itself"}) {
       SCOPED_TRACE(FormatOf(code).name + (", " + how));
-      DrawScene scene = Scene(levels(37, 23, 1), levels(64, 48, 2));
-      const TexturePtr target = Upload(MakeFrame(code, scene.target)), source = Upload(MakeFrame(code, scene.source));
-      if (how == "cleared by itself") {
-        ASSERT_TRUE(gl_.ClearTexture(target.get(), clear));
-      }
+      DrawScene scene = Scene(picture, how == "kept" ? before : Image(64, 48, clear));
+      const TexturePtr target = Upload(MakeFrame(code, before)), source = Upload(MakeFrame(code, picture));
+      EXPECT_TRUE(how != "cleared by itself" || gl_.ClearTexture(target.get(), clear.data()));
       const FrameBufferPtr frameBuffer = Target(target.get());
-      if (how == "cleared") {
-        ASSERT_TRUE(gl_.ClearFrameBuffer(frameBuffer.get(), clear));
-      }
-      if (how != "kept") scene.target = Image(64, 48, {clear[0], clear[1], clear[2], 1});
+      EXPECT_TRUE(how != "cleared" || gl_.ClearFrameBuffer(frameBuffer.get(), clear.data()));
       scene.params.blendType = QVG_BLEND_DARKEN;
       Set(scene.params.translation, 5.5, -3.5, 0);  // texel on texel
-      ExpectDrawn(scene, source.get(), frameBuffer.get(), target.get(), errors, 1);
+      ExpectDrawn(scene, source, frameBuffer, target, 1);
       const TexturePtr clone(gl_.CloneTexture(target.get())), drawn = Upload(Picture(64, 48, 4));
       EXPECT_TRUE(gl_.DrawTexture(clone.get(), Target(drawn.get()).get(), nullptr));
       for (const TexturePtr* copy : {&clone, &drawn})
         EXPECT_EQ(Difference(Content(target.get()), Content(copy->get())), "");
       // It still takes frames of its format.
-      const Frame next = MakeFrame(code, scene.source);
+      const Frame next = MakeFrame(code, picture);
       EXPECT_TRUE(gl_.UploadPixelBufferToTexture(target.get(), &next.buffer, false, false, {}));
-      EXPECT_EQ(Difference(scene.source, Content(target.get()), 0.51), "");
+      EXPECT_EQ(Difference(picture, Content(target.get()), 0.51), "");
     }
   }
-  Report("draws into textures of 3-byte formats", errors);
 }
 
 }  // namespace

@@ -1,5 +1,4 @@
 // GL state: what a host leaves on a context of the library changes no picture, and what the library leaves is nothing.
-#include <cstring>
 #include <functional>
 
 #include "support/table_test.h"
@@ -7,23 +6,20 @@
 namespace qvg::test {
 namespace {
 
-/// What an operation gives: a texture, or what it read.
-struct Outcome {
-  TexturePtr texture;
-  Image read;
-};
+constexpr int kWidth = 37, kHeight = 23;
+
 struct Operation {
   std::string name;
-  std::function<Outcome()> run;
+  std::function<TexturePtr(Image& read)> run;  // gives a texture, or null and what it read
 };
 
 class StateTest : public TableTest {
  protected:
   void SetUp() override {
     TableTest::SetUp();
-    AddUploads(37, 23);
-    for (const auto& [width, height] : {std::pair(64, 48), {37, 23}}) AddReadBacks(width, height);
-    AddDraws(37, 23);
+    AddUploads();
+    for (const auto& [width, height] : {std::pair(64, 48), {kWidth, kHeight}}) AddReadBacks(width, height);
+    AddDraws();
     gl_.Finish();
   }
   void TearDown() override {
@@ -34,65 +30,55 @@ class StateTest : public TableTest {
   std::vector<Operation> operations_;
 
  private:
-  void Add(const std::string& name, std::function<Outcome()> run) { operations_.push_back({name, std::move(run)}); }
-
-  void AddUpload(const std::string& name, const Layout& layout, bool matte) {
-    // With room behind the last row: a state that is obeyed shall spoil the picture and not end the process.
-    auto frame = std::make_shared<Frame>(MakeFrame(layout, 3));
-    auto memory = std::make_shared<std::vector<std::vector<uint8_t>>>();
-    for (size_t p = 0; p < frame->memory.size(); ++p) {
-      const GuardedBlock& block = frame->memory[p];
-      memory->emplace_back(block.data(), block.data() + block.size()).resize(block.size() + 65536);
-      frame->buffer.plane[p] = memory->back().data();
-    }
-    Add(name, [this, frame, memory, matte]() -> Outcome {
-      return {TexturePtr(gl_.UploadPixelBufferToNewTexture(&frame->buffer, false, matte, {})), {}};
-    });
+  void Add(const std::string& name, std::function<TexturePtr(Image&)> run) {
+    operations_.push_back({name, std::move(run)});
   }
 
-  void AddReadBack(const std::string& name, std::function<bool(QVGPixelBuffer*)> read) {
-    Add(name, [=]() -> Outcome {
-      ReadBack back;
-      if (!read(&back.buffer)) return {};
-      if (back->plane[1] == nullptr) return {nullptr, PixelsOf(back.buffer)};
-      Planes planes = PlanesOf(back.buffer);
-      std::vector<Color>& all = planes.luma.texels;
-      for (const Image& plane : planes.chroma) all.insert(all.end(), plane.texels.begin(), plane.texels.end());
-      planes.luma.width = static_cast<int>(all.size());
-      planes.luma.height = 1;
-      return {nullptr, planes.luma};
-    });
-  }
-
-  void AddUploads(int width, int height) {
-    for (const int code : {QVG_FORMAT_NV12, QVG_FORMAT_YUV16_SP, QVG_FORMAT_J422, QVG_FORMAT_RGB, QVG_FORMAT_RGBA})
-      AddUpload(std::string("upload of ") + FormatOf(code).name, Layouts(code, width, height)[0], false);
-    for (const int stride : {1, 2}) {
-      const Layout layout = Layouts(QVG_FORMAT_RGBA, width, height)[stride];
-      AddUpload("upload of " + layout.name, layout, stride == 2);
+  void AddUploads() {
+    const std::pair<int, size_t> layouts[] = {{QVG_FORMAT_NV12, 0}, {QVG_FORMAT_YUV16_SP, 0}, {QVG_FORMAT_J422, 0},
+                                              {QVG_FORMAT_RGB, 0},  {QVG_FORMAT_RGBA, 0},     {QVG_FORMAT_RGBA, 1},
+                                              {QVG_FORMAT_RGBA, 2}};
+    for (const auto& [code, layout] : layouts) {
+      // With rows behind the last one: a state that is obeyed shall spoil the picture and not end the process.
+      const auto frame = std::make_shared<Frame>(MakeFrame(Layouts(code, kWidth, kHeight + 40)[layout], 3));
+      frame->buffer.height = kHeight;
+      Add("upload of " + frame->layout.name, [this, frame, matte = layout == 2](Image&) {
+        return TexturePtr(gl_.UploadPixelBufferToNewTexture(&frame->buffer, false, matte, {}));
+      });
     }
   }
 
   void AddReadBacks(int width, int height) {
-    const std::string size = Size(width, height) + ' ';
     const std::shared_ptr<QVGTexture> source = Upload(Picture(width, height, 1));
-    AddReadBack(size + "NV12", [=, this](auto* out) { return gl_.TextureToNV12PixelBuffer(source.get(), out, true); });
-    AddReadBack(size + "I420",
-                [=, this](auto* out) { return gl_.TextureToYUV420PixelBuffer(source.get(), false, false, out); });
-    for (const bool flip : {false, true})
-      AddReadBack(size + (flip ? "BGRA" : "RGBA"), [=, this](auto* out) {
-        return flip ? gl_.TextureToBGRAPixelBuffer(source.get(), out, true)
-                    : gl_.TextureToRGBAPixelBuffer(source.get(), out, false);
+    const auto add = [&](const char* name, std::function<bool(QVGTexture*, QVGPixelBuffer*)> readBack) {
+      Add(Size(width, height) + ' ' + name, [=](Image& read) -> TexturePtr {
+        ReadBack back;
+        if (!readBack(source.get(), &back.buffer)) return nullptr;
+        if (back->plane[1] == nullptr) {
+          read = PixelsOf(back.buffer);
+        } else {
+          const Planes planes = PlanesOf(back.buffer);
+          std::vector<Color>& all = read.texels = planes.luma.texels;
+          for (const Image& plane : planes.chroma) all.insert(all.end(), plane.texels.begin(), plane.texels.end());
+          read.width = static_cast<int>(all.size()), read.height = 1;
+        }
+        return nullptr;
       });
+    };
+    add("NV12", [this](auto* texture, auto* out) { return gl_.TextureToNV12PixelBuffer(texture, out, true); });
+    add("I420",
+        [this](auto* texture, auto* out) { return gl_.TextureToYUV420PixelBuffer(texture, false, false, out); });
+    add("RGBA", [this](auto* texture, auto* out) { return gl_.TextureToRGBAPixelBuffer(texture, out, false); });
+    add("BGRA", [this](auto* texture, auto* out) { return gl_.TextureToBGRAPixelBuffer(texture, out, true); });
   }
 
-  void AddDraws(int width, int height) {
-    const std::shared_ptr<QVGTexture> source = Upload(Picture(width, height, 1)), matte = Upload(Picture(40, 40, 2));
-    Add("draws", [=, this]() -> Outcome {
+  void AddDraws() {
+    const std::shared_ptr<QVGTexture> source = Upload(Picture(kWidth, kHeight, 1)), matte = Upload(Picture(40, 40, 2));
+    const Color color = {0.3, 0.6, 0.9, 0.7};
+    Add("draws", [=, this](Image&) {
       TexturePtr target = TexturePtr(gl_.AcquireTexture(80, 60));
       const FrameBufferPtr frameBuffer = Target(target.get(), nullptr, true);
-      const double color[4] = {0.3, 0.6, 0.9, 0.7};
-      EXPECT_TRUE(gl_.ClearFrameBuffer(frameBuffer.get(), color));
+      EXPECT_TRUE(gl_.ClearFrameBuffer(frameBuffer.get(), color.data()));
       QVGDrawTextureParams params = DefaultParams();
       params.depthTest = true;
       params.rotation[1] = 30;  // the draws cross
@@ -104,22 +90,21 @@ class StateTest : public TableTest {
       params.matteTexture = matte.get();
       params.matteType = QVG_MATTE_ALPHA;
       EXPECT_TRUE(gl_.DrawTexture(source.get(), frameBuffer.get(), &params));
-      return {std::move(target), {}};
+      return target;
     });
-    Add("effect", [=, this]() -> Outcome {
+    Add("effect", [=, this](Image&) {
       const EffectPtr effect(gl_.CreateEffect("general_eff"));
       for (const char* key : {"enable_key", "enable_beauty", "blur"}) {
         const QVGParamValue value = {QVG_PARAM_INTEGER, {.integer = 9}};
         EXPECT_TRUE(gl_.SetEffectParameter(effect.get(), key, &value));
       }
-      return {TexturePtr(gl_.ApplyEffect(effect.get(), source.get())), {}};
+      return TexturePtr(gl_.ApplyEffect(effect.get(), source.get()));
     });
-    Add("clone", [=, this]() -> Outcome { return {TexturePtr(gl_.CloneTexture(source.get())), {}}; });
-    Add("clear", [=, this]() -> Outcome {
-      TexturePtr texture(gl_.AcquireTexture(width, height));
-      const double color[4] = {0.3, 0.6, 0.9, 0.7};
-      EXPECT_TRUE(gl_.ClearTexture(texture.get(), color));
-      return {std::move(texture), {}};
+    Add("clone", [=, this](Image&) { return TexturePtr(gl_.CloneTexture(source.get())); });
+    Add("clear", [=, this](Image&) {
+      TexturePtr texture(gl_.AcquireTexture(kWidth, kHeight));
+      EXPECT_TRUE(gl_.ClearTexture(texture.get(), color.data()));
+      return texture;
     });
   }
 };
@@ -191,14 +176,15 @@ TEST_F(StateTest, WhatAHostLeavesChangesNoPicture) {
       ASSERT_TRUE(gl_.MakeCurrentContext(context, nullptr));
       if (state.enabled != 0) glEnable(state.enabled);
       state.set();
-      Outcome outcome = operations_[i].run();
+      Image read;
+      const TexturePtr texture = operations_[i].run(read);
       EXPECT_EQ(glGetError(), 0u);
       gl_.Finish();
       ASSERT_TRUE(gl_.MakeCurrentContext(context_->handle, nullptr));
-      if (outcome.texture != nullptr) outcome.read = Content(outcome.texture.get());
-      ASSERT_FALSE(outcome.read.empty());
-      if (expected.size() == i) expected.push_back(outcome.read);
-      EXPECT_EQ(Difference(expected[i], outcome.read, 0), "");
+      if (texture != nullptr) read = Content(texture.get());
+      ASSERT_FALSE(read.empty());
+      if (expected.size() == i) expected.push_back(read);
+      EXPECT_EQ(Difference(expected[i], read, 0), "");
     }
     gl_.DestroySharedContext(&context);
   }
@@ -209,41 +195,35 @@ TEST_F(StateTest, WhatAHostLeavesChangesNoPicture) {
 
 // As the header says. A texture that stays bound lives on when it is deleted.
 TEST_F(StateTest, NothingStaysBoundOrSwitchedOn) {
-  const struct {
-    const char* name;
-    unsigned state;
-    int left;
-  } states[] = {
-      {"active texture", GL_ACTIVE_TEXTURE, GL_TEXTURE0},
-      {"program", GL_CURRENT_PROGRAM, 0},
-      {"vertex array", GL_VERTEX_ARRAY_BINDING, 0},
-      {"array buffer", GL_ARRAY_BUFFER_BINDING, 0},
-      {"pack buffer", GL_PIXEL_PACK_BUFFER_BINDING, 0},
-      {"unpack buffer", GL_PIXEL_UNPACK_BUFFER_BINDING, 0},
-      {"drawn frame buffer", GL_DRAW_FRAMEBUFFER_BINDING, 0},
-      {"read frame buffer", GL_READ_FRAMEBUFFER_BINDING, 0},
-      {"blending", GL_BLEND, 0},
-      {"scissor", GL_SCISSOR_TEST, 0},
-      {"depth test", GL_DEPTH_TEST, 0},
-      {"pack row length", GL_PACK_ROW_LENGTH, 0},
-      {"pack skip rows", GL_PACK_SKIP_ROWS, 0},
-      {"unpack row length", GL_UNPACK_ROW_LENGTH, 0},
-      {"unpack skip rows", GL_UNPACK_SKIP_ROWS, 0},
+  const std::pair<const char*, unsigned> states[] = {{"program", GL_CURRENT_PROGRAM},
+                                                     {"vertex array", GL_VERTEX_ARRAY_BINDING},
+                                                     {"array buffer", GL_ARRAY_BUFFER_BINDING},
+                                                     {"pack buffer", GL_PIXEL_PACK_BUFFER_BINDING},
+                                                     {"unpack buffer", GL_PIXEL_UNPACK_BUFFER_BINDING},
+                                                     {"drawn frame buffer", GL_DRAW_FRAMEBUFFER_BINDING},
+                                                     {"read frame buffer", GL_READ_FRAMEBUFFER_BINDING},
+                                                     {"blending", GL_BLEND},
+                                                     {"scissor", GL_SCISSOR_TEST},
+                                                     {"depth test", GL_DEPTH_TEST},
+                                                     {"pack row length", GL_PACK_ROW_LENGTH},
+                                                     {"pack skip rows", GL_PACK_SKIP_ROWS},
+                                                     {"unpack row length", GL_UNPACK_ROW_LENGTH},
+                                                     {"unpack skip rows", GL_UNPACK_SKIP_ROWS}};
+  const auto valueOf = [](unsigned state) {
+    int value = -1;
+    glGetIntegerv(state, &value);
+    return value;
   };
   for (int frame = 0; frame < 2; ++frame) {
     for (const Operation& operation : operations_) {
-      operation.run();
-      for (const auto& [name, state, left] : states) {
-        int value = -1;
-        glGetIntegerv(state, &value);
-        EXPECT_EQ(value, left) << operation.name << " leaves " << name;
-      }
+      SCOPED_TRACE(operation.name);
+      Image read;
+      operation.run(read);
+      EXPECT_EQ(valueOf(GL_ACTIVE_TEXTURE), GL_TEXTURE0);
+      for (const auto& [name, state] : states) EXPECT_EQ(valueOf(state), 0) << name;
       for (int unit = 0; unit < 12; ++unit) {
-        int texture = 0, sampler = 0;
         glActiveTexture(GL_TEXTURE0 + unit);
-        glGetIntegerv(GL_TEXTURE_BINDING_2D, &texture);
-        glGetIntegerv(GL_SAMPLER_BINDING, &sampler);
-        EXPECT_TRUE(texture == 0 && sampler == 0) << operation.name << " leaves unit " << unit << " bound";
+        EXPECT_TRUE(valueOf(GL_TEXTURE_BINDING_2D) == 0 && valueOf(GL_SAMPLER_BINDING) == 0) << "unit " << unit;
       }
       glActiveTexture(GL_TEXTURE0);
     }

