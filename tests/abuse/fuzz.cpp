@@ -2,14 +2,15 @@
 // too.
 #include <glad/gl.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <memory>
 #include <thread>
 
 #include "abuse/checks.h"
 #include "abuse/fuzzer.h"
+#include "abuse/hostile.h"
 #include "abuse/options.h"
 #include "support/frames.h"
 #include "support/table_test.h"
@@ -18,14 +19,6 @@ namespace qvg::test {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-struct Plan {
-  int64_t calls = 0;  ///< A round and thread.
-  uint64_t seed = 0;
-  int threads = 0;
-  Clock::time_point end = {};
-  bool handlesAreLeft = false;  ///< The library is released while some are held.
-};
 
 void Demand(bool holds, const char* what, uint64_t seed) {
   if (holds) return;
@@ -40,18 +33,7 @@ void DrawFromFew(Round& round) {
   for (int32_t& format : round.formats) format = random.Pick(Formats()).code;
   round.matte = random.Below(5);
   round.order = random.Below(4);
-  // The switch of the colours always, others by chance.
-  round.parameters = (random.Next() & random.Next()) | 1 << 8;
-}
-
-void EmptyTheExchange(Round& round) {
-  for (QVGFrameBuffer*& frameBuffer : round.frameBuffers) round.gl.DestroyFrameBuffer(&frameBuffer);
-  for (QVGTexture*& texture : round.textures) round.gl.ReleaseTexture(&texture);
-  for (QVGEffect*& effect : round.effects) round.gl.DestroyEffect(&effect);
-  for (QVGPixelBuffer& read : round.reads) {
-    QVGPixelBuffer* pointer = &read;
-    round.gl.ReleasePixelBuffer(&pointer);
-  }
+  round.parameters = random.Next() & random.Next();
 }
 
 // With all handles given back and no context that drew, only decoded images are there.
@@ -67,41 +49,29 @@ void DemandBalance(Round& round) {
   Demand(balanced, "GL names are left", round.seed);
 }
 
-// From a start of the library to its release.
-SlotCounts RunRound(const Plan& plan) {
-  static const auto config = [] {
-    auto made = std::make_unique<QVGConfig>();
-    made->decodeImage = HostImages::Decode;
-    made->freeImage = HostImages::Free;
-    return made;
-  }();
+/// From a start of the library to its release.
+/// @param calls of each thread. @param handlesAreLeft the library is released while some are held.
+void RunRound(SlotCounts& counts, uint64_t seed, int64_t threads, int64_t calls, Clock::time_point end,
+              bool handlesAreLeft) {
+  static const QVGConfig config = {{}, HostImages::Decode, HostImages::Free};
   HostImages::valid = 0;
-  const QVGGLRendererInterface* table = QVG_GetGLRendererInterface(plan.seed % 8 == 7 ? nullptr : config.get());
-  Round round{*table, plan.seed, 0, table->GetSharedContext()};
-  Demand(table->MakeCurrentContext(round.elsewhere, nullptr), "no context can be made current", plan.seed);
+  const QVGGLRendererInterface* table = QVG_GetGLRendererInterface(seed % 8 == 7 ? nullptr : &config);
+  Round round{*table, counts, seed, 0, table->GetSharedContext()};
+  Demand(table->MakeCurrentContext(round.elsewhere, nullptr), "no context can be made current", seed);
   static const bool loaded =
       gladLoadGL([](const char* name) { return reinterpret_cast<GLADapiproc>(GLFunction(name)); }) != 0;
-  Demand(loaded, "GL can't be loaded", plan.seed);
+  Demand(loaded, "GL can't be loaded", seed);
   glGetIntegerv(GL_MAX_TEXTURE_SIZE, &round.maxSize);
   DrawFromFew(round);
-  std::vector<std::thread> threads;
-  std::vector<SlotCounts> counts(static_cast<size_t>(plan.threads));
-  for (size_t i = 0; i < counts.size(); ++i) {
-    threads.emplace_back([&, i] {
-      Fuzzer fuzzer(round, plan.seed * 64 + i);
-      fuzzer.Run(plan.calls, plan.end);
-      if (plan.handlesAreLeft) fuzzer.LeaveForRelease();
-      counts[i] = fuzzer.Counts();
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
-  EmptyTheExchange(round);
-  if (!plan.handlesAreLeft) DemandBalance(round);
+  std::vector<std::thread> hosts;
+  for (int64_t i = 0; i < threads; ++i)
+    hosts.emplace_back([&, i] { Fuzz(round, seed * 64 + static_cast<uint64_t>(i), calls, end, handlesAreLeft); });
+  for (std::thread& host : hosts) host.join();
+  round.handedOver.GiveBackAll(*table);
+  if (!handlesAreLeft) DemandBalance(round);
   table->ReleaseSharedContext(&round.elsewhere);
   QVG_ReleaseGLRendererInterface(&table);
-  Demand(HostImages::out == 0, "an image was not taken back", plan.seed);
-  for (const SlotCounts& more : counts) counts[0].Add(&more == &counts[0] ? SlotCounts() : more);
-  return counts[0];
+  Demand(HostImages::out == 0, "an image was not taken back", seed);
 }
 
 int Main(int argc, char** argv) {
@@ -113,24 +83,22 @@ int Main(int argc, char** argv) {
   const int64_t threads = std::max<int64_t>(1, options["threads"]);
   const bool timed = options["seconds"] > 0;
   const Clock::time_point start = Clock::now();
-  const auto seconds = [&] { return std::chrono::duration<double>(Clock::now() - start).count(); };
   const Clock::time_point end = timed ? start + std::chrono::seconds(options["seconds"]) : Clock::time_point::max();
-  SlotCounts all;
-  for (int64_t round = 0;; ++round) {
-    const int64_t done = all.AllCalls();
-    if (timed ? Clock::now() >= end : done >= options["calls"]) break;
-    const int64_t calls = timed ? kCallsOfARound / 8 : std::min(kCallsOfARound, options["calls"] - done);
-    all.Add(RunRound({(calls + threads - 1) / threads, static_cast<uint64_t>(options["seed"] + round),
-                      static_cast<int>(threads), end, round % 3 == 2}));
-    std::fprintf(report, "\r%lld calls", static_cast<long long>(all.AllCalls()));
+  SlotCounts counts;
+  for (int64_t round = 0; timed ? Clock::now() < end : counts.all < options["calls"]; ++round) {
+    const int64_t calls = timed ? kCallsOfARound / 8 : std::min(kCallsOfARound, options["calls"] - counts.all);
+    RunRound(counts, static_cast<uint64_t>(options["seed"] + round), threads, (calls + threads - 1) / threads, end,
+             round % 3 == 2);
+    std::fprintf(report, "\r%lld calls", static_cast<long long>(counts.all));
   }
   std::fprintf(report, "\r%-30s %12s %12s\n", "slot", "calls", "successes");
   for (int i = 0; i < kSlotCount; ++i) {
-    std::fprintf(report, "%2d %-27s %12lld %12lld\n", i, NameOfSlot(i), static_cast<long long>(all.calls[size_t(i)]),
-                 static_cast<long long>(all.successes[size_t(i)]));
+    std::fprintf(report, "%2d %-27s %12lld %12lld\n", i, NameOfSlot(i), static_cast<long long>(counts.calls[size_t(i)]),
+                 static_cast<long long>(counts.successes[size_t(i)]));
   }
-  std::fprintf(report, "%lld calls in %.1f s, %.0f calls/s, no fault\n", static_cast<long long>(all.AllCalls()),
-               seconds(), static_cast<double>(all.AllCalls()) / seconds());
+  const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
+  std::fprintf(report, "%lld calls in %.1f s, %.0f calls/s, no fault\n", static_cast<long long>(counts.all), seconds,
+               static_cast<double>(counts.all) / seconds);
   return 0;
 }
 

@@ -51,47 +51,39 @@ double Hostile::Real() {
 }
 
 HostileFrames::Frame HostileFrames::Make(Hostile& random, int code, int maxSize) {
-  Frame frame;
-  QVGPixelBuffer& buffer = frame.buffer;
-  const bool known = !random.OneIn(16);
   const Format& format = FormatOf(code);
-  const int32_t other = random.Integer();
-  buffer.format = known ? format.code : FormatOf(other).code != other ? other : -other;
-  const std::array<int32_t, 2> area = random.Area();
-  buffer.width = area[0];
-  buffer.height = area[1];
-  buffer.kind = random.Integer();
-  frame.valid = known && area[0] >= 1 && area[1] >= 1 && area[0] <= maxSize && area[1] <= maxSize;
-  const bool words = format.bytesPerChannel == 2;
-  // Strides in texels, or chroma at full width.
-  const bool inTexels = words && random.OneIn(3) && area[0] > 1;
-  const bool wide = words && (inTexels || random.OneIn(3));
+  const auto [width, height] = random.Area();
+  const bool possible = width >= 1 && height >= 1 && width <= maxSize && height <= maxSize;
+  const Layout layout = random.Pick(Layouts(code, possible ? width : 8, possible ? height : 8));
+  Frame frame = {{{}, {}, width, height, random.Integer(), 0, code}, possible};
+  QVGPixelBuffer& buffer = frame.buffer;
+  if (random.OneIn(16)) {
+    const int32_t other = random.Integer();
+    buffer.format = FormatOf(other).code != other ? other : -other;
+    frame.valid = false;
+  }
+  int64_t bytes[3] = {};
+  bool missing[3] = {};
   for (int p = 0; p < format.planes; ++p) {
-    const auto half = [](int64_t value, bool really) { return really ? (value + 1) / 2 : value; };
-    const int64_t columns = half(frame.valid ? area[0] : 1, p > 0 && format.halfWidth && !wide);
-    const int64_t rows = half(frame.valid ? area[1] : 1, p > 0 && format.halfHeight);
-    const int64_t texelBytes = format.channels[p] * format.bytesPerChannel;
-    const int64_t unit = inTexels ? texelBytes : 1;
-    const int64_t least = columns * texelBytes / unit;
-    int64_t stride = least + (random.OneIn(3) ? random.Below(9) : 0);
-    if (inTexels && p == 0 && stride >= 2 * least) stride = least;
-    if (words && wide && !inTexels && p == 1 && stride < 2 * int64_t{buffer.stride[0]})
-      stride = 2 * int64_t{buffer.stride[0]};
-    if (words && !wide && p == 1 && stride >= 2 * int64_t{buffer.stride[0]}) stride = 2 * int64_t{buffer.stride[0]} - 1;
-    if (stride < least) frame.valid = false;
-    if (random.OneIn(24)) {
+    const auto half = [p](int64_t value, bool really) { return really && p > 0 ? (value + 1) / 2 : value; };
+    const int64_t rows = half(layout.height, format.halfHeight);
+    const int64_t rowBytes = half(layout.width, layout.halfWidthChroma) * format.channels[p] * format.bytesPerChannel;
+    bytes[p] = int64_t{layout.stride[p]} * layout.strideUnit[p] * (rows - 1) + rowBytes;
+    missing[p] = bytes[p] > kMostBytes || random.OneIn(48);
+    buffer.stride[p] = layout.stride[p];
+    const bool tooShort = random.OneIn(24);
+    if (tooShort) {
       // A luma stride that is too short counts texels, and a chroma stride may mean the other width.
-      stride = words || random.OneIn(2) ? -std::abs(int64_t{random.Integer()}) : least - 1 - random.Below(4);
-      frame.valid = false;
+      const bool words = format.bytesPerChannel == 2;
+      buffer.stride[p] =
+          words || random.OneIn(2) ? -random.Below(INT32_MAX) : static_cast<int32_t>(rowBytes) - 1 - random.Below(4);
     }
-    const int64_t bytes = stride * unit * (rows - 1) + columns * texelBytes;
-    const bool missing = frame.valid && (bytes > static_cast<int64_t>(kMostBytes) || random.OneIn(48));
-    frame.valid = frame.valid && !missing;
-    buffer.stride[p] = static_cast<int32_t>(stride);
-    const GuardedBlock& block = blocks_[static_cast<size_t>(p)];
-    const int64_t there = frame.valid ? bytes : 1;
-    buffer.plane[p] = missing ? nullptr : block.data() + kMostBytes - there;
-    if (missing) break;
+    frame.valid = frame.valid && !missing[p] && !tooShort;
+  }
+  for (size_t p = 0; p < 3; ++p) {
+    // Of frames that are to be refused there is a byte of each plane.
+    const int64_t there = frame.valid ? bytes[p] : 1;
+    buffer.plane[p] = bytes[p] == 0 || missing[p] ? nullptr : blocks_[p].data() + kMostBytes - there;
   }
   if (frame.valid) blocks_[0].data()[kMostBytes - 1 - random.Below(64)] = static_cast<uint8_t>(random.Next());
   return frame;

@@ -48,7 +48,7 @@ class HostileFrames {
   Frame Make(Hostile& random, int format, int maxSize);
 
  private:
-  static constexpr size_t kMostBytes = 65536;
+  static constexpr int64_t kMostBytes = 65536;
   std::array<GuardedBlock, 3> blocks_ = {GuardedBlock(kMostBytes), GuardedBlock(kMostBytes), GuardedBlock(kMostBytes)};
 };
 
