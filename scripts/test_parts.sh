@@ -150,29 +150,20 @@ part_linux() {
   build_folder=linux suffix= run_test_programs "${headless[@]}"
 }
 
+# The shaders that are checked are the texts that the driver got while the tests ran. Pictures that a stricter driver
+# can't copy take one of their own.
 part_x11() {
-  build linux || return
-  start_xvfb
-  build_folder=linux suffix= run_test_programs "${with_x[@]}"
-  check "soak" "${with_x[@]}" "${mesa_only[@]}" build/linux/qvg_soak --seconds 30
-  stop_xvfb
-}
-
-# The texts are those that the driver got while the tests ran.
-part_shaders() {
-  local texts="$PWD/build/results/shaders" program
+  local texts="$PWD/build/results/shaders"
   build linux || return
   rm -rf "$texts" && mkdir -p "$texts"
+  local run=("MESA_SHADER_DUMP_PATH=$texts" "${mesa_only[@]}")
   start_xvfb
-  for program in qvg_tests qvg_unit_tests; do
-    MESA_SHADER_DUMP_PATH=$texts "${with_x[@]}" "${mesa_only[@]}" "build/linux/$program" \
-      >"build/results/shaders-$program.log" 2>&1 </dev/null
-  done
-  # Pictures that a stricter driver can't copy take a program of their own.
-  MESA_SHADER_DUMP_PATH=$texts QVG_TEST_DRIVER=rgb "${with_x[@]}" "${mesa_only[@]}" build/linux/qvg_strict_tests \
-    --gtest_filter='Window*' >"build/results/shaders-strict.log" 2>&1 </dev/null
-  stop_xvfb
+  build_folder=linux suffix= run_test_programs "${with_x[@]}" "${run[@]}"
+  GTEST_FILTER='Window*' "${with_x[@]}" "${run[@]}" QVG_TEST_DRIVER=rgb build/linux/qvg_strict_tests \
+    >build/results/x11-shaders.log 2>&1 </dev/null
   check "glslangValidator" scripts/validate_shaders.sh "$texts"
+  check "soak" "${with_x[@]}" "${mesa_only[@]}" build/linux/qvg_soak --seconds 30
+  stop_xvfb
 }
 
 part_product() {
