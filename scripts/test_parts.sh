@@ -210,16 +210,27 @@ part_strict() {
   stop_xvfb
 }
 
-part_tsan() {
-  build tsan qvg_tests qvg_unit_tests qvg_races qvg_fuzz || return
+# Tests in whose source threads begin, or wait for one of the library's, as a filter.
+threaded_tests() {
+  awk '/^TEST/ { split($0, name, /[(, )]+/) } /std::(jthread|thread|this_thread)/ && name[2] != "" {
+    print "*" name[2] "." name[3] "*" }' tests/table/*.cpp tests/unit/*.cpp | sort -u | paste -sd:
+}
+
+# tsan_run: the command in front of a program for the thread sanitizer, which is to run on the display.
+set_tsan_run() {
   # The shadow memory has fixed places, which some kernels' address randomisation runs into.
   local fixed=()
   setarch -R true 2>/dev/null && fixed=(setarch -R)
+  tsan_run=("${with_x[@]}" "${mesa_only[@]}" "${sanitizer_options[@]}" "${fixed[@]}")
+}
+
+part_tsan() {
+  build tsan qvg_tests qvg_unit_tests qvg_races qvg_fuzz || return
   start_xvfb
-  local run=("${with_x[@]}" "${mesa_only[@]}" "${sanitizer_options[@]}" "${fixed[@]}")
-  build_folder=tsan suffix= run_test_programs "${run[@]}"
-  check "planted races" "${run[@]}" tests/abuse/planted_races.sh build/tsan/qvg_races
-  check "hostile calls of four threads" "${run[@]}" build/tsan/qvg_fuzz --threads 4 --seconds 25
+  set_tsan_run
+  GTEST_FILTER=$(threaded_tests) build_folder=tsan suffix= run_test_programs "${tsan_run[@]}"
+  check "planted races" "${tsan_run[@]}" tests/abuse/planted_races.sh build/tsan/qvg_races
+  check "hostile calls of four threads" "${tsan_run[@]}" build/tsan/qvg_fuzz --threads 4 --seconds 25
   stop_xvfb
 }
 
