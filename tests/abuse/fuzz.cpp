@@ -16,6 +16,152 @@
 #include "support/table_test.h"
 
 namespace qvg::test {
+
+namespace {
+
+struct Slot {
+  const char* name;
+  int weight;
+  bool needsContext;  // fails without one of the library's
+  bool (*call)(Fuzzer& f);
+};
+
+template <auto kSlot>
+bool Get(Fuzzer& f) {
+  return (f.gl.*kSlot)(f.Texture()) != 0;
+}
+
+template <auto kSlot>
+bool ReadBack(Fuzzer& f) {
+  return f.Read([&](QVGTexture* texture, QVGPixelBuffer* out) { return (f.gl.*kSlot)(texture, out, f.random.Flag()); });
+}
+
+// Sizes are hostile numbers, too.
+template <class Function>
+auto WithArea(Fuzzer& f, Function function) {
+  const auto [width, height] = f.random.Area();
+  return function(static_cast<uint32_t>(width), static_cast<uint32_t>(height));
+}
+
+using F = Fuzzer;
+constexpr Slot kSlots[kSlotCount] = {
+    {"SetTexturePoolCapacity", 12, false, [](F& f) { return f.gl.SetTexturePoolCapacity(f.random.Integer()), true; }},
+    {"Reserved", 4, false, [](F& f) { return f.gl.Reserved(), true; }},
+    {"PreallocateTextures", 2, true, [](F& f) { return f.Preallocate(f.gl.PreallocateTextures); }},
+    {"ClearTexturePool", 2, true, [](F& f) { return f.gl.ClearTexturePool(); }},
+    {"PreallocateRenderBuffers", 2, true, [](F& f) { return f.Preallocate(f.gl.PreallocateRenderBuffers); }},
+    {"ClearRenderBufferPool", 2, true, [](F& f) { return f.gl.ClearRenderBufferPool(); }},
+    {"PreallocatePixelBuffers", 2, true, [](F& f) { return f.PreallocateBuffers(); }},
+    {"ClearPixelBufferPool", 2, true, [](F& f) { return f.gl.ClearPixelBufferPool(); }},
+    {"CreateSharedContext", 1, false, [](F& f) { return f.MakeContext(); }},
+    {"GetSharedContext", 1, false, [](F& f) { return f.Keep(f.gl.GetSharedContext()); }},
+    {"ReleaseSharedContext", 2, false, [](F& f) { return f.GiveBackContext(false); }},
+    {"MakeCurrentContext", 8, false, [](F& f) { return f.MakeCurrent(); }},
+    {"GetCurrentContext", 72, false, [](F& f) { return f.gl.GetCurrentContext() != nullptr; }},
+    {"SwapBuffers", 4, false,
+     [](F& f) { return f.gl.SwapBuffers(f.random.OneIn(4) ? NoHandle<QVGGLContext>() : f.Any(f.mine.contexts, 24)); }},
+    {"DestroySharedContext", 1, false, [](F& f) { return f.GiveBackContext(true); }},
+    {"IsGLVersionSupported", 24, false, [](F& f) { return f.gl.IsGLVersionSupported(); }},
+    {"GetGLVersion", 24, false, [](F& f) { return f.Version(f.gl.GetGLVersion); }},
+    {"GetRequiredGLVersion", 24, false, [](F& f) { return f.Version(f.gl.GetRequiredGLVersion); }},
+    {"CloneTexture", 3, true, [](F& f) { return f.Keep(f.gl.CloneTexture(f.Texture())); }},
+    {"SetTextureChannelOrder", 12, true,
+     [](F& f) {
+       return f.gl.SetTextureChannelOrder(f.Texture(), f.random.OneIn(4) ? f.random.Integer() | 4 : f.round.order);
+     }},
+    {"AcquireTexture", 8, true, [](F& f) { return f.Keep(WithArea(f, f.gl.AcquireTexture)); }},
+    {"UploadPixelBufferToNewTexture", 8, true, [](F& f) { return f.Upload(true); }},
+    {"UploadPixelBufferToTexture", 8, true, [](F& f) { return f.Upload(false); }},
+    {"ClearTexture", 4, true, [](F& f) { return f.Clear(false); }},
+    {"GetTextureWidth", 72, false, Get<&I::GetTextureWidth>},
+    {"GetTextureHeight", 72, false, Get<&I::GetTextureHeight>},
+    {"GetTextureAllocatedWidth", 72, false, Get<&I::GetTextureAllocatedWidth>},
+    {"GetTextureAllocatedHeight", 72, false, Get<&I::GetTextureAllocatedHeight>},
+    {"GetTextureRotation", 72, false, Get<&I::GetTextureRotation>},
+    {"GetTextureFlipped", 72, false, Get<&I::GetTextureFlipped>},
+    {"GetTextureId", 72, false, Get<&I::GetTextureId>},
+    {"SetTextureSize", 48, false, [](F& f) { return f.SetContent(false); }},
+    {"SetTextureOrigin", 48, false, [](F& f) { return f.SetContent(true); }},
+    {"SetTextureFlipped", 48, false, [](F& f) { return f.gl.SetTextureFlipped(f.Texture(), f.random.Flag()); }},
+    {"SetTextureRotation", 48, false, [](F& f) { return f.gl.SetTextureRotation(f.Texture(), f.Unsigned()); }},
+    {"TextureToYUV420PixelBuffer", 4, true,
+     [](F& f) {
+       return f.Read([&](QVGTexture* texture, QVGPixelBuffer* out) {
+         return f.gl.TextureToYUV420PixelBuffer(texture, f.random.Flag(), f.random.Flag(), out);
+       });
+     }},
+    {"TextureToNV12PixelBuffer", 4, true, ReadBack<&I::TextureToNV12PixelBuffer>},
+    {"TextureToRGBAPixelBuffer", 4, true, ReadBack<&I::TextureToRGBAPixelBuffer>},
+    {"TextureToBGRAPixelBuffer", 4, true, ReadBack<&I::TextureToBGRAPixelBuffer>},
+    {"ReleasePixelBuffer", 36, false, [](F& f) { return f.ReleaseRead(); }},
+    {"ReleaseTexture", 6, false, [](F& f) { return f.ReleaseTexture(); }},
+    {"CreateFrameBuffer", 4, true,
+     [](F& f) {
+       return f.Keep(WithArea(f, [&](uint32_t width, uint32_t height) {
+         return f.gl.CreateFrameBuffer(width, height, f.random.Flag(), f.random.Flag());
+       }));
+     }},
+    {"CreateFrameBufferFromDesc", 4, true, [](F& f) { return f.MakeTargetFromDesc(); }},
+    {"BindTextureToFrameBuffer", 12, true, [](F& f) { return f.Bind(); }},
+    {"ClearFrameBuffer", 4, true, [](F& f) { return f.Clear(true); }},
+    {"DrawTexture", 16, true, [](F& f) { return f.Draw(); }},
+    {"DestroyFrameBuffer", 4, false, [](F& f) { return f.DestroyTarget(); }},
+    {"Finish", 2, false, [](F& f) { return f.gl.Finish(), true; }},
+    {"CreateWndDrawer", 1, false, [](F& f) { return f.MakeDrawer(); }},
+    {"GetWndDrawerHandle", 48, false, [](F& f) { return f.gl.GetWndDrawerHandle(f.Drawer()) != nullptr; }},
+    {"ClearWnd", 4, false, [](F& f) { return f.ClearWindow(); }},
+    {"SetWndDrawerSize", 48, false,
+     [](F& f) {
+       return WithArea(
+           f, [&](uint32_t width, uint32_t height) { return f.gl.SetWndDrawerSize(f.Drawer(), width, height); });
+     }},
+    {"DrawTextureToWnd", 6, false, [](F& f) { return f.gl.DrawTextureToWnd(f.Drawer(), f.Texture()); }},
+    {"DestroyWndDrawer", 1, false, [](F& f) { return f.DestroyDrawer(); }},
+    {"GetEffectNames", 36, false, [](F& f) { return f.EffectNames(); }},
+    {"HasEffect", 36, false, [](F& f) { return f.gl.HasEffect(f.EffectName()); }},
+    {"GetEffectType", 36, false, [](F& f) { return f.gl.GetEffectType(f.EffectName()) != 0; }},
+    {"QueryEffect", 36, false,
+     [](F& f) { return f.gl.QueryEffect(f.EffectName(), f.OrNull(f.EffectName(), 2)) != nullptr; }},
+    {"GetEffectParameterTable", 36, false, [](F& f) { return f.ParameterTable(); }},
+    {"CreateEffect", 6, true, [](F& f) { return f.Keep(f.mine.effects, 3, f.gl.CreateEffect(f.EffectName())); }},
+    {"SetEffectParameter", 36, false, [](F& f) { return f.SetParameter(); }},
+    {"ApplyEffect", 8, true, [](F& f) { return f.Apply(); }},
+    {"ApplyEffectWith", 4, true, [](F& f) { return f.ApplyWith(); }},
+    {"DestroyEffect", 1, false, [](F& f) { return f.DestroyEffect(); }},
+};
+
+}  // namespace
+
+const char* NameOfSlot(int slot) { return kSlots[slot].name; }
+
+void Fuzzer::_Call(int slot) {
+  slot_ = slot;
+  const bool without = current_ == nullptr;
+  const bool done = kSlots[slot].call(*this);
+  ++round.counts.all;
+  ++round.counts.calls[static_cast<size_t>(slot)];
+  if (done) ++round.counts.successes[static_cast<size_t>(slot)];
+  Expect(!done || !without || !kSlots[slot].needsContext, "what needs a context worked without one");
+  Expect(!foreign_ || host_.IsCurrent(), "the host's own context did not stay current");
+}
+
+void Fuzzer::_Sequence(int calls) {
+  // Each slot as often as its weight tells.
+  static const std::vector<int> weighted = [] {
+    std::vector<int> slots;
+    for (int i = 0; i < kSlotCount; ++i) slots.insert(slots.end(), static_cast<size_t>(kSlots[i].weight), i);
+    return slots;
+  }();
+  ++sequence_;
+  if (random.OneIn(8)) _GoAway();
+  for (int i = 0; i < calls; ++i) _Call(random.Pick(weighted));
+  _ComeHome();
+  const char* const fault = PictureFault(gl, random.Next());
+  Expect(*fault == '\0', fault);
+  if (random.OneIn(4)) _HandOver();
+  if (random.OneIn(32)) mine.GiveBackAll(gl);
+}
+
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -65,7 +211,11 @@ void RunRound(SlotCounts& counts, uint64_t seed, int64_t threads, int64_t calls,
   DrawFromFew(round);
   std::vector<std::thread> hosts;
   for (int64_t i = 0; i < threads; ++i)
-    hosts.emplace_back([&, i] { Fuzz(round, seed * 64 + static_cast<uint64_t>(i), calls, end, handlesAreLeft); });
+    hosts.emplace_back([&, i] {
+      Fuzzer fuzzer(round, seed * 64 + static_cast<uint64_t>(i));
+      fuzzer.Run(calls, end);
+      fuzzer.End(handlesAreLeft);
+    });
   for (std::thread& host : hosts) host.join();
   round.handedOver.GiveBackAll(*table);
   if (!handlesAreLeft) DemandBalance(round);

@@ -5,14 +5,12 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <memory>
 #include <mutex>
-#include <string>
+#include <shared_mutex>
 #include <thread>
 
 #include "abuse/checks.h"
@@ -24,44 +22,17 @@
 namespace qvg::test {
 namespace {
 
+using Clock = std::chrono::steady_clock;
+
 constexpr int kThreads = 4;
 constexpr int kCycle = 60;  ///< Frames after which a thread does the same again: so short that a warm-up sees it all.
 constexpr int kContextLife = 5 * kCycle;
 constexpr int kVerified = 100;
 
-/// Lets all threads stop between two frames.
-class Pause {
- public:
-  /// Called by a thread between two frames.
-  void Here() {
-    if (!wanted_) return;
-    std::unique_lock lock(mutex_);
-    ++stopped_;
-    changed_.notify_all();
-    changed_.wait(lock, [&] { return !wanted_; });
-    --stopped_;
-  }
-  /// Runs measure while all threads stand still.
-  template <class Measure>
-  void During(Measure measure) {
-    std::unique_lock lock(mutex_);
-    wanted_ = true;
-    changed_.wait(lock, [&] { return stopped_ == kThreads; });
-    measure();
-    wanted_ = false;
-    changed_.notify_all();
-  }
-
- private:
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  std::atomic<bool> wanted_ = false;
-  int stopped_ = 0;
-};
-
 struct Shared {
   const QVGGLRendererInterface& gl;
-  Pause pause = {};
+  std::mutex gate = {};              ///< Held: no thread begins another frame.
+  std::shared_mutex rendering = {};  ///< Shared: a frame is at work.
   std::atomic<bool> stop = false;
   std::atomic<int64_t> frames = 0;
   std::atomic<int64_t> verified = 0;
@@ -82,6 +53,7 @@ class Worker {
         window_(48, 36, 60 * number),
         context_(gl_.GetSharedContext()) {
     shared_.Demand(gl_.MakeCurrentContext(context_, nullptr), "a context can't be made current");
+    constexpr int kSizes[][2] = {{64, 48}, {160, 120}, {34, 21}, {96, 128}};
     for (const auto& [width, height] : kSizes) {
       for (const Format& format : Formats()) {
         frames_.push_back(MakeFrame(format.code, width, height, number_));
@@ -95,7 +67,9 @@ class Worker {
   }
 
   void Run() {
-    for (int64_t i = 0; !shared_.stop; ++i) {
+    for (int64_t i = 0; !shared_.stop; ++i, ++shared_.frames) {
+      { const std::lock_guard turn(shared_.gate); }
+      const std::shared_lock frame(shared_.rendering);
       _Frame(static_cast<int>(i % kCycle));
       if (i % 5 == 0) _Show();
       if (i % kVerified == 0) {
@@ -105,20 +79,15 @@ class Worker {
       }
       gl_.ReleaseTexture(&picture_);
       if (i % kCycle == kCycle - 1) _ChangeContext(i % kContextLife == kContextLife - 1);
-      ++shared_.frames;
-      shared_.pause.Here();
     }
   }
 
  private:
-  static constexpr std::array<int, 2> kSizes[] = {{64, 48}, {160, 120}, {34, 21}, {96, 128}};
-
   void _Frame(int i) {
     static constexpr int32_t kBlends[] = {QVG_BLEND_NONE, QVG_BLEND_NORMAL, QVG_BLEND_MULTIPLY, QVG_BLEND_LUMINOSITY,
                                           QVG_BLEND_MASK_LUMA};
     const auto place = static_cast<size_t>((i + number_ * 15) % kCycle);
-    const QVGPixelBuffer& frame = frames_[place].buffer;
-    QVGTexture* source = gl_.UploadPixelBufferToNewTexture(&frame, i % 2 == 0, false, {});
+    QVGTexture* source = gl_.UploadPixelBufferToNewTexture(&frames_[place].buffer, i % 2 == 0, false, {});
     if (i % 3 == 0) _ApplyEffect(source, i);
     picture_ = gl_.AcquireTexture(100, 80);
     QVGFrameBuffer* target = gl_.CreateFrameBuffer(100, 80, false, false);
@@ -127,16 +96,16 @@ class Worker {
     params.opacity = 0.75;
     params.rotation[2] = i;
     const double black[4] = {0, 0, 0, 1};
-    const bool drawn = gl_.BindTextureToFrameBuffer(target, picture_) && gl_.ClearFrameBuffer(target, black) &&
-                       gl_.DrawTexture(source, target, &params);
-    shared_.Demand(drawn, "a frame could not be drawn");
-    QVGPixelBuffer out = {}, *pointer = &out;
-    const bool read = i % 4 == 0   ? gl_.TextureToNV12PixelBuffer(picture_, &out, false)
-                      : i % 4 == 1 ? gl_.TextureToYUV420PixelBuffer(source, false, false, &out)
-                      : i % 4 == 2 ? gl_.TextureToRGBAPixelBuffer(picture_, &out, true)
-                                   : gl_.TextureToBGRAPixelBuffer(source, &out, false);
-    shared_.Demand(read, "a frame could not be read back");
-    gl_.ReleasePixelBuffer(&pointer);
+    shared_.Demand(gl_.BindTextureToFrameBuffer(target, picture_) && gl_.ClearFrameBuffer(target, black) &&
+                       gl_.DrawTexture(source, target, &params),
+                   "a frame could not be drawn");
+    ReadBack read;
+    QVGPixelBuffer* const out = &read.buffer;
+    shared_.Demand(i % 4 == 0   ? gl_.TextureToNV12PixelBuffer(picture_, out, false)
+                   : i % 4 == 1 ? gl_.TextureToYUV420PixelBuffer(source, false, false, out)
+                   : i % 4 == 2 ? gl_.TextureToRGBAPixelBuffer(picture_, out, true)
+                                : gl_.TextureToBGRAPixelBuffer(source, out, false),
+                   "a frame could not be read back");
     gl_.DestroyFrameBuffer(&target);
     gl_.ReleaseTexture(&source);
   }
@@ -160,10 +129,10 @@ class Worker {
     if (window_.handle() == nullptr) return;
     if (drawer_ == nullptr) drawer_ = gl_.CreateWndDrawer(window_.handle());
     gl_.Finish();
-    const bool shown = gl_.MakeCurrentContext(gl_.GetWndDrawerHandle(drawer_), nullptr) &&
+    shared_.Demand(gl_.MakeCurrentContext(gl_.GetWndDrawerHandle(drawer_), nullptr) &&
                        gl_.SetWndDrawerSize(drawer_, 48, 36) && gl_.DrawTextureToWnd(drawer_, picture_) &&
-                       gl_.MakeCurrentContext(context_, nullptr);
-    shared_.Demand(shown, "a frame could not be shown");
+                       gl_.MakeCurrentContext(context_, nullptr),
+                   "a frame could not be shown");
   }
 
   // Most come back from others that gave them back; now and then one ends, and the window's with it.
@@ -187,57 +156,41 @@ class Worker {
 
 /// What the process holds, and how much more of it than at first is no growth: pools need long to have enough for what
 /// all threads may ask for at once, and give all of it back in the end.
-enum Held { kHeap, kResident, kTaskCount, kDescriptors, kTextureNames, kBufferNames, kProgramNames, kHeldCount };
-struct Column {
+constexpr struct {
   const char* title;
   int64_t slack;
-};
-constexpr Column kColumns[kHeldCount] = {{"heap KiB", 1024}, {"resident KiB", 32768}, {"threads", 0},
-                                         {"descriptors", 0}, {"textures", 32},        {"buffers", 16},
-                                         {"programs", 40}};
+} kColumns[] = {{"heap KiB", 1024}, {"resident KiB", 32768}, {"threads", 0},  {"descriptors", 0},
+                {"textures", 32},   {"buffers", 16},         {"programs", 40}};
+using Sample = std::array<int64_t, std::size(kColumns)>;
 
-struct Sample {
-  double seconds = 0;
-  int64_t frames = 0;
-  std::array<int64_t, kHeldCount> held = {};
-};
-
-int64_t EntriesOf(const char* folder) {
-  return std::distance(std::filesystem::directory_iterator(folder), std::filesystem::directory_iterator());
-}
-
-std::array<int64_t, kHeldCount> Measure() {
+Sample Measure() {
+  const auto entries = [](const char* folder) {
+    return std::distance(std::filesystem::directory_iterator(folder), std::filesystem::directory_iterator());
+  };
   const struct mallinfo2 heap = mallinfo2();
   int64_t pages = 0;
   std::ifstream("/proc/self/statm") >> pages >> pages;
   const std::vector<size_t> names = NameCounts();
   return {static_cast<int64_t>(heap.uordblks + heap.hblkhd) / 1024,
           pages * sysconf(_SC_PAGESIZE) / 1024,
-          EntriesOf("/proc/self/task"),
-          EntriesOf("/proc/self/fd"),
+          entries("/proc/self/task"),
+          entries("/proc/self/fd"),
           static_cast<int64_t>(names[kTextures]),
           static_cast<int64_t>(names[kBuffers]),
           static_cast<int64_t>(names[kPrograms])};
 }
 
-void Print(std::FILE* report, const Sample& sample) {
-  std::fprintf(report, "%9.1f %9lld", sample.seconds, static_cast<long long>(sample.frames));
-  for (const int64_t value : sample.held) std::fprintf(report, " %12lld", static_cast<long long>(value));
-  std::fputc('\n', report);
-}
-
 // Whether even the least of the last third is more than the most of the first: what only goes up and down is not.
-bool Grows(const std::vector<Sample>& samples, int held) {
+bool Grows(const std::vector<Sample>& samples, size_t column) {
   const auto third = static_cast<std::ptrdiff_t>(std::max<size_t>(1, samples.size() / 3));
-  const auto less = [&](const Sample& a, const Sample& b) { return a.held[size_t(held)] < b.held[size_t(held)]; };
-  const int64_t most = std::max_element(samples.begin(), samples.begin() + third, less)->held[size_t(held)];
-  const int64_t least = std::min_element(samples.end() - third, samples.end(), less)->held[size_t(held)];
-  return least > most + kColumns[held].slack;
+  const auto value = [column](const Sample& sample) { return sample[column]; };
+  const Sample& most = *std::ranges::max_element(samples.begin(), samples.begin() + third, {}, value);
+  const Sample& least = *std::ranges::min_element(samples.end() - third, samples.end(), {}, value);
+  return least[column] > most[column] + kColumns[column].slack;
 }
 
-/// Runs the threads until frames were rendered and seconds are over; a sample each interval.
+/// Runs the threads until frames were rendered and seconds are over; a sample each interval, while they stand still.
 std::vector<Sample> Work(Shared& shared, int64_t frames, double seconds, double interval, std::FILE* report) {
-  using Clock = std::chrono::steady_clock;
   shared.stop = false;
   std::vector<std::thread> threads;
   for (int i = 0; i < kThreads; ++i) threads.emplace_back([&, i] { Worker(shared, i).Run(); });
@@ -247,8 +200,12 @@ std::vector<Sample> Work(Shared& shared, int64_t frames, double seconds, double 
   std::vector<Sample> samples;
   while ((shared.frames - before < frames || elapsed() < seconds) && *shared.fault == '\0') {
     std::this_thread::sleep_for(std::chrono::duration<double>(interval));
-    shared.pause.During([&] { samples.push_back({elapsed(), shared.frames, Measure()}); });
-    Print(report, samples.back());
+    const std::lock_guard gate(shared.gate);
+    const std::unique_lock standstill(shared.rendering);
+    samples.push_back(Measure());
+    std::fprintf(report, "%9.1f %9lld", elapsed(), static_cast<long long>(shared.frames));
+    for (const int64_t value : samples.back()) std::fprintf(report, " %12lld", static_cast<long long>(value));
+    std::fputc('\n', report);
   }
   shared.stop = true;
   for (std::thread& thread : threads) thread.join();
@@ -265,15 +222,15 @@ int Main(int argc, char** argv) {
     const CurrentContext context;
     Shared shared = {Table()};
     std::fprintf(report, "%9s %9s", "seconds", "frames");
-    for (const Column& column : kColumns) std::fprintf(report, " %12s", column.title);
+    for (const auto& column : kColumns) std::fprintf(report, " %12s", column.title);
     std::fputc('\n', report);
     Work(shared, kWarmUp, 0, 1, report);
     const std::vector<size_t> before = CountsWhenIdle(shared.gl, context.handle);
     std::fprintf(report, "warm\n");
-    std::vector<Sample> samples = Work(shared, kWarmUp, seconds, std::max(1.0, seconds / 30), report);
-    for (int held = 0; held < kHeldCount; ++held) {
-      if (!Grows(samples, held)) continue;
-      std::fprintf(report, "FAULT: %s grow\n", kColumns[held].title);
+    const std::vector<Sample> samples = Work(shared, kWarmUp, seconds, std::max(1.0, seconds / 30), report);
+    for (size_t column = 0; column < std::size(kColumns); ++column) {
+      if (!Grows(samples, column)) continue;
+      std::fprintf(report, "FAULT: %s grow\n", kColumns[column].title);
       failed = true;
     }
     const std::vector<size_t> after = CountsWhenIdle(shared.gl, context.handle);
