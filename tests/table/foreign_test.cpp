@@ -11,18 +11,17 @@
 namespace qvg::test {
 namespace {
 
-constexpr int kTextures8 = 8;
+constexpr int kTextureCount = 8;
 
 /// What a host has on its own context: textures whose names the library has, too, bindings, state, and an error that it
 /// has not asked for yet.
 class HostObjects {
  public:
   HostObjects() {
-    glGenTextures(kTextures8, textures_);
-    for (int i = 0; i < kTextures8; ++i) {
+    glGenTextures(kTextureCount, textures_);
+    for (int i = 0; i < kTextureCount; ++i) {
       glBindTexture(GL_TEXTURE_2D, textures_[i]);
-      const std::vector<uint8_t> texels(64, static_cast<uint8_t>(20 * i + 1));
-      glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA8, 4, 4, 0, GL_RGBA, GL_UNSIGNED_BYTE, texels.data());
+      glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA8, 4, 4, 0, GL_RGBA, GL_UNSIGNED_BYTE, Texels(i).data());
     }
     glActiveTexture(GL_TEXTURE2);
     glBindTexture(GL_TEXTURE_2D, textures_[3]);
@@ -47,13 +46,11 @@ class HostObjects {
     if (glGetError() != GL_NO_ERROR) changes += "there is another error; ";
     if (NameCounts() != names_) changes += "objects were made or deleted; ";
     if (State() != state_) changes += "state was changed; ";
-    for (int i = 0; i < kTextures8; ++i) {
+    for (int i = 0; i < kTextureCount; ++i) {
       std::vector<uint8_t> texels(64);
       glBindTexture(GL_TEXTURE_2D, textures_[i]);
       glGetTexImage(GL_TEXTURE_2D, 0, GL_RGBA, GL_UNSIGNED_BYTE, texels.data());
-      if (texels != std::vector<uint8_t>(64, static_cast<uint8_t>(20 * i + 1))) {
-        changes += "texture " + std::to_string(textures_[i]) + " was changed; ";
-      }
+      if (texels != Texels(i)) changes += "texture " + std::to_string(textures_[i]) + " was changed; ";
     }
     glBindTexture(GL_TEXTURE_2D, textures_[3]);
     glGetError();
@@ -63,21 +60,23 @@ class HostObjects {
 
  private:
   static void LeaveError() { glEnable(GL_RGBA8); }
+  static std::vector<uint8_t> Texels(int texture) {
+    return std::vector<uint8_t>(64, static_cast<uint8_t>(20 * texture + 1));
+  }
   static std::vector<int> State() {
     std::vector<int> values;
     for (const GLenum name :
          {GL_TEXTURE_BINDING_2D, GL_ACTIVE_TEXTURE, GL_ARRAY_BUFFER_BINDING, GL_PIXEL_PACK_BUFFER_BINDING,
           GL_PIXEL_UNPACK_BUFFER_BINDING, GL_FRAMEBUFFER_BINDING, GL_UNPACK_ROW_LENGTH, GL_PACK_ROW_LENGTH,
-          GL_SCISSOR_TEST, GL_BLEND, GL_CURRENT_PROGRAM, GL_VERTEX_ARRAY_BINDING}) {
-      values.push_back(0);
-      glGetIntegerv(name, &values.back());
+          GL_SCISSOR_TEST, GL_BLEND, GL_CURRENT_PROGRAM, GL_VERTEX_ARRAY_BINDING, GL_VIEWPORT}) {
+      int value[4] = {};
+      glGetIntegerv(name, value);
+      values.insert(values.end(), value, value + 4);
     }
-    values.resize(values.size() + 4);
-    glGetIntegerv(GL_VIEWPORT, &values[values.size() - 4]);
     return values;
   }
 
-  GLuint textures_[kTextures8] = {};
+  GLuint textures_[kTextureCount] = {};
   std::vector<size_t> names_;
   std::vector<int> state_;
 };
@@ -87,7 +86,7 @@ class ForeignTest : public TableTest {
   void SetUp() override {
     TableTest::SetUp();
     ExpectErrorLines();  // of what is refused
-    for (int i = 0; i < kTextures8; ++i) live_.push_back(Upload(Picture(40, 30, i)));
+    for (int i = 0; i < kTextureCount; ++i) live_.push_back(Upload(Picture(40, 30, i)));
   }
   void TearDown() override {
     live_.clear();
@@ -100,27 +99,20 @@ class ForeignTest : public TableTest {
       SCOPED_TRACE(kind);
       const auto foreign = ForeignContext::Make(kind);
       ASSERT_NE(foreign, nullptr);
-      Under(*foreign, [&] {
-        HostObjects host;
-        host_ = &host;
-        foreign_ = foreign.get();
-        test();
-        EXPECT_TRUE(foreign->MakeCurrent());
-        EXPECT_EQ(host.Changes(), "");
-        host_ = nullptr;
-      });
-      for (int i = 0; i < kTextures8; ++i) {
-        EXPECT_EQ(Difference(Picture(40, 30, i), Content(live_[i].get())), "") << "texture " << i << " of the library";
-      }
+      gl_.MakeCurrentContext(nullptr, nullptr);
+      ASSERT_TRUE(foreign->MakeCurrent());
+      HostObjects host;
+      host_ = &host;
+      foreign_ = foreign.get();
+      test();
+      EXPECT_TRUE(foreign->MakeCurrent());
+      EXPECT_EQ(host.Changes(), "");
+      foreign->Unbind();
+      if (context_ == nullptr) context_ = std::make_unique<CurrentContext>();  // went with the library
+      ASSERT_TRUE(gl_.MakeCurrentContext(context_->handle, nullptr));
+      for (size_t i = 0; i < live_.size(); ++i)
+        EXPECT_EQ(Difference(Picture(40, 30, static_cast<int>(i)), Content(live_[i].get())), "") << "texture " << i;
     }
-  }
-
-  void Under(ForeignContext& foreign, const std::function<void()>& work) {
-    gl_.MakeCurrentContext(nullptr, nullptr);
-    ASSERT_TRUE(foreign.MakeCurrent());
-    work();
-    foreign.Unbind();
-    ASSERT_TRUE(gl_.MakeCurrentContext(context_->handle, nullptr));
   }
 
   /// Meanwhile, the library's own context is current.
@@ -230,18 +222,14 @@ TEST_F(ForeignTest, WhatIsGivenBackThereIsWholeAfterwards) {
 }
 
 TEST_F(ForeignTest, ReadBacksGivenBackThereAreUsedAgain) {
-  constexpr int kFrames = 12;
   UnderEach([&] {
     std::vector<size_t> buffers;
-    for (int i = 0; i < kFrames; ++i) {
-      QVGPixelBuffer out = {};
-      QVGPixelBuffer* handle = &out;
+    for (int i = 0; i < 12; ++i) {
+      ReadBack read;
       OnOurs([&] {
-        ASSERT_TRUE(gl_.TextureToNV12PixelBuffer(live_[0].get(), &out, false));
+        ASSERT_TRUE(gl_.TextureToNV12PixelBuffer(live_[0].get(), &read.buffer, false));
         buffers.push_back(LiveNames(kBuffers).size());
       });
-      gl_.ReleasePixelBuffer(&handle);
-      EXPECT_EQ(handle, nullptr);
     }
     EXPECT_LE(buffers.back(), buffers[1] + 1) << "buffers are lost";
     ExpectUntouched("read-backs given back");
@@ -290,45 +278,36 @@ TEST_F(ForeignTest, WindowDrawersComeAndGoThere) {
 }
 
 TEST_F(ForeignTest, TheLibraryEndsAndStartsThere) {
-  for (const std::string& kind : ForeignContext::Kinds()) {
-    SCOPED_TRACE(kind);
-    // What is still held when the library goes.
-    live_.clear();
+  live_.clear();
+  // What is still held when the library goes. The records stay: who does not give them back has them for good, but
+  // still knows where they are.
+  static auto& kept = *new std::vector<void*>;
+  UnderEach([&] {
     QVGPixelBuffer mapped = {};
-    TexturePtr held[kTextures8];
-    for (TexturePtr& texture : held) texture = Upload(Picture(40, 30, 1));
-    FrameBufferPtr target = Target(held[0].get());
-    EXPECT_TRUE(gl_.TextureToRGBAPixelBuffer(held[1].get(), &mapped, false));
-    // Their records stay: who does not give them back has them for good, but still knows where they are.
-    static auto& kept = *new std::vector<void*>;
-    for (TexturePtr& texture : held) kept.push_back(texture.release());
-    kept.push_back(target.release());
+    OnOurs([&] {
+      TexturePtr held[kTextureCount];
+      for (TexturePtr& texture : held) texture = Upload(Picture(40, 30, 1));
+      kept.push_back(Target(held[0].get()).release());
+      EXPECT_TRUE(gl_.TextureToRGBAPixelBuffer(held[1].get(), &mapped, false));
+      for (TexturePtr& texture : held) kept.push_back(texture.release());
+    });
+    foreign_->Unbind();
     context_.reset();
-
-    const auto foreign = ForeignContext::Make(kind);
-    ASSERT_TRUE(foreign != nullptr && foreign->MakeCurrent());
-    {
-      HostObjects host;
-      host_ = &host;
-      foreign_ = foreign.get();
-      for (int round = 0; round < 2; ++round) {
-        const QVGGLRendererInterface* table = &gl_;
-        QVG_ReleaseGLRendererInterface(&table);
-        ExpectUntouched("released");
-        EXPECT_EQ(QVG_GetGLRendererInterface(nullptr), &gl_);
-        ExpectUntouched("started");
-        EXPECT_TRUE(gl_.IsGLVersionSupported());
-        std::thread([] {
-          const CurrentContext context;
-          EXPECT_EQ(Difference(Picture(9, 9, 1), Content(Upload(Picture(9, 9, 1)).get())), "");
-        }).join();
-        ExpectUntouched("rendered elsewhere");
-      }
+    ASSERT_TRUE(foreign_->MakeCurrent());
+    for (int round = 0; round < 2; ++round) {
+      const QVGGLRendererInterface* table = &gl_;
+      QVG_ReleaseGLRendererInterface(&table);
+      ExpectUntouched("released");
+      EXPECT_EQ(QVG_GetGLRendererInterface(nullptr), &gl_);
+      ExpectUntouched("started");
+      EXPECT_TRUE(gl_.IsGLVersionSupported());
+      std::thread([] {
+        const CurrentContext context;
+        EXPECT_EQ(Difference(Picture(9, 9, 1), Content(Upload(Picture(9, 9, 1)).get())), "");
+      }).join();
+      ExpectUntouched("rendered elsewhere");
     }
-    foreign->Unbind();
-    context_ = std::make_unique<CurrentContext>();
-    ASSERT_NE(context_->handle, nullptr);
-  }
+  });
 }
 
 }  // namespace

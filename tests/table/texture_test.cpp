@@ -139,6 +139,7 @@ TEST_F(PoolTest, PreallocatedObjectsAreUsedAndClearedObjectsGo) {
     ClearPools();  // spares what is out
     for (const TexturePtr& texture : textures) EXPECT_NE(glIsTexture(gl_.GetTextureId(texture.get())), 0);
     EXPECT_EQ(PixelsOf(rgba.buffer).texels.size(), 80u * 60);
+    std::thread([&] { rgba.Release(); }).join();  // a thread without a context
   }
   ClearPools();
   EXPECT_EQ(counts(), empty);
