@@ -1,7 +1,9 @@
 #include "process.h"
 
+#include <dlfcn.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -16,4 +18,18 @@ Resources CountResources() {
   long pages = 0;
   std::ifstream("/proc/self/statm") >> pages >> pages;
   return {entries("/proc/self/task"), entries("/proc/self/fd"), pages * (sysconf(_SC_PAGESIZE) / 1024)};
+}
+
+void* OpenModule(const char* path) {
+  void* const module = dlopen(path, RTLD_NOW | RTLD_LOCAL);
+  if (module == nullptr) std::fprintf(stderr, "%s\n", dlerror());
+  return module;
+}
+Function FindFunction(void* module, const char* name) { return reinterpret_cast<Function>(dlsym(module, name)); }
+void CloseModule(void* module) { dlclose(module); }
+
+bool IsLoaded(const char* path) {
+  void* const module = dlopen(path, RTLD_NOW | RTLD_NOLOAD);
+  if (module != nullptr) dlclose(module);
+  return module != nullptr;
 }

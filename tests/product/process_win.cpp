@@ -5,6 +5,8 @@
 #include <psapi.h>
 #include <tlhelp32.h>
 
+#include <cstdio>
+
 // Libraries are told of it, as they are at a return from main; a mere stop is what std::_Exit gives.
 void EndQuickly() { ExitProcess(0); }
 
@@ -23,3 +25,14 @@ Resources CountResources() {
   K32GetProcessMemoryInfo(GetCurrentProcess(), &memory, sizeof memory);
   return {threads, static_cast<long>(handles), static_cast<long>(memory.WorkingSetSize / 1024)};
 }
+
+void* OpenModule(const char* path) {
+  const HMODULE module = LoadLibraryA(path);
+  if (module == nullptr) std::fprintf(stderr, "LoadLibrary: error %lu\n", GetLastError());
+  return module;
+}
+Function FindFunction(void* module, const char* name) {
+  return reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(static_cast<HMODULE>(module), name)));
+}
+void CloseModule(void* module) { FreeLibrary(static_cast<HMODULE>(module)); }
+bool IsLoaded(const char* path) { return GetModuleHandleA(path) != nullptr; }
