@@ -66,10 +66,8 @@ struct Errors {
 std::string SizeFault(const Image& expected, const Image& actual);
 /// What texel i is and what it should be.
 std::string TexelFault(const Image& expected, const Image& actual, size_t i);
-/// "" when every texel of actual is within limit steps of the same texel of one of the candidates, else where and how
-/// not. Texels for which skip is set are left out.
-std::string Compare(const std::vector<Image>& candidates, const Image& actual, double limit, Errors& errors,
-                    const std::vector<bool>& skip = {});
+/// "" when every texel of actual is within limit steps of the expected one, else where and how not. Texels for which
+/// skip is set are left out.
 std::string Compare(const Image& expected, const Image& actual, double limit, Errors& errors,
                     const std::vector<bool>& skip = {});
 /// The same for errors that nobody reports; without a limit both must hold the same bytes.

@@ -98,8 +98,6 @@ class TableTest : public ::testing::Test {
   /// "" when nothing is off by more than the limit; what is off is stated in the end.
   std::string Mismatch(const Image& expected, const Image& actual, double limit, const std::vector<bool>& skip = {});
   std::string Mismatch(const Planes& expected, const QVGPixelBuffer& actual, double limit);
-  /// States the largest error of a comparison, in steps of 1/255.
-  void Report(const std::string& what, const Errors& errors);
 
   const QVGGLRendererInterface& gl_ = Table();
   std::unique_ptr<CurrentContext> context_;
@@ -109,7 +107,6 @@ class TableTest : public ::testing::Test {
   bool errorsExpected_ = false;
   bool capturing_ = false;
   std::string output_;
-  std::string report_;
 };
 
 }  // namespace qvg::test

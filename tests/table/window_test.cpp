@@ -299,15 +299,13 @@ TEST_F(WindowTest, EveryWindowDrawnOnAThreadOfItsOwn) {
   constexpr int kThreads = 3;
   std::vector<std::unique_ptr<View>> views;
   for (int i = 0; i < kThreads; ++i) views.push_back(std::make_unique<View>(60 + 20 * i, 50, 150 * i));
-  std::atomic<int> drawn = 0;
   const auto work = [&](int i) {
     CurrentContext context;
-    for (int frame = 0; frame < 30; ++frame) drawn += views[i]->Draw(Upload(Picture(40, 30 + i, frame)));
+    for (int frame = 0; frame < 30; ++frame) EXPECT_TRUE(views[i]->Draw(Upload(Picture(40, 30 + i, frame))));
   };
   std::vector<std::thread> threads;
   for (int i = 0; i < kThreads; ++i) threads.emplace_back(work, i);
   for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(drawn, 30 * kThreads);
   for (int i = 0; i < kThreads; ++i)
     EXPECT_EQ(views[i]->Shows(Presented(Picture(40, 30 + i, 29), 0, true, 60 + 20 * i, 50)), "") << i;
 }
