@@ -52,7 +52,10 @@ constexpr Place kPlaces[] = {Place::Fresh, Place::Recycled, Place::OffCentre};
 constexpr double kYuvLimit = 1.51;
 
 /// A descriptor whose every field holds something else.
-QVGPixelBuffer Filled() { return {{}, {-7, -7, -7}, -7, -7, -7, -7, -7}; }
+QVGPixelBuffer Filled() {
+  static uint8_t byte = 0;
+  return {{&byte, &byte, &byte}, {-7, -7, -7}, -7, -7, -7, -7, -7};
+}
 
 /// What it says after a read-back: format, width, height, strides and how far the other planes are behind the first.
 using Numbers = std::vector<ptrdiff_t>;
