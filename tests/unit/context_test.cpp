@@ -98,6 +98,17 @@ TEST_F(ContextTest, NamesOfOneContextWaitForIt) {
   }
 }
 
+TEST_F(ContextTest, SharedNamesWaitForAnyContext) {
+  ASSERT_TRUE(MakeCurrent(manager_->GetSharedContext()));
+  GLuint texture = 0;
+  glGenTextures(1, &texture);
+  glBindTexture(GL_TEXTURE_2D, texture);
+  OnOtherThread(false, [&] { DeleteSharedObject({SharedObject::kTexture, texture}); });
+  EXPECT_TRUE(glIsTexture(texture));
+  FlushContextObjects();
+  EXPECT_FALSE(glIsTexture(texture));
+}
+
 TEST_F(ContextTest, NamesOfADestroyedContextAreForgotten) {
   std::vector<ContextId> ids;
   for (int i = 0; i < 4; ++i) {

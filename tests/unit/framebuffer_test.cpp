@@ -15,24 +15,6 @@ class FrameBufferTest : public GLTest {
   Surfaces surfaces_;
 };
 
-TEST_F(FrameBufferTest, TexturesThatCannotBeDrawnToAreNotBound) {
-  {
-    Texture integers, exponents;  // those can be drawn to, these can't
-    ASSERT_TRUE(integers.Allocate(SettingOf(20, 10, GL_RG16UI)));
-    ASSERT_TRUE(exponents.Allocate(SettingOf(20, 10, GL_RGB9_E5)));
-    FrameBuffer frameBuffer(surfaces_);
-    ASSERT_TRUE(frameBuffer.Allocate({20, 10, 0, true, false}));
-    EXPECT_FALSE(frameBuffer.BindColorTexture(&exponents));
-    EXPECT_EQ(TakeLog(), "0 FrameBuffer is not complete\n");
-    EXPECT_EQ(frameBuffer.ColorTexture(), nullptr);
-    EXPECT_TRUE(frameBuffer.BindColorTexture(&integers));
-    EXPECT_FALSE(frameBuffer.BindColorTexture(nullptr));
-    EXPECT_EQ(frameBuffer.ColorTexture(), nullptr);
-  }
-  EXPECT_EQ(surfaces_.lent, 0);
-  EXPECT_EQ(Live(glIsFramebuffer) + Live(glIsRenderbuffer), 0);
-}
-
 TEST_F(FrameBufferTest, BlitsCopiesAndReadsTakeTheContent) {
   const Image from = Picture(40, 36, 1);
   const Image before = Picture(40, 36, 2);
