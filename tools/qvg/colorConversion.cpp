@@ -111,7 +111,8 @@ ColorTags TagsOf(const AVFrame& frame) {
 
 void ColorConverter::_MakeScaler(const Key& key) {
   // Rounding that brings every level back, chroma at full width: the fast paths are off by a step or more.
-  const int flags = SWS_BILINEAR | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT | SWS_FULL_CHR_H_INP;
+  const bool smaller = key.width < key.sourceWidth || key.height < key.sourceHeight;
+  const int flags = (smaller ? SWS_AREA : SWS_BILINEAR) | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT | SWS_FULL_CHR_H_INP;
   scaler_ = Checked(ScalerPtr(sws_alloc_context()));
   SwsContext* scaler = scaler_.get();
   const std::pair<const char*, int64_t> settings[] = {

@@ -14,6 +14,9 @@ namespace qvgtool {
 /** Exit codes. */
 enum ExitCode { kDone = 0, kFailed = 1, kBadUsage = 2, kInterrupted = 130 };
 
+/** For --key: the screen's colour is found in the pictures. */
+inline constexpr char kAutomaticKey[] = "auto";
+
 struct ProcessOptions {
   std::string input;  // Empty: the tool's own clip.
   std::string output;
@@ -22,7 +25,8 @@ struct ProcessOptions {
   WriteOptions write;
   EffectSettings effect;
   Layout layout;
-  UploadPath upload = UploadPath::kNative;
+  UploadPath upload = UploadPath::kSharp;
+  std::string key;  // Of the screen to be keyed out: its colour, or kAutomaticKey; empty: as the effect is told.
   std::optional<std::pair<int, int>> size;  // Of the output; the own clip's as well.
   int64_t frames = 0;                       // At most; 0: all.
   bool preview = false;                     // A window shows each frame

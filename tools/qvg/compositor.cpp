@@ -6,6 +6,7 @@
 #include <cmath>
 
 #include "alpha.h"
+#include "imageFiles.h"
 
 namespace qvgtool {
 namespace {
@@ -69,7 +70,13 @@ Compositor::Compositor(const Renderer& renderer, const Layout& layout, int width
   }
 }
 
-void Compositor::SetBackground(const AVFrame& image) { background_ = renderer_.Upload(imageConverter_.Prepare(image)); }
+void Compositor::SetBackground(const AVFrame& image) {
+  // Here, not on the GPU: there a picture much larger than the output would be sampled at a few of its texels.
+  const FramePtr cut = Checked(FramePtr(av_frame_clone(&image)));
+  CutTo(*cut, width_, height_);
+  background_ =
+      renderer_.Upload(toBackground_.Convert(*cut, AV_PIX_FMT_RGBA, width_, height_, {.rgb = true, .fullRange = true}));
+}
 
 const Texture& Compositor::Draw(const AVFrame& frame, int quarterTurns, bool alpha) {
   const auto& gl = renderer_.Table();
@@ -114,13 +121,12 @@ const Texture& Compositor::Draw(const AVFrame& frame, int quarterTurns, bool alp
     if (background_) {
       QVGDrawTextureParams behind = DefaultParams();
       behind.blendType = QVG_BLEND_NORMAL;
-      behind.scale[0] = behind.scale[1] =
-          std::max(static_cast<double>(width_) / gl.GetTextureWidth(background_.get()),
-                   static_cast<double>(height_) / gl.GetTextureHeight(background_.get()));
       _DrawInto(background_, behind);
     }
-    // The shadow is a rectangle's.
-    if (layout_.shadow > 0 && !premultiplied) _DrawShadow(width, height, fit * layout_.scale, params);
+    if (layout_.shadow > 0) {
+      premultiplied ? _DrawShadowOf(picture, width, height, params)
+                    : _DrawShadow(width, height, fit * layout_.scale, params);
+    }
   }
   _DrawInto(picture, params);
   return target_;
@@ -161,6 +167,53 @@ void Compositor::_DrawShadow(int width, int height, double scale, const QVGDrawT
   params.scale[0] = params.scale[1] = scale * kReduce;
   params.translation[1] += height * scale * 0.03;
   _DrawInto(shadow_, params);
+}
+
+// The shadow of what is not transparent: the picture made small, which blurs it, and black.
+void Compositor::_DrawShadowOf(const Texture& picture, int width, int height, const QVGDrawTextureParams& place) {
+  constexpr int kHalvings = 4;
+  const auto& gl = renderer_.Table();
+  const auto small = [&](int halvings) {
+    return renderer_.NewTarget(std::max(1, width >> halvings), std::max(1, height >> halvings));
+  };
+  if (!black_) {
+    for (int i = 1; i <= kHalvings; ++i) reduced_.push_back(small(i));
+    black_ = small(kHalvings);
+    keyedShadow_ = small(kHalvings);
+    constexpr double kBlack[4] = {0, 0, 0, 1};
+    if (!gl.ClearTexture(black_.get(), kBlack)) throw Error("clearing failed");
+  }
+  const auto drawAlone = [&](const Texture& texture, const Texture& target, const QVGDrawTextureParams& params) {
+    constexpr double kNothing[4] = {0, 0, 0, 0};
+    const FrameBuffer frameBuffer = renderer_.NewFrameBuffer(target);
+    if (!gl.ClearFrameBuffer(frameBuffer.get(), kNothing) ||
+        !gl.DrawTexture(texture.get(), frameBuffer.get(), &params)) {
+      throw Error("drawing failed");
+    }
+  };
+  const Texture* from = &picture;
+  double fromWidth = width, fromHeight = height, upsideDown = -1;
+  for (const Texture& half : reduced_) {
+    QVGDrawTextureParams params = DefaultParams();
+    params.scale[0] = gl.GetTextureWidth(half.get()) / fromWidth;
+    params.scale[1] = upsideDown * gl.GetTextureHeight(half.get()) / fromHeight;
+    drawAlone(*from, half, params);
+    from = &half;
+    fromWidth = gl.GetTextureWidth(half.get());
+    fromHeight = gl.GetTextureHeight(half.get());
+    upsideDown = 1;
+  }
+  QVGDrawTextureParams cut = DefaultParams();
+  cut.matteTexture = from->get();
+  cut.matteType = QVG_MATTE_ALPHA;
+  drawAlone(black_, keyedShadow_, cut);
+  QVGDrawTextureParams params = place;
+  params.blendType = QVG_BLEND_NORMAL;
+  params.opacity = layout_.shadow * layout_.opacity;
+  params.scale[0] = std::abs(place.scale[0]) * width / fromWidth;
+  params.scale[1] = std::abs(place.scale[1]) * height / fromHeight;
+  params.translation[1] += height * std::abs(place.scale[1]) * 0.03;
+  _DrawInto(keyedShadow_, params);
 }
 
 void Compositor::_DrawInto(const Texture& texture, const QVGDrawTextureParams& params) {

@@ -30,7 +30,7 @@ class Compositor {
   /** width, height: of the output. Throws Error. */
   Compositor(const Renderer& renderer, const Layout& layout, int width, int height, UploadPath upload);
 
-  /** Lays an image over the whole output, below everything; it is cut to the output's shape. */
+  /** From now on this picture, cut to the output's shape, fills the output below everything. Throws Error. */
   void SetBackground(const AVFrame& image);
 
   /** Every frame goes through the effect first, which must live as long as this object; null: through none. */
@@ -42,19 +42,23 @@ class Compositor {
  private:
   Texture _Upload(const AVFrame& frame, bool premultiplied);
   void _DrawShadow(int width, int height, double scale, const QVGDrawTextureParams& place);
+  void _DrawShadowOf(const Texture& picture, int width, int height, const QVGDrawTextureParams& place);
   void _DrawInto(const Texture& texture, const QVGDrawTextureParams& params);
 
   const Renderer& renderer_;
   Layout layout_;
   int width_, height_;
   int blendType_;
-  UploadConverter converter_, imageConverter_{UploadPath::kSharp};
-  ColorConverter toRGBA_;
+  UploadConverter converter_;
+  ColorConverter toRGBA_, toBackground_;
   Texture target_;
   FrameBuffer frameBuffer_;
   const Effect* effect_ = nullptr;
   Texture background_, shadow_;
   int shadowWidth_ = 0, shadowHeight_ = 0;
+  // A keyed picture small, and smaller; black; cut out of it what the smallest shows.
+  std::vector<Texture> reduced_;
+  Texture black_, keyedShadow_;
 };
 
 }  // namespace qvgtool

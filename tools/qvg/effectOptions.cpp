@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+#include "commands.h"
+
 namespace qvgtool {
 namespace {
 
@@ -23,16 +25,18 @@ void Put(EffectSettings& settings, const std::string& name, const std::string& o
 
 }  // namespace
 
-void AddEffectOptions(CLI::App& app, const EffectTable& table, EffectSettings& settings) {
+void AddEffectOptions(CLI::App& app, const EffectTable& table, EffectSettings& settings, std::string& key) {
   const char* group = "Effect";
   app.add_option_function<std::string>(
          "--key",
-         [&settings](const std::string& text) {
-           Put(settings, "color", "--key", text);
+         [&settings, &key](const std::string& text) {
+           if (text != kAutomaticKey) Put(settings, "color", "--key", text);
            settings["enable_key"] = ParamSetting::Switch(true);
+           key = text;
          },
-         "Makes what has this colour transparent, or shows --background there; qvg tune finds good values")
-      ->type_name("COLOUR")
+         "Makes a screen of this colour transparent; auto finds the colour. The values are found in the pictures, "
+         "unless --similarity is given: then all are taken as they stand")
+      ->type_name("COLOUR|auto")
       ->group(group);
   for (const QVGParamDescriptor& row : table.rows) {
     const std::string name = row.name, option = OptionName(app, name), help = HelpOf(row);

@@ -34,19 +34,6 @@ struct OwnedImage {
   std::vector<uint8_t> memory;
 };
 
-// The middle of a picture, in the wanted shape.
-void Cut(AVFrame& frame, int width, int height) {
-  if (width < 1 || height < 1) return;
-  const double shape = static_cast<double>(width) / height;
-  const int keptWidth = std::clamp(static_cast<int>(std::lround(frame.height * shape)), 1, frame.width);
-  const int keptHeight = std::clamp(static_cast<int>(std::lround(frame.width / shape)), 1, frame.height);
-  frame.crop_left = static_cast<size_t>(frame.width - keptWidth) / 2;
-  frame.crop_right = static_cast<size_t>(frame.width - keptWidth) - frame.crop_left;
-  frame.crop_top = static_cast<size_t>(frame.height - keptHeight) / 2;
-  frame.crop_bottom = static_cast<size_t>(frame.height - keptHeight) - frame.crop_top;
-  av_frame_apply_cropping(&frame, AV_FRAME_CROP_UNALIGNED);
-}
-
 QVGHostImage* DecodeImage(const char* path) {
   State& state = Shared();
   const std::scoped_lock lock(state.mutex);
@@ -57,7 +44,7 @@ QVGHostImage* DecodeImage(const char* path) {
     ColorConverter converter;
     const FramePtr frame = Checked(FramePtr(av_frame_clone(&converter.Convert(
         *source, AV_PIX_FMT_BGRA, source->width, source->height, {.rgb = true, .fullRange = true}))));
-    Cut(*frame, state.width, state.height);
+    CutTo(*frame, state.width, state.height);
     auto image = std::make_unique<OwnedImage>();
     image->memory.resize(static_cast<size_t>(frame->width) * static_cast<size_t>(frame->height) * 4);
     av_image_copy_to_buffer(image->memory.data(), static_cast<int>(image->memory.size()), frame->data, frame->linesize,
@@ -80,6 +67,18 @@ void FreeImage(const char*, QVGHostImage* image) { delete reinterpret_cast<Owned
 const QVGConfig& LibraryConfig() {
   static const QVGConfig config = {{}, DecodeImage, FreeImage};
   return config;
+}
+
+void CutTo(AVFrame& frame, int width, int height) {
+  if (width < 1 || height < 1) return;
+  const double shape = static_cast<double>(width) / height;
+  const int keptWidth = std::clamp(static_cast<int>(std::lround(frame.height * shape)), 1, frame.width);
+  const int keptHeight = std::clamp(static_cast<int>(std::lround(frame.width / shape)), 1, frame.height);
+  frame.crop_left = static_cast<size_t>(frame.width - keptWidth) / 2;
+  frame.crop_right = static_cast<size_t>(frame.width - keptWidth) - frame.crop_left;
+  frame.crop_top = static_cast<size_t>(frame.height - keptHeight) / 2;
+  frame.crop_bottom = static_cast<size_t>(frame.height - keptHeight) - frame.crop_top;
+  av_frame_apply_cropping(&frame, AV_FRAME_CROP_UNALIGNED);
 }
 
 void CutImagesTo(int width, int height) {

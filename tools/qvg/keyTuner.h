@@ -1,7 +1,9 @@
 // Finds values with which a screen behind a person disappears and the person stays.
 #pragma once
 
-#include <optional>
+#include <array>
+#include <string>
+#include <vector>
 
 #include "effect.h"
 
@@ -9,7 +11,7 @@ namespace qvgtool {
 
 struct KeyValues {
   ParamSetting color;
-  int64_t similarity, smoothness, spill;
+  int64_t similarity, smoothness, spill;  // In thousandths of colour distance, as the effect takes them.
 
   EffectSettings Settings() const;
   /** As options of qvg process. */
@@ -18,26 +20,30 @@ struct KeyValues {
 
 class KeyTuner {
  public:
-  /** rgba: the frame in which to look. key: the screen's colour, empty to find it along the picture's left, right and
-   *  upper border. Throws Error when no colour stands out there. */
-  KeyTuner(const Renderer& renderer, const AVFrame& rgba, const std::string& key);
+  /** pictures: upright RGBA frames from all over the clip; they may show different things, or nothing but the screen.
+   *  key: the screen's colour, empty to find it along the pictures' left, right and upper borders. Throws Error when no
+   *  colour stands out there, or none that can be keyed. */
+  KeyTuner(const std::vector<FramePtr>& pictures, const std::string& key);
 
-  KeyValues Find();
-
-  /** The keyed picture, RGBA with premultiplied alpha, top row first. */
-  FramePtr Keyed(const KeyValues& values) const;
+  /** Throws Error when the screen's colours reach into those of what stands before it. */
+  KeyValues Find() const;
 
  private:
-  struct Counts {
-    size_t screenLeft, kept;  // Pixels that aren't transparent: of the screen along the border, of all others.
-  };
-  Counts _Count(int64_t similarity) const;
+  // How many pixels lie at a distance from the key colour.
+  static constexpr int kBins = 1000;
+  using Histogram = std::array<double, kBins>;
 
-  const Renderer& renderer_;
-  Texture frame_;
-  int width_, height_;
+  static double _Quantile(const Histogram& histogram, double share);
+  static double _Threshold(const Histogram& all);
+  void _Sort(const std::vector<float>& distances, int width, int height, double threshold, const AVFrame& rgba);
+
   ParamSetting color_;
-  std::vector<size_t> screen_;  // Indices of the border's pixels that have the key colour.
+  // Well inside the screen and well inside what stands before it, where no pixel is a mixture of both; of the latter
+  // also the sum of colourfulness.
+  Histogram screen_ = {}, front_ = {}, colorfulness_ = {};
 };
+
+/** The share of the pictures' pixels that these settings make transparent, 0 to 1; settings may lack values. */
+double KeyedShare(const std::vector<FramePtr>& pictures, const EffectSettings& settings, const EffectTable& table);
 
 }  // namespace qvgtool

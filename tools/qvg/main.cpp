@@ -48,7 +48,7 @@ void SetUpProcess(CLI::App& app, ProcessOptions& options) {
       "  qvg process clip.mp4 -o out.mp4                          the clip as it is\n"
       "  qvg process clip.mp4 -o out.mp4 --scale 0.8 --rotate 5 --background beach.jpg --drop-shadow 0.6\n"
       "  qvg process photo.jpg -o out.png --size 640x480\n"
-      "  qvg process screen.mp4 -o out.mp4 --key 0x23a844 --background beach.jpg --blur 60\n"
+      "  qvg process screen.mp4 -o out.mp4 --key auto --background beach.jpg --blur 60\n"
       "  ffmpeg -i clip.mkv -f yuv4mpegpipe - | qvg process - -o out.mp4\n"
       "Colours come out as they went in; the output is tagged as limited-range BT.601.\n"
       "Exit code: 0 done, 1 failed or input damaged, 2 wrong usage, 130 interrupted.");
@@ -102,7 +102,7 @@ void SetUpProcess(CLI::App& app, ProcessOptions& options) {
       ->type_name("NAME")
       ->group(mix);
   app.add_option("--background", options.layout.background,
-                 "Image behind the frame, cut to the output's shape; with --key where the key colour was")
+                 "Image or clip behind the frame, cut to the output's shape; with --key where the screen was")
       ->type_name("FILE")
       ->group(mix);
   app.add_option_function<std::string>(
@@ -159,9 +159,9 @@ void SetUpProcess(CLI::App& app, ProcessOptions& options) {
       ->group(write);
 
   app.add_flag_callback(
-         "--sharp", [&options] { options.upload = UploadPath::kSharp; },
-         "Has FFmpeg turn YUV frames into RGB before they are uploaded, not the library on the GPU, whose conversion "
-         "softens a picture a little")
+         "--gpu-yuv", [&options] { options.upload = UploadPath::kNative; },
+         "Hands YUV frames to the library as they are, which turns them into RGB on the GPU and softens a picture a "
+         "little; else FFmpeg does it")
       ->group(write);
   app.add_flag(
          "--preview", options.preview,
@@ -204,10 +204,6 @@ void CompleteDemo(ProcessOptions& options, const CLI::App& app) {
 void Complete(ProcessOptions& options, const CLI::App& app) {
   EffectSettings& effect = options.effect;
   if (options.input.empty()) CompleteDemo(options, app);
-  const bool behindKey = IsOn(effect, "enable_key") || IsOn(effect, "enable_bg");
-  if (behindKey && !options.layout.background.empty() && !effect.contains("bgfile")) {
-    effect["bgfile"] = ParamSetting::File(std::exchange(options.layout.background, {}));
-  }
   if (IsOn(effect, "enable_bg") && !effect.contains("bgfile")) throw CLI::RequiredError("--bgfile FILE");
   ImplySwitches(effect);
   if (!options.input.empty()) {
@@ -261,7 +257,7 @@ int Main(int argc, char** argv) {
   CatchFfmpegLog(false);
   if (argc > 1 && !std::strcmp(argv[1], "process")) {
     try {
-      AddEffectOptions(*process, LoadEffectTable(), options.effect);
+      AddEffectOptions(*process, LoadEffectTable(), options.effect, options.key);
     } catch (const Error& error) {
       fmt::print(stderr, "qvg: no options for effects: {}\n", error.what());
       if (!std::any_of(argv, argv + argc, [](const char* word) { return !std::strcmp(word, "--help"); }))

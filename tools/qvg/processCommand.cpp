@@ -4,10 +4,13 @@
 #include <csignal>
 #include <filesystem>
 
+#include "backgroundClip.h"
 #include "commands.h"
 #include "contactSheet.h"
 #include "demoClip.h"
+#include "frameSamples.h"
 #include "imageFiles.h"
+#include "keyTuner.h"
 #include "logCapture.h"
 #include "previewWindow.h"
 #include "progress.h"
@@ -89,7 +92,27 @@ bool LeaveOn(Effect& effect, const EffectSettings& wanted, const StageSwitches& 
   return any;
 }
 
-Outcome Process(const ProcessOptions& options, LogCapture& log) {
+// Values for the key, where the user left them open. Says in a line what they are.
+std::string TuneKey(const std::vector<FramePtr>& samples, const std::string& key, EffectSettings& effect) {
+  KeyValues found = KeyTuner(samples, key == kAutomaticKey ? std::string() : key).Find();
+  const std::pair<const char*, int64_t*> values[] = {
+      {"similarity", &found.similarity}, {"smoothness", &found.smoothness}, {"anti-spill", &found.spill}};
+  for (const auto& [name, value] : values) {
+    if (const auto given = effect.find(name); given != effect.end()) *value = given->second.value.value.integer;
+  }
+  for (auto& [name, setting] : found.Settings()) effect.insert_or_assign(name, setting);
+  return "the screen is keyed out by " + found.OptionLine();
+}
+
+// What is odd about the share of the picture that a key takes; empty when nothing is.
+std::string KeyComplaint(double share) {
+  if (share > 0.005 && share < 0.98) return {};
+  return fmt::format("the key takes nearly {} ({:.1f} %): qvg tune shows what other values would",
+                     share < 0.5 ? "nothing of the picture" : "all of the picture", 100 * share);
+}
+
+Outcome Process(const ProcessOptions& wanted, LogCapture& log) {
+  ProcessOptions options = wanted;
   std::optional<Renderer> renderer;  // Outlives the writer, whose encoder may hold frames that the library lent.
   std::unique_ptr<FrameSource> source;
   if (options.input.empty()) {
@@ -99,11 +122,24 @@ Outcome Process(const ProcessOptions& options, LogCapture& log) {
     source = std::make_unique<MediaReader>(options.input, options.read);
     RefuseToOverwrite(options.input, options.output);
   }
+  Outcome outcome;
+  std::vector<FramePtr> samples;
+  if (IsOn(options.effect, "enable_key") && !options.input.empty()) {
+    if (std::error_code error; std::filesystem::is_regular_file(options.input, error)) {
+      samples = SamplesOf(options.input, options.read);
+    } else {
+      auto ahead = std::make_unique<ReadAhead>(std::move(source));
+      samples = ahead->Samples();
+      source = std::move(ahead);
+    }
+    const bool open = !options.key.empty() && (options.key == kAutomaticKey || !options.effect.contains("similarity"));
+    if (open && !samples.empty()) outcome.summary.push_back(TuneKey(samples, options.key, options.effect));
+  }
   WriteOptions write = options.write;
   write.alpha = KeysOut(options.effect) && options.layout.background.empty() && options.layout.backgroundColor[3] < 1;
   MediaWriter writer(options.output, write);
-  FramePtr background;
-  if (!options.layout.background.empty()) background = ReadImage(options.layout.background);
+  std::optional<BackgroundClip> background;
+  if (!options.layout.background.empty()) background.emplace(options.layout.background);
   if (options.input.empty()) ProvideImage(kDemoBackground, DemoBackground(source->Format()));
 
   FramePtr frame = source->Read();
@@ -126,7 +162,11 @@ Outcome Process(const ProcessOptions& options, LogCapture& log) {
   Layout layout = options.layout;
   if (!out.alpha) layout.backgroundColor[3] = 1;
   Compositor compositor(*renderer, layout, out.width, out.height, options.upload);
-  if (background) compositor.SetBackground(*background);
+  if (!samples.empty()) {
+    const std::string complaint = KeyComplaint(KeyedShare(samples, options.effect, AskEffectTable(renderer->Table())));
+    if (!complaint.empty()) outcome.complaints.push_back(complaint);
+    samples.clear();
+  }
   if (effect) compositor.SetEffect(&*effect);
   StageSwitches stages;
   std::optional<PreviewWindow> window;
@@ -155,6 +195,9 @@ Outcome Process(const ProcessOptions& options, LogCapture& log) {
   while (frame && !interrupted) {
     if (window && current && !window->WaitFor(seconds(frame), redraw)) break;
     current = frame.get();
+    if (background) {
+      if (const FramePtr behind = background->At(seconds(frame))) compositor.SetBackground(*behind);
+    }
     const Texture& picture = draw();
     if (window) window->Show(picture, seconds(frame));
     FramePtr result = renderer->ReadBack(picture, writer.FrameFormat());
@@ -177,7 +220,6 @@ Outcome Process(const ProcessOptions& options, LogCapture& log) {
   const bool closed = window && window->Closed();
   if (window && writer.SingleImage() && !options.maxSpeed && !interrupted) window->Hold("written", redraw);
 
-  Outcome outcome;
   outcome.summary.push_back(Summary(options.output, writer, out, done, elapsed));
   if (closed) {
     outcome.summary.push_back(fmt::format("window closed: {} ends after {} frames", options.output, done));

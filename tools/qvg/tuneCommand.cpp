@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "commands.h"
+#include "frameSamples.h"
 #include "keyTuner.h"
 #include "logCapture.h"
 #include "sheet.h"
@@ -43,19 +44,15 @@ FramePtr Tile(const AVFrame& keyed, int width, int height) {
 }
 
 std::string Tune(const TuneOptions& options, LogCapture& log) {
-  MediaReader reader(options.input, {.from = options.from, .sound = false});
-  FramePtr frame = reader.Read();
-  if (!frame) throw Error(fmt::format("{}: no picture could be decoded", options.input));
-  frame = Upright(*frame, reader.Format().quarterTurns);
-  ColorConverter converter;
-  const AVFrame& rgba =
-      converter.Convert(*frame, AV_PIX_FMT_RGBA, frame->width, frame->height, {.rgb = true, .fullRange = true});
+  const std::vector<FramePtr> samples = SamplesOf(options.input, {.from = options.from, .sound = false});
+  // One from the middle of the clip is drawn.
+  const FramePtr& frame = samples[samples.size() / 2];
 
   const Renderer renderer;
   if (!renderer.Ready()) throw Error(NoContextReason(log));
   log.Forward(false);
-  KeyTuner tuner(renderer, rgba, options.key);
-  const KeyValues found = tuner.Find();
+  const KeyValues found = KeyTuner(samples, options.key).Find();
+  const Texture texture = renderer.Upload(*frame);
 
   const int tileHeight = std::clamp(
       static_cast<int>(std::lround(static_cast<double>(kTileWidth) * frame->height / frame->width)), 40, 600);
@@ -71,7 +68,8 @@ std::string Tune(const TuneOptions& options, LogCapture& log) {
       values.*sweep.value = std::clamp<int64_t>(
           std::llround(static_cast<double>(found.*sweep.value) * std::pow(sweep.factor, step)), 1, 1000);
       const int x = kGap + column * (kTileWidth + kGap), y = kTitleHeight + kGap + row * rowHeight;
-      sheet.Paste(*Tile(*tuner.Keyed(values), kTileWidth, tileHeight), x, y);
+      const Texture keyed = Effect(renderer, values.Settings()).Apply(texture);
+      sheet.Paste(*Tile(*renderer.ReadBack(keyed, AV_PIX_FMT_RGBA, true), kTileWidth, tileHeight), x, y);
       sheet.Label(x + 2, y + 3 * tileHeight + 7,
                   fmt::format("{} {}{}", sweep.name, values.*sweep.value, step == 0 ? "   (found)" : ""), 16);
     }
