@@ -103,18 +103,14 @@ void RenderOnThreads(uint32_t count) {
   for (uint32_t frame = 0;; ++frame) Render(64 + 32 * (frame % 4), 64);
 }
 
-/// Ways to end after what was done before; main returns where they do.
-void ReturnFromMain() {}
-void QuickExit() { EndQuickly(); }
-void HardExit() { std::_Exit(0); }
-void ReleaseAtReturn() { Release(); }
+// Ways to end after what was done before; main returns where they do.
+
 void ReleaseInEarlierStatic() { madeBefore.active = true; }
 void ReleaseInLaterStatic() {
   static Releaser madeAfter;
   madeAfter.active = true;
 }
 void ReleaseInExitHandler() { std::atexit(&Release); }
-void ReleaseInEarlierExitHandler() { releaseLate = true; }
 void ReleaseAndStartAgain() {
   Release();
   Start();
@@ -125,10 +121,8 @@ void KeepMapped() {
   Render(320, 240, &kept);
   if (kept.plane[0] == nullptr) Fail("no frame came back");
 }
+void Return() {}
 
-/// What the library has done before the end.
-void Nothing() {}
-void OneThread() { RenderOnThreads(1); }
 void SixThreads() { RenderOnThreads(6); }
 
 constexpr struct {
@@ -136,24 +130,24 @@ constexpr struct {
   void (*before)();
   void (*end)();
 } kEndings[] = {
-    {"started", &Nothing, &ReturnFromMain},
-    {"drawn", &Draw, &ReturnFromMain},
-    {"over_budget", &Overfill, &ReturnFromMain},
-    {"one_thread", &OneThread, &ReturnFromMain},
-    {"six_threads", &SixThreads, &ReturnFromMain},
+    {"started", &Return, &Return},
+    {"drawn", &Draw, &Return},
+    {"over_budget", &Overfill, &Return},
+    {"one_thread", [] { RenderOnThreads(1); }, &Return},
+    {"six_threads", &SixThreads, &Return},
     {"exit_on_thread", &Draw, &ExitOnThread},
     {"mapped", &Draw, &KeepMapped},
-    {"quick", &Draw, &QuickExit},
-    {"quick_six_threads", &SixThreads, &QuickExit},
-    {"hard_six_threads", &SixThreads, &HardExit},
+    {"quick", &Draw, &EndQuickly},
+    {"quick_six_threads", &SixThreads, &EndQuickly},
+    {"hard_six_threads", &SixThreads, [] { std::_Exit(0); }},
     {"again", &Draw, &ReleaseAndStartAgain},
     {"again_over_budget", &Overfill, &ReleaseAndStartAgain},
-    {"released", &Overfill, &ReleaseAtReturn},
+    {"released", &Overfill, &Release},
     {"static_before", &Draw, &ReleaseInEarlierStatic},
     {"static_before_over_budget", &Overfill, &ReleaseInEarlierStatic},
     {"static_after", &Draw, &ReleaseInLaterStatic},
     {"static_after_over_budget", &Overfill, &ReleaseInLaterStatic},
-    {"earlier_exit_handler", &Draw, &ReleaseInEarlierExitHandler},
+    {"earlier_exit_handler", &Draw, [] { releaseLate = true; }},
     {"exit_handler", &Draw, &ReleaseInExitHandler},
     {"exit_handler_over_budget", &Overfill, &ReleaseInExitHandler},
 };
