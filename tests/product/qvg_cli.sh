@@ -144,8 +144,28 @@ expect "a clip with alpha" "prores,0" "$(probe -show_entries stream=codec_name k
 "$qvg" tune screen.png -o tune.png >tune.txt 2>err.log &&
   [[ $(probe -show_entries stream=width,height tune.png) =~ ^1[0-9]{3},[0-9]{3,4}$ ]]
 verdict "tune and its sheet" $? "$(<err.log)"
-process screen.png -o tuned.png $(tail -n 1 tune.txt)
-near "tune's options" 8 "0 200 120 90 255" "$(rgba tuned.png 5:5 160:50 | cut -d' ' -f4-)"
+# The values are found: for a still, for a clip in which somebody comes late, from a pipe, for a colour's bare name.
+make -f lavfi -i "color=0x2A9D3C:size=320x200:rate=10,noise=alls=8:allf=t,
+  drawbox=x=100:y=20:w=120:h=180:color=0xC8785A:t=fill:enable='gte(t,1)'" -t 2 -c:v libx264 -crf 8 late.mp4
+for row in "screen.png $(tail -n 1 tune.txt)" "screen.png --key auto" "screen.png --key green" "late.mp4 --key auto" \
+  "- --key auto" "screen.png --key auto --background-color 0x102030 --drop-shadow 0.5 --scale 0.9"; do
+  ffmpeg -nostdin -v error -i late.mp4 -f yuv4mpegpipe - | "$qvg" process $row -o found.mkv >out.log 2>err.log
+  make -sseof -0.15 -i found.mkv -frames:v 1 -update 1 found.png
+  [[ $row == *color* ]] && under="16 32 48 255" || under="0 0 0 0"
+  near "found: $row" 9 "$under 200 120 90 255" "$(rgba found.png 5:5 160:60)"
+done
+for row in "late.mp4 --key red" "late.mp4 --key 0x060a06" "red.png --key blue"; do
+  refused 1 process $row -o out.png
+done
+process screen.png -o odd.png --key 0x23A844 --similarity 1000
+grep -q 'takes nearly all' err.log
+verdict "a key that takes everything is told" $?
+# The background is the output's, whatever the frame is, and moves.
+make -f lavfi -i "color=red:size=64x64:rate=10,drawbox=w=64:h=64:color=blue:t=fill:enable='gte(t,0.95)'" -t 2 moving.mp4
+process late.mp4 -o moved.mp4 --key auto --background moving.mp4 --scale 0.3 --size 320x180
+got=$(for at in 0.2 1.5; do ffmpeg -nostdin -v error -ss "$at" -i moved.mp4 -frames:v 1 -vf "crop=2:2:10:10,scale=1:1" \
+  -f rawvideo -pix_fmt rgb24 -; done | od -An -v -tu1 | xargs)
+near "a background that moves" 8 "253 0 0 0 0 253" "$got"
 refused 1 tune <(make -f lavfi -i color=gray:size=64x48 -frames:v 1 -f mjpeg -) -o out.png
 
 # ---- Clips
@@ -166,11 +186,11 @@ exact="flags=accurate_rnd+full_chroma_int+bilinear"
 to601="scale=in_color_matrix=bt709:out_color_matrix=bt601:$exact"
 for row in "sd.mp4;" "own.mp4;" "hd.mp4;$to601" "tagged.mp4;$to601" "full.mp4;scale=$exact,format=rgb24,scale=$exact"; do
   clip=${row%%;*}
-  # The library's sampling of planes softens the sharp lines of a test picture.
   process "$clip" -o back.mp4
-  close "colours of $clip" 4 "$clip" back.mp4 "${row#*;}"
-  process "$clip" -o back.mp4 --sharp
-  close "colours of $clip with --sharp" 2 "$clip" back.mp4 "${row#*;}"
+  close "colours of $clip" 2 "$clip" back.mp4 "${row#*;}"
+  # The library's sampling of planes softens the sharp lines of a test picture.
+  process "$clip" -o back.mp4 --gpu-yuv
+  close "colours of $clip with --gpu-yuv" 4 "$clip" back.mp4 "${row#*;}"
 done
 
 process clip.mp4 -o sound.mp4

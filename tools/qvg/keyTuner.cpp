@@ -267,8 +267,9 @@ KeyValues KeyTuner::Find() const {
   constexpr double kSpecks = 0.002;             // Of the screen: noise that may stay.
   constexpr double kHoles = 0.001;              // Of what stands before it: may become less than three quarters opaque.
   constexpr double kThreeQuarters = 0.8254818;  // (3/4)^(1/1.5), the effect's step being the power 1.5.
-  constexpr double kMixed = 0.12;  // Of the way from one to the other: colours that are mostly the screen's.
-  constexpr double kFaded = 0.12;  // Of its colourfulness: may be lost to anti-spill.
+  constexpr double kMixed = 0.12;     // Of the way from one to the other: colours that are mostly the screen's.
+  constexpr double kThinned = 0.005;  // Of the opacity of what stands before it, on average.
+  constexpr double kFaded = 0.06;     // Of its colourfulness: may be lost to anti-spill.
   const auto has = [](const Histogram& histogram) {
     return std::any_of(histogram.begin(), histogram.end(), [](double count) { return count > 0; });
   };
@@ -281,18 +282,20 @@ KeyValues KeyTuner::Find() const {
         "the screen's light differs too much, or its colour is in what stands before it: they can't be told apart");
   }
   const double gone = clear + kMixed * (holes - clear);
-  const double step = (holes - gone) / kThreeQuarters;
-  double spill = step;
-  const auto faded = [&](double width) {
-    double lost = 0, all = 0;
-    for (size_t i = 0; i < colorfulness_.size(); ++i) {
+  // What a step that ends there takes away of what the histogram weighs.
+  const auto lost = [&](const Histogram& weights, double width) {
+    double taken = 0, all = 0;
+    for (size_t i = 0; i < weights.size(); ++i) {
       const double share = std::clamp(((static_cast<double>(i) + 0.5) / kBins - gone) / width, 0.0, 1.0);
-      lost += colorfulness_[i] * (1 - std::pow(share, 1.5));
-      all += colorfulness_[i];
+      taken += weights[i] * (1 - std::pow(share, 1.5));
+      all += weights[i];
     }
-    return all > 0 ? lost / all : 0;
+    return all > 0 ? taken / all : 0;
   };
-  while (spill < 2.5 * step && faded(spill + 0.005) < kFaded) spill += 0.005;
+  double step = (holes - gone) / kThreeQuarters;
+  while (step > 0.02 && lost(front_, step) > kThinned) step -= 0.002;
+  double spill = step;
+  while (spill < 2.5 * step && lost(colorfulness_, spill + 0.005) < kFaded) spill += 0.005;
   const auto thousandths = [](double value) { return std::clamp<int64_t>(std::llround(value * 1000), 1, 1000); };
   return {color_, thousandths(gone), thousandths(step), thousandths(spill)};
 }
