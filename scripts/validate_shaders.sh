@@ -9,23 +9,17 @@ for source in src/*/*.vert src/*/*.frag src/*/*.glsl; do
 done
 
 status=0 count=0
-for text in "$1"/[VF]S_*.glsl; do
-  content=$(<"$text")
-  parts=()
-  for source in "${!source_text[@]}"; do
-    [[ $content == *"${source_text[$source]}"* ]] && parts+=("$source")
+for stage in vert frag; do
+  ours=()
+  for text in "$1"/"$([[ $stage == vert ]] && echo VS || echo FS)"_*.glsl; do
+    content=$(<"$text") found=
+    for source in "${!source_text[@]}"; do
+      [[ $content == *"${source_text[$source]}"* ]] && used[$source]=1 found=1
+    done
+    [[ $found ]] && ours+=("$text")
   done
-  ((${#parts[@]})) || continue
-  for source in "${parts[@]}"; do used[$source]=1; done
-  stage=frag
-  [[ $(basename "$text") == VS_* ]] && stage=vert
-  if glslangValidator -S "$stage" "$text"; then
-    ((count += 1))
-  else
-    echo "not valid: ${parts[*]}"
-    cat -n "$text"
-    status=1
-  fi
+  ((count += ${#ours[@]}))
+  ((${#ours[@]} == 0)) || glslangValidator -S "$stage" "${ours[@]}" || status=1
 done
 
 for source in "${!source_text[@]}"; do

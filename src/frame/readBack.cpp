@@ -26,9 +26,6 @@ constexpr int32_t kReadBackKind = 2;
 
 /// Fills the descriptor of a read-back; the planes follow when the memory is mapped.
 void Describe(QVGPixelBuffer& out, const Texture& source, int32_t format, std::array<int, 3> strides) {
-  const int32_t reserved = out.reserved;
-  out = {};
-  out.reserved = reserved;
   std::copy(strides.begin(), strides.end(), out.stride);
   out.width = source.Content().width;
   out.height = source.Content().height;
