@@ -29,3 +29,5 @@ export PKG_CONFIG_PATH=$libraries/pkgconfig
 read -ra flags < <(pkg-config --cflags --libs qvGLRenderer)
 cc -std=c99 "$here/host.c" -o "$work/with_pkg_config" "${flags[@]}"
 LD_LIBRARY_PATH=$libraries "$work/with_pkg_config"
+tool=$work/moved/bin/qvg
+[[ ! -e $tool ]] || env -u LD_LIBRARY_PATH "$tool" info >/dev/null

@@ -71,8 +71,16 @@ refused 2 frobnicate
 refused 2 process clip.mp4
 for option in "--nonsense 1" "--scale big" "--scale -1" "--opacity 1.5" "--rotate x" "--size 10" "--size 0x5" \
   "--blend purple" "--background-color mud" "--key mud" "--blur 101" "--bright -101" "--blur x" "--frames 0" \
-  "--quality 99" "--move 3" --enable-bg; do
+  "--quality 99" "--move 3" "--move nan,1" "--scale nan" "--from nan" "--from 2 --to 1" "--to 1 --duration 1" --enable-bg; do
   refused 2 process clip.mp4 -o out.mp4 $option
+done
+refused 2 process "" -o out.mp4
+# What the one line has to say.
+for row in "--backgroud x;is --background meant" "--codec aac;aac is no video encoder" "--from 99;ends at 2.0" \
+  "--sheet x --no-overwrite;picture.png exists"; do
+  "$qvg" process clip.mp4 ${row%%;*} -o picture.png >out.log 2>err.log
+  grep -q "${row#*;}" err.log
+  verdict "told: ${row%%;*}" $? "$(<err.log)"
 done
 
 # ---- Images
@@ -191,6 +199,14 @@ for row in "sd.mp4;" "own.mp4;" "hd.mp4;$to601" "tagged.mp4;$to601" "full.mp4;sc
   # The library's sampling of planes softens the sharp lines of a test picture.
   process "$clip" -o back.mp4 --gpu-yuv
   close "colours of $clip with --gpu-yuv" 4 "$clip" back.mp4 "${row#*;}"
+done
+
+# A stream on standard output, and nothing else there; parts of a clip, and other rates.
+"$qvg" process clip.mp4 -o - 2>err.log >piped
+expect "-o -" "h264,50" "$(probe -select_streams v -count_frames -show_entries stream=codec_name,nb_read_frames piped)"
+for row in "--from 0.5 --to 1.3;20" "--from 00:00:01.5;12" "--duration 0.4;10" "--fps 10;20" "--fps 50 --duration 1;50"; do
+  process clip.mp4 -o /dev/stdout --format mp4 ${row%%;*}
+  expect "${row%%;*}" "${row#*;}" "$(frames out.log)"
 done
 
 process clip.mp4 -o sound.mp4

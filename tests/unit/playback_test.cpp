@@ -1,5 +1,5 @@
 // The preview's pacing, on a clock of its own.
-#include "../../tools/qvg/playback.h"
+#include "../../tools/qvg/window/playback.h"
 
 #include <gtest/gtest.h>
 

@@ -1,0 +1,42 @@
+// What a command of the tool is to the command line.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <memory>
+
+namespace qvgtool {
+
+/** Exit codes. */
+enum ExitCode { kDone = 0, kFailed = 1, kBadUsage = 2, kInterrupted = 130 };
+
+class Command {
+ public:
+  virtual ~Command() = default;
+
+  virtual void AddOptions(CLI::App& app) = 0;
+  /** Once the line has been read: defaults that depend on it, and wishes that exclude each other. Throws
+   *  CLI::ParseError. */
+  virtual void Complete(const CLI::App& /*app*/) {}
+  /** Whether every line of the library's and FFmpeg's logs is to be printed. */
+  virtual bool Verbose() const { return false; }
+  /** @return the exit code. Throws Error. */
+  virtual int Run() = 0;
+};
+
+struct CommandRow {
+  const char* name;
+  const char* summary;
+  std::unique_ptr<Command> (*make)();
+};
+
+std::unique_ptr<Command> MakeProcess();
+std::unique_ptr<Command> MakeView();
+std::unique_ptr<Command> MakeTune();
+std::unique_ptr<Command> MakeInfo();
+std::unique_ptr<Command> MakeEffects();
+
+/** Makes SIGINT, SIGTERM and SIGHUP end the running command cleanly. */
+void CatchSignals();
+bool Interrupted();
+
+}  // namespace qvgtool

@@ -1,0 +1,79 @@
+#include "commands/effectOptions.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "commands/processOptions.h"
+
+namespace qvgtool {
+namespace {
+
+std::string OptionName(const CLI::App& app, std::string name) {
+  std::replace(name.begin(), name.end(), '_', '-');
+  return app.get_option_no_throw("--" + name) ? "--effect-" + name : "--" + name;
+}
+
+// Turns a setting that can't be made into an error of the command line.
+void Put(EffectSettings& settings, const std::string& name, const std::string& option, const std::string& color) {
+  try {
+    settings[name] = ParamSetting::Color(color);
+  } catch (const Error& error) {
+    throw CLI::ValidationError(option + ": " + error.what());
+  }
+}
+
+}  // namespace
+
+void AddEffectOptions(CLI::App& app, const EffectTable& table, EffectSettings& settings, std::string& key) {
+  const char* group = "Effect";
+  app.add_option_function<std::string>(
+         "--key",
+         [&settings, &key](const std::string& text) {
+           if (text != kAutomaticKey) Put(settings, "color", "--key", text);
+           settings["enable_key"] = ParamSetting::Switch(true);
+           key = text;
+         },
+         "Makes a screen of this colour transparent; auto finds the colour. The values are found in the pictures, "
+         "unless --similarity is given: then all are taken as they stand")
+      ->type_name("COLOUR|auto")
+      ->group(group);
+  for (const QVGParamDescriptor& row : table.rows) {
+    const std::string name = row.name, option = OptionName(app, name), help = HelpOf(row);
+    switch (row.valueType) {
+      case QVG_PARAM_INTEGER: {
+        const int64_t low = row.minimum.value.integer, high = row.maximum.value.integer;
+        app.add_option_function<int64_t>(
+               option, [&settings, name](const int64_t& number) { settings[name] = ParamSetting::Integer(number); },
+               fmt::format("{} (else {})", help, row.defaultValue.value.integer))
+            ->check(CLI::Range(low, high).description(""))
+            ->type_name(fmt::format("{}..{}", low, high))
+            ->group(group);
+        break;
+      }
+      case QVG_PARAM_BOOLEAN:
+        app.add_flag_function(
+               fmt::format("{},!--no-{}", option, option.substr(2)),
+               [&settings, name](int64_t count) { settings[name] = ParamSetting::Switch(count > 0); }, help)
+            ->group(group);
+        break;
+      case QVG_PARAM_COLOR:
+        app.add_option_function<std::string>(
+               option, [&settings, name, option](const std::string& text) { Put(settings, name, option, text); },
+               fmt::format("{} (else {})", help, ColorText(row.defaultValue.value.color)))
+            ->type_name("COLOUR")
+            ->group(group);
+        break;
+      case QVG_PARAM_TEXT:
+        app.add_option_function<std::string>(
+               option, [&settings, name](const std::string& path) { settings[name] = ParamSetting::File(path); }, help)
+            ->type_name("FILE")
+            ->group(group);
+        break;
+      default:
+        break;
+    }
+  }
+}
+
+}  // namespace qvgtool

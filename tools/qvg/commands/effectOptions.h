@@ -1,0 +1,14 @@
+// The effect's parameters as options of the command line.
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+#include "picture/effect.h"
+
+namespace qvgtool {
+
+/** An option for each row of the table, in groups; what the user gives goes into the settings. key: what was given for
+ *  --key, a colour, which is set as well, or kAutomaticKey. */
+void AddEffectOptions(CLI::App& app, const EffectTable& table, EffectSettings& settings, std::string& key);
+
+}  // namespace qvgtool

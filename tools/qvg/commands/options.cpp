@@ -1,0 +1,86 @@
+#include "commands/options.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <numeric>
+#include <vector>
+
+extern "C" {
+#include <libavutil/parseutils.h>
+}
+
+namespace qvgtool {
+namespace {
+
+// How many letters differ (Levenshtein, 1966).
+size_t Distance(const std::string& a, const std::string& b) {
+  std::vector<size_t> row(b.size() + 1);
+  std::iota(row.begin(), row.end(), size_t{0});
+  for (size_t i = 0; i < a.size(); ++i) {
+    size_t diagonal = std::exchange(row[0], i + 1);
+    for (size_t j = 0; j < b.size(); ++j) {
+      const size_t replaced = diagonal + (a[i] == b[j] ? 0 : 1);
+      diagonal = row[j + 1];
+      row[j + 1] = std::min({replaced, row[j] + 1, row[j + 1] + 1});
+    }
+  }
+  return row.back();
+}
+
+}  // namespace
+
+CLI::Validator Between(double low, double high) {
+  return CLI::Validator(
+      [low, high](const std::string& text) {
+        double value = 0;
+        // Written so that no comparison holds for what is no number.
+        if (CLI::detail::lexical_cast(text, value) && value >= low && value <= high) return std::string();
+        return fmt::format("{} is no number from {:g} to {:g}", text, low, high);
+      },
+      "");
+}
+
+CLI::Option* AddTime(CLI::App& app, const std::string& name, double& seconds, const std::string& help) {
+  return app
+      .add_option_function<std::string>(
+          name,
+          [name, &seconds](const std::string& text) {
+            int64_t microseconds = 0;
+            if (av_parse_time(&microseconds, text.c_str(), 1) < 0 || microseconds < 0 ||
+                microseconds > int64_t{1000000000} * 1000000) {
+              throw CLI::ValidationError(name + ": " + text + " is no time such as 1.5 or 00:01:02.5");
+            }
+            seconds = static_cast<double>(microseconds) / 1e6;
+          },
+          help)
+      ->type_name("TIME");
+}
+
+CLI::Option* AddInput(CLI::App& app, std::string& input) {
+  return app.add_option("INPUT", input, "Video, image, or - for a stream (such as Y4M) on standard input");
+}
+
+CLI::Option* AddVerbose(CLI::App& app, bool& verbose) {
+  return app.add_flag("--verbose", verbose, "Prints every line of the library's and FFmpeg's logs");
+}
+
+void RefuseEmptyInput(const CLI::App& app, const std::string& input) {
+  if (app.count("INPUT") > 0 && input.empty()) throw CLI::ValidationError("INPUT is empty");
+}
+
+std::string NearestOption(const CLI::App& app, const std::string& word) {
+  std::string nearest;
+  size_t least = std::max<size_t>(2, word.size() / 3) + 1;
+  for (const CLI::Option* option : app.get_options()) {
+    for (const std::string& name : option->get_lnames()) {
+      const size_t distance = Distance(word, "--" + name);
+      if (distance >= least) continue;
+      least = distance;
+      nearest = "--" + name;
+    }
+  }
+  return nearest;
+}
+
+}  // namespace qvgtool

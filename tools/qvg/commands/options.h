@@ -1,0 +1,24 @@
+// Options that several commands take, and checks of values.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <string>
+
+namespace qvgtool {
+
+/** Refuses what lies outside, and what is no number. */
+CLI::Validator Between(double low, double high);
+
+/** Seconds ("1.5") or a time ("00:01:02.5"). Throws CLI::ValidationError. */
+CLI::Option* AddTime(CLI::App& app, const std::string& name, double& seconds, const std::string& help);
+
+CLI::Option* AddInput(CLI::App& app, std::string& input);
+CLI::Option* AddVerbose(CLI::App& app, bool& verbose);
+
+/** An INPUT of no letters, such as an empty variable of a shell, is no wish for the tool's own clip. Throws. */
+void RefuseEmptyInput(const CLI::App& app, const std::string& input);
+
+/** The option of the command that is spelt most like this word; empty when none is near. */
+std::string NearestOption(const CLI::App& app, const std::string& word);
+
+}  // namespace qvgtool

@@ -1,0 +1,353 @@
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <csignal>
+#include <filesystem>
+
+#include "commands/command.h"
+#include "commands/processOptions.h"
+#include "commands/progress.h"
+#include "media/backgroundClip.h"
+#include "media/demoClip.h"
+#include "media/filters.h"
+#include "media/fixedRate.h"
+#include "media/frameSamples.h"
+#include "media/imageFiles.h"
+#include "picture/contactSheet.h"
+#include "picture/keyTuner.h"
+#include "picture/logCapture.h"
+#include "window/previewWindow.h"
+
+namespace qvgtool {
+namespace {
+
+std::atomic<bool> interrupted = false;
+
+void OnSignal(int number) {
+  interrupted = true;
+  // A second one ends a program that hangs.
+  std::signal(number, SIG_DFL);
+}
+
+void RefuseToOverwrite(const ProcessOptions& options) {
+  std::error_code error;
+  if (std::filesystem::equivalent(options.input, options.output, error)) {
+    throw Error(fmt::format("{} is the input: choose another name for the output", options.output));
+  }
+  if (!options.overwrite && std::filesystem::is_regular_file(options.output, error)) {
+    throw Error(fmt::format("{} exists, and --no-overwrite was given", options.output));
+  }
+}
+
+// What the output is like, for the source and the wishes.
+VideoFormat OutputFormat(const VideoFormat& source, const ProcessOptions& options, const MediaWriter& writer) {
+  VideoFormat format = source;
+  if (source.quarterTurns % 2 != 0) {
+    std::swap(format.width, format.height);
+    if (format.pixelAspect.num > 0) format.pixelAspect = av_inv_q(format.pixelAspect);
+  }
+  if (options.size) std::tie(format.width, format.height) = *options.size;
+  if (writer.EvenSizesOnly()) {
+    format.width = std::max(2, format.width & ~1);
+    format.height = std::max(2, format.height & ~1);
+  }
+  const Layout& layout = options.layout;
+  const bool bare = layout.background.empty() && layout.backgroundColor[3] < 1;
+  const bool uncovered = layout.scale < 1 || layout.rotate != 0 || layout.move[0] != 0 || layout.move[1] != 0 ||
+                         layout.opacity < 1 || options.size.has_value() || KeysOut(options.effect);
+  format.alpha = writer.KeepsAlpha() && bare && (source.alpha || uncovered);
+  return format;
+}
+
+// What is told when everything is closed and standard output is the user's again.
+struct Outcome {
+  std::vector<std::string> summary, complaints;
+  int exitCode = kDone;
+};
+
+std::string Summary(const std::string& path, const MediaWriter& writer, const VideoFormat& format, int64_t frames,
+                    double seconds) {
+  std::string line = fmt::format("{}: {} x {}, ", path, format.width, format.height);
+  if (writer.SingleImage()) {
+    line += "1 image";
+  } else {
+    line += fmt::format("{} frames, {:.2f} s, in {:.1f} s ({:.1f} frames/s)", frames, writer.Seconds(), seconds,
+                        static_cast<double>(frames) / std::max(1e-6, seconds));
+  }
+  line += ", " + writer.EncoderName();
+  if (writer.SoundStreams() > 0) line += ", sound copied";
+  return line;
+}
+
+// Leaves those of the wanted stages on that the preview's keys have not switched off. False when none is left.
+bool LeaveOn(Effect& effect, const EffectSettings& wanted, const StageSwitches& stages) {
+  constexpr struct {
+    bool StageSwitches::*stage;
+    const char* parameter;
+  } kStages[] = {{&StageSwitches::key, "enable_key"},
+                 {&StageSwitches::beauty, "enable_beauty"},
+                 {&StageSwitches::color, "enable_color"},
+                 {&StageSwitches::background, "enable_bg"}};
+  bool any = false;
+  for (const auto& [stage, parameter] : kStages) {
+    const bool on = stages.*stage && IsOn(wanted, parameter);
+    effect.Set(parameter, ParamSetting::Switch(on));
+    any = any || on;
+  }
+  return any;
+}
+
+// Values for the key, where the user left them open. Says in a line what they are.
+std::string TuneKey(const std::vector<FramePtr>& samples, const std::string& key, EffectSettings& effect) {
+  KeyValues found = KeyTuner(samples, key == kAutomaticKey ? std::string() : key).Find();
+  const std::pair<const char*, int64_t*> values[] = {
+      {"similarity", &found.similarity}, {"smoothness", &found.smoothness}, {"anti-spill", &found.spill}};
+  for (const auto& [name, value] : values) {
+    if (const auto given = effect.find(name); given != effect.end()) *value = given->second.value.value.integer;
+  }
+  for (auto& [name, setting] : found.Settings()) effect.insert_or_assign(name, setting);
+  return "the screen is keyed out by " + found.OptionLine();
+}
+
+// What is odd about the share of the picture that a key takes; empty when nothing is.
+std::string KeyComplaint(double share) {
+  if (share > 0.005 && share < 0.98) return {};
+  return fmt::format("the key takes nearly {} ({:.1f} %): qvg tune shows what other values would",
+                     share < 0.5 ? "nothing of the picture" : "all of the picture", 100 * share);
+}
+
+/// One run of the command.
+class Processing {
+ public:
+  Processing(const ProcessOptions& options, LogCapture& log) : options_(options), log_(log) {}
+
+  Outcome Run() {
+    _OpenInput();
+    _ChooseKey();
+    _OpenOutput();
+    _ReadFirst();
+    _StartLibrary();
+    _SetUpPicture();
+    const bool complete = _DrawAll();
+    _Finish(complete);
+    return outcome_;
+  }
+
+ private:
+  void _OpenInput() {
+    if (options_.input.empty()) {
+      const auto [width, height] = options_.size.value_or(std::pair(1280, 720));
+      source_ = std::make_unique<DemoClip>(width, height);
+    } else {
+      source_ = std::make_unique<MediaReader>(options_.input, options_.read);
+    }
+    RefuseToOverwrite(options_);
+  }
+
+  // Looks at pictures from all over the input, and finds values that the user left open.
+  void _ChooseKey() {
+    if (!IsOn(options_.effect, "enable_key") || options_.input.empty()) return;
+    if (std::error_code error; std::filesystem::is_regular_file(options_.input, error)) {
+      samples_ = SamplesOf(options_.input, options_.read);
+    } else {
+      auto ahead = std::make_unique<ReadAhead>(std::move(source_));
+      samples_ = ahead->Samples();
+      source_ = std::move(ahead);
+    }
+    const bool open =
+        !options_.key.empty() && (options_.key == kAutomaticKey || !options_.effect.contains("similarity"));
+    if (open && !samples_.empty()) outcome_.summary.push_back(TuneKey(samples_, options_.key, options_.effect));
+  }
+
+  void _OpenOutput() {
+    WriteOptions write = options_.write;
+    const Layout& layout = options_.layout;
+    write.alpha = KeysOut(options_.effect) && layout.background.empty() && layout.backgroundColor[3] < 1;
+    if (options_.output == kStandardOutput) {
+      write.standardOutput = log_.StandardOutput();
+      if (isatty(write.standardOutput) != 0) throw Error("standard output is a terminal: pipe it on, or name a file");
+    }
+    writer_.emplace(options_.output, write);
+    if (!layout.background.empty()) background_.emplace(layout.background);
+    if (options_.input.empty()) ProvideImage(kDemoBackground, DemoBackground(source_->Format()));
+    if (options_.fps > 0) source_ = std::make_unique<FixedRate>(std::move(source_), options_.fps);
+  }
+
+  void _ReadFirst() {
+    first_ = source_->Read();
+    if (first_) return;
+    const std::string damage = source_->Damage();
+    if (!damage.empty()) throw Error(damage);
+    if (options_.read.from <= 0) throw Error(options_.input + ": no picture could be decoded");
+    MediaReader whole(options_.input, {.sound = false});
+    const VideoFormat& format = whole.Format();
+    throw Error(fmt::format("{}: nothing is left from {:.2f} s on: it ends at {:.2f} s", options_.input,
+                            options_.read.from,
+                            static_cast<double>(format.frameCount) * av_q2d(av_inv_q(format.frameRate))));
+  }
+
+  void _StartLibrary() {
+    renderer_.emplace();
+    if (!renderer_->Ready()) throw Error(NoContextReason(log_));
+    log_.Forward(options_.verbose);
+    if (samples_.empty()) return;
+    const double share = KeyedShare(samples_, options_.effect, AskEffectTable(renderer_->Table()));
+    if (const std::string complaint = KeyComplaint(share); !complaint.empty()) {
+      outcome_.complaints.push_back(complaint);
+    }
+    samples_.clear();
+  }
+
+  void _SetUpPicture() {
+    const VideoFormat& in = source_->Format();
+    out_ = OutputFormat(in, options_, *writer_);
+    if (AnyStage(options_.effect)) {
+      const bool lying = in.quarterTurns % 2 != 0;
+      CutImagesTo(lying ? in.height : in.width, lying ? in.width : in.height);
+      effect_.emplace(*renderer_, options_.effect);
+    }
+    Layout layout = options_.layout;
+    if (!out_.alpha) layout.backgroundColor[3] = 1;
+    compositor_.emplace(*renderer_, layout, out_.width, out_.height, options_.upload);
+    if (effect_) compositor_->SetEffect(&*effect_);
+    if (options_.preview) {
+      const std::string name = options_.input.empty() ? "own clip" : options_.input;
+      window_.emplace(*renderer_, name, out_.width, out_.height, !options_.maxSpeed, Interrupted);
+      if (effect_) window_->SetStages(&stages_);
+    }
+    const double rate = av_q2d(in.frameRate);
+    limit_ = writer_->SingleImage() ? 1 : options_.frames;
+    total_ = in.frameCount;
+    for (const double most : {static_cast<double>(limit_), options_.End() * rate}) {
+      const bool ends = most > 0 && std::isfinite(most);
+      if (ends && (total_ == 0 || most < static_cast<double>(total_))) total_ = std::llround(most);
+    }
+    if (!options_.sheet.empty()) sheet_.emplace(options_.sheet, out_, total_);
+  }
+
+  double _Seconds(const AVFrame& frame) const {
+    return static_cast<double>(frame.pts) * av_q2d(source_->Format().timeBase);
+  }
+
+  const Texture& _Draw(const AVFrame& frame) {
+    const VideoFormat& in = source_->Format();
+    if (window_ && effect_) {
+      compositor_->SetEffect(LeaveOn(*effect_, options_.effect, stages_) ? &*effect_ : nullptr);
+    }
+    return compositor_->Draw(frame, in.quarterTurns, in.alpha);
+  }
+
+  /// @return false when the input goes on.
+  bool _DrawAll() {
+    FramePtr frame = std::move(first_), before;
+    Progress progress(total_);
+    writer_->Open(out_, *frame, source_->SoundStreams());
+    const auto redraw = [&] { _Draw(*before); };
+    while (frame && !interrupted && _Seconds(*frame) < options_.End() - 1e-6) {
+      if (window_ && before && !window_->WaitFor(_Seconds(*frame), redraw)) break;
+      if (background_) {
+        if (const FramePtr behind = background_->At(_Seconds(*frame))) compositor_->SetBackground(*behind);
+      }
+      _Write(*frame);
+      progress.Update(++done_);
+      before = std::move(frame);  // The preview may draw it again.
+      if (limit_ > 0 && done_ >= limit_) break;
+      frame = source_->Read();
+      while (PacketPtr sound = source_->TakeSound()) writer_->AddSound(std::move(sound));
+    }
+    const bool complete = !frame && (limit_ == 0 || done_ < limit_);
+    writer_->Finish(complete);
+    progress.Clear();
+    elapsed_ = progress.Seconds();
+    if (window_ && writer_->SingleImage() && !options_.maxSpeed && !interrupted) window_->Hold("written", redraw);
+    return complete;
+  }
+
+  void _Write(const AVFrame& frame) {
+    const Texture& picture = _Draw(frame);
+    if (window_) window_->Show(picture, _Seconds(frame));
+    FramePtr result = renderer_->ReadBack(picture, writer_->FrameFormat());
+    result->pts = frame.pts;
+    if (sheet_ && sheet_->Wants(done_)) {
+      sheet_->Add(*Upright(frame, source_->Format().quarterTurns), *result, _Seconds(frame));
+    }
+    writer_->Write(std::move(result));
+  }
+
+  void _Finish(bool complete) {
+    const auto tell = [](std::vector<std::string>& lines, bool when, const std::string& line) {
+      if (when) lines.push_back(line);
+    };
+    const std::string& path = options_.output;
+    const bool sheetSaved = sheet_ && sheet_->Save();
+    outcome_.summary.push_back(Summary(path, *writer_, out_, done_, elapsed_));
+    tell(outcome_.summary, window_ && window_->Closed(),
+         fmt::format("window closed: {} ends after {} frames", path, done_));
+    tell(outcome_.summary, sheetSaved, fmt::format("{}: contact sheet, before and after", options_.sheet));
+    tell(outcome_.complaints, !writer_->SoundLeftOut().empty(),
+         fmt::format("sound left out: {} can't hold {}", path, writer_->SoundLeftOut()));
+    if (interrupted) {
+      outcome_.complaints.push_back(fmt::format("interrupted: {} holds {} frames", path, done_));
+      outcome_.exitCode = kInterrupted;
+    } else if (const std::string damage = complete ? source_->Damage() : std::string(); !damage.empty()) {
+      outcome_.complaints.push_back(damage);
+      outcome_.exitCode = kFailed;
+    }
+  }
+
+  ProcessOptions options_;
+  LogCapture& log_;
+  Outcome outcome_;
+  std::optional<Renderer> renderer_;  // Outlives the writer, whose encoder may hold frames that the library lent.
+  std::unique_ptr<FrameSource> source_;
+  std::vector<FramePtr> samples_;
+  std::optional<MediaWriter> writer_;
+  std::optional<BackgroundClip> background_;
+  FramePtr first_;
+  VideoFormat out_;
+  std::optional<Effect> effect_;
+  std::optional<Compositor> compositor_;
+  StageSwitches stages_;
+  std::optional<PreviewWindow> window_;
+  std::optional<ContactSheet> sheet_;
+  int64_t limit_ = 0, total_ = 0, done_ = 0;
+  double elapsed_ = 0;
+};
+
+class ProcessCommand : public Command {
+ public:
+  void AddOptions(CLI::App& app) override { AddProcessOptions(app, options_); }
+  void Complete(const CLI::App& app) override { CompleteProcessOptions(app, options_); }
+  bool Verbose() const override { return options_.verbose; }
+
+  int Run() override {
+    Outcome outcome;
+    {
+      LogCapture log;
+      outcome = Processing(options_, log).Run();
+    }
+    std::FILE* const told = options_.output == kStandardOutput ? stderr : stdout;
+    for (const std::string& line : outcome.summary) fmt::print(told, "{}\n", line);
+    std::fflush(told);
+    for (const std::string& line : outcome.complaints) fmt::print(stderr, "qvg: {}\n", line);
+    return outcome.exitCode;
+  }
+
+ private:
+  ProcessOptions options_;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> MakeProcess() { return std::make_unique<ProcessCommand>(); }
+
+bool Interrupted() { return interrupted; }
+
+void CatchSignals() {
+  for (const int number : {SIGINT, SIGTERM, SIGHUP}) std::signal(number, OnSignal);
+  // A reader that leaves a pipe shows as a failed write.
+  std::signal(SIGPIPE, SIG_IGN);
+}
+
+}  // namespace qvgtool

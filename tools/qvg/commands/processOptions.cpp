@@ -1,0 +1,215 @@
+#include "commands/processOptions.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <filesystem>
+
+#include "commands/effectOptions.h"
+#include "commands/options.h"
+#include "media/demoClip.h"
+
+extern "C" {
+#include <libavutil/parseutils.h>
+}
+
+namespace qvgtool {
+namespace {
+
+void AddPlacing(CLI::App& app, ProcessOptions& options) {
+  const char* place = "Placing";
+  app.add_option_function<std::string>(
+         "--size",
+         [&options](const std::string& text) {
+           int width = 0, height = 0;
+           if (av_parse_video_size(&width, &height, text.c_str()) < 0 || width < 1 || height < 1) {
+             throw CLI::ValidationError("--size: " + text + " is no size such as 1280x720");
+           }
+           options.size = {width, height};
+         },
+         "Size of the output; the frame is fitted into it. Without INPUT the clip's own size too")
+      ->type_name("WxH")
+      ->group(place);
+  app.add_option("--scale", options.layout.scale, "Factor for the frame's size")
+      ->check(Between(0.001, 1000.0))
+      ->type_name("FACTOR")
+      ->group(place);
+  app.add_option("--rotate", options.layout.rotate, "Turns the frame, clockwise as you see it")
+      ->check(Between(-36000.0, 36000.0))
+      ->type_name("DEGREES")
+      ->group(place);
+  app.add_option("--move", options.layout.move, "Moves the frame to the right and down")
+      ->delimiter(',')
+      ->check(Between(-1e6, 1e6))
+      ->type_name("X,Y")
+      ->group(place);
+}
+
+void AddMixing(CLI::App& app, ProcessOptions& options) {
+  const char* mix = "Mixing";
+  app.add_option("--opacity", options.layout.opacity, "0 shows the background alone, 1 hides it")
+      ->check(Between(0.0, 1.0))
+      ->type_name("0..1")
+      ->group(mix);
+  app.add_option("--blend", options.layout.blend,
+                 fmt::format("How the frame meets the background: {}", fmt::join(BlendNames(), ", ")))
+      ->check(
+          [](const std::string& name) {
+            const auto names = BlendNames();
+            return std::find(names.begin(), names.end(), name) != names.end()
+                       ? std::string()
+                       : fmt::format("no blend is named {} (there are {})", name, fmt::join(names, ", "));
+          },
+          "")
+      ->type_name("NAME")
+      ->group(mix);
+  app.add_option("--background", options.layout.background,
+                 "Image or clip behind the frame, cut to the output's shape; with --key where the screen was")
+      ->type_name("FILE")
+      ->group(mix);
+  app.add_option_function<std::string>(
+         "--background-color",
+         [&options](const std::string& text) {
+           uint8_t rgba[4];
+           if (av_parse_color(rgba, text.c_str(), -1, nullptr) < 0) {
+             throw CLI::ValidationError("--background-color: " + text + " is no colour (#rrggbb, #rrggbbaa or a name)");
+           }
+           for (size_t i = 0; i < 4; ++i) options.layout.backgroundColor[i] = rgba[i] / 255.0;
+         },
+         "Colour behind the frame: #rrggbb, #rrggbbaa or a name; else black, or transparent where the image keeps it")
+      ->type_name("COLOUR")
+      ->group(mix);
+  app.add_option("--drop-shadow", options.layout.shadow, "Opacity of a soft shadow below the frame")
+      ->check(Between(0.0, 1.0))
+      ->type_name("0..1")
+      ->group(mix);
+}
+
+void AddChoosing(CLI::App& app, ProcessOptions& options) {
+  const char* choose = "Choosing";
+  AddTime(app, "--from", options.read.from, "Starts there in the input")->group(choose);
+  AddTime(app, "--to", options.to, "Ends there in the input")->group(choose);
+  AddTime(app, "--duration", options.duration, "Ends after so much of it")->group(choose);
+  app.add_option("--frames", options.frames, "Ends after so many frames")
+      ->check(CLI::Range(int64_t{1}, int64_t{1} << 40).description(""))
+      ->type_name("N")
+      ->group(choose);
+  app.add_option("--fps", options.fps, "Frames a second: repeats or drops some")
+      ->check(Between(0.01, 1000))
+      ->type_name("RATE")
+      ->group(choose);
+  app.add_flag_callback(
+         "--no-sound", [&options] { options.read.sound = false; }, "Leaves the sound out")
+      ->group(choose);
+}
+
+void AddWriting(CLI::App& app, ProcessOptions& options) {
+  const char* write = "Writing";
+  app.add_option("--codec", options.write.codec, "FFmpeg's name of an encoder; else the best for the container")
+      ->type_name("NAME")
+      ->group(write);
+  app.add_option("--quality", options.write.quality, "0 best to 51 smallest (constant rate factor)")
+      ->check(CLI::Range(0, 51).description(""))
+      ->type_name("N")
+      ->capture_default_str()
+      ->group(write);
+  app.add_option("--preset", options.write.preset, "Effort of the H.264 encoder, ultrafast to veryslow")
+      ->check(CLI::IsMember(
+                  {"ultrafast", "superfast", "veryfast", "faster", "fast", "medium", "slow", "slower", "veryslow"})
+                  .description(""))
+      ->type_name("NAME")
+      ->capture_default_str()
+      ->group(write);
+  app.add_option("--format", options.write.container, "FFmpeg's name of a container; else by the file's name")
+      ->type_name("NAME")
+      ->group(write);
+  app.add_option("--sheet", options.sheet, "Also writes a contact sheet with frames before and after")
+      ->type_name("PNG")
+      ->group(write);
+
+  app.add_flag_callback(
+         "--gpu-yuv", [&options] { options.upload = UploadPath::kNative; },
+         "Hands YUV frames to the library as they are, which turns them into RGB on the GPU and softens a picture a "
+         "little; else FFmpeg does it")
+      ->group(write);
+  app.add_flag("--overwrite,!--no-overwrite", options.overwrite, "Replaces an output that exists (else too)")
+      ->group(write);
+}
+
+// The own clip: keyed over a picture, with beauty, unless options say otherwise.
+void CompleteDemo(const CLI::App& app, ProcessOptions& options) {
+  const auto add = [&](const char* name, ParamSetting setting) {
+    options.effect.try_emplace(name, std::move(setting));
+  };
+  add("enable_key", ParamSetting::Switch(true));
+  add("color", ParamSetting::Color(kDemoKey));
+  add("similarity", ParamSetting::Integer(155));
+  add("smoothness", ParamSetting::Integer(50));
+  add("anti-spill", ParamSetting::Integer(75));
+  add("blur", ParamSetting::Integer(60));
+  add("whitten", ParamSetting::Integer(20));
+  if (app.count("--background-color") == 0 && options.layout.background.empty()) {
+    add("bgfile", ParamSetting::File(kDemoBackground));
+  }
+}
+
+}  // namespace
+
+void AddProcessOptions(CLI::App& app, ProcessOptions& options) {
+  app.description(
+      "Takes every frame of a video or image through the library and writes the result.\n"
+      "Without INPUT it makes a clip of its own: somebody who waves in front of a green screen.");
+  app.footer(
+      "Examples:\n"
+      "  qvg process clip.mp4 -o out.mp4                          the clip as it is\n"
+      "  qvg process clip.mp4 -o out.mp4 --scale 0.8 --rotate 5 --background beach.jpg --drop-shadow 0.6\n"
+      "  qvg process photo.jpg -o out.png --size 640x480\n"
+      "  qvg process screen.mp4 -o out.mp4 --key auto --background beach.jpg --blur 60\n"
+      "  ffmpeg -i clip.mkv -f yuv4mpegpipe - | qvg process - -o out.mp4\n"
+      "  qvg process screen.mp4 -o - --key auto --background-color gray | ffplay -\n"
+      "Colours come out as they went in; the output is tagged as limited-range BT.601.\n"
+      "Exit code: 0 done, 1 failed or input damaged, 2 wrong usage, 130 interrupted.");
+  AddInput(app, options.input);
+  app.add_option("-o,--output", options.output,
+                 "Video (.mp4, .mkv, .webm ...), image (.png, .jpg ...: the first frame) or numbered images "
+                 "(frame%03d.png), or - for a stream on standard output; without INPUT out/demo.mp4")
+      ->type_name("FILE");
+
+  AddPlacing(app, options);
+  AddMixing(app, options);
+  AddChoosing(app, options);
+  AddWriting(app, options);
+  app.add_flag(
+         "--preview", options.preview,
+         "Shows each frame in a window while it is processed, at the clip's own rate; see qvg view --help for keys")
+      ->group("Watching");
+  app.add_flag("--max-speed", options.maxSpeed, "With --preview: as fast as it goes")->group("Watching");
+  AddVerbose(app, options.verbose);
+  AddEffectOptions(app, LoadEffectTable(), options.effect, options.key);
+}
+
+void CompleteProcessOptions(const CLI::App& app, ProcessOptions& options) {
+  RefuseEmptyInput(app, options.input);
+  if (options.to > 0 && options.duration > 0) throw CLI::ExcludesError("--to", "--duration");
+  if (options.End() <= 0) throw CLI::ValidationError("--to: lies not behind --from");
+  if (options.output == "/dev/stdout") options.output = kStandardOutput;
+  EffectSettings& effect = options.effect;
+  if (options.input.empty()) CompleteDemo(app, options);
+  if (IsOn(effect, "enable_bg") && !effect.contains("bgfile")) throw CLI::RequiredError("--bgfile FILE");
+  ImplySwitches(effect);
+  if (!options.input.empty()) {
+    if (options.output.empty()) throw CLI::RequiredError("-o FILE");
+    return;
+  }
+  if (options.output.empty()) {
+    options.output = "out/demo.mp4";
+    std::error_code ignored;
+    std::filesystem::create_directories("out", ignored);
+  }
+  const std::filesystem::path path(options.output);
+  if (options.sheet.empty() && options.output != kStandardOutput) {
+    options.sheet = (path.parent_path() / (path.stem().string() + "-sheet.png")).string();
+  }
+}
+
+}  // namespace qvgtool

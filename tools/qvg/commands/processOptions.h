@@ -1,0 +1,50 @@
+// What qvg process is told.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <cmath>
+#include <optional>
+#include <utility>
+
+#include "media/mediaReader.h"
+#include "media/mediaWriter.h"
+#include "picture/compositor.h"
+#include "picture/effect.h"
+
+namespace qvgtool {
+
+/** For --key: the screen's colour is found in the pictures. */
+inline constexpr char kAutomaticKey[] = "auto";
+
+/** For -o: the stream goes to standard output, and nothing else. */
+inline constexpr char kStandardOutput[] = "-";
+
+struct ProcessOptions {
+  std::string input;  // Empty: the tool's own clip.
+  std::string output;
+  std::string sheet;  // Contact sheet, PNG; empty: none.
+  ReadOptions read;
+  WriteOptions write;
+  EffectSettings effect;
+  Layout layout;
+  UploadPath upload = UploadPath::kSharp;
+  std::string key;  // Of the screen to be keyed out: its colour, or kAutomaticKey; empty: as the effect is told.
+  std::optional<std::pair<int, int>> size;  // Of the output; the own clip's as well.
+  int64_t frames = 0;                       // At most; 0: all.
+  double to = 0, duration = 0;              // Seconds, of the input and from its first frame; 0: to its end.
+  double fps = 0;                           // Of the output; 0: the input's.
+  bool overwrite = true;
+  bool preview = false;   // A window shows each frame
+  bool maxSpeed = false;  // and does not wait for the clip's own rate.
+  bool verbose = false;
+
+  /** Where it ends, in seconds after the first frame. */
+  double End() const { return duration > 0 ? duration : to > 0 ? to - read.from : HUGE_VAL; }
+};
+
+void AddProcessOptions(CLI::App& app, ProcessOptions& options);
+
+/** Defaults that depend on what was given, and wishes that exclude each other. Throws CLI::ParseError. */
+void CompleteProcessOptions(const CLI::App& app, ProcessOptions& options);
+
+}  // namespace qvgtool

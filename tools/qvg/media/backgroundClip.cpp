@@ -1,0 +1,35 @@
+#include "media/backgroundClip.h"
+
+#include "media/filters.h"
+
+namespace qvgtool {
+
+BackgroundClip::BackgroundClip(const std::string& path) : path_(path) {
+  if (!_Begin(0)) throw Error(path + ": no picture could be decoded");
+}
+
+bool BackgroundClip::_Begin(double start) {
+  reader_ = std::make_unique<MediaReader>(path_, ReadOptions{.sound = false});
+  next_ = reader_->Read();
+  start_ = start;
+  return next_ != nullptr;
+}
+
+FramePtr BackgroundClip::At(double seconds) {
+  const VideoFormat& format = reader_->Format();
+  const double frameSeconds = av_q2d(av_inv_q(format.frameRate));
+  FramePtr shown;
+  double end = start_;
+  while (next_) {
+    const double begins = start_ + static_cast<double>(next_->pts) * av_q2d(format.timeBase);
+    // Of a frame that begins with the picture's own, up to rounding, that one.
+    if (begins > seconds + frameSeconds / 100) break;
+    end = begins + frameSeconds;
+    shown = std::move(next_);
+    next_ = reader_->Read();
+    if (!next_ && !format.still) _Begin(end);
+  }
+  return shown ? Upright(*shown, format.quarterTurns) : nullptr;
+}
+
+}  // namespace qvgtool

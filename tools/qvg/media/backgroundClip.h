@@ -1,0 +1,28 @@
+// What is shown behind the frames: an image, or a clip that begins again when it ends.
+#pragma once
+
+#include <string>
+
+#include "media/mediaReader.h"
+
+namespace qvgtool {
+
+class BackgroundClip {
+ public:
+  /** Throws Error when the file holds no picture. */
+  explicit BackgroundClip(const std::string& path);
+
+  /** The picture for this time, in seconds from the beginning; times never fall. @return null while it is the one
+   *  that was given last. */
+  FramePtr At(double seconds);
+
+ private:
+  bool _Begin(double start);
+
+  std::string path_;
+  std::unique_ptr<MediaReader> reader_;
+  FramePtr next_;
+  double start_ = 0;  // When the clip began this time.
+};
+
+}  // namespace qvgtool

@@ -1,0 +1,29 @@
+// The tool's own clip: somebody waves in front of a lit green screen.
+#pragma once
+
+#include "media/frameSource.h"
+
+namespace qvgtool {
+
+class DemoClip : public FrameSource {
+ public:
+  DemoClip(int width, int height);
+  const VideoFormat& Format() const override { return format_; }
+  FramePtr Read() override;
+
+ private:
+  VideoFormat format_;
+  std::vector<float> light_;  // On the screen, for each pixel.
+  int64_t next_ = 0;
+};
+
+/** The screen's colour. */
+inline constexpr char kDemoKey[] = "#22aa41";
+
+/** The name under which the effect gets it. */
+inline constexpr char kDemoBackground[] = "the demo's background";
+
+/** A picture to put behind the clip: an evening with lights, as large as its frames. */
+FramePtr DemoBackground(const VideoFormat& format);
+
+}  // namespace qvgtool

@@ -1,0 +1,16 @@
+// FFmpeg's filters on single pictures.
+#pragma once
+
+#include <string>
+
+#include "media/ffmpegPtr.h"
+
+namespace qvgtool {
+
+/** The picture that comes out of a chain of FFmpeg's filters; null when the chain can't be had here. */
+FramePtr Filtered(const AVFrame& frame, const std::string& chain);
+
+/** A turned copy, clockwise. Throws Error. */
+FramePtr Upright(const AVFrame& frame, int quarterTurns);
+
+}  // namespace qvgtool

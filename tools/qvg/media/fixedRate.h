@@ -1,0 +1,31 @@
+// A clip at a frame rate of its own: frames are repeated or dropped.
+#pragma once
+
+#include <memory>
+#include <utility>
+
+#include "media/frameSource.h"
+
+namespace qvgtool {
+
+class FixedRate : public FrameSource {
+ public:
+  /** rate: frames a second. */
+  FixedRate(std::unique_ptr<FrameSource> source, double rate);
+
+  const VideoFormat& Format() const override { return format_; }
+  FramePtr Read() override;
+  std::vector<const AVStream*> SoundStreams() const override { return source_->SoundStreams(); }
+  PacketPtr TakeSound() override { return source_->TakeSound(); }
+  std::string Damage() const override { return source_->Damage(); }
+
+ private:
+  double _Begin(const AVFrame& frame) const;
+
+  std::unique_ptr<FrameSource> source_;
+  VideoFormat format_;
+  FramePtr shown_, next_;
+  int64_t count_ = 0;
+};
+
+}  // namespace qvgtool

@@ -1,0 +1,35 @@
+// Frames from all over a clip, for what has to be known before the first one is drawn.
+#pragma once
+
+#include <deque>
+#include <string>
+#include <vector>
+
+#include "media/mediaReader.h"
+
+namespace qvgtool {
+
+/** Upright RGBA copies of frames: of a file some from its beginning to its end, without moving in any reader. Throws
+ *  Error. */
+std::vector<FramePtr> SamplesOf(const std::string& path, const ReadOptions& options);
+
+/** A source whose first frames can be looked at before they are read: for streams, which can't be read twice. */
+class ReadAhead : public FrameSource {
+ public:
+  explicit ReadAhead(std::unique_ptr<FrameSource> source) : source_(std::move(source)) {}
+
+  /** Upright RGBA copies of some of the next frames. Throws Error. */
+  std::vector<FramePtr> Samples();
+
+  const VideoFormat& Format() const override { return source_->Format(); }
+  FramePtr Read() override;
+  std::vector<const AVStream*> SoundStreams() const override { return source_->SoundStreams(); }
+  PacketPtr TakeSound() override { return source_->TakeSound(); }
+  std::string Damage() const override { return source_->Damage(); }
+
+ private:
+  std::unique_ptr<FrameSource> source_;
+  std::deque<FramePtr> frames_;
+};
+
+}  // namespace qvgtool

@@ -1,0 +1,315 @@
+#include "media/mediaWriter.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+extern "C" {
+#include <libavutil/opt.h>
+#include <libavutil/pixdesc.h>
+}
+
+namespace qvgtool {
+namespace {
+
+// Encoders that take the picture when the container's own choice can't be had.
+constexpr const char* kH264Encoders[] = {"libx264", "libopenh264"};
+constexpr AVCodecID kFallbacks[] = {AV_CODEC_ID_MPEG4, AV_CODEC_ID_MJPEG};
+
+// Containers that can hold alpha, and the encoder for it. Others, that only would, lose it on the way.
+constexpr struct {
+  const char *container, *encoder;
+  AVPixelFormat format;
+} kAlphaEncoders[] = {
+    {"mov", "prores_ks", AV_PIX_FMT_YUVA444P10LE},
+    {"webm", "libvpx-vp9", AV_PIX_FMT_YUVA420P},
+    {"matroska", "ffv1", AV_PIX_FMT_BGRA},
+};
+
+AVPixelFormat AlphaFormat(const AVCodec* codec) {
+  for (const auto& row : kAlphaEncoders) {
+    if (!std::strcmp(codec->name, row.encoder)) return row.format;
+  }
+  return AV_PIX_FMT_NONE;
+}
+
+// How --quality and --preset reach each encoder; others get the first form.
+void SetQuality(AVCodecContext* encoder, const WriteOptions& options) {
+  const std::string name = encoder->codec->name;
+  if (name == "libx264" || name == "libx265") {
+    av_opt_set_int(encoder->priv_data, "crf", options.quality, 0);
+    av_opt_set(encoder->priv_data, "preset", options.preset.c_str(), 0);
+  } else if (name.starts_with("libvpx")) {
+    encoder->bit_rate = 0;
+    av_opt_set_int(encoder->priv_data, "crf", options.quality, 0);
+    av_opt_set(encoder->priv_data, "deadline", "good", 0);
+    av_opt_set_int(encoder->priv_data, "cpu-used", 4, 0);
+  } else {
+    encoder->flags |= AV_CODEC_FLAG_QSCALE;
+    encoder->global_quality = FF_QP2LAMBDA * std::clamp(options.quality / 6, 1, 31);
+  }
+}
+
+bool Supports(const AVCodec* codec, AVPixelFormat format) {
+  for (const AVPixelFormat* f = codec->pix_fmts; f && *f != AV_PIX_FMT_NONE; ++f) {
+    if (*f == format) return true;
+  }
+  return !codec->pix_fmts && format == AV_PIX_FMT_YUV420P;
+}
+
+bool IsYuv(AVPixelFormat format) {
+  const AVPixFmtDescriptor* pixels = av_pix_fmt_desc_get(format);
+  return pixels->nb_components >= 3 && !(pixels->flags & (AV_PIX_FMT_FLAG_RGB | AV_PIX_FMT_FLAG_PAL));
+}
+
+AVPixelFormat NearestFormat(const AVCodec* codec, AVPixelFormat rgb) {
+  if (!codec->pix_fmts) return rgb;
+  return avcodec_find_best_pix_fmt_of_list(codec->pix_fmts, rgb, rgb == AV_PIX_FMT_RGBA, nullptr);
+}
+
+std::string LongerName(const AVCodec* codec) { return codec->long_name ? codec->long_name : codec->name; }
+
+}  // namespace
+
+MediaWriter::MediaWriter(const std::string& path, const WriteOptions& options) : path_(path), options_(options) {
+  AVFormatContext* output = nullptr;
+  const bool toStream = path == "-";
+  const char* container = !options.container.empty() ? options.container.c_str() : toStream ? "matroska" : nullptr;
+  if (avformat_alloc_output_context2(&output, nullptr, container, path.c_str()) < 0) {
+    throw Error(fmt::format("{}: the name's ending says no format that can be written (try .mp4 or .png)", path));
+  }
+  output_.reset(output);
+  image_ = !std::strcmp(output->oformat->name, "image2");
+  singleImage_ = image_ && !av_filename_number_test(path.c_str());
+  if (singleImage_) av_opt_set_int(output->priv_data, "update", 1, 0);
+  _ChooseCodecs(options.codec);
+  const AVCodec* codec = codecs_.front();
+  if (options.alpha && !image_) {
+    encoderFormat_ = AlphaFormat(codec);
+    if (encoderFormat_ != AV_PIX_FMT_NONE) frameFormat_ = AV_PIX_FMT_RGBA;
+  }
+  for (const AVPixelFormat format : {AV_PIX_FMT_NV12, AV_PIX_FMT_YUV420P}) {
+    if (!image_ && encoderFormat_ == AV_PIX_FMT_NONE && Supports(codec, format)) encoderFormat_ = frameFormat_ = format;
+  }
+  if (encoderFormat_ == AV_PIX_FMT_NONE) {
+    encoderFormat_ = NearestFormat(codec, AV_PIX_FMT_RGBA);
+    frameFormat_ = AV_PIX_FMT_RGBA;
+  }
+}
+
+MediaWriter::~MediaWriter() {
+  try {
+    Finish(false);
+  } catch (const std::exception&) {
+    // Reported where it happened first; here only the file's end matters.
+  }
+}
+
+void MediaWriter::_ChooseCodecs(const std::string& name) {
+  const AVOutputFormat* container = output_->oformat;
+  const auto add = [&](const AVCodec* codec) {
+    if (!codec || (codec->capabilities & (AV_CODEC_CAP_HARDWARE | AV_CODEC_CAP_EXPERIMENTAL))) return;
+    if (codec->type != AVMEDIA_TYPE_VIDEO) return;
+    if (!image_ && avformat_query_codec(container, codec->id, FF_COMPLIANCE_NORMAL) == 0) return;
+    codecs_.push_back(codec);
+  };
+  if (!name.empty()) {
+    const AVCodec* wanted = avcodec_find_encoder_by_name(name.c_str());
+    if (!wanted) throw Error(fmt::format("this build of FFmpeg has no encoder named {}", name));
+    if (wanted->type != AVMEDIA_TYPE_VIDEO) throw Error(fmt::format("{} is no video encoder", name));
+    add(wanted);
+    if (codecs_.empty()) throw Error(fmt::format("{}: {} can't be written into {}", path_, name, container->name));
+    return;
+  }
+  for (const auto& row : kAlphaEncoders) {
+    if (options_.alpha && !std::strcmp(container->name, row.container)) add(avcodec_find_encoder_by_name(row.encoder));
+  }
+  const AVCodecID first = av_guess_codec(container, nullptr, path_.c_str(), nullptr, AVMEDIA_TYPE_VIDEO);
+  if (first == AV_CODEC_ID_H264) {
+    for (const char* encoder : kH264Encoders) add(avcodec_find_encoder_by_name(encoder));
+  }
+  add(avcodec_find_encoder(first));
+  if (!image_) {
+    for (const AVCodecID id : kFallbacks) add(avcodec_find_encoder(id));
+  }
+  if (codecs_.empty()) throw Error(fmt::format("{}: no encoder for {}", path_, container->long_name));
+}
+
+bool MediaWriter::KeepsAlpha() const {
+  return (av_pix_fmt_desc_get(encoderFormat_)->flags & (AV_PIX_FMT_FLAG_ALPHA | AV_PIX_FMT_FLAG_PAL)) != 0;
+}
+
+bool MediaWriter::_OpenEncoder(const AVCodec* codec, const VideoFormat& format, const AVFrame& colorSource) {
+  // A fallback that can't take the frames as they come would need another read-back: it is passed over.
+  if (!image_ && frameFormat_ != AV_PIX_FMT_RGBA && !Supports(codec, encoderFormat_)) {
+    if (!Supports(codec, AV_PIX_FMT_YUV420P)) return false;
+    encoderFormat_ = frameFormat_ = AV_PIX_FMT_YUV420P;
+  }
+  if (frameFormat_ == AV_PIX_FMT_RGBA) {
+    encoderFormat_ = format.alpha ? AlphaFormat(codec) : AV_PIX_FMT_NONE;
+    if (encoderFormat_ == AV_PIX_FMT_NONE) {
+      encoderFormat_ = NearestFormat(codec, format.alpha ? AV_PIX_FMT_RGBA : AV_PIX_FMT_RGB24);
+    }
+  }
+  encoder_ = Checked(CodecContextPtr(avcodec_alloc_context3(codec)));
+  AVCodecContext* encoder = encoder_.get();
+  encoder->width = format.width;
+  encoder->height = format.height;
+  encoder->pix_fmt = encoderFormat_;
+  encoder->sample_aspect_ratio = format.pixelAspect;
+  encoder->framerate = format.frameRate;
+  encoder->time_base = format.timeBase;
+  // Containers without time stamps of their own, and MPEG-4 with its 16-bit clock, count frames or coarser ticks.
+  const bool constantRate = !(output_->oformat->flags & (AVFMT_VARIABLE_FPS | AVFMT_NOTIMESTAMPS));
+  if (constantRate) encoder->time_base = av_inv_q(format.frameRate);
+  if (codec->id == AV_CODEC_ID_MPEG4 && encoder->time_base.den > 65535) encoder->time_base = {1, 60000};
+  encoder->thread_count = 0;
+  const bool yuv = IsYuv(encoderFormat_);
+  const bool jpeg = image_ && yuv;
+  encoder->color_range = yuv && !jpeg ? AVCOL_RANGE_MPEG : AVCOL_RANGE_JPEG;
+  encoder->colorspace = yuv ? AVCOL_SPC_SMPTE170M : AVCOL_SPC_RGB;
+  // The matrix is changed on the way, primaries and transfer are not.
+  encoder->color_primaries = colorSource.color_primaries;
+  encoder->color_trc = colorSource.color_trc;
+  if (yuv) {
+    encoder->chroma_sample_location = encoderFormat_ == AV_PIX_FMT_NV12 ? AVCHROMA_LOC_LEFT : AVCHROMA_LOC_CENTER;
+  }
+  if (output_->oformat->flags & AVFMT_GLOBALHEADER) encoder->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
+  SetQuality(encoder, options_);
+  return avcodec_open2(encoder, codec, nullptr) >= 0;
+}
+
+void MediaWriter::Open(const VideoFormat& format, const AVFrame& colorSource,
+                       const std::vector<const AVStream*>& sound) {
+  sourceTimeBase_ = format.timeBase;
+  const bool opened = std::any_of(codecs_.begin(), codecs_.end(),
+                                  [&](const AVCodec* codec) { return _OpenEncoder(codec, format, colorSource); });
+  encoderName_ = encoder_->codec->name;
+  if (!opened) {
+    throw Error(fmt::format("{}: {} does not take {} x {}: {}", path_, LongerName(codecs_.front()), format.width,
+                            format.height, FfmpegError(AVERROR(EINVAL))));
+  }
+  video_ = avformat_new_stream(output_.get(), nullptr);
+  if (!video_) throw std::bad_alloc();
+  video_->time_base = encoder_->time_base;
+  video_->avg_frame_rate = video_->r_frame_rate = format.frameRate;
+  video_->sample_aspect_ratio = format.pixelAspect;
+  avcodec_parameters_from_context(video_->codecpar, encoder_.get());
+  if (!image_) _AddSoundStreams(sound);
+
+  int result = 0;
+  std::string url = path_.find("://") == std::string::npos ? "file:" + path_ : path_;
+  if (path_ == "-") {
+    url = fmt::format("pipe:{}", options_.standardOutput);
+    // Nothing that was written can be changed any more.
+    av_opt_set(output_.get(), "movflags", "frag_keyframe+empty_moov", AV_OPT_SEARCH_CHILDREN);
+  }
+  if (!(output_->oformat->flags & AVFMT_NOFILE)) result = avio_open(&output_->pb, url.c_str(), AVIO_FLAG_WRITE);
+  if (result >= 0) result = avformat_write_header(output_.get(), nullptr);
+  if (result < 0) {
+    if (!(output_->oformat->flags & AVFMT_NOFILE)) avio_closep(&output_->pb);
+    throw Error(fmt::format("cannot write {}: {}", path_, FfmpegError(result)));
+  }
+  headerWritten_ = true;
+}
+
+void MediaWriter::_AddSoundStreams(const std::vector<const AVStream*>& sound) {
+  for (const AVStream* from : sound) {
+    if (avformat_query_codec(output_->oformat, from->codecpar->codec_id, FF_COMPLIANCE_NORMAL) != 1) {
+      soundLeftOut_ += (soundLeftOut_.empty() ? "" : ", ") + std::string(avcodec_get_name(from->codecpar->codec_id));
+      continue;
+    }
+    AVStream* to = avformat_new_stream(output_.get(), nullptr);
+    if (!to) throw std::bad_alloc();
+    avcodec_parameters_copy(to->codecpar, from->codecpar);
+    to->codecpar->codec_tag = 0;
+    to->time_base = from->time_base;
+    to->disposition = from->disposition;
+    av_dict_copy(&to->metadata, from->metadata, 0);
+    soundOut_.push_back({from, to});
+  }
+}
+
+void MediaWriter::Write(FramePtr frame) {
+  const AVFrame* source = frame.get();
+  if (frame->format != encoderFormat_) {
+    const bool yuv = IsYuv(encoderFormat_);
+    source = &converter_.Convert(*frame, encoderFormat_, frame->width, frame->height,
+                                 {.rgb = !yuv, .fullRange = !yuv || image_, .matrix = AVCOL_SPC_SMPTE170M});
+  }
+  FramePtr send = Checked(FramePtr(av_frame_clone(source)));
+  send->pts = av_rescale_q(frame->pts, sourceTimeBase_, encoder_->time_base);
+  if (lastPts_ != AV_NOPTS_VALUE && send->pts <= lastPts_) send->pts = lastPts_ + 1;
+  lastPts_ = send->pts;
+  send->sample_aspect_ratio = encoder_->sample_aspect_ratio;
+  _Encode(send.get());
+  const double now = static_cast<double>(send->pts) * av_q2d(encoder_->time_base);
+  _WriteSoundUpTo(now);
+  seconds_ = now + 1 / av_q2d(encoder_->framerate);
+}
+
+void MediaWriter::_Encode(const AVFrame* frame) {
+  int result = avcodec_send_frame(encoder_.get(), frame);
+  if (result < 0 && result != AVERROR_EOF) {
+    throw Error(fmt::format("{}: the encoder failed: {}", path_, FfmpegError(result)));
+  }
+  const PacketPtr packet = NewPacket();
+  while ((result = avcodec_receive_packet(encoder_.get(), packet.get())) >= 0) {
+    if (packet->duration <= 0) {
+      packet->duration = std::max<int64_t>(1, av_rescale_q(1, av_inv_q(encoder_->framerate), encoder_->time_base));
+    }
+    packet->stream_index = video_->index;
+    av_packet_rescale_ts(packet.get(), encoder_->time_base, video_->time_base);
+    _WritePacket(packet.get());
+  }
+}
+
+void MediaWriter::AddSound(PacketPtr packet) { soundQueue_.push_back(std::move(packet)); }
+
+void MediaWriter::_WriteSoundUpTo(double seconds) {
+  auto keep = soundQueue_.begin();
+  for (auto& packet : soundQueue_) {
+    const auto out = std::find_if(soundOut_.begin(), soundOut_.end(),
+                                  [&](const SoundOut& s) { return s.from->index == packet->stream_index; });
+    if (out == soundOut_.end()) continue;
+    const int64_t time = packet->dts != AV_NOPTS_VALUE ? packet->dts : packet->pts;
+    if (time != AV_NOPTS_VALUE && static_cast<double>(time) * av_q2d(out->from->time_base) > seconds) {
+      std::swap(*keep++, packet);
+      continue;
+    }
+    packet->stream_index = out->to->index;
+    packet->pos = -1;
+    av_packet_rescale_ts(packet.get(), out->from->time_base, out->to->time_base);
+    _WritePacket(packet.get());
+  }
+  soundQueue_.erase(keep, soundQueue_.end());
+}
+
+void MediaWriter::_WritePacket(AVPacket* packet) {
+  const int result = av_interleaved_write_frame(output_.get(), packet);
+  if (result < 0) throw Error(fmt::format("cannot write {}: {}", path_, FfmpegError(result)));
+}
+
+void MediaWriter::Finish(bool endOfSound) {
+  if (finished_ || !headerWritten_) return;
+  finished_ = true;
+  std::string failure;
+  try {
+    _Encode(nullptr);
+    _WriteSoundUpTo(endOfSound ? HUGE_VAL : seconds_);
+  } catch (const Error& error) {
+    failure = error.what();
+  }
+  int result = av_write_trailer(output_.get());
+  if (!(output_->oformat->flags & AVFMT_NOFILE)) {
+    const int closed = avio_closep(&output_->pb);
+    if (result >= 0) result = closed;
+  }
+  encoder_.reset();
+  if (failure.empty() && result < 0) failure = fmt::format("cannot write {}: {}", path_, FfmpegError(result));
+  if (!failure.empty()) throw Error(failure);
+}
+
+}  // namespace qvgtool

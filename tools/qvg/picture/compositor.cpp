@@ -1,0 +1,223 @@
+#include "picture/compositor.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include "media/alpha.h"
+#include "media/imageFiles.h"
+
+namespace qvgtool {
+namespace {
+
+constexpr struct {
+  const char* name;
+  int type;
+} kBlends[] = {
+    {"none", QVG_BLEND_NONE},
+    {"normal", QVG_BLEND_NORMAL},
+    {"add", QVG_BLEND_ADD},
+    {"luminosity", QVG_BLEND_LUMINOSITY},
+    {"color-burn", QVG_BLEND_COLOR_BURN},
+    {"color-dodge", QVG_BLEND_COLOR_DODGE},
+    {"darken", QVG_BLEND_DARKEN},
+    {"darker-color", QVG_BLEND_DARKER_COLOR},
+    {"hard-light", QVG_BLEND_HARD_LIGHT},
+    {"lighten", QVG_BLEND_LIGHTEN},
+    {"multiply", QVG_BLEND_MULTIPLY},
+    {"overlay", QVG_BLEND_OVERLAY},
+    {"screen", QVG_BLEND_SCREEN},
+    {"erase-alpha", QVG_BLEND_ERASE_ALPHA},
+    {"erase-luma", QVG_BLEND_ERASE_LUMA},
+    {"soft-light", QVG_BLEND_SOFT_LIGHT},
+    {"mask-alpha", QVG_BLEND_MASK_ALPHA},
+    {"mask-luma", QVG_BLEND_MASK_LUMA},
+};
+
+QVGDrawTextureParams DefaultParams() {
+  QVGDrawTextureParams params = {};
+  params.blendType = QVG_BLEND_NONE;
+  params.opacity = 1;
+  for (double& value : params.scale) value = 1;
+  for (double& value : params.simpleMatteSize) value = 1;
+  for (double& value : params.sizeFactor) value = 1;
+  return params;
+}
+
+// How much of a blurred edge lies inside, at a distance into the picture (in units of the blur's radius).
+double Inside(double distance) { return 0.5 * (1 + std::erf(distance)); }
+
+}  // namespace
+
+std::vector<std::string> BlendNames() {
+  std::vector<std::string> names;
+  for (const auto& blend : kBlends) names.emplace_back(blend.name);
+  return names;
+}
+
+Compositor::Compositor(const Renderer& renderer, const Layout& layout, int width, int height, UploadPath upload)
+    : renderer_(renderer),
+      layout_(layout),
+      width_(width),
+      height_(height),
+      blendType_(QVG_BLEND_NORMAL),
+      converter_(upload),
+      target_(renderer.NewTarget(width, height)),
+      frameBuffer_(renderer.NewFrameBuffer(target_)) {
+  for (const auto& blend : kBlends) {
+    if (layout.blend == blend.name) blendType_ = blend.type;
+  }
+}
+
+void Compositor::SetBackground(const AVFrame& image) {
+  // Here, not on the GPU: there a picture much larger than the output would be sampled at a few of its texels.
+  const FramePtr cut = Checked(FramePtr(av_frame_clone(&image)));
+  CutTo(*cut, width_, height_);
+  background_ =
+      renderer_.Upload(toBackground_.Convert(*cut, AV_PIX_FMT_RGBA, width_, height_, {.rgb = true, .fullRange = true}));
+}
+
+const Texture& Compositor::Draw(const AVFrame& frame, int quarterTurns, bool alpha) {
+  const auto& gl = renderer_.Table();
+  const Effect* effect = effect_ && effect_->On() ? effect_ : nullptr;
+  Texture picture = _Upload(frame, alpha && effect);
+  // The library counts quarter turns counter-clockwise where y points up, as in an effect's result; in the targets of
+  // this class y points down.
+  gl.SetTextureRotation(picture.get(), static_cast<uint32_t>(effect ? quarterTurns : (4 - quarterTurns) % 4));
+  if (effect) picture = effect->Apply(picture);
+  const bool premultiplied = effect && effect->Transparent(alpha);
+  const bool lying = quarterTurns % 2 != 0;
+  const int width = lying ? frame.height : frame.width;
+  const int height = lying ? frame.width : frame.height;
+
+  QVGDrawTextureParams params = DefaultParams();
+  double fit = std::min(static_cast<double>(width_) / width, static_cast<double>(height_) / height);
+  // An output that lacks the odd row or column of the picture keeps its pixels where they are.
+  const int lostX = width - width_, lostY = height - height_;
+  const bool sameSize = lostX >= 0 && lostX <= 1 && lostY >= 0 && lostY <= 1;
+  if (sameSize) {
+    fit = 1;
+    params.translation[0] = lostX * 0.5;
+    params.translation[1] = lostY * 0.5;
+  }
+  // Row 0 is the picture's top, so the y axis, which leads to the last row, points down on the screen and a positive
+  // angle about z turns clockwise.
+  params.translation[0] += layout_.move[0];
+  params.translation[1] += layout_.move[1];
+  params.scale[0] = params.scale[1] = fit * layout_.scale;
+  params.rotation[2] = layout_.rotate;
+  if (effect) params.scale[1] *= -1;  // Its result lies the other way up.
+
+  const bool covers =
+      sameSize && layout_.scale == 1 && layout_.rotate == 0 && layout_.move[0] == 0 && layout_.move[1] == 0;
+  params.opacity = layout_.opacity;
+  const bool opaque = !premultiplied && (!alpha || effect) && layout_.opacity == 1;
+  const bool replaces = layout_.blend.empty() && opaque;
+  params.blendType = replaces ? static_cast<int>(QVG_BLEND_NONE) : blendType_;
+
+  if (!covers || params.blendType != QVG_BLEND_NONE) {
+    if (!gl.ClearFrameBuffer(frameBuffer_.get(), layout_.backgroundColor.data())) throw Error("clearing failed");
+    if (background_) {
+      QVGDrawTextureParams behind = DefaultParams();
+      behind.blendType = QVG_BLEND_NORMAL;
+      _DrawInto(background_, behind);
+    }
+    if (layout_.shadow > 0) {
+      premultiplied ? _DrawShadowOf(picture, width, height, params)
+                    : _DrawShadow(width, height, fit * layout_.scale, params);
+    }
+  }
+  _DrawInto(picture, params);
+  return target_;
+}
+
+Texture Compositor::_Upload(const AVFrame& frame, bool premultiplied) {
+  if (!premultiplied) return renderer_.Upload(converter_.Prepare(frame));
+  return renderer_.Upload(*Premultiplied(
+      toRGBA_.Convert(frame, AV_PIX_FMT_RGBA, frame.width, frame.height, {.rgb = true, .fullRange = true})));
+}
+
+void Compositor::_DrawShadow(int width, int height, double scale, const QVGDrawTextureParams& place) {
+  constexpr int kReduce = 4;        // A blurred thing needs few pixels.
+  constexpr double kMargin = 0.15;  // Of the height, on each side.
+  const int margin = std::max(2, static_cast<int>(height * kMargin / kReduce));
+  if (!shadow_ || shadowWidth_ != width || shadowHeight_ != height) {
+    const int innerWidth = std::max(1, width / kReduce), innerHeight = std::max(1, height / kReduce);
+    const FramePtr image = NewFrame(AV_PIX_FMT_RGBA, innerWidth + 2 * margin, innerHeight + 2 * margin);
+    const double radius = margin * 0.5;
+    for (int y = 0; y < image->height; ++y) {
+      uint8_t* row = image->data[0] + static_cast<ptrdiff_t>(y) * image->linesize[0];
+      const double top = y + 0.5 - margin;
+      const double vertical = Inside(top / radius) * Inside((innerHeight - top) / radius);
+      for (int x = 0; x < image->width; ++x) {
+        const double left = x + 0.5 - margin;
+        const double cover = vertical * Inside(left / radius) * Inside((innerWidth - left) / radius);
+        const uint8_t pixel[4] = {0, 0, 0, static_cast<uint8_t>(std::lround(255 * cover))};
+        std::copy_n(pixel, 4, row + static_cast<ptrdiff_t>(x) * 4);
+      }
+    }
+    shadow_ = renderer_.Upload(*image);
+    shadowWidth_ = width;
+    shadowHeight_ = height;
+  }
+  QVGDrawTextureParams params = place;
+  params.blendType = QVG_BLEND_NORMAL;
+  params.opacity = layout_.shadow * layout_.opacity;
+  params.scale[0] = params.scale[1] = scale * kReduce;
+  params.translation[1] += height * scale * 0.03;
+  _DrawInto(shadow_, params);
+}
+
+// The shadow of what is not transparent: the picture made small, which blurs it, and black.
+void Compositor::_DrawShadowOf(const Texture& picture, int width, int height, const QVGDrawTextureParams& place) {
+  constexpr int kHalvings = 4;
+  const auto& gl = renderer_.Table();
+  const auto small = [&](int halvings) {
+    return renderer_.NewTarget(std::max(1, width >> halvings), std::max(1, height >> halvings));
+  };
+  if (!black_) {
+    for (int i = 1; i <= kHalvings; ++i) reduced_.push_back(small(i));
+    black_ = small(kHalvings);
+    keyedShadow_ = small(kHalvings);
+    constexpr double kBlack[4] = {0, 0, 0, 1};
+    if (!gl.ClearTexture(black_.get(), kBlack)) throw Error("clearing failed");
+  }
+  const auto drawAlone = [&](const Texture& texture, const Texture& target, const QVGDrawTextureParams& params) {
+    constexpr double kNothing[4] = {0, 0, 0, 0};
+    const FrameBuffer frameBuffer = renderer_.NewFrameBuffer(target);
+    if (!gl.ClearFrameBuffer(frameBuffer.get(), kNothing) ||
+        !gl.DrawTexture(texture.get(), frameBuffer.get(), &params)) {
+      throw Error("drawing failed");
+    }
+  };
+  const Texture* from = &picture;
+  double fromWidth = width, fromHeight = height, upsideDown = -1;
+  for (const Texture& half : reduced_) {
+    QVGDrawTextureParams params = DefaultParams();
+    params.scale[0] = gl.GetTextureWidth(half.get()) / fromWidth;
+    params.scale[1] = upsideDown * gl.GetTextureHeight(half.get()) / fromHeight;
+    drawAlone(*from, half, params);
+    from = &half;
+    fromWidth = gl.GetTextureWidth(half.get());
+    fromHeight = gl.GetTextureHeight(half.get());
+    upsideDown = 1;
+  }
+  QVGDrawTextureParams cut = DefaultParams();
+  cut.matteTexture = from->get();
+  cut.matteType = QVG_MATTE_ALPHA;
+  drawAlone(black_, keyedShadow_, cut);
+  QVGDrawTextureParams params = place;
+  params.blendType = QVG_BLEND_NORMAL;
+  params.opacity = layout_.shadow * layout_.opacity;
+  params.scale[0] = std::abs(place.scale[0]) * width / fromWidth;
+  params.scale[1] = std::abs(place.scale[1]) * height / fromHeight;
+  params.translation[1] += height * std::abs(place.scale[1]) * 0.03;
+  _DrawInto(keyedShadow_, params);
+}
+
+void Compositor::_DrawInto(const Texture& texture, const QVGDrawTextureParams& params) {
+  if (!renderer_.Table().DrawTexture(texture.get(), frameBuffer_.get(), &params)) throw Error("drawing failed");
+}
+
+}  // namespace qvgtool

@@ -1,0 +1,145 @@
+#include "picture/effect.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "media/imageFiles.h"
+#include "picture/logCapture.h"
+
+extern "C" {
+#include <libavutil/parseutils.h>
+}
+
+namespace qvgtool {
+namespace {
+
+constexpr char kEffectName[] = "general_eff";
+
+// What the table doesn't tell: English, and the stage a parameter belongs to. A parameter without a row works as well.
+constexpr struct {
+  const char *name, *help, *stage;
+} kGlosses[] = {
+    {"color", "Key colour, that of the screen behind the person", "enable_key"},
+    {"similarity", "Colours up to this distance from the key colour become transparent", "enable_key"},
+    {"smoothness", "Width of the soft step from transparent to opaque", "enable_key"},
+    {"anti-spill", "Colours up to this distance beyond the keyed ones lose their tint", "enable_key"},
+    {"bgfile", "Image that the effect lays behind the frame, cut to its shape", "enable_bg"},
+    {"whitten", "Whitens skin", "enable_beauty"},
+    {"blur", "Smooths skin", "enable_beauty"},
+    {"bright", "Exposure", "enable_color"},
+    {"temperature", "Colour temperature: cooler below 0, warmer above", "enable_color"},
+    {"highlight", "Without effect at present", "enable_color"},
+    {"shadow", "Lightens the shadows", "enable_color"},
+    {"enable_key", "Keying on or off; else on when one of its parameters is given", nullptr},
+    {"enable_beauty", "Beauty on or off; else on when one of its parameters is given", nullptr},
+    {"enable_color", "Colour correction on or off; else on when one of its parameters is given", nullptr},
+    {"enable_bg", "Background image on or off; else on when it is given", nullptr},
+};
+
+const auto* GlossOf(const std::string& name) {
+  const auto* gloss =
+      std::find_if(std::begin(kGlosses), std::end(kGlosses), [&](const auto& g) { return g.name == name; });
+  return gloss == std::end(kGlosses) ? nullptr : gloss;
+}
+
+}  // namespace
+
+ParamSetting ParamSetting::Integer(int64_t number) {
+  ParamSetting setting = {{QVG_PARAM_INTEGER, {}}, {}};
+  setting.value.value.integer = number;
+  return setting;
+}
+
+ParamSetting ParamSetting::Switch(bool on) {
+  ParamSetting setting = {{QVG_PARAM_BOOLEAN, {}}, {}};
+  setting.value.value.boolean = on;
+  return setting;
+}
+
+ParamSetting ParamSetting::File(std::string path) { return {{QVG_PARAM_TEXT, {}}, std::move(path)}; }
+
+ParamSetting ParamSetting::Color(const std::string& text) {
+  uint8_t rgba[4];
+  if (av_parse_color(rgba, text.c_str(), -1, nullptr) < 0) throw Error(text + " is no colour (#rrggbb or a name)");
+  ParamSetting setting = {{QVG_PARAM_COLOR, {}}, text};
+  for (size_t i = 0; i < 3; ++i) setting.value.value.color[i] = rgba[i] / 255.0;
+  return setting;
+}
+
+std::string ColorText(const double (&rgb)[3]) {
+  const auto byte = [](double part) { return static_cast<int>(part * 255 + 0.5); };
+  return fmt::format("#{:02x}{:02x}{:02x}", byte(rgb[0]), byte(rgb[1]), byte(rgb[2]));
+}
+
+EffectTable AskEffectTable(const QVGGLRendererInterface& gl) {
+  const QVGParamDescriptor* rows = nullptr;
+  uint32_t count = 0;
+  if (!gl.GetEffectParameterTable(kEffectName, &rows, &count)) {
+    throw Error(fmt::format("the library has no effect named {}", kEffectName));
+  }
+  const char* displayName = gl.QueryEffect(kEffectName, "zh_CN");
+  return {kEffectName, displayName ? displayName : kEffectName, {rows, rows + count}};
+}
+
+EffectTable LoadEffectTable() {
+  LogCapture log;
+  const Renderer renderer;
+  if (!renderer.Ready()) throw Error(NoContextReason(log));
+  return AskEffectTable(renderer.Table());
+}
+
+std::string HelpOf(const QVGParamDescriptor& row) {
+  const auto* gloss = GlossOf(row.name);
+  return gloss ? gloss->help : row.label;
+}
+
+void ImplySwitches(EffectSettings& settings) {
+  for (const auto& gloss : kGlosses) {
+    if (gloss.stage && settings.contains(gloss.name)) settings.try_emplace(gloss.stage, ParamSetting::Switch(true));
+  }
+}
+
+bool IsOn(const EffectSettings& settings, const std::string& name) {
+  const auto found = settings.find(name);
+  return found != settings.end() && found->second.value.type == QVG_PARAM_BOOLEAN && found->second.value.value.boolean;
+}
+
+bool AnyStage(const EffectSettings& settings) {
+  return std::any_of(settings.begin(), settings.end(),
+                     [&](const auto& setting) { return IsOn(settings, setting.first); });
+}
+
+bool KeysOut(const EffectSettings& settings) { return IsOn(settings, "enable_key") && !IsOn(settings, "enable_bg"); }
+
+Effect::Effect(const Renderer& renderer, const EffectSettings& settings)
+    : renderer_(renderer), effect_(&renderer.Table(), renderer.Table().CreateEffect(kEffectName)), settings_(settings) {
+  if (!effect_) throw Error(fmt::format("the library gives no instance of {}", kEffectName));
+  for (const QVGParamDescriptor& row : AskEffectTable(renderer.Table()).rows) {
+    const auto wanted = settings.find(row.name);
+    Set(row.name, wanted != settings.end() ? wanted->second : ParamSetting{row.defaultValue, {}});
+  }
+}
+
+void Effect::Set(const std::string& name, const ParamSetting& setting) {
+  QVGParamValue value = setting.value;
+  if (value.type == QVG_PARAM_TEXT) value.value.text = setting.text.c_str();
+  const bool taken = renderer_.Table().SetEffectParameter(effect_.get(), name.c_str(), &value);
+  // A file that can't be decoded is no failure to the library.
+  if (const std::string error = TakeImageError(); !error.empty()) throw Error(error);
+  if (!taken) throw Error(fmt::format("the library does not take this value for {}", name));
+  settings_[name] = setting;
+}
+
+Texture Effect::Apply(const Texture& frame) const {
+  const auto& gl = renderer_.Table();
+  Texture result(&gl, gl.ApplyEffect(effect_.get(), frame.get()));
+  if (!result) throw Error("the effect failed");
+  return result;
+}
+
+bool Effect::Transparent(bool frameHasAlpha) const {
+  return (frameHasAlpha && !IsOn(settings_, "enable_bg")) || KeysOut(settings_);
+}
+
+}  // namespace qvgtool

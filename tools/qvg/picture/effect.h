@@ -1,0 +1,76 @@
+// The library's effect: its parameters as its own table tells them, and an instance of it.
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "picture/renderer.h"
+
+namespace qvgtool {
+
+/** A value for one parameter; text is what value.text means. */
+struct ParamSetting {
+  QVGParamValue value;
+  std::string text;
+
+  static ParamSetting Integer(int64_t number);
+  static ParamSetting Switch(bool on);
+  static ParamSetting File(std::string path);
+  /** #rrggbb, 0xrrggbb or a name. Throws Error. */
+  static ParamSetting Color(const std::string& text);
+};
+using EffectSettings = std::map<std::string, ParamSetting>;  // By the parameter's name.
+
+/** "#rrggbb" */
+std::string ColorText(const double (&rgb)[3]);
+
+struct EffectTable {
+  std::string name, displayName;
+  std::vector<QVGParamDescriptor> rows;
+};
+
+/** The table, from a library that runs. Throws Error. */
+EffectTable AskEffectTable(const QVGGLRendererInterface& gl);
+
+/** The table, from a library that is started and stopped for it. Throws Error when it can't start. */
+EffectTable LoadEffectTable();
+
+/** What a parameter does, in English where the tool knows it; else its label. */
+std::string HelpOf(const QVGParamDescriptor& row);
+
+/** Switches on the stages whose parameters are set, where the settings don't say anything about the switch. */
+void ImplySwitches(EffectSettings& settings);
+
+bool IsOn(const EffectSettings& settings, const std::string& name);
+
+/** True when a stage is switched on: without one the effect gives no picture. */
+bool AnyStage(const EffectSettings& settings);
+
+/** True when the result has holes where the frame has none. */
+bool KeysOut(const EffectSettings& settings);
+
+/** An instance; to be used on the renderer's thread and to be gone before the renderer is. */
+class Effect {
+ public:
+  /** Parameters that the settings leave out get the table's defaults. Throws Error. */
+  Effect(const Renderer& renderer, const EffectSettings& settings);
+
+  void Set(const std::string& name, const ParamSetting& setting);
+
+  /** Without a stage that is switched on there is nothing to apply. */
+  bool On() const { return AnyStage(settings_); }
+
+  /** The result lies the other way up: the picture's top is in its last row. Throws Error. */
+  Texture Apply(const Texture& frame) const;
+
+  /** True when the result is transparent in places, its colours multiplied by alpha. */
+  bool Transparent(bool frameHasAlpha) const;
+
+ private:
+  const Renderer& renderer_;
+  Handle<QVGEffect, &QVGGLRendererInterface::DestroyEffect> effect_;
+  EffectSettings settings_;
+};
+
+}  // namespace qvgtool

@@ -1,0 +1,32 @@
+// A PNG of pictures with labels.
+#pragma once
+
+#include <vector>
+
+#include "media/ffmpegPtr.h"
+
+namespace qvgtool {
+
+class Sheet {
+ public:
+  Sheet(int width, int height);
+
+  /** An RGB24 picture that lies inside. */
+  void Paste(const AVFrame& tile, int x, int y);
+  void Label(int x, int y, std::string text, int size = 19);
+  /** Writes the PNG; without labels when the machine has no font. Throws Error. */
+  void Save(const std::string& path);
+
+ private:
+  struct Text {
+    int x, y, size;
+    std::string text;
+  };
+  FramePtr picture_;
+  std::vector<Text> labels_;
+};
+
+/** Copies an RGB24 picture into another, where it must fit. */
+void Paste(const AVFrame& tile, AVFrame& picture, int x, int y);
+
+}  // namespace qvgtool
