@@ -176,6 +176,12 @@ got=$(for at in 0.2 1.5; do ffmpeg -nostdin -v error -ss "$at" -i moved.mp4 -fra
 near "a background that moves" 8 "253 0 0 0 0 253" "$got"
 refused 1 tune <(make -f lavfi -i color=gray:size=64x48 -frames:v 1 -f mjpeg -) -o out.png
 
+# Better and smaller mean the same for all encoders.
+for file in q.jpg q.webp q.avi q.webm q.mp4; do
+  for quality in 2 16 45; do process screen.png -o $file --quality $quality && stat -c %s $file; done | sort -nrc
+  verdict "--quality of $file" $?
+done
+
 # ---- Clips
 
 process -o own.mp4 --frames 6 --size 320x180

@@ -35,21 +35,36 @@ AVPixelFormat AlphaFormat(const AVCodec* codec) {
   return AV_PIX_FMT_NONE;
 }
 
-// How --quality and --preset reach each encoder; others get the first form.
+// How --quality, from 0 for the best to 51 for the smallest, reaches encoders that have an option for it: what they
+// call it, and their own best and smallest. Others take the quantiser.
+constexpr int kSmallest = 51;
+constexpr struct {
+  const char *encoder, *option;
+  double best, smallest;
+} kQualities[] = {
+    {"libx264", "crf", 0, 51},    {"libx265", "crf", 0, 51},      {"libvpx", "crf", 4, 63},
+    {"libvpx-vp9", "crf", 0, 63}, {"libaom-av1", "crf", 0, 63},   {"libsvtav1", "crf", 1, 63},
+    {"librav1e", "qp", 0, 255},   {"libwebp", "quality", 100, 0}, {"libwebp_anim", "quality", 100, 0},
+};
+// Six steps of the constant rate factor double its quantiser; this one's range takes a few more.
+constexpr double kSmallestQuantiser = 31;
+
+// Options that an encoder doesn't have are passed over.
 void SetQuality(AVCodecContext* encoder, const WriteOptions& options) {
-  const std::string name = encoder->codec->name;
-  if (name == "libx264" || name == "libx265") {
-    av_opt_set_int(encoder->priv_data, "crf", options.quality, 0);
-    av_opt_set(encoder->priv_data, "preset", options.preset.c_str(), 0);
-  } else if (name.starts_with("libvpx")) {
+  void* const own = encoder->priv_data;
+  for (const auto& row : kQualities) {
+    if (std::strcmp(row.encoder, encoder->codec->name) != 0) continue;
+    const double share = static_cast<double>(options.quality) / kSmallest;
     encoder->bit_rate = 0;
-    av_opt_set_int(encoder->priv_data, "crf", options.quality, 0);
-    av_opt_set(encoder->priv_data, "deadline", "good", 0);
-    av_opt_set_int(encoder->priv_data, "cpu-used", 4, 0);
-  } else {
-    encoder->flags |= AV_CODEC_FLAG_QSCALE;
-    encoder->global_quality = FF_QP2LAMBDA * std::clamp(options.quality / 6, 1, 31);
+    av_opt_set_double(own, row.option, std::round(row.best + (row.smallest - row.best) * share), 0);
+    av_opt_set(own, "preset", options.preset.c_str(), 0);
+    av_opt_set(own, "deadline", "good", 0);
+    av_opt_set_int(own, "cpu-used", 4, 0);
+    return;
   }
+  encoder->flags |= AV_CODEC_FLAG_QSCALE;
+  const double quantiser = std::pow(kSmallestQuantiser, static_cast<double>(options.quality) / kSmallest);
+  encoder->global_quality = static_cast<int>(FF_QP2LAMBDA * quantiser);
 }
 
 bool Supports(const AVCodec* codec, AVPixelFormat format) {
@@ -244,6 +259,7 @@ void MediaWriter::Write(FramePtr frame) {
   if (lastPts_ != AV_NOPTS_VALUE && send->pts <= lastPts_) send->pts = lastPts_ + 1;
   lastPts_ = send->pts;
   send->sample_aspect_ratio = encoder_->sample_aspect_ratio;
+  send->quality = encoder_->global_quality;
   _Encode(send.get());
   const double now = static_cast<double>(send->pts) * av_q2d(encoder_->time_base);
   _WriteSoundUpTo(now);

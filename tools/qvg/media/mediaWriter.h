@@ -8,7 +8,7 @@ namespace qvgtool {
 
 struct WriteOptions {
   std::string codec;  // FFmpeg's encoder name; empty: the best for the container.
-  int quality = 16;   // Constant rate factor (0..51, lower is better) or its like in other encoders.
+  int quality = 16;   // 0 best to 51 smallest; H.264's constant rate factor, and its like in other encoders.
   std::string preset = "medium";
   std::string container;    // FFmpeg's muxer name; empty: by the file's name.
   int standardOutput = -1;  // Descriptor of what is written to for the name "-".
