@@ -129,6 +129,10 @@ TEST_F(DrawTest, PremultipliedTargetsBecomeStraight) {
       SCOPED_TRACE("blend " + std::to_string(blend) + ", " + what);
       DrawScene scene = Scene(Cutout(37, 23, 1), Quantised(Straight(stored)));
       const TexturePtr target = Premultiplied(stored);
+      if (what == "after an upload") {
+        scene.target = Picture(64, 48, 5);
+        Refill(target.get(), scene.target);
+      }
       scene.premultipliedSource = what == "premultiplied";
       const bool itself = what == "itself";
       if (itself) scene.source = scene.target;
@@ -138,9 +142,6 @@ TEST_F(DrawTest, PremultipliedTargetsBecomeStraight) {
         ASSERT_TRUE(blend == QVG_BLEND_NORMAL ? gl_.ClearTexture(target.get(), half.data())
                                               : gl_.ClearFrameBuffer(frameBuffer.get(), half.data()));
         scene.target = Image(64, 48, half);
-      } else if (what == "after an upload") {
-        scene.target = Picture(64, 48, 5);
-        Refill(target.get(), scene.target);
       }
       scene.params.blendType = blend;
       // Mirrored, texel on texel. Where a straight value lies halfway between two steps either is stored.
