@@ -8,6 +8,7 @@
 #include "context/runtime.h"
 #include "utils/log.h"
 #include "utils/neverDestroyed.h"
+#include "utils/slotCall.h"
 
 namespace qvg {
 
@@ -53,6 +54,7 @@ bool QVGContext::_Start() {
     service_.Stop();
     throw;
   }
+  ForgetRefusals();
   running_ = runtime.release();
   // Again at each start: the driver may have been loaded anew, and its own handlers run after those that came later.
   AtProcessExit(&_OnExit);

@@ -34,11 +34,21 @@ class Refusals {
     return 1;
   }
 
+  void Forget() {
+    std::lock_guard lock(mutex_);
+    std::fill(std::begin(seen_), std::end(seen_), Refusal{});
+  }
+
  private:
   std::mutex mutex_;
   Refusal seen_[64] = {};
   size_t next_ = 0;
 };
+
+Refusals& Refused() {
+  static NeverDestroyed<Refusals> refusals;
+  return refusals.Get();
+}
 
 bool IsPowerOfTen(uint64_t number) {
   while (number % 10 == 0) number /= 10;
@@ -54,14 +64,15 @@ SlotCall::~SlotCall() { innermost = outer_; }
 const char* SlotCall::Name() noexcept { return innermost; }
 
 void Refuse(const char* argument, const char* expected) noexcept {
-  static NeverDestroyed<Refusals> refusals;
   try {
-    const uint64_t times = refusals.Get().Count(innermost, argument, expected);
+    const uint64_t times = Refused().Count(innermost, argument, expected);
     if (!IsPowerOfTen(times)) return;
     const std::string often = times > 1 ? Format(" ({} times)", times) : "";
     LogShort(kLogWarning, Format("{}: {}: expected {}{}", innermost, argument, expected, often));
   } catch (...) {  // Without memory for a line there is nothing left to say.
   }
 }
+
+void ForgetRefusals() noexcept { Refused().Forget(); }
 
 }  // namespace qvg

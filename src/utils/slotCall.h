@@ -24,6 +24,8 @@ class SlotCall {
 /// expected of it. The same again is only counted: a line says so at the 10th, 100th, 1000th time. Texts are of static
 /// lifetime.
 void Refuse(const char* argument, const char* expected) noexcept;
+/// For a start of the library: what is refused from now on is said anew.
+void ForgetRefusals() noexcept;
 
 /// Whether it holds; refuses the call where it doesn't.
 inline bool Expect(bool holds, const char* argument, const char* expected) noexcept {
