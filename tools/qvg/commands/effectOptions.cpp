@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "commands/processOptions.h"
+#include "commands/keying.h"
 
 namespace qvgtool {
 namespace {

@@ -6,16 +6,15 @@
 #include <filesystem>
 
 #include "commands/command.h"
+#include "commands/keying.h"
 #include "commands/processOptions.h"
 #include "commands/progress.h"
 #include "media/backgroundClip.h"
 #include "media/demoClip.h"
 #include "media/filters.h"
 #include "media/fixedRate.h"
-#include "media/frameSamples.h"
 #include "media/imageFiles.h"
 #include "picture/contactSheet.h"
-#include "picture/keyTuner.h"
 #include "picture/logCapture.h"
 #include "window/previewWindow.h"
 
@@ -80,43 +79,6 @@ std::string Summary(const std::string& path, const MediaWriter& writer, const Vi
   return line;
 }
 
-// Leaves those of the wanted stages on that the preview's keys have not switched off. False when none is left.
-bool LeaveOn(Effect& effect, const EffectSettings& wanted, const StageSwitches& stages) {
-  constexpr struct {
-    bool StageSwitches::*stage;
-    const char* parameter;
-  } kStages[] = {{&StageSwitches::key, "enable_key"},
-                 {&StageSwitches::beauty, "enable_beauty"},
-                 {&StageSwitches::color, "enable_color"},
-                 {&StageSwitches::background, "enable_bg"}};
-  bool any = false;
-  for (const auto& [stage, parameter] : kStages) {
-    const bool on = stages.*stage && IsOn(wanted, parameter);
-    effect.Set(parameter, ParamSetting::Switch(on));
-    any = any || on;
-  }
-  return any;
-}
-
-// Values for the key, where the user left them open. Says in a line what they are.
-std::string TuneKey(const std::vector<FramePtr>& samples, const std::string& key, EffectSettings& effect) {
-  KeyValues found = KeyTuner(samples, key == kAutomaticKey ? std::string() : key).Find();
-  const std::pair<const char*, int64_t*> values[] = {
-      {"similarity", &found.similarity}, {"smoothness", &found.smoothness}, {"anti-spill", &found.spill}};
-  for (const auto& [name, value] : values) {
-    if (const auto given = effect.find(name); given != effect.end()) *value = given->second.value.value.integer;
-  }
-  for (auto& [name, setting] : found.Settings()) effect.insert_or_assign(name, setting);
-  return "the screen is keyed out by " + found.OptionLine();
-}
-
-// What is odd about the share of the picture that a key takes; empty when nothing is.
-std::string KeyComplaint(double share) {
-  if (share > 0.005 && share < 0.98) return {};
-  return fmt::format("the key takes nearly {} ({:.1f} %): qvg tune shows what other values would",
-                     share < 0.5 ? "nothing of the picture" : "all of the picture", 100 * share);
-}
-
 /// One run of the command.
 class Processing {
  public:
@@ -145,19 +107,10 @@ class Processing {
     RefuseToOverwrite(options_);
   }
 
-  // Looks at pictures from all over the input, and finds values that the user left open.
   void _ChooseKey() {
-    if (!IsOn(options_.effect, "enable_key") || options_.input.empty()) return;
-    if (std::error_code error; std::filesystem::is_regular_file(options_.input, error)) {
-      samples_ = SamplesOf(options_.input, options_.read);
-    } else {
-      auto ahead = std::make_unique<ReadAhead>(std::move(source_));
-      samples_ = ahead->Samples();
-      source_ = std::move(ahead);
-    }
-    const bool open =
-        !options_.key.empty() && (options_.key == kAutomaticKey || !options_.effect.contains("similarity"));
-    if (open && !samples_.empty()) outcome_.summary.push_back(TuneKey(samples_, options_.key, options_.effect));
+    samples_ = PicturesToKey(options_.effect, options_.input, options_.read, source_);
+    const std::string found = ChooseKey(samples_, options_.key, options_.effect);
+    if (!found.empty()) outcome_.summary.push_back(found);
   }
 
   void _OpenOutput() {
@@ -191,11 +144,8 @@ class Processing {
     renderer_.emplace();
     if (!renderer_->Ready()) throw Error(NoContextReason(log_));
     log_.Forward(options_.verbose);
-    if (samples_.empty()) return;
-    const double share = KeyedShare(samples_, options_.effect, AskEffectTable(renderer_->Table()));
-    if (const std::string complaint = KeyComplaint(share); !complaint.empty()) {
-      outcome_.complaints.push_back(complaint);
-    }
+    const std::string complaint = KeyComplaint(samples_, options_.effect, AskEffectTable(renderer_->Table()));
+    if (!complaint.empty()) outcome_.complaints.push_back(complaint);
     samples_.clear();
   }
 

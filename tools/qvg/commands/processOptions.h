@@ -13,9 +13,6 @@
 
 namespace qvgtool {
 
-/** For --key: the screen's colour is found in the pictures. */
-inline constexpr char kAutomaticKey[] = "auto";
-
 /** For -o: the stream goes to standard output, and nothing else. */
 inline constexpr char kStandardOutput[] = "-";
 
