@@ -49,8 +49,11 @@ for row in "Display .*EGL" "Vendor ." "Renderer ." "OpenGL .*required 4\.2, foun
   grep -Eq "^${row/ / +}" info.txt
   verdict "info says ${row%% *}" $? "$(<info.txt)"
 done
-DISPLAY=:4711 "$qvg" info | grep -q "X11: .*:4711"
-verdict "info says why a display was passed over" $?
+DISPLAY=:4711 "$qvg" info --json |
+  python3 -c 'import json, sys; assert any(":4711" in line for line in json.load(sys.stdin)["passedOver"])'
+verdict "info says why a display was passed over, as JSON" $?
+__EGL_VENDOR_LIBRARY_FILENAMES=/nothing "$qvg" info | grep -q 'Hint .*FILENAMES is set to "/nothing"'
+verdict "info names what stands in the way" $?
 
 make -f lavfi -i "testsrc=size=161x121:rate=25" -frames:v 1 picture.png
 make -f lavfi -i "testsrc2=size=320x240:rate=25" -f lavfi -i sine=440 -t 2 -c:v libx264 -crf 6 -c:a aac -shortest \

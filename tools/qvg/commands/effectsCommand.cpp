@@ -1,25 +1,11 @@
 #include <fmt/format.h>
 
 #include "commands/command.h"
+#include "commands/json.h"
 #include "picture/effect.h"
 
 namespace qvgtool {
 namespace {
-
-std::string Quoted(const std::string& text) {
-  std::string result = "\"";
-  for (const char c : text) {
-    if (c == '"' || c == '\\') {
-      result += '\\';
-      result += c;
-    } else if (static_cast<unsigned char>(c) < 0x20) {
-      result += fmt::format("\\u{:04x}", c);
-    } else {
-      result += c;
-    }
-  }
-  return result + '"';
-}
 
 const char* TypeName(int32_t type) {
   switch (type) {
@@ -44,7 +30,7 @@ std::string Json(const QVGParamValue& value) {
     case QVG_PARAM_BOOLEAN:
       return v.boolean ? "true" : "false";
     case QVG_PARAM_TEXT:
-      return v.text ? Quoted(v.text) : "null";
+      return v.text ? JsonQuoted(v.text) : "null";
     case QVG_PARAM_COLOR:
       return fmt::format("[{}, {}, {}]", v.color[0], v.color[1], v.color[2]);
     default:
@@ -67,11 +53,12 @@ std::string Readable(const QVGParamValue& value) {
 }
 
 void PrintJson(const EffectTable& table) {
-  fmt::print("[{{\"name\": {}, \"label\": {}, \"parameters\": [", Quoted(table.name), Quoted(table.displayName));
+  fmt::print("[{{\"name\": {}, \"label\": {}, \"parameters\": [", JsonQuoted(table.name),
+             JsonQuoted(table.displayName));
   const char* separator = "\n";
   for (const QVGParamDescriptor& row : table.rows) {
     fmt::print("{}  {{\"name\": {}, \"label\": {}, \"help\": {}, \"type\": \"{}\", \"default\": {}", separator,
-               Quoted(row.name), Quoted(row.label), Quoted(HelpOf(row)), TypeName(row.valueType),
+               JsonQuoted(row.name), JsonQuoted(row.label), JsonQuoted(HelpOf(row)), TypeName(row.valueType),
                Json(row.defaultValue));
     if (row.valueType == QVG_PARAM_INTEGER) {
       fmt::print(", \"minimum\": {}, \"maximum\": {}, \"step\": {}", Json(row.minimum), Json(row.maximum),

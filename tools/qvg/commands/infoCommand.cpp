@@ -1,10 +1,15 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <set>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "commands/command.h"
 #include "commands/driver.h"
+#include "commands/json.h"
 #include "picture/logCapture.h"
 #include "picture/renderer.h"
 
@@ -13,85 +18,153 @@ namespace {
 
 constexpr const char* kSoftwareRenderers[] = {"llvmpipe", "softpipe", "swrast", "SwiftShader", "Software"};
 
-void Row(const char* title, const std::string& text) { fmt::print("{:<12}{}\n", title, text); }
+struct Findings {
+  std::string display;  // Empty: none.
+  std::vector<std::string> passedOver, errors;
+  bool ready = false, enough = false, software = false;
+  DriverTexts driver;  // When ready.
+  std::string required, found;
+  std::vector<LogLine> log;
+};
 
 // Lines of the platform about displays: "<prefix><display>: <what>", the chosen one as "<prefix>display: <display>
 // ...".
-void PrintDisplays(const std::vector<LogLine>& lines) {
+void SortLines(Findings& findings, bool repeated) {
   const std::string prefix = "glContext_egl: ", chosen = prefix + "display: ";
-  bool first = true;
+  std::vector<LogLine> lines = std::move(findings.log);
+  findings.log.clear();
+  // A start that failed is tried again by every slot that needs it.
+  std::set<std::string> seen;
   for (const LogLine& line : lines) {
-    if (!line.message.starts_with(chosen)) continue;
-    Row("Display", line.message.substr(chosen.size()));
-    first = false;
-  }
-  if (first) Row("Display", "none");
-  first = true;
-  for (const LogLine& line : lines) {
-    const bool attempt = line.level != LogLine::kError && line.message.starts_with(prefix);
-    if (!attempt || line.message.starts_with(chosen)) continue;
-    Row(first ? "Passed over" : "", line.message.substr(prefix.size()));
-    first = false;
+    if (!seen.insert(line.message).second && !repeated) continue;
+    findings.log.push_back(line);
+    if (line.level == LogLine::kError) {
+      findings.errors.push_back(line.message);
+    } else if (line.message.starts_with(chosen)) {
+      findings.display = line.message.substr(chosen.size());
+    } else if (line.message.starts_with(prefix)) {
+      findings.passedOver.push_back(line.message.substr(prefix.size()));
+    }
   }
 }
 
-int Info(bool verbose) {
-  int32_t major = 0, minor = 0, wantedMajor = 0, wantedMinor = 0;
-  bool ready = false, enough = false;
-  DriverTexts driver;
-  std::vector<LogLine> lines;
+Findings Find(bool verbose) {
+  Findings findings;
   {
     LogCapture log;
     {
       const Renderer renderer;
       const QVGGLRendererInterface& gl = renderer.Table();
-      ready = renderer.Ready();
-      enough = gl.IsGLVersionSupported();
+      int32_t major = 0, minor = 0;
+      findings.ready = renderer.Ready();
+      findings.enough = gl.IsGLVersionSupported();
       gl.GetGLVersion(&major, &minor);
-      gl.GetRequiredGLVersion(&wantedMajor, &wantedMinor);
-      if (ready) driver = AskDriver();
+      findings.found = fmt::format("{}.{}", major, minor);
+      gl.GetRequiredGLVersion(&major, &minor);
+      findings.required = fmt::format("{}.{}", major, minor);
+      if (findings.ready) findings.driver = AskDriver();
     }
-    // A start that failed is tried again by every slot that needs it.
-    std::set<std::string> seen;
-    for (const LogLine& line : log.Lines()) {
-      if (verbose || seen.insert(line.message).second) lines.push_back(line);
-    }
+    findings.log = log.Lines();
   }
-  Row("Platform", "Linux, EGL");
-  PrintDisplays(lines);
-  if (ready) {
-    const bool software =
-        std::any_of(std::begin(kSoftwareRenderers), std::end(kSoftwareRenderers),
-                    [&](const char* name) { return driver.renderer.find(name) != std::string::npos; });
-    Row("Vendor", driver.vendor);
-    Row("Renderer", driver.renderer);
-    Row("", software ? "a software renderer: the CPU does the work" : "a GPU");
-    Row("Version", driver.version);
-    Row("GLSL", driver.glsl);
-    Row("EGL", driver.eglVersion + ", " + driver.eglVendor);
+  SortLines(findings, verbose);
+  findings.software = std::any_of(std::begin(kSoftwareRenderers), std::end(kSoftwareRenderers), [&](const char* name) {
+    return findings.driver.renderer.find(name) != std::string::npos;
+  });
+  return findings;
+}
+
+// What to look at when there is no driver, or not enough of one.
+std::vector<std::string> Hints(const Findings& findings) {
+  if (findings.ready && findings.enough) return {};
+  constexpr const char* kVariables[] = {"__EGL_VENDOR_LIBRARY_FILENAMES",
+                                        "__EGL_VENDOR_LIBRARY_DIRS",
+                                        "EGL_PLATFORM",
+                                        "LIBGL_DRIVERS_PATH",
+                                        "MESA_LOADER_DRIVER_OVERRIDE",
+                                        "GALLIUM_DRIVER",
+                                        "MESA_GL_VERSION_OVERRIDE",
+                                        "LD_LIBRARY_PATH"};
+  std::vector<std::string> hints;
+  for (const char* name : kVariables) {
+    const char* const value = std::getenv(name);
+    if (value != nullptr) hints.push_back(fmt::format("{} is set to \"{}\": try without it", name, value));
   }
-  Row("OpenGL", fmt::format("required {}.{}, found {}.{}: {}", wantedMajor, wantedMinor, major, minor,
-                            enough  ? "enough"
-                            : ready ? "not enough"
-                                    : "the library could not start"));
-  for (const LogLine& line : lines) {
-    if (verbose) {
-      fmt::print("log         {}\n", line.raw);
-    } else if (line.level == LogLine::kError) {
-      Row("Error", line.message);
-    }
+  hints.push_back("Mesa's drivers are in the packages libegl1, libegl-mesa0 and libgl1-mesa-dri");
+  return hints;
+}
+
+void PrintText(const Findings& findings, bool verbose) {
+  const auto row = [](const char* title, const std::string& text) { fmt::print("{:<12}{}\n", title, text); };
+  const auto rows = [&](const char* title, const std::vector<std::string>& texts) {
+    for (const std::string& text : texts) row(std::exchange(title, ""), text);
+  };
+  const DriverTexts& driver = findings.driver;
+  row("Platform", "Linux, EGL");
+  row("Display", findings.display.empty() ? "none" : findings.display);
+  rows("Passed over", findings.passedOver);
+  if (findings.ready) {
+    row("Vendor", driver.vendor);
+    row("Renderer", driver.renderer);
+    row("", findings.software ? "a software renderer: the CPU does the work" : "a GPU");
+    row("Version", driver.version);
+    row("GLSL", driver.glsl);
+    row("EGL", driver.eglVersion + ", " + driver.eglVendor);
   }
-  return ready && enough ? kDone : kFailed;
+  row("OpenGL", fmt::format("required {}, found {}: {}", findings.required, findings.found,
+                            findings.enough  ? "enough"
+                            : findings.ready ? "not enough"
+                                             : "the library could not start"));
+  if (!verbose) rows("Error", findings.errors);
+  rows("Hint", Hints(findings));
+  for (const LogLine& line : findings.log) {
+    if (verbose) row("log", line.raw);
+  }
+}
+
+void PrintJson(const Findings& findings) {
+  const auto list = [](const std::vector<std::string>& texts) {
+    std::string json;
+    for (const std::string& text : texts) json += (json.empty() ? "" : ", ") + JsonQuoted(text);
+    return "[" + json + "]";
+  };
+  const DriverTexts& driver = findings.driver;
+  const std::pair<const char*, std::string> members[] = {
+      {"platform", JsonQuoted("Linux, EGL")},
+      {"display", findings.display.empty() ? "null" : JsonQuoted(findings.display)},
+      {"passedOver", list(findings.passedOver)},
+      {"ready", findings.ready ? "true" : "false"},
+      {"vendor", JsonQuoted(driver.vendor)},
+      {"renderer", JsonQuoted(driver.renderer)},
+      {"software", findings.software ? "true" : "false"},
+      {"version", JsonQuoted(driver.version)},
+      {"glsl", JsonQuoted(driver.glsl)},
+      {"egl", JsonQuoted(driver.eglVersion)},
+      {"eglVendor", JsonQuoted(driver.eglVendor)},
+      {"required", JsonQuoted(findings.required)},
+      {"found", JsonQuoted(findings.found)},
+      {"enough", findings.enough ? "true" : "false"},
+      {"errors", list(findings.errors)},
+      {"hints", list(Hints(findings))}};
+  const char* separator = "{\n";
+  for (const auto& [name, json] : members) fmt::print("{}  \"{}\": {}", std::exchange(separator, ",\n"), name, json);
+  fmt::print("\n}}\n");
 }
 
 class InfoCommand : public Command {
  public:
-  void AddOptions(CLI::App& app) override { app.add_flag("--verbose", verbose_, "Prints the library's log as well"); }
+  void AddOptions(CLI::App& app) override {
+    app.add_flag("--verbose", verbose_, "Prints the library's log as well");
+    app.add_flag("--json", json_, "As JSON");
+  }
   bool Verbose() const override { return verbose_; }
-  int Run() override { return Info(verbose_); }
+  int Run() override {
+    const Findings findings = Find(verbose_);
+    json_ ? PrintJson(findings) : PrintText(findings, verbose_);
+    return findings.ready && findings.enough ? kDone : kFailed;
+  }
 
  private:
-  bool verbose_ = false;
+  bool verbose_ = false, json_ = false;
 };
 
 }  // namespace
