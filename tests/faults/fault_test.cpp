@@ -114,7 +114,7 @@ char place[160];
   return true;
 }();
 
-int totalPoints = 0;
+std::map<FaultSource, int> pointsOf;
 
 class FaultTest : public testing::TestWithParam<Subject> {
  protected:
@@ -182,7 +182,7 @@ class FaultTest : public testing::TestWithParam<Subject> {
     }
     for (const auto& [faults, where] : found) ADD_FAILURE() << name << ": " << faults << "\n  at" << where;
     std::printf("%-48s %4d points, %d failures\n", name.c_str(), points, failures);
-    totalPoints += points;
+    pointsOf[GetParam().source] += points;
   }
 
   const HeapOwner test_{HeapOwner::kTest};
@@ -213,7 +213,12 @@ INSTANTIATE_TEST_SUITE_P(, FaultTest, testing::ValuesIn(Subjects()),
 
 class Total : public testing::Environment {
  public:
-  void TearDown() override { std::printf("%d points in all\n", totalPoints); }
+  void TearDown() override {
+    for (const auto& [source, points] : pointsOf) {
+      std::printf("%d points in all\n", points);
+      EXPECT_GT(points, 0) << "nothing could be made to fail";
+    }
+  }
 };
 [[maybe_unused]] testing::Environment* const total = testing::AddGlobalTestEnvironment(new Total);
 

@@ -44,7 +44,7 @@ class WithoutFaults {
 
 /// For the parts of the platform and the heap: whether the call, which is about to be made, fails.
 bool FailsNow(const char* call);
-constexpr const char* kAllocation = "operator new";
+inline constexpr char kAllocation[] = "operator new";
 bool AllocationsMayFail();
 
 /// What lives: made and not deleted through the watched entry points.
