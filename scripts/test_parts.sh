@@ -189,7 +189,7 @@ part_asan() {
   start_xvfb
   build_folder=asan suffix= run_test_programs "${with_x[@]}" "${mesa_only[@]}" "${sanitizer_options[@]}"
   local run=("${with_x[@]}" "${mesa_only[@]}" "${sanitizer_options[@]}")
-  QVG_FAULT_STRIDE=97 GTEST_FILTER='*Heap*' run_gtest failing_heap "${run[@]}" build/asan/qvg_fault_tests
+  QVG_FAULT_STRIDE=29 GTEST_FILTER='*Heap*' run_gtest failing_heap "${run[@]}" build/asan/qvg_fault_tests
   # A context whose destruction is made to fail stays with the driver; the tests count what is made and deleted.
   QVG_FAULT_STRIDE=197 GTEST_FILTER='-*Heap*' run_gtest failing_driver "${run[@]}" ASAN_OPTIONS=detect_leaks=0 \
     build/asan/qvg_fault_tests
