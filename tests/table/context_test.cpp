@@ -1,4 +1,6 @@
 // Contexts, threads, host windows, start and release.
+#include <atomic>
+#include <functional>
 #include <thread>
 
 #include "support/platform.h"
@@ -123,8 +125,10 @@ TEST_F(ContextTest, TexturesAreSharedAndFrameBuffersAreNot) {
 
 // ---- Threads ----
 
+constexpr int kThreads = 4;
+
 // Uploads, draws and reads back, comparing every frame with what this thread's picture must give.
-void RenderFrames(int seed, int frames) {
+void RenderFrames(int seed, int frames, std::atomic<int>& begun) {
   constexpr int kWidth = 64, kHeight = 48;
   DrawScene scene;
   scene.target = Image(kWidth, kHeight);
@@ -138,6 +142,8 @@ void RenderFrames(int seed, int frames) {
     expected.push_back(ExpectedNV12(Quantised(ExpectedDraw(scene).image), true, false));
   }
   CurrentContext context;
+  // Each has a context of its own: none takes over that of one which has ended already.
+  for (++begun; begun < kThreads;) std::this_thread::yield();
   ASSERT_NE(context.handle, nullptr);
   const TexturePtr target(Table().AcquireTexture(kWidth, kHeight));
   const FrameBufferPtr frameBuffer = Target(target.get());
@@ -161,7 +167,8 @@ void RenderFrames(int seed, int frames) {
 TEST_F(ContextTest, FourThreadsDoNotDisturbEachOther) {
   const auto run = [](int frames) {
     std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i) threads.emplace_back(RenderFrames, i, frames);
+    std::atomic<int> begun = 0;
+    for (int i = 0; i < kThreads; ++i) threads.emplace_back(RenderFrames, i, frames, std::ref(begun));
     for (std::thread& thread : threads) thread.join();
     ClearPools();
     std::vector<size_t> names = NameCounts();

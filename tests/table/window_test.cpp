@@ -257,7 +257,9 @@ TEST_F(WindowTest, ResizedBetweenFrames) {
   for (const auto& [width, height] : sizes) {
     SCOPED_TRACE(Size(width, height));
     view.Resize(width, height);
-    for (int frame = 0; frame < 2; ++frame) EXPECT_EQ(view.Presents(texture, picture), "") << frame;
+    // What is shown in the instant of a resize may be lost (seen with Wine on a busy machine), the next frame not.
+    view.Presents(texture, picture);
+    EXPECT_EQ(view.Presents(texture, picture), "");
   }
 }
 
