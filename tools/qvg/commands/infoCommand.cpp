@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "commands/command.h"
-#include "commands/driver.h"
 #include "commands/json.h"
+#include "picture/driver.h"
 #include "picture/logCapture.h"
 #include "picture/renderer.h"
 

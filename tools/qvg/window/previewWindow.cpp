@@ -10,7 +10,7 @@
 #include <tuple>
 #include <utility>
 
-#include "commands/driver.h"
+#include "picture/driver.h"
 
 // As GLFW's own header of native access has it, which wants more X11 headers than are needed.
 extern "C" Window glfwGetX11Window(GLFWwindow* window);

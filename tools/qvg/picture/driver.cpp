@@ -1,4 +1,4 @@
-#include "commands/driver.h"
+#include "picture/driver.h"
 
 #include <EGL/egl.h>
 
