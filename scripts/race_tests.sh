@@ -6,7 +6,7 @@ cd "$(dirname "$0")/.."
 . scripts/test_parts.sh
 times=${1:-100}
 mkdir -p build/results
-build tsan qvg_tests qvg_unit_tests qvg_races || exit
+build tsan || exit
 start_xvfb
 set_tsan_run
 "${tsan_run[@]}" tests/abuse/planted_races.sh build/tsan/qvg_races

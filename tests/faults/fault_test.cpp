@@ -166,7 +166,7 @@ class FaultTest : public testing::TestWithParam<Subject> {
   void RunAll(FaultMode mode, bool warm) {
     const std::string name =
         NameOf(GetParam()) + (mode == FaultMode::kOne ? ", one" : ", all from one on") + (warm ? ", done before" : "");
-    const int every = Number("QVG_FAULT_STRIDE", GetParam().source == FaultSource::kDriver ? 47 : 11);
+    const int every = Number("QVG_FAULT_STRIDE", GetParam().source == FaultSource::kDriver ? 97 : 23);
     const int only = Number("QVG_FAULT_AT", 0);
     static int begins = 0;
     int points = 0, failures = 0;
