@@ -1,4 +1,4 @@
-// Ways in which drivers are stricter than Mesa's, and hosts more careless than the tests.
+// Ways in which drivers are stricter than Mesa's.
 #pragma once
 
 namespace qvg::test {
@@ -7,10 +7,9 @@ enum DriverMode : unsigned {
   kIndexNeedsVertexArray = 1,  ///< An index buffer can't be bound without a vertex array.
   kNoRgbTarget = 2,            ///< Formats without alpha can't be drawn to.
   kNoTextureBarrier = 4,
-  kGarbage = 8,       ///< Fresh storage is full of noise.
-  kChattyLogs = 16,   ///< Compiling and linking leave an information log when they succeed.
-  kNoXcb = 32,        ///< EGL takes Xlib's displays only.
-  kCarelessHost = 64  ///< Whatever state a pass or a transfer could depend on is set to something else before a slot.
+  kGarbage = 8,      ///< Fresh storage is full of noise.
+  kChattyLogs = 16,  ///< Compiling and linking leave an information log when they succeed.
+  kNoXcb = 32        ///< EGL takes Xlib's displays only.
 };
 
 /// Those that QVG_TEST_DRIVER in the environment names, separated by commas; all without it.

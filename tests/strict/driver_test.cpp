@@ -65,24 +65,6 @@ bool TalksOfSuccess() {
   return compiled != 0 && length > 1 && *log != '\0';
 }
 
-// The host's callback runs in the middle of a slot.
-bool blendsInSlot = false;
-QVGHostImage* LookAtState(const char*) {
-  blendsInSlot = glIsEnabled(GL_BLEND) != GL_FALSE;
-  return nullptr;
-}
-
-bool LeavesState() {
-  const QVGConfig config = {{}, &LookAtState, nullptr};
-  QVG_GetGLRendererInterface(&config);
-  const EffectPtr effect(Table().CreateEffect("general_eff"));
-  const QVGParamValue path = {QVG_PARAM_TEXT, {.text = "picture"}};
-  Table().SetEffectParameter(effect.get(), "bgfile", &path);
-  EXPECT_EQ(glIsEnabled(GL_BLEND), GL_FALSE) << "the test's state is not its own";
-  QVG_GetGLRendererInterface(nullptr);
-  return blendsInSlot;
-}
-
 TEST_F(DriverTest, DoesWhatItsModesSay) {
   const char* const platforms = eglQueryString(EGL_NO_DISPLAY, EGL_EXTENSIONS);
   EXPECT_EQ(BindsIndicesAlone(), !DriverIs(kIndexNeedsVertexArray));
@@ -91,7 +73,6 @@ TEST_F(DriverTest, DoesWhatItsModesSay) {
   EXPECT_EQ(FreshStorageIsNoise(), DriverIs(kGarbage));
   EXPECT_EQ(TalksOfSuccess(), DriverIs(kChattyLogs));
   EXPECT_EQ(std::strstr(platforms, "EGL_EXT_platform_xcb") != nullptr, !DriverIs(kNoXcb));
-  EXPECT_EQ(LeavesState(), DriverIs(kCarelessHost));
 }
 
 }  // namespace

@@ -22,8 +22,7 @@ constexpr std::pair<const char*, DriverMode> kNames[] = {{"index", kIndexNeedsVe
                                                          {"barrier", kNoTextureBarrier},
                                                          {"garbage", kGarbage},
                                                          {"logs", kChattyLogs},
-                                                         {"xlib", kNoXcb},
-                                                         {"careless", kCarelessHost}};
+                                                         {"xlib", kNoXcb}};
 
 unsigned WantedModes() {
   const char* const wanted = std::getenv("QVG_TEST_DRIVER");
