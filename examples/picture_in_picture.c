@@ -46,15 +46,6 @@ static QVGTexture* uploadSmallPicture(const QVGGLRendererInterface* gl) {
   return gl->UploadPixelBufferToNewTexture(&frame, false, false, kNoMatte);
 }
 
-static QVGDrawTextureParams defaultParams(void) {
-  QVGDrawTextureParams params = {0};
-  params.blendType = QVG_BLEND_NONE;
-  params.opacity = 1;
-  for (int i = 0; i < 3; ++i) params.scale[i] = 1;
-  for (int i = 0; i < 2; ++i) params.simpleMatteSize[i] = params.sizeFactor[i] = 1;
-  return params;
-}
-
 static bool writePpm(const char* path, const QVGPixelBuffer* rgba) {
   FILE* file = fopen(path, "wb");
   if (!file) return false;
@@ -82,7 +73,7 @@ int main(int argc, char** argv) {
   if (!camera || !small || !target || !gl->BindTextureToFrameBuffer(target, camera)) return fail("preparing");
 
   /* Drawn straight into the camera's texture, 24 pixels from two of its edges. */
-  QVGDrawTextureParams params = defaultParams();
+  QVGDrawTextureParams params = QVG_DRAW_TEXTURE_PARAMS_INIT;
   params.blendType = QVG_BLEND_NORMAL;
   params.opacity = 0.75;
   params.rotation[2] = 8;

@@ -206,6 +206,12 @@ typedef struct QVGDrawTextureParams {
   double sizeFactor[2];      /**< 1 */
 } QVGDrawTextureParams;
 
+/** Initialises a QVGDrawTextureParams with the defaults; all zero it would draw nothing. */
+/* clang-format off */
+#define QVG_DRAW_TEXTURE_PARAMS_INIT \
+  {0, QVG_BLEND_NONE, QVG_MATTE_NONE, false, false, false, 1, {0, 0, 0}, {0, 0, 0}, {1, 1, 1}, {0, 0, 0}, {1, 1}, {1, 1}}
+/* clang-format on */
+
 /** Camera of a frame buffer. */
 typedef struct QVGCamera {
   int32_t projection;                                  /**< 1 orthographic, other values perspective. */

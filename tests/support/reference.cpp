@@ -233,15 +233,7 @@ QVGCamera DefaultCamera(int width, int height) {
           w / h, 1,      20000, {0, 0, 1000}, {0, 0, 0}, {0, 1, 0}};
 }
 
-QVGDrawTextureParams DefaultParams() {
-  QVGDrawTextureParams params = {};
-  params.blendType = QVG_BLEND_NONE;
-  params.opacity = 1;
-  for (double& value : params.scale) value = 1;
-  for (double& value : params.simpleMatteSize) value = 1;
-  for (double& value : params.sizeFactor) value = 1;
-  return params;
-}
+QVGDrawTextureParams DefaultParams() { return QVG_DRAW_TEXTURE_PARAMS_INIT; }
 
 DrawResult ExpectedDraw(const DrawScene& scene) {
   const QVGDrawTextureParams& p = scene.params;

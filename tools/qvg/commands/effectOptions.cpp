@@ -76,4 +76,9 @@ void AddEffectOptions(CLI::App& app, const EffectTable& table, EffectSettings& s
   }
 }
 
+void CompleteEffect(EffectSettings& settings) {
+  if (IsOn(settings, "enable_bg") && !settings.contains("bgfile")) throw CLI::RequiredError("--bgfile FILE");
+  ImplySwitches(settings);
+}
+
 }  // namespace qvgtool

@@ -11,4 +11,7 @@ namespace qvgtool {
  *  --key, a colour, which is set as well, or kAutomaticKey. */
 void AddEffectOptions(CLI::App& app, const EffectTable& table, EffectSettings& settings, std::string& key);
 
+/** Switches on what was given values. Throws CLI::ParseError for a background without a file. */
+void CompleteEffect(EffectSettings& settings);
+
 }  // namespace qvgtool

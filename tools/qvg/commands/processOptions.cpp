@@ -193,10 +193,8 @@ void CompleteProcessOptions(const CLI::App& app, ProcessOptions& options) {
   if (options.to > 0 && options.duration > 0) throw CLI::ExcludesError("--to", "--duration");
   if (options.End() <= 0) throw CLI::ValidationError("--to: lies not behind --from");
   if (options.output == "/dev/stdout") options.output = kStandardOutput;
-  EffectSettings& effect = options.effect;
   if (options.input.empty()) CompleteDemo(app, options);
-  if (IsOn(effect, "enable_bg") && !effect.contains("bgfile")) throw CLI::RequiredError("--bgfile FILE");
-  ImplySwitches(effect);
+  CompleteEffect(options.effect);
   if (!options.input.empty()) {
     if (options.output.empty()) throw CLI::RequiredError("-o FILE");
     return;

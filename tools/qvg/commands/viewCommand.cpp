@@ -126,7 +126,7 @@ class ViewCommand : public Command {
   }
   void Complete(const CLI::App& app) override {
     RefuseEmptyInput(app, options_.input);
-    ImplySwitches(options_.effect);
+    CompleteEffect(options_.effect);
   }
   bool Verbose() const override { return options_.verbose; }
 

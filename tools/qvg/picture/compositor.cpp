@@ -35,16 +35,6 @@ constexpr struct {
     {"mask-luma", QVG_BLEND_MASK_LUMA},
 };
 
-QVGDrawTextureParams DefaultParams() {
-  QVGDrawTextureParams params = {};
-  params.blendType = QVG_BLEND_NONE;
-  params.opacity = 1;
-  for (double& value : params.scale) value = 1;
-  for (double& value : params.simpleMatteSize) value = 1;
-  for (double& value : params.sizeFactor) value = 1;
-  return params;
-}
-
 // How much of a blurred edge lies inside, at a distance into the picture (in units of the blur's radius).
 double Inside(double distance) { return 0.5 * (1 + std::erf(distance)); }
 
@@ -91,7 +81,7 @@ const Texture& Compositor::Draw(const AVFrame& frame, int quarterTurns, bool alp
   const int width = lying ? frame.height : frame.width;
   const int height = lying ? frame.width : frame.height;
 
-  QVGDrawTextureParams params = DefaultParams();
+  QVGDrawTextureParams params = QVG_DRAW_TEXTURE_PARAMS_INIT;
   double fit = std::min(static_cast<double>(width_) / width, static_cast<double>(height_) / height);
   // An output that lacks the odd row or column of the picture keeps its pixels where they are.
   const int lostX = width - width_, lostY = height - height_;
@@ -119,7 +109,7 @@ const Texture& Compositor::Draw(const AVFrame& frame, int quarterTurns, bool alp
   if (!covers || params.blendType != QVG_BLEND_NONE) {
     if (!gl.ClearFrameBuffer(frameBuffer_.get(), layout_.backgroundColor.data())) throw Error("clearing failed");
     if (background_) {
-      QVGDrawTextureParams behind = DefaultParams();
+      QVGDrawTextureParams behind = QVG_DRAW_TEXTURE_PARAMS_INIT;
       behind.blendType = QVG_BLEND_NORMAL;
       _DrawInto(background_, behind);
     }
@@ -194,7 +184,7 @@ void Compositor::_DrawShadowOf(const Texture& picture, int width, int height, co
   const Texture* from = &picture;
   double fromWidth = width, fromHeight = height, upsideDown = -1;
   for (const Texture& half : reduced_) {
-    QVGDrawTextureParams params = DefaultParams();
+    QVGDrawTextureParams params = QVG_DRAW_TEXTURE_PARAMS_INIT;
     params.scale[0] = gl.GetTextureWidth(half.get()) / fromWidth;
     params.scale[1] = upsideDown * gl.GetTextureHeight(half.get()) / fromHeight;
     drawAlone(*from, half, params);
@@ -203,7 +193,7 @@ void Compositor::_DrawShadowOf(const Texture& picture, int width, int height, co
     fromHeight = gl.GetTextureHeight(half.get());
     upsideDown = 1;
   }
-  QVGDrawTextureParams cut = DefaultParams();
+  QVGDrawTextureParams cut = QVG_DRAW_TEXTURE_PARAMS_INIT;
   cut.matteTexture = from->get();
   cut.matteType = QVG_MATTE_ALPHA;
   drawAlone(black_, keyedShadow_, cut);
