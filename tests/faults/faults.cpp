@@ -7,7 +7,6 @@
 #include <cstring>
 #include <map>
 #include <mutex>
-#include <set>
 #include <utility>
 #include <vector>
 
@@ -89,37 +88,19 @@ void GLAD_API_PTR Delete(GLsizei count, const GLuint* names) {
   CountLiving(kKind, -static_cast<int>(std::count_if(names, names + count, [](GLuint name) { return name != 0; })));
 }
 
-std::mutex stagesMutex;
-std::set<GLuint> failedStages;  // shaders and programs, which share their names
-
-template <auto kPointer, Kind kKind, class... Arguments>
-GLuint GLAD_API_PTR Create(Arguments... arguments) {
-  if (Refuses(FaultyCall<kPointer>::name)) return 0;
-  const GLuint name = real<kPointer>(arguments...);
-  CountLiving(kKind, name != 0 ? 1 : 0);
-  std::lock_guard lock(stagesMutex);
-  failedStages.erase(name);
-  return name;
+template <auto kPointer, Kind kKind, class Object, class... Arguments>
+Object GLAD_API_PTR Create(Arguments... arguments) {
+  if (Refuses(FaultyCall<kPointer>::name)) return {};
+  const Object made = real<kPointer>(arguments...);
+  CountLiving(kKind, made ? 1 : 0);
+  return made;
 }
 
-template <auto kPointer, Kind kKind>
-void GLAD_API_PTR DeleteOne(GLuint name) {
+template <auto kPointer, Kind kKind, class Object>
+void GLAD_API_PTR DeleteOne(Object object) {
   Refuses(FaultyCall<kPointer>::name);
-  real<kPointer>(name);
-  CountLiving(kKind, name != 0 ? -1 : 0);
-}
-
-GLsync GLAD_API_PTR FenceSync(GLenum condition, GLbitfield flags) {
-  if (Refuses("glFenceSync")) return nullptr;
-  const GLsync sync = real<&glad_glFenceSync>(condition, flags);
-  CountLiving(kSyncs, sync != nullptr ? 1 : 0);
-  return sync;
-}
-
-void GLAD_API_PTR DeleteSync(GLsync sync) {
-  Refuses("glDeleteSync");
-  real<&glad_glDeleteSync>(sync);
-  CountLiving(kSyncs, sync != nullptr ? -1 : 0);
+  real<kPointer>(object);
+  CountLiving(kKind, object ? -1 : 0);
 }
 
 GLenum GLAD_API_PTR ClientWaitSync(GLsync sync, GLbitfield flags, GLuint64 timeout) {
@@ -129,37 +110,10 @@ GLenum GLAD_API_PTR ClientWaitSync(GLsync sync, GLbitfield flags, GLuint64 timeo
 
 // ---- What says itself that it failed
 
-// Not made, the step leaves a stage whose status is false; only its log has to be told.
+// Not made, the step leaves a stage whose status is false.
 template <auto kPointer>
 void GLAD_API_PTR MakeStage(GLuint name) {
-  if (!FailsNow(FaultyCall<kPointer>::name)) return real<kPointer>(name);
-  std::lock_guard lock(stagesMutex);
-  failedStages.insert(name);
-}
-
-constexpr char kStageLog[] = "refused";
-
-bool IsFailed(GLuint name) {
-  std::lock_guard lock(stagesMutex);
-  return failedStages.contains(name);
-}
-
-template <auto kPointer>
-void GLAD_API_PTR GetStage(GLuint name, GLenum what, GLint* value) {
-  if (Refuses(FaultyCall<kPointer>::name)) return;
-  real<kPointer>(name, what, value);
-  if (what == GL_INFO_LOG_LENGTH && IsFailed(name)) *value = sizeof kStageLog;
-}
-
-template <auto kPointer>
-void GLAD_API_PTR GetStageLog(GLuint name, GLsizei room, GLsizei* length, GLchar* text) {
-  if (Refuses(FaultyCall<kPointer>::name)) return;
-  if (!IsFailed(name)) return real<kPointer>(name, room, length, text);
-  const GLsizei count = std::min<GLsizei>(room - 1, sizeof kStageLog - 1);
-  if (count < 0) return;
-  std::memcpy(text, kStageLog, static_cast<size_t>(count));
-  text[count] = '\0';
-  if (length != nullptr) *length = count;
+  if (!FailsNow(FaultyCall<kPointer>::name)) real<kPointer>(name);
 }
 
 GLint GLAD_API_PTR GetUniformLocation(GLuint program, const GLchar* name) {
@@ -278,19 +232,15 @@ void SetStandIns() {
   QVG_OBJECTS(Samplers, kSamplers)
 #undef QVG_OBJECTS
   StandIn<&glad_glDeleteBuffers>(&DeleteBuffers);
-  StandIn<&glad_glCreateProgram>(&Create<&glad_glCreateProgram, kPrograms>);
-  StandIn<&glad_glCreateShader>(&Create<&glad_glCreateShader, kShaders, GLenum>);
-  StandIn<&glad_glDeleteProgram>(&DeleteOne<&glad_glDeleteProgram, kPrograms>);
-  StandIn<&glad_glDeleteShader>(&DeleteOne<&glad_glDeleteShader, kShaders>);
-  StandIn<&glad_glFenceSync>(&FenceSync);
-  StandIn<&glad_glDeleteSync>(&DeleteSync);
+  StandIn<&glad_glCreateProgram>(&Create<&glad_glCreateProgram, kPrograms, GLuint>);
+  StandIn<&glad_glCreateShader>(&Create<&glad_glCreateShader, kShaders, GLuint, GLenum>);
+  StandIn<&glad_glFenceSync>(&Create<&glad_glFenceSync, kSyncs, GLsync, GLenum, GLbitfield>);
+  StandIn<&glad_glDeleteProgram>(&DeleteOne<&glad_glDeleteProgram, kPrograms, GLuint>);
+  StandIn<&glad_glDeleteShader>(&DeleteOne<&glad_glDeleteShader, kShaders, GLuint>);
+  StandIn<&glad_glDeleteSync>(&DeleteOne<&glad_glDeleteSync, kSyncs, GLsync>);
   StandIn<&glad_glClientWaitSync>(&ClientWaitSync);
   StandIn<&glad_glCompileShader>(&MakeStage<&glad_glCompileShader>);
   StandIn<&glad_glLinkProgram>(&MakeStage<&glad_glLinkProgram>);
-  StandIn<&glad_glGetShaderiv>(&GetStage<&glad_glGetShaderiv>);
-  StandIn<&glad_glGetProgramiv>(&GetStage<&glad_glGetProgramiv>);
-  StandIn<&glad_glGetShaderInfoLog>(&GetStageLog<&glad_glGetShaderInfoLog>);
-  StandIn<&glad_glGetProgramInfoLog>(&GetStageLog<&glad_glGetProgramInfoLog>);
   StandIn<&glad_glGetUniformLocation>(&GetUniformLocation);
   StandIn<&glad_glCheckFramebufferStatus>(&CheckFramebufferStatus);
   StandIn<&glad_glMapBufferRange>(&MapBufferRange);

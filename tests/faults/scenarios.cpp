@@ -63,40 +63,34 @@ void UploadInto(Host& host) {
 
 // ---- Read-backs
 
-enum class ReadAs { kNV12, kNV12Mirrored, kI420, kJ420Mirrored, kRGBA, kRGBAFlipped, kBGRA };
-
-bool ReadInto(Host& host, QVGTexture* texture, ReadAs as, QVGPixelBuffer& out) {
-  switch (as) {
-    case ReadAs::kNV12:
-    case ReadAs::kNV12Mirrored:
-      return host.gl->TextureToNV12PixelBuffer(texture, &out, as == ReadAs::kNV12Mirrored);
-    case ReadAs::kI420:
-    case ReadAs::kJ420Mirrored:
-      return host.gl->TextureToYUV420PixelBuffer(texture, as == ReadAs::kJ420Mirrored, as == ReadAs::kJ420Mirrored,
-                                                 &out);
-    case ReadAs::kRGBA:
-    case ReadAs::kRGBAFlipped:
-      return host.gl->TextureToRGBAPixelBuffer(texture, &out, as == ReadAs::kRGBAFlipped);
-    case ReadAs::kBGRA:
-      return host.gl->TextureToBGRAPixelBuffer(texture, &out, false);
+// flag: mirrored, flipped, or mirrored in full range.
+bool ReadInto(Host& host, QVGTexture* texture, int code, bool flag, QVGPixelBuffer& out) {
+  switch (code) {
+    case QVG_FORMAT_NV12:
+      return host.gl->TextureToNV12PixelBuffer(texture, &out, flag);
+    case QVG_FORMAT_I420:
+      return host.gl->TextureToYUV420PixelBuffer(texture, flag, flag, &out);
+    case QVG_FORMAT_RGBA:
+      return host.gl->TextureToRGBAPixelBuffer(texture, &out, flag);
+    default:
+      return host.gl->TextureToBGRAPixelBuffer(texture, &out, flag);
   }
-  return false;
 }
 
-bool ReadBack(Host& host, QVGTexture* texture, ReadAs as) {
+bool ReadBack(Host& host, QVGTexture* texture, int code = QVG_FORMAT_NV12, bool flag = false) {
   uint8_t old = 0;
   QVGPixelBuffer out = {{&old, &old, &old}, {}, 0, 0, 0, 0, 0}, *handle = &out;
-  const bool read = host.Read(ReadInto(host, texture, as, out), out);
+  const bool read = host.Read(ReadInto(host, texture, code, flag, out), out);
   if (!read) out = {};
   host.gl->ReleasePixelBuffer(&handle);
   return read;
 }
 
-template <ReadAs kAs, int kW = kWidth, int kH = kHeight, int kCode = QVG_FORMAT_RGBA>
+template <int kAs, bool kFlag = false, int kW = kWidth, int kH = kHeight, int kCode = QVG_FORMAT_RGBA>
 void Read(Host& host) {
   const auto texture = Given(host, kCode, 1, kW, kH);
   // The second one takes the first one's buffer.
-  for (int i = 0; i < 2; ++i) ReadBack(host, texture.get(), kAs);
+  for (int i = 0; i < 2; ++i) ReadBack(host, texture.get(), kAs, kFlag);
 }
 
 // ---- Drawing
@@ -181,7 +175,7 @@ void ReorderChannels(Host& host) {
       const WithoutFaults undisturbed;
       host.gl->SetTextureChannelOrder(texture.get(), order);
     }
-    ReadBack(host, texture.get(), ReadAs::kBGRA);
+    ReadBack(host, texture.get(), QVG_FORMAT_BGRA);
   }
 }
 
@@ -263,7 +257,7 @@ void Refuse(Host& host) {
   host.Did(!host.gl->DrawTexture(texture.get(), nullptr, nullptr));
   host.Did(host.gl->CreateEffect("no such effect") == nullptr);
   OnThread([&] { host.Did(host.gl->AcquireTexture(8, 8) == nullptr); });
-  ReadBack(host, texture.get(), ReadAs::kNV12);
+  ReadBack(host, texture.get());
 }
 
 // ---- Pools and contexts
@@ -278,7 +272,7 @@ void Preallocate(Host& host) {
     if (host.Did(texture != nullptr)) host.Drew(host.gl->ClearTexture(texture.get(), kBlue), texture.get());
   }
   DrawIntoOwnBuffer(host);
-  Read<ReadAs::kRGBA>(host);
+  Read<QVG_FORMAT_RGBA>(host);
   host.Did(host.gl->ClearTexturePool() && host.gl->ClearRenderBufferPool() && host.gl->ClearPixelBufferPool());
 }
 
@@ -291,7 +285,7 @@ void TakeContexts(Host& host) {
     if (!host.Did(context != nullptr)) continue;
     if (!host.Did(host.gl->MakeCurrentContext(context, nullptr))) continue;
     Upload<QVG_FORMAT_NV12>(host);
-    Read<ReadAs::kNV12>(host);
+    Read<QVG_FORMAT_NV12>(host);
   }
   host.gl->ReleaseSharedContext(&contexts[0]);
   host.gl->DestroySharedContext(&contexts[1]);
@@ -319,7 +313,7 @@ void GiveBackElsewhere(Host& host) {
     if (handle != nullptr || upload != nullptr || target != nullptr)
       host.Blame("a handle that was given back is not null");
   });
-  ReadBack(host, texture.get(), ReadAs::kNV12);
+  ReadBack(host, texture.get());
 }
 
 // What one context has drawn another one reads and draws over, and gives back; then the first takes it again.
@@ -347,7 +341,7 @@ void HandOver(Host& host) {
         host.gl->MakeCurrentContext(context, nullptr);
       }
       // Its planes and buffers come from the first one's work.
-      ReadBack(host, canvas.get(), ReadAs::kNV12);
+      ReadBack(host, canvas.get());
       work(seed + 5);
       const WithoutFaults undisturbed;
       host.gl->ReleaseSharedContext(&context);
@@ -362,7 +356,7 @@ void FirstFrame(Host& host) {
   if (!host.Did(context != nullptr)) return;
   if (host.Did(host.gl->MakeCurrentContext(context, nullptr))) {
     const auto texture = Given(host);
-    if (texture != nullptr) ReadBack(host, texture.get(), ReadAs::kNV12);
+    if (texture != nullptr) ReadBack(host, texture.get());
   }
   const WithoutFaults undisturbed;
   host.gl->MakeCurrentContext(nullptr, nullptr);
@@ -388,7 +382,7 @@ void Teardown(Host& host) {
     LayOverImage(host);
     DrawWithDepth(host);
     DrawBlended(host);
-    Read<ReadAs::kNV12>(host);
+    Read<QVG_FORMAT_NV12>(host);
     static QVGPixelBuffer never = {};
     host.gl->TextureToRGBAPixelBuffer(Given(host).get(), &never, false);
     for (Step& step : host.steps) step.hit = false;
@@ -454,15 +448,15 @@ const std::vector<Scenario>& Scenarios() {
       {"UploadMatted", &Upload<QVG_FORMAT_BGRA, kPadded, true>},
       {"UploadNV12IntoTexture", &UploadInto<QVG_FORMAT_NV12>},
       {"UploadPackedIntoTexture", &UploadInto<QVG_FORMAT_ABGR>},
-      {"ReadNV12", &Read<ReadAs::kNV12>},
-      {"ReadNV12Mirrored", &Read<ReadAs::kNV12Mirrored>},
-      {"ReadPlanar", &Read<ReadAs::kI420>},
-      {"ReadPlanarOdd", &Read<ReadAs::kI420, kOddWidth, kOddHeight>},
-      {"ReadPlanarMirrored", &Read<ReadAs::kJ420Mirrored>},
-      {"ReadRGBA", &Read<ReadAs::kRGBA>},
-      {"ReadRGBAFlipped", &Read<ReadAs::kRGBAFlipped, kOddWidth, kOddHeight>},
-      {"ReadBGRA", &Read<ReadAs::kBGRA>},
-      {"ReadReordered", &Read<ReadAs::kBGRA, kWidth, kHeight, QVG_FORMAT_ARGB>},
+      {"ReadNV12", &Read<QVG_FORMAT_NV12>},
+      {"ReadNV12Mirrored", &Read<QVG_FORMAT_NV12, true>},
+      {"ReadPlanar", &Read<QVG_FORMAT_I420>},
+      {"ReadPlanarOdd", &Read<QVG_FORMAT_I420, false, kOddWidth, kOddHeight>},
+      {"ReadPlanarMirrored", &Read<QVG_FORMAT_I420, true>},
+      {"ReadRGBA", &Read<QVG_FORMAT_RGBA>},
+      {"ReadRGBAFlipped", &Read<QVG_FORMAT_RGBA, true, kOddWidth, kOddHeight>},
+      {"ReadBGRA", &Read<QVG_FORMAT_BGRA>},
+      {"ReadReordered", &Read<QVG_FORMAT_BGRA, false, kWidth, kHeight, QVG_FORMAT_ARGB>},
       {"Clone", &Clone<QVG_FORMAT_ABGR>},
       {"CloneUnrenderable", &Clone<QVG_FORMAT_RGBX332>},
       {"ReorderChannels", &ReorderChannels},
