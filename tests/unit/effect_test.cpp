@@ -1,10 +1,8 @@
 // The colour effect's program, which no effect of the table uses: what it has beyond the general effect's colours.
 #include "effect/effect.h"
 #include "base/content.h"
-#include "base/programCache.h"
 #include "effect/colorEffect.h"
 #include "effect/generalEffect.h"
-#include "effect/imageSource.h"
 #include "support/effectReference.h"
 #include "unit_support.h"
 
@@ -14,11 +12,6 @@ namespace {
 using namespace test;
 
 using EffectTest = GLTest;
-
-struct NoImages : ImageSource {
-  Image* Acquire(const std::string&) override { return nullptr; }
-  void Release(Image*) override {}
-};
 
 /// An effect as it could be added: the colour effect's program on the base of all effects.
 class ColourTestEffect : public TextureEffect {
@@ -66,32 +59,26 @@ TEST_F(EffectTest, ColourProgram) {
   const Image picture = Crop(storage, 7, 5, 37, 23);
 
   std::vector<EffectSettings> cases(1);
-  for (const auto& [member, values] : {std::pair(&EffectSettings::saturation, std::vector{-1.0, -0.3, 0.5, 3.0}),
-                                       {&EffectSettings::contrast, {-1.5, -0.5, 0.4, 2}},
-                                       {&EffectSettings::hue, {-0.5, 0.25, 1}}})
+  for (const auto& [member, values] : {std::pair(&EffectSettings::saturation, std::vector{-1.0, 0.5}),
+                                       {&EffectSettings::contrast, {-0.5, 2}},
+                                       {&EffectSettings::hue, {-0.5, 0.25}}})
     for (const double value : values) cases.emplace_back().*member = value;
-  for (const double a : {0.2, 1.0}) cases.emplace_back().kernel = {{{0, -a, 0}, {-a, 1 + 4 * a, -a}, {0, -a, 0}}};
   EffectSettings& all = cases.emplace_back();
   all.kernel = {{{0.1, 0.3, 0}, {-0.2, 0.5, 0.15}, {0.05, -0.1, 0.2}}};
   all.saturation = 0.4, all.contrast = 0.2, all.hue = -0.1, all.temperature = 0.3, all.shadow = 0.2;
-  {
-    ProgramCache programs;
-    Surfaces surfaces;
-    NoImages images;
-    ColourTestEffect effect({programs, surfaces, images});
-    Errors errors;
-    for (EffectSettings& settings : cases) {
-      SCOPED_TRACE(&settings - cases.data());
-      settings.color = true;
-      effect.settings = settings;
-      Texture* output = effect.Process(&frame);
-      ASSERT_NE(output, nullptr);
-      EXPECT_EQ(CompareEffect(ExpectedEffect({settings, picture, 0, false, {}}), StorageOf(*output), errors), "");
-      surfaces.ReleaseTexture(output);
-    }
-    std::printf("             colour program: largest error %.3f/255 in %zu values\n", errors.largest, errors.compared);
+  ColourTestEffect effect({runtime_->programs, runtime_->surfaces, runtime_->images});
+  Errors errors;
+  for (EffectSettings& settings : cases) {
+    SCOPED_TRACE(&settings - cases.data());
+    settings.color = true;
+    effect.settings = settings;
+    Texture* output = effect.Process(&frame);
+    ASSERT_NE(output, nullptr);
+    const ContentRect& content = output->Content();
+    const Image drawn = Crop(StorageOf(*output), content.x, content.y, content.width, content.height);
+    EXPECT_EQ(CompareEffect(ExpectedEffect({settings, picture, 0, false, {}}), drawn, errors), "");
+    runtime_->textures.Release(output);
   }
-  EXPECT_EQ(Live(glIsProgram), 0);
 }
 
 }  // namespace

@@ -2,7 +2,6 @@
 #include <functional>
 #include <string_view>
 
-#include "context/runtime.h"
 #include "frame/draw.h"
 #include "frame/readBack.h"
 #include "frame/upload.h"
@@ -16,27 +15,12 @@ namespace {
 
 using namespace test;
 
-class FrameTest : public testing::Test {
+class FrameTest : public GLTest {
  protected:
-  void SetUp() override {
-    ASSERT_TRUE(runtime_->Start());
-    ASSERT_TRUE(runtime_->contexts.MakeCurrentContext(runtime_->contexts.GetSharedContext(), nullptr));
-  }
-  void TearDown() override {
-    EXPECT_EQ(log_.Take(), "");
-    runtime_->contexts.LeaveCurrent();
-    service_.Run([this] { runtime_.reset(); });
-  }
-
   Texture* Upload(const QVGPixelBuffer& frame) {
     return UploadPixelBufferToNewTexture(runtime_->frames, &frame, false, false, {});
   }
   void Release(Texture*& texture) { runtime_->textures.Release(texture); }
-
-  ResourceCache::Callbacks callbacks_;
-  ServiceThread service_;
-  std::optional<Runtime> runtime_{std::in_place, service_, callbacks_, [] {}};
-  LogCapture log_;
 };
 
 TEST_F(FrameTest, SteadyFramesMakeFewCallsAndNothingAnew) {
@@ -127,7 +111,7 @@ TEST_F(FrameTest, FrameBuffersThatContextsKeepAreBoundedAndGoWithTheirTextures) 
   for (Texture*& texture : textures) Release(texture);
   // Deleted elsewhere, as the pool's own thread does; the next work here drops what belonged to them.
   service_.Run([&] {
-    EXPECT_TRUE(runtime_->contexts.EnterService());
+    EXPECT_TRUE(contexts_.EnterService());
     runtime_->textures.Clear();
   });
   FlushContextObjects();
@@ -136,8 +120,8 @@ TEST_F(FrameTest, FrameBuffersThatContextsKeepAreBoundedAndGoWithTheirTextures) 
   // A context that is left keeps none, so that a texture deleted elsewhere is gone at once.
   ASSERT_TRUE(draw());
   EXPECT_EQ(Live(glIsFramebuffer), 1);
-  void* const own = runtime_->contexts.GetCurrentContext();
-  for (void* context : {static_cast<void*>(nullptr), own}) runtime_->contexts.MakeCurrentContext(context, nullptr);
+  void* const own = contexts_.GetCurrentContext();
+  for (void* context : {static_cast<void*>(nullptr), own}) MakeCurrent(context);
   EXPECT_EQ(Live(glIsFramebuffer), 0);
   Release(textures.back());
 }

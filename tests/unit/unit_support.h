@@ -11,10 +11,8 @@
 #include <vector>
 
 #include "base/gl.h"
-#include "base/glContext.h"
-#include "base/renderbuffer.h"
-#include "base/surfaceSource.h"
 #include "base/texture.h"
+#include "context/runtime.h"
 #include "support/image.h"
 #include "utils/log.h"
 
@@ -47,42 +45,44 @@ class LogCapture {
   std::string lines_;
 };
 
-/// A started context manager with a context of it current on the test's thread. A line of the log that the test does
-/// not take fails it.
+/// A started runtime with a context of it current on the test's thread. A line of the log that the test does not take
+/// fails it.
 class GLTest : public testing::Test {
  protected:
   void SetUp() override {
-    ASSERT_TRUE(manager_->Init());
-    ASSERT_TRUE(MakeCurrent(manager_->GetSharedContext()));
+    ASSERT_TRUE(runtime_->Start());
+    ASSERT_TRUE(MakeCurrent(contexts_.GetSharedContext()));
   }
 
   void TearDown() override {
     EXPECT_EQ(TakeLog(), "");
-    if (manager_->GetCurrentContext() != nullptr) {
+    if (contexts_.GetCurrentContext() != nullptr) {
       EXPECT_EQ(glGetError(), GLenum{GL_NO_ERROR});
     }
-    manager_.reset();
-    ShutdownContextPlatform();
+    contexts_.LeaveCurrent();
     EXPECT_EQ(CurrentNativeContext(), nullptr);
+    service_.Run([this] { runtime_.reset(); });
   }
 
   std::string TakeLog() { return log_.Take(); }
-  bool MakeCurrent(void* context) { return manager_->MakeCurrentContext(context, nullptr); }
+  bool MakeCurrent(void* context) { return contexts_.MakeCurrentContext(context, nullptr); }
 
   /// Runs on another thread with another context, or without one.
   template <class Work>
   void OnOtherThread(bool withContext, Work work) {
     std::thread([&] {
-      void* context = withContext ? manager_->GetSharedContext() : nullptr;
+      void* context = withContext ? contexts_.GetSharedContext() : nullptr;
       EXPECT_TRUE(!withContext || MakeCurrent(context));
       work();
-      EXPECT_EQ(manager_->GetCurrentContext(), context);
-      EXPECT_TRUE(manager_->ReleaseSharedContext(context));
+      EXPECT_EQ(contexts_.GetCurrentContext(), context);
+      EXPECT_TRUE(contexts_.ReleaseSharedContext(context));
     }).join();
   }
 
+  ResourceCache::Callbacks callbacks_;
   ServiceThread service_;
-  std::optional<QVGLContextManager> manager_{std::in_place, service_};
+  std::optional<Runtime> runtime_{std::in_place, service_, callbacks_, [] {}};
+  QVGLContextManager& contexts_ = runtime_->contexts;
 
  private:
   LogCapture log_;
@@ -96,23 +96,9 @@ int Live(IsName isName) {
   return count;
 }
 
-inline GLint Integer(GLenum name) {
-  GLint value = -1;
-  glGetIntegerv(name, &value);
-  return value;
-}
-
-inline TextureSetting SettingOf(int width, int height, GLenum internalFormat = GL_RGBA8) {
-  TextureSetting setting;
-  setting.width = width;
-  setting.height = height;
-  setting.internalFormat = internalFormat;
-  return setting;
-}
-
 /// Gives the texture storage that is full of the picture.
 inline void Fill(Texture& texture, const Image& storage) {
-  ASSERT_TRUE(texture.Allocate(SettingOf(storage.width, storage.height)));
+  ASSERT_TRUE(texture.Allocate({.width = storage.width, .height = storage.height}));
   ASSERT_TRUE(texture.Load({storage.width, storage.height, Bytes(storage).data()}));
 }
 
@@ -132,34 +118,5 @@ inline Image StorageOf(const Texture& texture) {
   glBindTexture(GL_TEXTURE_2D, 0);
   return FromBytes(bytes.data(), width, height);
 }
-
-/// Surfaces made and destroyed on the spot.
-class Surfaces : public SurfaceSource {
- public:
-  RenderBuffer* AcquireRenderBuffer(int width, int height, GLenum internalFormat) override {
-    return _Lend(new RenderBuffer, RenderBufferSetting{width, height, width, height, samples, internalFormat});
-  }
-  void ReleaseRenderBuffer(RenderBuffer*& buffer) override { _TakeBack(buffer); }
-  Texture* AcquireTexture(int width, int height, GLenum internalFormat) override {
-    return _Lend(new Texture, SettingOf(width, height, internalFormat));
-  }
-  void ReleaseTexture(Texture*& texture) override { _TakeBack(texture); }
-
-  int samples = 0;
-  int lent = 0;
-
- private:
-  template <class Surface, class Setting>
-  Surface* _Lend(Surface* surface, const Setting& setting) {
-    EXPECT_TRUE(surface->Allocate(setting));
-    ++lent;
-    return surface;
-  }
-  template <class Surface>
-  void _TakeBack(Surface*& surface) {
-    --lent;
-    delete std::exchange(surface, nullptr);
-  }
-};
 
 }  // namespace qvg::test
