@@ -1,6 +1,5 @@
 // A host that ends in one of many ways, with or without a release: endings NAME [DELAY], the delay in microseconds
 // before the end. Without arguments it names the ways. The exit status is 0, whatever the way.
-#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdio>
@@ -9,17 +8,14 @@
 #include <thread>
 
 #include "process.h"
-#include "qvGLRenderer/qvGLRenderer.h"
+#include "use.h"
 
 namespace {
 
 const QVGGLRendererInterface* table = nullptr;
 std::chrono::microseconds delay(0);
 
-const QVGGLRendererInterface& Start() {
-  table = QVG_GetGLRendererInterface(nullptr);
-  return *table;
-}
+void Start() { table = QVG_GetGLRendererInterface(nullptr); }
 
 void Fail(const char* what) {
   std::fprintf(stderr, "%s\n", what);
@@ -46,31 +42,9 @@ bool MakeCurrent() {
   return context != nullptr && table->MakeCurrentContext(context, nullptr);
 }
 
-/// A frame up, over another one, and back. What fails is left out: the process may be ending.
-void Render(uint32_t width, uint32_t height, QVGPixelBuffer* kept = nullptr) {
-  static uint8_t pixels[4 * 512 * 512];  // not freed while threads still render
-  QVGPixelBuffer frame = {};
-  frame.plane[0] = pixels;
-  frame.stride[0] = static_cast<int32_t>(4 * width);
-  frame.width = static_cast<int32_t>(width);
-  frame.height = static_cast<int32_t>(height);
-  frame.format = QVG_FORMAT_BGRA;
-  QVGTexture* source = table->UploadPixelBufferToNewTexture(&frame, false, false, {});
-  QVGTexture* target = table->AcquireTexture(width + 10, height + 20);
-  QVGFrameBuffer* frameBuffer = table->CreateFrameBuffer(width + 10, height + 20, false, false);
-  if (table->BindTextureToFrameBuffer(frameBuffer, target)) table->DrawTexture(source, frameBuffer, nullptr);
-  QVGPixelBuffer back = {};
-  QVGPixelBuffer* result = kept != nullptr ? kept : &back;
-  table->TextureToNV12PixelBuffer(target, result, false);
-  if (kept == nullptr) table->ReleasePixelBuffer(&result);
-  table->DestroyFrameBuffer(&frameBuffer);
-  table->ReleaseTexture(&source);
-  table->ReleaseTexture(&target);
-}
-
 void Draw() {
   if (!MakeCurrent()) Fail("no context");
-  for (uint32_t i = 0; i < 3; ++i) Render(64 + 16 * i, 48);
+  for (int i = 0; i < 3; ++i) renderFrame(table, 64 + 16 * i, 48, nullptr);
 }
 
 /// Leaves more idle textures than the pool is to keep, so that they are being destroyed.
@@ -80,27 +54,30 @@ void Overfill() {
   table->PreallocateTextures(1024, 1024, 40);
 }
 
+/// What fails is left out: the process may be ending.
+[[noreturn]] void RenderOn(int size, std::atomic<int>* frames) {
+  for (int frame = 0;; ++frame, ++*frames) renderFrame(table, size + 32 * (frame % 4), 64, nullptr);
+}
+
 /// Returns when they have drawn as many frames as there are threads.
-void RenderOnThreads(uint32_t count) {
-  static std::atomic<uint32_t> frames = 0;
-  for (uint32_t i = 0; i < count; ++i) {
+template <int count>
+void RenderOnThreads() {
+  static std::atomic<int> frames = 0;
+  for (int i = 0; i < count; ++i) {
     std::thread([i] {
-      if (!MakeCurrent()) return;
-      for (uint32_t frame = 0;; ++frame) {
-        Render(64 + 32 * (frame % 4) + 2 * i, 64);
-        ++frames;
-      }
+      if (MakeCurrent()) RenderOn(64 + 2 * i, &frames);
     }).detach();
   }
   while (frames < count) std::this_thread::sleep_for(std::chrono::milliseconds(1));
 }
 
-[[noreturn]] void ExitOnThread() {
+void ExitOnThread() {
   std::thread([] {
     std::this_thread::sleep_for(delay);
     std::exit(0);
   }).detach();
-  for (uint32_t frame = 0;; ++frame) Render(64 + 32 * (frame % 4), 64);
+  std::atomic<int> frames = 0;
+  RenderOn(64, &frames);
 }
 
 // Ways to end after what was done before; main returns where they do.
@@ -118,12 +95,9 @@ void ReleaseAndStartAgain() {
 }
 void KeepMapped() {
   static QVGPixelBuffer kept = {};
-  Render(320, 240, &kept);
-  if (kept.plane[0] == nullptr) Fail("no frame came back");
+  if (renderFrame(table, 256, 64, &kept) != 0) Fail("no frame came back");
 }
 void Return() {}
-
-void SixThreads() { RenderOnThreads(6); }
 
 constexpr struct {
   const char* name;
@@ -133,13 +107,13 @@ constexpr struct {
     {"started", &Return, &Return},
     {"drawn", &Draw, &Return},
     {"over_budget", &Overfill, &Return},
-    {"one_thread", [] { RenderOnThreads(1); }, &Return},
-    {"six_threads", &SixThreads, &Return},
+    {"one_thread", &RenderOnThreads<1>, &Return},
+    {"six_threads", &RenderOnThreads<6>, &Return},
     {"exit_on_thread", &Draw, &ExitOnThread},
     {"mapped", &Draw, &KeepMapped},
     {"quick", &Draw, &EndQuickly},
-    {"quick_six_threads", &SixThreads, &EndQuickly},
-    {"hard_six_threads", &SixThreads, [] { std::_Exit(0); }},
+    {"quick_six_threads", &RenderOnThreads<6>, &EndQuickly},
+    {"hard_six_threads", &RenderOnThreads<6>, [] { std::_Exit(0); }},
     {"again", &Draw, &ReleaseAndStartAgain},
     {"again_over_budget", &Overfill, &ReleaseAndStartAgain},
     {"released", &Overfill, &Release},
@@ -155,21 +129,18 @@ constexpr struct {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc < 2) {
-    for (const auto& ending : kEndings) std::puts(ending.name);
+  if (argc > 2) delay = std::chrono::microseconds(std::atoi(argv[2]));
+  for (const auto& [name, before, end] : kEndings) {
+    if (argc < 2) std::puts(name);
+    if (argc < 2 || std::string_view(argv[1]) != name) continue;
+    std::atexit([] {
+      if (releaseLate) Release();
+    });
+    Start();
+    before();
+    std::this_thread::sleep_for(delay);
+    end();
     return 0;
   }
-  const std::string_view name = argv[1];
-  if (argc > 2) delay = std::chrono::microseconds(std::atoi(argv[2]));
-  const auto* const ending =
-      std::find_if(std::begin(kEndings), std::end(kEndings), [name](const auto& row) { return row.name == name; });
-  if (ending == std::end(kEndings)) return 2;
-  std::atexit([] {
-    if (releaseLate) Release();
-  });
-  Start();
-  ending->before();
-  std::this_thread::sleep_for(delay);
-  ending->end();
-  return 0;
+  return argc < 2 ? 0 : 2;
 }

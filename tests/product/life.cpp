@@ -2,6 +2,7 @@
 // the process has of the system's before and after. The first tenth is not counted: the driver starts threads and fills
 // caches of its own.
 #include <algorithm>
+#include <atomic>
 #include <cstdlib>
 #include <string_view>
 #include <thread>
@@ -17,36 +18,30 @@ using Table = const QVGGLRendererInterface*;
 const char* path = nullptr;
 void* library = nullptr;
 
-Table Start() {
-  const auto get = reinterpret_cast<Table (*)(const QVGConfig*)>(FindFunction(library, "QVG_GetGLRendererInterface"));
-  return get(nullptr);
-}
+Table Start() { return Find<Table(const QVGConfig*)>(library, "QVG_GetGLRendererInterface")(nullptr); }
 
 bool StartAndRelease() {
   Table gl = Start();
   const bool used = useRenderer(gl, false) == 0;
-  reinterpret_cast<void (*)(Table*)>(FindFunction(library, "QVG_ReleaseGLRendererInterface"))(&gl);
+  Find<void(Table*)>(library, "QVG_ReleaseGLRendererInterface")(&gl);
   return used && gl == nullptr;
 }
 
-/// On threads of their own: a recycled context renders a frame, a new one comes and goes.
+/// On threads of their own: a recycled context renders a frame, and a new one comes and goes.
 bool UseOnThreads() {
   const Table gl = Start();
-  bool done[4] = {};
-  std::vector<std::thread> threads;
-  for (bool& mine : done) {
-    threads.emplace_back([&, renders = threads.size() % 2 == 0] {
-      if (renders) {
-        mine = useRenderer(gl, false) == 0;
-        return;
-      }
+  std::atomic<int> done = 0;
+  std::vector<std::thread> threads(4);
+  for (std::thread& thread : threads) {
+    thread = std::thread([&] {
+      const bool rendered = useRenderer(gl, false) == 0;
       QVGGLContext* context = gl->CreateSharedContext(nullptr, nullptr, true);
-      mine = context != nullptr && gl->MakeCurrentContext(context, nullptr);
+      if (gl->MakeCurrentContext(context, nullptr) && rendered) ++done;
       gl->DestroySharedContext(&context);
     });
   }
   for (std::thread& thread : threads) thread.join();
-  return std::all_of(std::begin(done), std::end(done), [](bool mine) { return mine; });
+  return done == 4;
 }
 
 /// Ends with the library loaded anew.
@@ -77,9 +72,7 @@ int main(int argc, char** argv) {
   Resources before = {};
   for (int i = 0; i < count; i += kind->each) {
     if (i <= count / 10) before = CountResources();
-    if (kind->round()) continue;
-    std::fprintf(stderr, "round %d failed\n", i / kind->each);
-    return 1;
+    if (!kind->round()) return 1;
   }
   const Resources after = CountResources();
   std::printf("%d %s: threads %ld to %ld, handles %ld to %ld, resident %ld to %ld KiB\n", count, kind->name,

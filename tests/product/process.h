@@ -11,9 +11,12 @@ struct Resources {
 };
 Resources CountResources();
 
-/// Null, with a line on standard error, when it can't be loaded.
+/// Null when it can't be loaded.
 void* OpenModule(const char* path);
-using Function = void (*)();
-Function FindFunction(void* module, const char* name);
+void (*FindFunction(void* module, const char* name))();
+template <class Signature>
+Signature* Find(void* module, const char* name) {
+  return reinterpret_cast<Signature*>(FindFunction(module, name));
+}
 void CloseModule(void* module);
 bool IsLoaded(const char* path);

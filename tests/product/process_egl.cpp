@@ -3,7 +3,6 @@
 #include <dlfcn.h>
 #include <unistd.h>
 
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -20,16 +19,10 @@ Resources CountResources() {
   return {entries("/proc/self/task"), entries("/proc/self/fd"), pages * (sysconf(_SC_PAGESIZE) / 1024)};
 }
 
-void* OpenModule(const char* path) {
-  void* const module = dlopen(path, RTLD_NOW | RTLD_LOCAL);
-  if (module == nullptr) std::fprintf(stderr, "%s\n", dlerror());
-  return module;
-}
-Function FindFunction(void* module, const char* name) { return reinterpret_cast<Function>(dlsym(module, name)); }
+void* OpenModule(const char* path) { return dlopen(path, RTLD_NOW | RTLD_LOCAL); }
+void (*FindFunction(void* module, const char* name))() { return reinterpret_cast<void (*)()>(dlsym(module, name)); }
 void CloseModule(void* module) { dlclose(module); }
-
 bool IsLoaded(const char* path) {
   void* const module = dlopen(path, RTLD_NOW | RTLD_NOLOAD);
-  if (module != nullptr) dlclose(module);
-  return module != nullptr;
+  return module != nullptr && dlclose(module) == 0;
 }

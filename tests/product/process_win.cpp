@@ -5,8 +5,6 @@
 #include <psapi.h>
 #include <tlhelp32.h>
 
-#include <cstdio>
-
 // Libraries are told of it, as they are at a return from main; a mere stop is what std::_Exit gives.
 void EndQuickly() { ExitProcess(0); }
 
@@ -26,13 +24,9 @@ Resources CountResources() {
   return {threads, static_cast<long>(handles), static_cast<long>(memory.WorkingSetSize / 1024)};
 }
 
-void* OpenModule(const char* path) {
-  const HMODULE module = LoadLibraryA(path);
-  if (module == nullptr) std::fprintf(stderr, "LoadLibrary: error %lu\n", GetLastError());
-  return module;
-}
-Function FindFunction(void* module, const char* name) {
-  return reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(static_cast<HMODULE>(module), name)));
+void* OpenModule(const char* path) { return LoadLibraryA(path); }
+void (*FindFunction(void* module, const char* name))() {
+  return reinterpret_cast<void (*)()>(reinterpret_cast<void*>(GetProcAddress(static_cast<HMODULE>(module), name)));
 }
 void CloseModule(void* module) { FreeLibrary(static_cast<HMODULE>(module)); }
 bool IsLoaded(const char* path) { return GetModuleHandleA(path) != nullptr; }

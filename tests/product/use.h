@@ -1,4 +1,4 @@
-/* One round of what every host does: a frame up, the same frame back. */
+/* What every host does: a frame up, over another one, and the same frame back. */
 #ifndef QVG_PRODUCT_USE_H
 #define QVG_PRODUCT_USE_H
 
@@ -6,48 +6,42 @@
 #include <stdio.h>
 #include <string.h>
 
-/* Leaves a context current on the calling thread when keepContext is true. Returns 0 when all went well. */
-static int useRenderer(const QVGGLRendererInterface* gl, bool keepContext) {
-  enum { kWidth = 5, kHeight = 3 };
-  uint8_t pixels[kHeight][kWidth][4];
-  for (int y = 0; y < kHeight; ++y) {
-    for (int x = 0; x < kWidth; ++x) {
-      const uint8_t pixel[4] = {(uint8_t)(40 * x + 7), (uint8_t)(60 * y + 11), (uint8_t)(30 * x + 20 * y), 255};
-      memcpy(pixels[y][x], pixel, sizeof pixel);
-    }
-  }
-
-  QVGGLContext* context = gl->GetSharedContext();
-  if (!context || !gl->MakeCurrentContext(context, NULL)) {
-    fprintf(stderr, "no context\n");
-    return 1;
-  }
+/* Of up to 256 x 64 pixels, with the current context. What came back is kept where there is a place for it. Says
+   nothing: the process may be ending. Returns 0 when all went well. */
+static int renderFrame(const QVGGLRendererInterface* gl, int width, int height, QVGPixelBuffer* kept) {
+  uint8_t pixels[4 * 256 * 64];
+  for (size_t i = 0; i < sizeof pixels; ++i) pixels[i] = i % 4 == 3 ? 255 : (uint8_t)(i * 7 / 3);
   QVGPixelBuffer frame = {{0}, {0}, 0, 0, 0, 0, 0};
-  frame.plane[0] = pixels[0][0];
-  frame.stride[0] = sizeof pixels[0];
-  frame.width = kWidth;
-  frame.height = kHeight;
+  frame.plane[0] = pixels;
+  frame.stride[0] = 4 * width;
+  frame.width = width;
+  frame.height = height;
   frame.format = QVG_FORMAT_RGBA;
   const QVGColor none = {0, 0, 0, 0};
-  QVGTexture* texture = gl->UploadPixelBufferToNewTexture(&frame, false, false, none);
+  QVGTexture* source = gl->UploadPixelBufferToNewTexture(&frame, false, false, none);
+  QVGTexture* target = gl->AcquireTexture((uint32_t)width, (uint32_t)height);
+  QVGFrameBuffer* frameBuffer = gl->CreateFrameBuffer((uint32_t)width, (uint32_t)height, false, false);
   QVGPixelBuffer back = {{0}, {0}, 0, 0, 0, 0, 0};
-  QVGPixelBuffer* result = &back;
-  if (!texture || !gl->TextureToRGBAPixelBuffer(texture, result, false)) {
-    fprintf(stderr, "no frame came back\n");
-    return 1;
+  QVGPixelBuffer* result = kept ? kept : &back;
+  int failed = !gl->BindTextureToFrameBuffer(frameBuffer, target) || !gl->DrawTexture(source, frameBuffer, NULL) ||
+               !gl->TextureToRGBAPixelBuffer(target, result, false);
+  for (int y = 0; y < height && !failed; ++y) {
+    failed = memcmp(result->plane[0] + y * result->stride[0], pixels + 4 * y * width, 4 * (size_t)width) != 0;
   }
-  int differences = 0;
-  for (int y = 0; y < kHeight; ++y) {
-    differences += memcmp(back.plane[0] + y * back.stride[0], pixels[y], sizeof pixels[y]) != 0;
-  }
-  gl->ReleasePixelBuffer(&result);
-  gl->ReleaseTexture(&texture);
-  if (!keepContext && !gl->ReleaseSharedContext(&context)) {
-    fprintf(stderr, "the context was not taken back\n");
-    return 1;
-  }
-  if (differences) fprintf(stderr, "%d rows differ\n", differences);
-  return differences != 0;
+  if (!kept) gl->ReleasePixelBuffer(&result);
+  gl->DestroyFrameBuffer(&frameBuffer);
+  gl->ReleaseTexture(&source);
+  gl->ReleaseTexture(&target);
+  return failed;
+}
+
+/* The same on a context of its own, which stays current when keepContext is true. */
+static inline int useRenderer(const QVGGLRendererInterface* gl, bool keepContext) {
+  QVGGLContext* context = gl->GetSharedContext();
+  const int failed = !context || !gl->MakeCurrentContext(context, NULL) || renderFrame(gl, 5, 3, NULL) ||
+                     (!keepContext && !gl->ReleaseSharedContext(&context));
+  if (failed) fprintf(stderr, "no frame came back as it was\n");
+  return failed;
 }
 
 #endif
