@@ -13,6 +13,11 @@ eventually() {
   within 50 "${@:2}"
   verdict "$1" $? "${*:2} (title: $(title))"
 }
+# press KEY NAME COMMAND...: eventually, after the key.
+press() {
+  xdotool key "$1"
+  eventually "${@:2}"
+}
 
 # start ARGUMENT...: runs the tool until its window is there and has the keyboard.
 window=
@@ -25,16 +30,16 @@ focused() {
   window=$(xdotool search --name '^qvg: ' 2>/dev/null | tail -n 1)
   [[ $window ]] && xdotool windowfocus "$window" 2>/dev/null && [[ $(xdotool getwindowfocus 2>/dev/null) == "$window" ]]
 }
-# ended NAME STATUS: the tool has ended, or does so within ten seconds.
-ended() {
+# ends NAME COMMAND...: the command makes the tool end well within ten seconds.
+ends() {
+  "${@:2}"
   within 100 gone
   kill "$tool" 2>/dev/null
   wait "$tool"
-  expect "$1" "$2" $?
+  expect "$1" "0" $?
   tool=
 }
 gone() { ! kill -0 "$tool" 2>/dev/null; }
-key() { xdotool key "$1"; }
 title() { xdotool getwindowname "$window" 2>/dev/null; }
 titled() { [[ $(title) == *"$1"* ]]; }
 shot() { import -window "$window" "$1" 2>/dev/null; }
@@ -63,51 +68,38 @@ quarters+=",drawbox=y=50:w=100:h=50:color=blue:t=fill,drawbox=x=100:y=50:w=100:h
 make -f lavfi -i "$quarters" -frames:v 1 quarters.png
 start view quarters.png
 eventually "an image stands upright" shows 10,10 $red 190,10 $green 10,90 $blue 190,90 $white
-titled "$("$qvg" info | sed -n 's/^Renderer *//p')"
-verdict "the title names the renderer" $? "$(title)"
+eventually "the title names the renderer" titled "$("$qvg" info | sed -n 's/^Renderer *//p')"
 xdotool windowsize "$window" 400 100
 eventually "bars at the sides of a wide window" shows 98,50 $black 102,10 $red 297,90 $white 301,50 $black
 xdotool windowsize "$window" 200 400
-key r
-eventually "r turns clockwise" shows 10,10 $blue 190,10 $red 10,390 $white 190,390 $green
-key f
-eventually "f turns it upside down" shows 10,10 $white 190,10 $green 10,390 $blue 190,390 $red
-key 1
-eventually "without an effect its keys say so" titled "no effect in use"
-key Escape
-ended "Escape closes" 0
+press r "r turns clockwise" shows 10,10 $blue 190,10 $red 10,390 $white 190,390 $green
+press f "f turns it upside down" shows 10,10 $white 190,10 $green 10,390 $blue 190,390 $red
+press 1 "without an effect its keys say so" titled "no effect in use"
+ends "Escape closes" xdotool key Escape
 
 # ---- The effect's stages
 
 for what in "process quarters.png -o keyed.png --preview" "view quarters.png"; do
   start $what --key 0x00ff00 --similarity 100 --bright -50
   eventually "the effect at work" shows 10,10 800000 190,10 $black 10,90 000080
-  key 3
-  eventually "3 switches colour off" shows 10,10 $red 190,10 $black 10,90 $blue
-  key 1
-  eventually "1 switches the key off" shows 10,10 $red 190,10 $green 10,90 $blue
-  titled "without key colour"
-  verdict "the title tells" $? "$(title)"
-  key 3
-  eventually "and on again" shows 10,10 800000 190,10 008000
-  key q
-  ended "q ends it" 0
+  press 3 "3 switches colour off" shows 10,10 $red 190,10 $black 10,90 $blue
+  press 1 "1 switches the key off" shows 10,10 $red 190,10 $green 10,90 $blue
+  eventually "the title tells" titled "without key colour"
+  press 3 "and on again" shows 10,10 800000 190,10 008000
+  ends "q ends it" xdotool key q
 done
 
 # ---- A clip while it is processed
 
-"$qvg" process -o whole.mp4 --preview --max-speed --size 320x180 --frames 10 >out.log 2>err.log
-expect "a preview to the end" "0 10 0 0" "$? $(frames whole.mp4) $(grep -c closed out.log) $(lines err.log)"
-
 make -f lavfi -i "testsrc2=size=320x240:rate=25" -t 20 -c:v libx264 -preset ultrafast clip.mp4
 SECONDS=0
 "$qvg" process clip.mp4 -o paced.mp4 --preview --frames 70 >out.log 2>err.log
-expect "frames come at the clip's own rate: 70 of 25 a second in two seconds and more" "1" "$((SECONDS >= 2))"
+expect "a preview to the end; 70 frames of 25 a second come in two seconds and more" "0 70 0 0 1" \
+  "$? $(frames paced.mp4) $(grep -c closed out.log) $(lines err.log) $((SECONDS >= 2))"
 
 start process clip.mp4 -o closed.mp4 --preview
 eventually "the title shows the rate" titled "frames/s"
-key space
-eventually "space pauses" titled "paused"
+press space "space pauses" titled "paused"
 shot first.png
 sleep 0.3
 shot second.png
@@ -116,35 +108,25 @@ verdict "a paused picture stands" $?
 xdotool windowsize "$window" 640 240
 eventually "and is drawn again in a resized window" shows 155,120 $black 485,120 $black
 shot first.png
-key Right
-another() { shot second.png && ! cmp -s first.png second.png; }
-eventually "right steps to another picture" another
-titled "paused"
-verdict "and stays paused" $? "$(title)"
-key space
-eventually "space goes on" titled "frames/s"
-key q
-ended "q closes" 0
+another() { shot second.png && ! cmp -s first.png second.png && titled "paused"; }
+press Right "right steps to another picture and stays paused" another
+press space "space goes on" titled "frames/s"
+ends "q closes" xdotool key q
 expect "and the tool says so" "1 0" "$(grep -c '^window closed: closed.mp4' out.log) $(lines err.log)"
 partial closed.mp4
 
 start view clip.mp4 --from 19 --max-speed
 eventually "a clip that has ended stays" titled ", end"
-key q
-ended "until it is closed" 0
+ends "until it is closed" xdotool key q
 
 start process clip.mp4 -o lost.mp4 --preview
 eventually "it plays" titled "frames/s"
-key space
-eventually "it is paused" titled "paused"
-xdotool windowclose "$window"
-ended "a window destroyed by others counts as closed" 0
+ends "a window destroyed by others counts as closed" xdotool windowclose "$window"
 partial lost.mp4
 
 # ---- No display
 
 for command in "process -o none.mp4 --frames 2 --preview" "view quarters.png"; do
-  # shellcheck disable=SC2086
   env -u DISPLAY "$qvg" $command >out.log 2>err.log </dev/null
   expect "no display: ${command%% *}" "1 1 1 0" \
     "$? $(lines err.log) $(grep -c '^qvg: .*no display' err.log) $(find . -name none.mp4 | wc -l)"
