@@ -1,38 +1,35 @@
 // Stands before the driver's functions and does as other drivers would.
+#include <glad/gl.h>
+
 #include <algorithm>
-#include <array>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
-#include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
 #include "base/texelFormat.h"
-#include "driverMode.h"
-#include "rawCall.h"
+#include "driver.h"
 
 namespace qvg::test {
 namespace {
 
-constexpr std::pair<const char*, DriverMode> kNames[] = {{"index", kIndexNeedsVertexArray},
-                                                         {"rgb", kNoRgbTarget},
-                                                         {"barrier", kNoTextureBarrier},
-                                                         {"garbage", kGarbage},
-                                                         {"logs", kChattyLogs},
-                                                         {"xlib", kNoXcb}};
+/// The driver's own function; kPointer, the loader's variable for it, tells its type.
+template <auto kPointer>
+auto RawCall(const char* name) {
+  using Function = std::remove_pointer_t<decltype(kPointer)>;
+  static const auto function = reinterpret_cast<Function>(RealEntryPoint(name));
+  return function;
+}
+#define QVG_RAW(call) (RawCall<&glad_gl##call>("gl" #call))
 
-unsigned WantedModes() {
-  const char* const wanted = std::getenv("QVG_TEST_DRIVER");
-  const std::string list = ',' + std::string(wanted != nullptr ? wanted : "") + ',';
-  unsigned modes = 0;
-  for (const auto& [name, mode] : kNames) {
-    if (wanted == nullptr || list.find(std::string(",") + name + ',') != std::string::npos) modes |= mode;
-  }
-  if (modes == 0) std::fprintf(stderr, "QVG_TEST_DRIVER names no mode\n"), std::exit(2);
-  return modes;
+GLint RawInteger(GLenum name) {
+  GLint value = 0;
+  QVG_RAW(GetIntegerv)(name, &value);
+  return value;
 }
 
 // ---- Errors of its own
@@ -113,174 +110,77 @@ const GLubyte* GLAD_API_PTR GetStringi(GLenum name, GLuint index) {
 
 // ---- Garbage
 
-const std::vector<uint8_t>& Noise() {
-  static const std::vector<uint8_t> noise = [] {
-    std::vector<uint8_t> bytes(1 << 20);
-    uint32_t state = 1;
-    for (uint8_t& byte : bytes) byte = static_cast<uint8_t>((state = state * 1664525 + 1013904223) >> 24);
-    return bytes;
-  }();
-  return noise;
+// Clears that come after the version that the loader knows.
+template <class... Arguments>
+void CallLater(const char* name, Arguments... arguments) {
+  reinterpret_cast<void(GLAD_API_PTR*)(Arguments...)>(RealEntryPoint(name))(arguments...);
 }
 
-/// The transfer state as GL begins, during its life.
-class PlainUnpacking {
- public:
-  PlainUnpacking() {
-    std::transform(std::begin(kStates), std::end(kStates), before_.begin(), &RawInteger);
-    for (const GLenum state : kStates) QVG_RAW(PixelStorei)(state, state == GL_UNPACK_ALIGNMENT ? 1 : 0);
-    QVG_RAW(BindBuffer)(GL_PIXEL_UNPACK_BUFFER, 0);
+void FillTexture(GLenum binding, GLenum format, GLsizei levels) {
+  const auto texture = static_cast<GLuint>(RawInteger(binding));
+  const GLenum values = TexelFormatOf(format).integer ? GLenum{GL_RGBA_INTEGER} : GLenum{GL_RGBA};
+  const void* const texel = kGarbageTexel;
+  for (GLint level = 0; level < levels; ++level) {
+    CallLater("glClearTexImage", texture, level, values, GLenum{GL_UNSIGNED_BYTE}, texel);
   }
-  ~PlainUnpacking() {
-    for (size_t i = 0; i < before_.size(); ++i) QVG_RAW(PixelStorei)(kStates[i], before_[i]);
-    QVG_RAW(BindBuffer)(GL_PIXEL_UNPACK_BUFFER, static_cast<GLuint>(buffer_));
-  }
-
- private:
-  static constexpr GLenum kStates[] = {GL_UNPACK_ALIGNMENT,   GL_UNPACK_ROW_LENGTH,   GL_UNPACK_SKIP_ROWS,
-                                       GL_UNPACK_SKIP_PIXELS, GL_UNPACK_IMAGE_HEIGHT, GL_UNPACK_SKIP_IMAGES,
-                                       GL_UNPACK_SWAP_BYTES};
-  std::array<GLint, std::size(kStates)> before_;
-  const GLint buffer_ = RawInteger(GL_PIXEL_UNPACK_BUFFER_BINDING);
-};
-
-bool HasStorage(GLenum target, GLsizei width) {
-  GLint found = 0;
-  QVG_RAW(GetTexLevelParameteriv)(target, 0, GL_TEXTURE_WIDTH, &found);
-  return found == width && width > 0;
 }
 
-// Strips of rows that the noise is enough for.
-template <class Load>
-void FillRows(GLsizei width, GLsizei height, Load load) {
-  const PlainUnpacking plain;
-  const GLsizei rows = std::max(static_cast<GLsizei>(Noise().size()) / (4 * width), 1);
-  for (GLsizei y = 0; y < height; y += rows) load(y, std::min(rows, height - y));
-}
-
-GLenum NoiseFormat(GLenum internalFormat) {
-  return TexelFormatOf(internalFormat).integer ? GLenum{GL_RGBA_INTEGER} : GLenum{GL_RGBA};
+bool HasStorage(GLenum target) {
+  GLint width = 0;
+  QVG_RAW(GetTexLevelParameteriv)(target, 0, GL_TEXTURE_WIDTH, &width);
+  return width > 0;
 }
 
 void GLAD_API_PTR TexStorage2D(GLenum target, GLsizei levels, GLenum format, GLsizei width, GLsizei height) {
-  const bool had = HasStorage(target, width);
+  const bool had = HasStorage(target);
   QVG_RAW(TexStorage2D)(target, levels, format, width, height);
-  if (had || !HasStorage(target, width)) return;
-  for (GLsizei level = 0; level < levels; ++level) {
-    const GLsizei across = std::max(width >> level, 1);
-    FillRows(across, std::max(height >> level, 1), [&](GLsizei y, GLsizei rows) {
-      QVG_RAW(TexSubImage2D)(target, level, 0, y, across, rows, NoiseFormat(format), GL_UNSIGNED_BYTE, Noise().data());
-    });
-  }
+  if (!had && HasStorage(target)) FillTexture(GL_TEXTURE_BINDING_2D, format, levels);
 }
 
 void GLAD_API_PTR TexStorage3D(GLenum target, GLsizei levels, GLenum format, GLsizei width, GLsizei height,
                                GLsizei depth) {
-  const bool had = HasStorage(target, width);
+  const bool had = HasStorage(target);
   QVG_RAW(TexStorage3D)(target, levels, format, width, height, depth);
-  if (had || !HasStorage(target, width)) return;
-  for (GLsizei z = 0; z < depth; ++z) {
-    FillRows(width, height, [&](GLsizei y, GLsizei rows) {
-      QVG_RAW(TexSubImage3D)
-      (target, 0, 0, y, z, width, rows, 1, NoiseFormat(format), GL_UNSIGNED_BYTE, Noise().data());
-    });
-  }
+  if (!had && HasStorage(target)) FillTexture(GL_TEXTURE_BINDING_3D, format, levels);
 }
 
 void GLAD_API_PTR BufferData(GLenum target, GLsizeiptr size, const void* data, GLenum usage) {
   QVG_RAW(BufferData)(target, size, data, usage);
   GLint made = 0;
   if (data == nullptr) QVG_RAW(GetBufferParameteriv)(target, GL_BUFFER_SIZE, &made);
-  const auto step = static_cast<GLsizeiptr>(Noise().size());
-  for (GLsizeiptr at = 0; at < made; at += step) {
-    QVG_RAW(BufferSubData)(target, at, std::min<GLsizeiptr>(step, made - at), Noise().data());
-  }
-}
-
-// By a clear, with the state that it depends on out of the way.
-void FillRenderBuffer(GLenum format) {
-  const GLint name = RawInteger(GL_RENDERBUFFER_BINDING);
-  const GLint drawn = RawInteger(GL_DRAW_FRAMEBUFFER_BINDING);
-  const GLint depthMask = RawInteger(GL_DEPTH_WRITEMASK);
-  const GLint stencilMask = RawInteger(GL_STENCIL_WRITEMASK);
-  GLboolean mask[4] = {};
-  QVG_RAW(GetBooleanv)(GL_COLOR_WRITEMASK, mask);
-  constexpr GLenum kInTheWay[] = {GL_SCISSOR_TEST, GL_RASTERIZER_DISCARD};
-  GLboolean enabled[std::size(kInTheWay)] = {};
-  for (size_t i = 0; i < std::size(kInTheWay); ++i) {
-    enabled[i] = QVG_RAW(IsEnabled)(kInTheWay[i]);
-    QVG_RAW(Disable)(kInTheWay[i]);
-  }
-  GLuint frameBuffer = 0;
-  QVG_RAW(GenFramebuffers)(1, &frameBuffer);
-  QVG_RAW(BindFramebuffer)(GL_DRAW_FRAMEBUFFER, frameBuffer);
-  QVG_RAW(ColorMask)(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);
-  QVG_RAW(DepthMask)(GL_TRUE);
-  QVG_RAW(StencilMask)(~0u);
-  const bool depth = format == GL_DEPTH24_STENCIL8;
-  QVG_RAW(FramebufferRenderbuffer)
-  (GL_DRAW_FRAMEBUFFER, depth ? GL_DEPTH_STENCIL_ATTACHMENT : GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER,
-   static_cast<GLuint>(name));
-  const GLfloat color[4] = {0.3f, 0.9f, 0.1f, 0.4f};
-  depth ? QVG_RAW(ClearBufferfi)(GL_DEPTH_STENCIL, 0, 0, 0x5a) : QVG_RAW(ClearBufferfv)(GL_COLOR, 0, color);
-  QVG_RAW(BindFramebuffer)(GL_DRAW_FRAMEBUFFER, static_cast<GLuint>(drawn));
-  QVG_RAW(DeleteFramebuffers)(1, &frameBuffer);
-  QVG_RAW(ColorMask)(mask[0], mask[1], mask[2], mask[3]);
-  QVG_RAW(DepthMask)(depthMask != 0);
-  QVG_RAW(StencilMask)(static_cast<GLuint>(stencilMask));
-  for (size_t i = 0; i < std::size(kInTheWay); ++i) {
-    if (enabled[i] != GL_FALSE) QVG_RAW(Enable)(kInTheWay[i]);
-  }
-}
-
-void FillIfMade(GLenum format, GLsizei width) {
-  GLint made = 0;
-  QVG_RAW(GetRenderbufferParameteriv)(GL_RENDERBUFFER, GL_RENDERBUFFER_WIDTH, &made);
-  if (made == width && width > 0) FillRenderBuffer(format);
-}
-
-void GLAD_API_PTR RenderbufferStorage(GLenum target, GLenum format, GLsizei width, GLsizei height) {
-  QVG_RAW(RenderbufferStorage)(target, format, width, height);
-  FillIfMade(format, width);
-}
-
-void GLAD_API_PTR RenderbufferStorageMultisample(GLenum target, GLsizei samples, GLenum format, GLsizei width,
-                                                 GLsizei height) {
-  QVG_RAW(RenderbufferStorageMultisample)(target, samples, format, width, height);
-  FillIfMade(format, width);
+  const std::vector<uint8_t> garbage(static_cast<size_t>(made), kGarbageTexel[0]);
+  if (made > 0) QVG_RAW(BufferSubData)(target, 0, made, garbage.data());
 }
 
 // ---- Information logs
 
 constexpr char kRemark[] = "warning: the driver has something to say, and it is no error";
 
-void Remark(GLenum name, GLint* value) {
+void RemarkLength(GLenum name, GLint* value) {
   if (name == GL_INFO_LOG_LENGTH && *value <= 1) *value = static_cast<GLint>(sizeof kRemark);
 }
 
-void Remark(GLsizei room, GLsizei* length, GLchar* text) {
-  if (room < 1 || text == nullptr || *text != '\0') return;
-  const size_t count = std::min(sizeof kRemark - 1, static_cast<size_t>(room) - 1);
-  std::memcpy(text, kRemark, count);
-  text[count] = '\0';
-  if (length != nullptr) *length = static_cast<GLsizei>(count);
+void RemarkText(GLsizei room, GLsizei* length, GLchar* text) {
+  if (room < 1 || *text != '\0') return;
+  const int wanted = std::snprintf(text, static_cast<size_t>(room), "%s", kRemark);
+  if (length != nullptr) *length = std::min(wanted, room - 1);
 }
 
 void GLAD_API_PTR GetShaderiv(GLuint shader, GLenum name, GLint* value) {
   QVG_RAW(GetShaderiv)(shader, name, value);
-  Remark(name, value);
+  RemarkLength(name, value);
 }
 void GLAD_API_PTR GetProgramiv(GLuint program, GLenum name, GLint* value) {
   QVG_RAW(GetProgramiv)(program, name, value);
-  Remark(name, value);
+  RemarkLength(name, value);
 }
 void GLAD_API_PTR GetShaderInfoLog(GLuint shader, GLsizei room, GLsizei* length, GLchar* text) {
   QVG_RAW(GetShaderInfoLog)(shader, room, length, text);
-  Remark(room, length, text);
+  RemarkText(room, length, text);
 }
 void GLAD_API_PTR GetProgramInfoLog(GLuint program, GLsizei room, GLsizei* length, GLchar* text) {
   QVG_RAW(GetProgramInfoLog)(program, room, length, text);
-  Remark(room, length, text);
+  RemarkText(room, length, text);
 }
 
 // ---- All of them
@@ -298,13 +198,12 @@ void* NeedsTargets(const char* name) {
 
 struct Replacement {
   const char* name;
-  unsigned modes;
+  DriverMode mode;
   void* function;
 };
 
 const std::vector<Replacement>& Replacements() {
   static const std::vector<Replacement> all = {
-      {"glGetError", ~0u, Address(&GetError)},
       {"glBindBuffer", kIndexNeedsVertexArray, Address(&BindBuffer)},
       {"glCheckFramebufferStatus", kNoRgbTarget, Address(&CheckFramebufferStatus)},
       {"glClear", kNoRgbTarget, NeedsTargets<&glad_glClear, GL_DRAW_FRAMEBUFFER>("glClear")},
@@ -319,8 +218,6 @@ const std::vector<Replacement>& Replacements() {
       {"glTexStorage2D", kGarbage, Address(&TexStorage2D)},
       {"glTexStorage3D", kGarbage, Address(&TexStorage3D)},
       {"glBufferData", kGarbage, Address(&BufferData)},
-      {"glRenderbufferStorage", kGarbage, Address(&RenderbufferStorage)},
-      {"glRenderbufferStorageMultisample", kGarbage, Address(&RenderbufferStorageMultisample)},
       {"glGetShaderiv", kChattyLogs, Address(&GetShaderiv)},
       {"glGetProgramiv", kChattyLogs, Address(&GetProgramiv)},
       {"glGetShaderInfoLog", kChattyLogs, Address(&GetShaderInfoLog)},
@@ -329,18 +226,15 @@ const std::vector<Replacement>& Replacements() {
   return all;
 }
 
-void* Replace(const char* name, void* function) {
-  for (const Replacement& replacement : Replacements()) {
-    if ((replacement.modes & WantedModes()) != 0 && std::strcmp(name, replacement.name) == 0) {
-      return function != nullptr ? replacement.function : nullptr;
-    }
+unsigned WantedModes() {
+  const char* const wanted = std::getenv("QVG_TEST_DRIVER");
+  if (wanted == nullptr) return ~0u;
+  constexpr const char* kNames[] = {"index", "rgb", "barrier", "garbage", "logs", "xlib"};
+  for (size_t i = 0; i < std::size(kNames); ++i) {
+    if (std::strcmp(wanted, kNames[i]) == 0) return 1u << i;
   }
-  return function;
-}
-
-[[gnu::constructor]] void Install() {
-  Hooks().withoutXcb = DriverIs(kNoXcb);
-  Hooks().entryPoint = &Replace;
+  std::fprintf(stderr, "QVG_TEST_DRIVER names no mode\n");
+  std::exit(2);
 }
 
 }  // namespace
@@ -348,6 +242,14 @@ void* Replace(const char* name, void* function) {
 bool DriverIs(DriverMode mode) {
   static const unsigned modes = WantedModes();
   return (modes & mode) != 0;
+}
+
+void* InPlaceOf(const char* name, void* entryPoint) {
+  if (std::strcmp(name, "glGetError") == 0) return Address(&GetError);
+  for (const Replacement& replacement : Replacements()) {
+    if (DriverIs(replacement.mode) && std::strcmp(name, replacement.name) == 0) return replacement.function;
+  }
+  return entryPoint;
 }
 
 }  // namespace qvg::test
