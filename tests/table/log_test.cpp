@@ -26,41 +26,24 @@ class LogTest : public TableTest {
         line.begin(), line.end(), [](unsigned char c) { return std::isdigit(c) != 0; }, '0');
     return line.substr(0, line.find('\n'));
   }
-
-  void ExpectLocated(const std::string& message, const std::string& function, const std::string& file) {
-    const std::string line = Line();
-    EXPECT_TRUE(line.starts_with("[ERROR] [0000-00-00.00:00:00.000]" + message + ",line=0")) << line;
-    EXPECT_LT(line.find("0,func="), line.find("qvg::" + function + '(')) << line;
-    EXPECT_NE(line.find("qvg::" + function + '('), std::string::npos) << line;
-    EXPECT_TRUE(line.ends_with(",file=" + file)) << line;
-  }
 };
 
 TEST_F(LogTest, LinesOfErrorsNameTheirPlaceAndOthersDoNot) {
-  QVGGLContext* unknown = reinterpret_cast<QVGGLContext*>(this);
-  EXPECT_FALSE(gl_.SwapBuffers(unknown));
-  ExpectLocated("context not fond in map.", "QVGLContextManager::SwapBuffers", "src/base/glContext");
-  gl_.DestroySharedContext(&unknown);
-  EXPECT_EQ(unknown, nullptr);
-  ExpectLocated("context not fond in map.", "QVGLContextManager::DestroySharedContext", "src/base/glContext");
-
-  const TexturePtr texture(gl_.AcquireTexture(30, 20));
-  const FrameBufferPtr frameBuffer(gl_.CreateFrameBuffer(31, 20, true, false));
-  EXPECT_FALSE(gl_.BindTextureToFrameBuffer(frameBuffer.get(), texture.get()));
-  ExpectLocated("color texture size not equal frambuffer size", "FrameBuffer::BindColorTexture",
-                "src/base/framebuffer");
+  EXPECT_FALSE(gl_.SwapBuffers(reinterpret_cast<QVGGLContext*>(this)));
+  const std::string line = Line(), place = "qvg::QVGLContextManager::SwapBuffers(";
+  EXPECT_TRUE(line.starts_with("[ERROR] [0000-00-00.00:00:00.000]context not fond in map.,line=0")) << line;
+  EXPECT_LT(line.find("0,func="), line.find(place)) << line;
+  EXPECT_NE(line.find(place), std::string::npos) << line;
+  EXPECT_TRUE(line.ends_with(",file=src/base/glContext")) << line;
 
   QVGGLContext* context = gl_.CreateSharedContext(nullptr, nullptr, true);
   EXPECT_EQ(Line(), "[INFO] [0000-00-00.00:00:00.000]Context count=0");
   gl_.DestroySharedContext(&context);
-}
-
-TEST_F(LogTest, AnErrorThatTheHostLeftIsNotTheOperations) {
+  // An error that the host left is not the operation's.
   const TexturePtr texture(gl_.AcquireTexture(30, 20));
   glBindTexture(0xBAD, 0);  // an invalid target
   EXPECT_TRUE(gl_.SetTextureChannelOrder(texture.get(), 0));
-  const std::string line = Line();
-  EXPECT_TRUE(line.starts_with("[WARNING] ") && line.find("]SetTextureChannelOrder: context: ") != line.npos) << line;
+  EXPECT_NE(TakeLog().find("]SetTextureChannelOrder: context: "), std::string::npos);
 }
 
 TEST_F(LogTest, RefusedCallsNameSlotArgumentAndExpectation) {
@@ -74,31 +57,17 @@ TEST_F(LogTest, RefusedCallsNameSlotArgumentAndExpectation) {
   gl_.SetTextureOrigin(outside.get(), 5, 0);
   const EffectPtr effect(gl_.CreateEffect("general_eff"));
   QVGPixelBuffer out = {};
-  const Frame frame = MakeFrame(QVG_FORMAT_NV12, 30, 20, 1);
-  const auto upload = [&](auto spoil) {
-    QVGPixelBuffer bad = frame.buffer;
-    spoil(bad);
-    gl_.UploadPixelBufferToNewTexture(&bad, false, false, {});
-  };
+  Frame bad = MakeFrame(QVG_FORMAT_NV12, 30, 20, 1);
+  bad.buffer.format = 999;
   const QVGParamValue text = {QVG_PARAM_TEXT, {.text = ""}};
-  const struct {
-    std::function<void()> call;
-    const char* line;
-  } cases[] = {
+  const std::pair<std::function<void()>, const char*> cases[] = {
       {[&] { std::thread([&] { gl_.AcquireTexture(8, 8); }).join(); }, "AcquireTexture: context: "},
       {[&] { gl_.AcquireTexture(0, 8); }, "AcquireTexture: width: "},
-      {[&] { upload([](auto& b) { b.format = 999; }); }, "UploadPixelBufferToNewTexture: source->format: "},
-      {[&] { upload([](auto& b) { b.plane[1] = nullptr; }); }, "UploadPixelBufferToNewTexture: source->plane: "},
-      {[&] { upload([](auto& b) { b.stride[0] = 29; }); }, "UploadPixelBufferToNewTexture: source->stride: "},
-      {[&] { upload([](auto& b) { b.height = 1 << 30; }); }, "UploadPixelBufferToNewTexture: source->height: "},
-      {[&] { gl_.SetTextureChannelOrder(texture.get(), 4); }, "SetTextureChannelOrder: order: "},
+      {[&] { gl_.UploadPixelBufferToNewTexture(&bad.buffer, false, false, {}); },
+       "UploadPixelBufferToNewTexture: source->format: "},
       {[&] { gl_.TextureToNV12PixelBuffer(outside.get(), &out, false); }, "TextureToNV12PixelBuffer: source: "},
-      {[&] { gl_.TextureToRGBAPixelBuffer(texture.get(), nullptr, false); }, "TextureToRGBAPixelBuffer: out: "},
       {[&] { gl_.DrawTexture(texture.get(), nullptr, nullptr); }, "DrawTexture: destination: "},
-      {[&] { gl_.CreateEffect("none"); }, "CreateEffect: name: "},
-      {[&] { gl_.SetEffectParameter(effect.get(), "none", &text); }, "SetEffectParameter: key: "},
       {[&] { gl_.SetEffectParameter(effect.get(), "blur", &text); }, "SetEffectParameter: value->type: "},
-      {[&] { gl_.ApplyEffect(effect.get(), texture.get()); }, "ApplyEffect: effect: "},
   };
   TakeLog();
   for (const auto& [call, line] : cases) {
