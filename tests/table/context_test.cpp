@@ -11,25 +11,9 @@ namespace {
 
 using ContextTest = TableTest;
 
-TEST_F(ContextTest, VersionsAreThoseOfTheDriver) {
-  int32_t found[2] = {}, required[2] = {};
-  int fromDriver[2] = {};
-  gl_.GetGLVersion(&found[0], nullptr);
-  gl_.GetGLVersion(nullptr, &found[1]);
-  gl_.GetRequiredGLVersion(&required[0], &required[1]);
-  for (const int i : {0, 1}) {
-    glGetIntegerv(GL_MAJOR_VERSION + i, &fromDriver[i]);
-    EXPECT_EQ(found[i], fromDriver[i]);
-    EXPECT_EQ(required[i], i == 0 ? 4 : 2);
-  }
-  EXPECT_EQ(gl_.IsGLVersionSupported(), found[0] * 10 + found[1] >= 42);
-}
-
 TEST_F(ContextTest, CurrentAndPrevious) {
   ExpectErrorLines();
-  QVGGLContext* other = gl_.GetSharedContext();
-  ASSERT_NE(other, nullptr);
-  QVGGLContext* current = context_->handle;
+  QVGGLContext *other = gl_.GetSharedContext(), *current = context_->handle;
   ASSERT_NE(other, current);
   QVGGLContext* const steps[] = {context_->handle, other, nullptr, nullptr, context_->handle};
   for (QVGGLContext* const next : steps) {
@@ -42,7 +26,6 @@ TEST_F(ContextTest, CurrentAndPrevious) {
   }
   TakeLog();
   std::thread([&] {
-    EXPECT_EQ(gl_.GetCurrentContext(), nullptr);
     EXPECT_TRUE(gl_.MakeCurrentContext(other, nullptr));
     QVGGLContext* previous = nullptr;
     EXPECT_FALSE(gl_.MakeCurrentContext(context_->handle, &previous)) << "current on two threads";
@@ -53,42 +36,29 @@ TEST_F(ContextTest, CurrentAndPrevious) {
   EXPECT_EQ(gl_.GetCurrentContext(), context_->handle);
 }
 
-void EmptyPoolOfContexts() {
+TEST_F(ContextTest, ReleasedContextsComeBackOnceInOrderAndDestroyedOnesNever) {
+  ExpectErrorLines();  // of the handles that are null by then
   std::vector<QVGGLContext*> idle;
   for (int i = 0; i < 12; ++i) idle.push_back(Table().GetSharedContext());
   for (QVGGLContext*& context : idle) Table().DestroySharedContext(&context);
-}
-
-TEST_F(ContextTest, ReleasedContextsComeBackOnceInOrderAndDestroyedOnesNever) {
-  ExpectErrorLines();  // of the handles that are null by then
-  EmptyPoolOfContexts();
   QVGGLContext *made[3], *again[3];
   for (QVGGLContext*& context : made) context = gl_.GetSharedContext();
   for (const int i : {1, 0, 1, 2}) {
     QVGGLContext* context = made[i];
+    const bool current = i == 2;  // only that one is unbound
+    ASSERT_TRUE(gl_.MakeCurrentContext(current ? context : context_->handle, nullptr));
     EXPECT_TRUE(gl_.ReleaseSharedContext(&context));
     EXPECT_EQ(context, nullptr);
-    EXPECT_TRUE(gl_.ReleaseSharedContext(&context));
+    EXPECT_EQ(gl_.GetCurrentContext(), current ? nullptr : context_->handle);
   }
-  for (int i = 0; i < 2; ++i) gl_.DestroySharedContext(&made[0]);
-  EXPECT_EQ(made[0], nullptr);
+  gl_.DestroySharedContext(&made[0]);
   for (QVGGLContext*& context : again) context = gl_.GetSharedContext();
   EXPECT_EQ(again[0], made[1]);
   EXPECT_EQ(again[1], made[2]);
   EXPECT_TRUE(again[2] != made[1] && again[2] != made[2]);
-  for (QVGGLContext*& context : again) gl_.ReleaseSharedContext(&context);
-}
-
-TEST_F(ContextTest, OnlyTheCurrentContextIsUnbound) {
-  for (const bool current : {false, true}) {
-    for (const bool destroy : {false, true}) {
-      QVGGLContext* context = gl_.GetSharedContext();
-      ASSERT_TRUE(gl_.MakeCurrentContext(current ? context : context_->handle, nullptr));
-      destroy ? gl_.DestroySharedContext(&context) : void(gl_.ReleaseSharedContext(&context));
-      EXPECT_EQ(context, nullptr);
-      EXPECT_EQ(gl_.GetCurrentContext(), current ? nullptr : context_->handle);
-    }
-  }
+  ASSERT_TRUE(gl_.MakeCurrentContext(again[0], nullptr));
+  for (QVGGLContext*& context : again) gl_.DestroySharedContext(&context);
+  EXPECT_EQ(gl_.GetCurrentContext(), nullptr);
   ASSERT_TRUE(gl_.MakeCurrentContext(context_->handle, nullptr));
 }
 
@@ -103,13 +73,10 @@ TEST_F(ContextTest, TexturesAreSharedAndFrameBuffersAreNot) {
   gl_.Finish();
   {
     CurrentContext other;
-    EXPECT_EQ(Difference(picture, Content(texture.get())), "");
     const FrameBufferPtr its = Target(second.get());  // likely the same number as mine
     EXPECT_FALSE(gl_.BindTextureToFrameBuffer(mine.get(), texture.get()));
     EXPECT_FALSE(gl_.ClearFrameBuffer(mine.get(), red.data()));
-    const std::vector<unsigned> names = LiveNames(kFrameBuffers);
-    mine.reset();
-    EXPECT_EQ(LiveNames(kFrameBuffers), names) << "a frame buffer of another context was deleted";
+    mine.reset();  // not the one of this context
     ASSERT_TRUE(gl_.DrawTexture(texture.get(), its.get(), nullptr));
     EXPECT_EQ(Difference(picture, Content(second.get())), "");
   }
@@ -147,7 +114,6 @@ void RenderFrames(int seed, int frames, std::atomic<int>& begun) {
   ASSERT_NE(context.handle, nullptr);
   const TexturePtr target(Table().AcquireTexture(kWidth, kHeight));
   const FrameBufferPtr frameBuffer = Target(target.get());
-  size_t vertexArrays = 0;
   for (int i = 0; i < frames; ++i) {
     SCOPED_TRACE(::testing::Message() << "thread " << seed << ", frame " << i);
     const TexturePtr source = Upload(pictures[i % 2]);
@@ -158,9 +124,7 @@ void RenderFrames(int seed, int frames, std::atomic<int>& begun) {
     Errors errors;
     // Upload, draw and read-back each round, and the upload's error counts for several channels.
     ASSERT_EQ(Compare(expected[i % 2], read.buffer, 4, errors), "");
-    if (i == 2) vertexArrays = LiveNames(kVertexArrays).size();
   }
-  EXPECT_TRUE(frames <= 3 || vertexArrays == LiveNames(kVertexArrays).size()) << "vertex arrays are left over";
   EXPECT_EQ(glGetError(), 0u);
 }
 
@@ -181,67 +145,31 @@ TEST_F(ContextTest, FourThreadsDoNotDisturbEachOther) {
 
 // ---- Windows of the host ----
 
-TEST_F(ContextTest, WhatIsNoWindowGivesOnlyAHiddenContext) {
-  ExpectErrorLines();
-  void* const none = reinterpret_cast<void*>(uintptr_t{0x7FFFFFF1});
-  EXPECT_EQ(gl_.CreateSharedContext(nullptr, none, false), nullptr);
-  QVGGLContext* context = gl_.CreateSharedContext(this, none, true);
-  ASSERT_NE(context, nullptr);
-  EXPECT_EQ(gl_.GetCurrentContext(), context_->handle);
-  EXPECT_TRUE(gl_.MakeCurrentContext(context, nullptr));
-  EXPECT_NE(Upload(Picture(8, 8, 1)), nullptr);
-  EXPECT_TRUE(gl_.SwapBuffers(context));
-  EXPECT_TRUE(gl_.MakeCurrentContext(context_->handle, nullptr));
-  gl_.DestroySharedContext(&context);
-}
-
-TEST_F(ContextTest, WindowOfTheHostAndItsContextGoInAnyOrder) {
+TEST_F(ContextTest, WindowOfTheHostDiesBeforeItsContext) {
   if (!HostWindow::Available()) GTEST_SKIP() << "no display";
   ExpectErrorLines();
-  EmptyPoolOfContexts();
-  // Each letter is a step: w the window dies, c its context is made current, o the test's own one, s the window is
-  // presented, r the context is released, d destroyed. Slot 9 gives it to nobody, also when its window lives.
-  for (const std::string order : {"csosd", "wsod", "cwsod", "wscor", "crw", "cwsr", "cr"}) {
-    SCOPED_TRACE(order);
-    HostWindow window(40, 30);
-    QVGGLContext* context = gl_.CreateSharedContext(nullptr, window.handle(), false);
-    ASSERT_NE(context, nullptr);
-    TakeLog();
-    bool alive = true;
-    for (const char step : order) {
-      if (step == 'w') window.Destroy(), alive = false;
-      if (step == 'c') gl_.MakeCurrentContext(context, nullptr);  // a dead window's may refuse
-      if (step == 'o') gl_.MakeCurrentContext(context_->handle, nullptr);
-      if (step == 's') {
-        const bool presented = gl_.SwapBuffers(context);  // of a dead one that was never current it may answer anything
-        EXPECT_TRUE(presented == alive || order[0] == 'w');
-      }
-      if (step == 'r') gl_.ReleaseSharedContext(&context);
-      if (step == 'd') gl_.DestroySharedContext(&context);
-    }
-    EXPECT_EQ(context, nullptr);
-    QVGGLContext* next = gl_.GetSharedContext();
-    ASSERT_TRUE(gl_.MakeCurrentContext(next, nullptr));
-    EXPECT_EQ(Difference(Picture(9, 9, 1), Content(Upload(Picture(9, 9, 1)).get())), "");
-    const std::string log = TakeLog(), count = "Context count=";
-    EXPECT_NE(log.find(count), log.rfind(count)) << "the window's context was reused";
-    ASSERT_TRUE(gl_.MakeCurrentContext(context_->handle, nullptr));
-    gl_.DestroySharedContext(&next);
-  }
+  HostWindow window(40, 30);
+  QVGGLContext* context = gl_.CreateSharedContext(nullptr, window.handle(), false);
+  ASSERT_TRUE(gl_.MakeCurrentContext(context, nullptr));
+  EXPECT_TRUE(gl_.SwapBuffers(context));
+  window.Destroy();
+  EXPECT_FALSE(gl_.SwapBuffers(context));
+  gl_.DestroySharedContext(&context);
+  ASSERT_TRUE(gl_.MakeCurrentContext(context_->handle, nullptr));
+  EXPECT_EQ(Difference(Picture(9, 9, 1), Content(Upload(Picture(9, 9, 1)).get())), "");
 }
 
 // ---- Start and release ----
 
 TEST_F(ContextTest, StartReleaseAndStartAgain) {
   const QVGGLRendererInterface* const first = QVG_GetGLRendererInterface(nullptr);
-  EXPECT_EQ(first, &Table());
   context_.reset();
   QVG_ReleaseGLRendererInterface(nullptr);
-  for (int round = 0; round < 4; ++round) {
+  for (int round = 0; round < 3; ++round) {
     SCOPED_TRACE(round);
     const QVGGLRendererInterface* held = first;
     // The host may still have a context and a read-back out.
-    if (round % 2 == 1) {
+    if (round == 1) {
       CurrentContext context;
       QVGPixelBuffer out = {};
       EXPECT_TRUE(held->TextureToNV12PixelBuffer(Upload(Picture(30, 20, 1)).get(), &out, false));
@@ -249,14 +177,12 @@ TEST_F(ContextTest, StartReleaseAndStartAgain) {
     }
     for (int i = 0; i < 2; ++i) QVG_ReleaseGLRendererInterface(&held);
     EXPECT_EQ(held, nullptr);
-    QVGConfig config = {};
-    EXPECT_EQ(QVG_GetGLRendererInterface(round == 0 ? &config : nullptr), first);
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) threads.emplace_back([&] { EXPECT_EQ(QVG_GetGLRendererInterface(nullptr), first); });
+    for (std::thread& thread : threads) thread.join();
     CurrentContext context;
     EXPECT_EQ(Difference(Picture(30, 20, round), Content(Upload(Picture(30, 20, round)).get())), "");
   }
-  std::vector<std::thread> threads;
-  for (int i = 0; i < 4; ++i) threads.emplace_back([&] { EXPECT_EQ(QVG_GetGLRendererInterface(nullptr), first); });
-  for (std::thread& thread : threads) thread.join();
 }
 
 }  // namespace

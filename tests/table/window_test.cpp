@@ -64,11 +64,9 @@ class View {
   }
   /// Draws the texture, which holds the content; "" once the window shows it.
   std::string Presents(const TexturePtr& texture, const Image& content) {
-    return Draw(texture) ? Shows(Wanted(texture, content)) : "not drawn";
-  }
-  Image Wanted(const TexturePtr& texture, const Image& content) const {
-    return Presented(content, static_cast<int>(Table().GetTextureRotation(texture.get()) % 4),
-                     Table().GetTextureFlipped(texture.get()), width_, height_);
+    const int turns = static_cast<int>(Table().GetTextureRotation(texture.get()) % 4);
+    const bool flipped = Table().GetTextureFlipped(texture.get());
+    return Draw(texture) ? Shows(Presented(content, turns, flipped, width_, height_)) : "not drawn";
   }
   bool Clear(double r, double g, double b) {
     const double rgb[] = {r, g, b};
@@ -129,10 +127,8 @@ class WindowTest : public TableTest {
 TEST_F(WindowTest, BarsKeepTheAspectRatio) {
   const struct {
     int width, height, turns, windowWidth, windowHeight;
-  } rows[] = {{192, 108, 0, 500, 500},    {192, 108, 0, 101, 77},  {192, 108, 0, 333, 60}, {192, 108, 1, 101, 77},
-              {108, 192, 0, 101, 77},     {108, 192, 1, 192, 108}, {64, 64, 0, 101, 77},   {64, 48, 2, 81, 80},
-              {64, 48, 3, 81, 80},        {300, 2, 0, 60, 60},     {2, 300, 0, 60, 61},    {1, 1, 0, 64, 40},
-              {1920, 1080, 0, 1000, 1000}};
+  } rows[] = {{192, 108, 0, 101, 77}, {192, 108, 1, 101, 77}, {108, 192, 1, 192, 108}, {64, 64, 0, 101, 77},
+              {64, 48, 3, 81, 80},    {300, 2, 0, 60, 60},    {2, 300, 0, 60, 61},     {1920, 1080, 0, 500, 500}};
   for (const auto& [width, height, turns, windowWidth, windowHeight] : rows) {
     SCOPED_TRACE(Size(width, height) + " in " + Size(windowWidth, windowHeight));
     // Nowhere near black, so that a bar in the wrong place is seen.
@@ -140,7 +136,6 @@ TEST_F(WindowTest, BarsKeepTheAspectRatio) {
       return {(90 + Wave(x, y, 0, 3) / 2) / 255.0, (90 + Wave(x, y, 1, 3) / 2) / 255.0, 0.8, 1};
     });
     View view(windowWidth, windowHeight);
-    if (view.window.Pixels().empty()) continue;  // more than this screen holds
     const TexturePtr texture = Upload(picture);
     gl_.SetTextureRotation(texture.get(), turns);
     view.Clear(1, 1, 1);
@@ -148,113 +143,60 @@ TEST_F(WindowTest, BarsKeepTheAspectRatio) {
   }
 }
 
-TEST_F(WindowTest, EveryTurnAndFlipOfFreshAndLargerStorage) {
-  View view(90, 71);
-  for (const bool larger : {false, true}) {
-    for (const int width : {37, 52}) {  // the drawer's memory of the content has to follow
-      const Frame frame = MakeFrame(QVG_FORMAT_RGBA, width, 41, 7);
-      const TexturePtr texture = UploadAnew(frame, larger);
+TEST_F(WindowTest, EveryTurnAndFlipOfAPartOfEveryStorage) {
+  View view(120, 66);
+  for (const int code : {QVG_FORMAT_BGRA, QVG_FORMAT_RGB, QVG_FORMAT_RGBX332, QVG_FORMAT_NV12}) {
+    const TexturePtr texture = UploadAnew(MakeFrame(code, 48, 30, 5), true);
+    const Image content = Content(texture.get());
+    EXPECT_EQ(view.Presents(texture, content), "");
+    // A part of it, set by the host: the drawer's memory of the content has to follow.
+    gl_.SetTextureOrigin(texture.get(), 20, 15);
+    gl_.SetTextureSize(texture.get(), 31, 17);
+    const Image part = Content(texture.get());
+    ASSERT_NE(part.at(0, 0), content.at(0, 0));
+    for (const int turns : {0, 1, 2, 3, 5}) {
       for (const bool flipped : {true, false}) {
-        for (const int turns : {0, 1, 2, 3, 5}) {
-          SCOPED_TRACE(::testing::Message()
-                       << "larger " << larger << ", " << width << " wide, flipped " << flipped << ", turns " << turns);
-          gl_.SetTextureRotation(texture.get(), turns);
-          gl_.SetTextureFlipped(texture.get(), flipped);
-          EXPECT_EQ(view.Presents(texture, ExpectedUpload(frame, width, 41)), "");
-        }
+        SCOPED_TRACE(::testing::Message() << FormatOf(code).name << ", flipped " << flipped << ", turns " << turns);
+        gl_.SetTextureRotation(texture.get(), turns);
+        gl_.SetTextureFlipped(texture.get(), flipped);
+        EXPECT_EQ(view.Presents(texture, part), "");
       }
     }
-  }
-}
-
-TEST_F(WindowTest, ContentOfEveryKindOfStorageAtAnyOrigin) {
-  View view(120, 66);
-  for (const int code : {QVG_FORMAT_RGBA, QVG_FORMAT_BGRA, QVG_FORMAT_RGB, QVG_FORMAT_RGBX332, QVG_FORMAT_NV12}) {
-    for (int order = 0; order < (code == QVG_FORMAT_RGBA ? 4 : 1); ++order) {
-      SCOPED_TRACE(std::string(FormatOf(code).name) + ", order " + std::to_string(order));
-      const TexturePtr texture = UploadAnew(MakeFrame(code, 48, 30, 5), true);
-      if (code == QVG_FORMAT_RGBA) gl_.SetTextureChannelOrder(texture.get(), order);
-      const Image content = Content(texture.get());
-      EXPECT_EQ(view.Presents(texture, content), "");
-      EXPECT_EQ(Difference(content, Content(texture.get())), "") << "presenting changed the texture";
-      // A part of it, set by the host.
-      gl_.SetTextureOrigin(texture.get(), 20, 15);
-      gl_.SetTextureSize(texture.get(), 31, 17);
-      const Image part = Content(texture.get());
-      ASSERT_NE(part.at(0, 0), content.at(0, 0));
-      EXPECT_EQ(view.Presents(texture, part), "");
-    }
+    EXPECT_EQ(Difference(part, Content(texture.get())), "") << "presenting changed the texture";
   }
   // What is premultiplied shows its colour over black.
   const Image stored = Cutout(40, 30, 4);
   Image shown = stored;
   for (Color& color : shown.texels) color[3] = 1;
-  const TexturePtr texture = Premultiplied(stored), clone(gl_.CloneTexture(texture.get()));
-  for (const TexturePtr* each : {&texture, &clone}) {
-    for (int turns = 0; turns < 4; ++turns) {
-      SCOPED_TRACE(turns);
-      gl_.SetTextureRotation(each->get(), turns);
-      gl_.SetTextureFlipped(each->get(), turns % 2 == 1);
-      EXPECT_EQ(view.Presents(*each, shown), "");
-    }
-  }
+  const TexturePtr texture = Premultiplied(stored);
+  EXPECT_EQ(view.Presents(texture, shown), "");
+  EXPECT_EQ(view.Presents(TexturePtr(gl_.CloneTexture(texture.get())), shown), "");
 }
 
 TEST_F(WindowTest, ClearsFillTheWindowAndDrawsOfNothingClearOnly) {
   const TexturePtr texture = Upload(Picture(20, 20, 1, true)), empty = Upload(Picture(20, 20, 1, true));
   gl_.SetTextureSize(empty.get(), 0, 20);
   View view(50, 30);
-  const Color colors[] = {{0.2, 0.4, 0.6, 1}, {1, 0, 1, 1}, {-1, 1e300, 0.5, 1}};
   gl_.SetWndDrawerSize(view.drawer, 0xFFFFFFFF, 30);  // must leave no GL error behind
   view.Draw(texture);
-  for (const int row : {0, 1, 2}) {
-    SCOPED_TRACE(row);
-    ASSERT_TRUE(view.Clear(colors[row][0], colors[row][1], colors[row][2]));
-    EXPECT_EQ(view.Shows(Image(50, 30, colors[row]), 0.51), "");
-    gl_.SetWndDrawerSize(view.drawer, row == 1 ? 0 : 50, row == 2 ? 0 : 30);
-    ASSERT_TRUE(view.Draw(row == 0 ? empty : texture));
+  ASSERT_TRUE(view.Clear(-1, 1e300, 0.4));
+  EXPECT_EQ(view.Shows(Image(50, 30, {0, 1, 0.4, 1}), 0.51), "");
+  for (const bool noWindow : {false, true}) {
+    ASSERT_TRUE(view.Clear(1, 1, 1));
+    gl_.SetWndDrawerSize(view.drawer, noWindow ? 0 : 50, 30);
+    ASSERT_TRUE(view.Draw(noWindow ? texture : empty));
     EXPECT_EQ(view.Shows(Image(50, 30, {0, 0, 0, 1})), "");
   }
   EXPECT_FALSE(view.Draw(nullptr));
 }
 
-TEST_F(WindowTest, WithoutItsContextADrawerDoesNothing) {
-  ExpectErrorLines();
-  View view(40, 40), other(40, 40, 100);
-  const Image white(40, 40, {1, 1, 1, 1});
-  const TexturePtr texture = Upload(Picture(20, 20, 1));
-  ASSERT_TRUE(view.Clear(1, 1, 1) && other.Clear(1, 1, 1));
-  QVGGLContext* const contexts[] = {nullptr, gl_.GetWndDrawerHandle(other.drawer), context_->handle};
-  for (QVGGLContext* current : contexts) {
-    ASSERT_TRUE(gl_.MakeCurrentContext(current, nullptr));
-    EXPECT_FALSE(gl_.DrawTextureToWnd(view.drawer, texture.get()));
-    gl_.ClearWnd(view.drawer, Color{1, 0, 0}.data(), nullptr, nullptr);
-    EXPECT_EQ(gl_.GetCurrentContext(), current);
-  }
-  for (View* each : {&view, &other}) EXPECT_EQ(each->Shows(white), "");
-}
-
-// ---- Several windows, sizes and threads ----
-
-TEST_F(WindowTest, WindowsOfDifferentSizesAtOnce) {
-  View first(100, 60), second(70, 130, 120, 10);
-  for (int frame = 0; frame < 3; ++frame) {
-    const Image pictures[] = {Picture(50, 40, frame), Picture(33, 47, 8 + frame)};
-    const TexturePtr textures[] = {Upload(pictures[0]), Upload(pictures[1])};
-    ASSERT_TRUE(first.Draw(textures[0]));
-    for (const int shown : {1, 0}) {  // in the end the same texture in both
-      EXPECT_EQ(second.Presents(textures[shown], pictures[shown]), "");
-      EXPECT_EQ(first.Shows(first.Wanted(textures[0], pictures[0])), "");
-    }
-  }
-}
+// ---- Sizes, other contexts and threads ----
 
 TEST_F(WindowTest, ResizedBetweenFrames) {
   View view(120, 80);
   const Image picture = Picture(48, 32, 2);
   const TexturePtr texture = Upload(picture);
-  const std::pair<int, int> sizes[] = {{120, 80}, {61, 97}, {300, 150}, {300, 151}, {33, 21}, {128, 128}};
-  for (const auto& [width, height] : sizes) {
+  for (const auto& [width, height] : {std::pair(61, 97), {300, 150}, {300, 151}, {33, 21}}) {
     SCOPED_TRACE(Size(width, height));
     view.Resize(width, height);
     // What is shown in the instant of a resize may be lost (seen with Wine on a busy machine), the next frame not.
@@ -263,53 +205,30 @@ TEST_F(WindowTest, ResizedBetweenFrames) {
   }
 }
 
-TEST_F(WindowTest, TwoDrawersOnOneWindow) {
-  View view(60, 60);
-  const Image pictures[] = {Picture(40, 30, 1), Picture(30, 40, 2)};
-  const TexturePtr textures[] = {Upload(pictures[0]), Upload(pictures[1])};
-  QVGWndDrawer* second = gl_.CreateWndDrawer(view.window.handle());
-  ASSERT_NE(second, nullptr);
-  gl_.SetWndDrawerSize(second, 60, 60);
-  for (int frame = 0; frame < 4; ++frame, std::swap(view.drawer, second))
-    EXPECT_EQ(view.Presents(textures[frame % 2], pictures[frame % 2]), "") << frame;
-  gl_.DestroyWndDrawer(&second);
-  EXPECT_EQ(view.Presents(textures[0], pictures[0]), "") << "after the other drawer went";
-}
-
-// Mesa ends the process in a draw when a program was deleted elsewhere that the context had a part in.
-TEST_F(WindowTest, OtherContextsDrawOnWhenADrawerEnds) {
-  const Image picture = Picture(40, 30, 1);
-  const TexturePtr source = Upload(picture), texture(gl_.AcquireTexture(40, 30));
-  const FrameBufferPtr target = Target(texture.get());
-  HostWindow window(40, 30);
-  for (int round = 0; round < 3; ++round) {
-    QVGWndDrawer* drawer = gl_.CreateWndDrawer(window.handle());
-    ASSERT_NE(drawer, nullptr);
-    ASSERT_TRUE(gl_.DrawTexture(source.get(), target.get(), nullptr));
-    std::thread([&] {
-      const CurrentContext elsewhere;
-      gl_.DestroyWndDrawer(&drawer);
-    }).join();
-    gl_.Finish();
-    ASSERT_TRUE(gl_.MakeCurrentContext(context_->handle, nullptr));
-    ASSERT_TRUE(gl_.DrawTexture(source.get(), target.get(), nullptr));
-    EXPECT_EQ(Difference(picture, Content(texture.get())), "");
-  }
-}
-
 TEST_F(WindowTest, EveryWindowDrawnOnAThreadOfItsOwn) {
   constexpr int kThreads = 3;
+  const TexturePtr source = Upload(Picture(40, 30, 1)), canvas = Upload(Picture(40, 30, 2));
+  const FrameBufferPtr target = Target(canvas.get());
+  ASSERT_TRUE(gl_.DrawTexture(source.get(), target.get(), nullptr));
   std::vector<std::unique_ptr<View>> views;
   for (int i = 0; i < kThreads; ++i) views.push_back(std::make_unique<View>(60 + 20 * i, 50, 150 * i));
-  const auto work = [&](int i) {
-    CurrentContext context;
-    for (int frame = 0; frame < 30; ++frame) EXPECT_TRUE(views[i]->Draw(Upload(Picture(40, 30 + i, frame))));
-  };
   std::vector<std::thread> threads;
-  for (int i = 0; i < kThreads; ++i) threads.emplace_back(work, i);
+  for (int i = 0; i < kThreads; ++i)
+    threads.emplace_back([&views, i] {
+      CurrentContext context;
+      for (int frame = 0; frame < 30; ++frame) EXPECT_TRUE(views[i]->Draw(Upload(Picture(40, 30 + i, frame))));
+    });
   for (std::thread& thread : threads) thread.join();
   for (int i = 0; i < kThreads; ++i)
     EXPECT_EQ(views[i]->Shows(Presented(Picture(40, 30 + i, 29), 0, true, 60 + 20 * i, 50)), "") << i;
+  // Mesa ends the process in a draw when a program was deleted elsewhere that the context had a part in.
+  std::thread([&] {
+    const CurrentContext elsewhere;
+    views.clear();
+  }).join();
+  gl_.Finish();
+  ASSERT_TRUE(gl_.MakeCurrentContext(context_->handle, nullptr));
+  EXPECT_TRUE(gl_.DrawTexture(source.get(), target.get(), nullptr));
 }
 
 // ---- Coming and going ----
@@ -317,14 +236,13 @@ TEST_F(WindowTest, EveryWindowDrawnOnAThreadOfItsOwn) {
 TEST_F(WindowTest, WhatCannotBePresentedInGivesNoDrawer) {
   ExpectErrorLines();
   HostWindow gone(20, 20);
-  std::vector<void*> windows = {nullptr, reinterpret_cast<void*>(uintptr_t{0x7FFFFFF1}), gone.handle()};
+  std::vector<void*> windows = UnusableWindows();
+  windows.insert(windows.end(), {reinterpret_cast<void*>(uintptr_t{0x7FFFFFF1}), gone.handle()});
   gone.Destroy();
-  for (void* window : UnusableWindows()) windows.push_back(window);
   for (void* window : windows) {
     TakeLog();
     EXPECT_EQ(gl_.CreateWndDrawer(window), nullptr) << window;
     EXPECT_NE(TakeLog().find("[ERROR] "), std::string::npos) << window;
-    EXPECT_EQ(gl_.GetCurrentContext(), context_->handle);
   }
   ExpectAllIsWell();
 }
@@ -339,7 +257,6 @@ TEST_F(WindowTest, NothingIsLeftOfDrawers) {
     TakeLog();
     QVGWndDrawer* drawer = gl_.CreateWndDrawer(window.handle());
     ASSERT_NE(drawer, nullptr) << round;
-    EXPECT_EQ(gl_.GetCurrentContext(), context_->handle);
     gl_.SetWndDrawerSize(drawer, 50, 50);
     gl_.Finish();
     ASSERT_TRUE(gl_.MakeCurrentContext(gl_.GetWndDrawerHandle(drawer), nullptr));
@@ -347,7 +264,6 @@ TEST_F(WindowTest, NothingIsLeftOfDrawers) {
     const bool current = round % 2 == 1;
     ASSERT_TRUE(current || gl_.MakeCurrentContext(context_->handle, nullptr));
     EXPECT_TRUE(gl_.DestroyWndDrawer(&drawer));
-    EXPECT_EQ(drawer, nullptr);
     EXPECT_EQ(gl_.GetCurrentContext(), current ? nullptr : context_->handle);
     ASSERT_TRUE(gl_.MakeCurrentContext(context_->handle, nullptr));
     const std::string log = TakeLog(), before = count;
@@ -364,8 +280,7 @@ TEST_F(WindowTest, WindowAndDrawerGoInAnyOrder) {
   gl_.Finish();
   // Each letter is a step: w the window dies, d the drawer does, c its context is made current, u nothing is, p the
   // context is given to the pool, f a frame is drawn, r the window is cleared, o an other window takes a frame.
-  for (const std::string order :
-       {"fdw", "cfdw", "fwd", "cfwd", "cfwfrfud", "fwcfrd", "cfwuod", "cwofrud", "pdwo", "wpfdo", "cfpod"}) {
+  for (const std::string order : {"cfdw", "cfwfrfud", "fwcfrd", "cfwuod", "cwofrud", "pdwo", "wpfdo", "cfpod"}) {
     SCOPED_TRACE(order);
     View view(40, 40);
     QVGGLContext* context = gl_.GetWndDrawerHandle(view.drawer);
@@ -385,7 +300,7 @@ TEST_F(WindowTest, WindowAndDrawerGoInAnyOrder) {
 
 TEST_F(WindowTest, WindowDiesWhileAnotherThreadDraws) {
   ExpectErrorLines();
-  for (int round = 0; round < 8; ++round) {
+  for (int round = 0; round < 4; ++round) {
     SCOPED_TRACE(round);
     View view(200, 150);
     std::atomic<int> frames = 0;
