@@ -1,11 +1,26 @@
 #include "abuse/checks.h"
 
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #include "abuse/hostile.h"
 #include "support/table_test.h"
 
 namespace qvg::test {
+
+std::map<std::string, int64_t> Options(int argc, char** argv, std::map<std::string, int64_t> options) {
+  for (int i = 1; i < argc; i += 2) {
+    const std::string name = argv[i];
+    if (i + 1 == argc || !name.starts_with("--") || !options.contains(name.substr(2))) {
+      std::fprintf(stderr, "%s: %s is no option with a number\n", argv[0], argv[i]);
+      std::exit(2);
+    }
+    options[name.substr(2)] = std::atoll(argv[i + 1]);
+  }
+  if (std::freopen("/dev/null", "w", stdout) == nullptr) std::exit(2);
+  return options;
+}
 
 const char* PictureFault(const QVGGLRendererInterface& gl, uint32_t seed) {
   constexpr int kWidth = 6, kHeight = 5;

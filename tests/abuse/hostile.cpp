@@ -1,5 +1,6 @@
 #include "abuse/hostile.h"
 
+#include <algorithm>
 #include <cfloat>
 #include <cmath>
 #include <cstdint>
@@ -31,13 +32,10 @@ int32_t Hostile::Integer() {
 }
 
 std::array<int32_t, 2> Hostile::Area() {
-  constexpr int64_t kMostPixels = 65536;
-  constexpr int32_t kPossible = 65536;
+  constexpr int32_t kMost = 65536;  // of pixels, too
   std::array<int32_t, 2> area = {Size(), Size()};
-  if (area[0] > 0 && area[1] > 0 && area[0] <= kPossible && area[1] <= kPossible &&
-      int64_t{area[0]} * area[1] > kMostPixels) {
-    area[Below(2)] = 1;
-  }
+  const bool possible = std::ranges::all_of(area, [](int32_t side) { return side > 0 && side <= kMost; });
+  if (possible && int64_t{area[0]} * area[1] > kMost) area[Below(2)] = 1;
   return area;
 }
 
@@ -72,12 +70,9 @@ HostileFrames::Frame HostileFrames::Make(Hostile& random, int code, int maxSize)
     missing[p] = bytes[p] > kMostBytes || random.OneIn(48);
     buffer.stride[p] = layout.stride[p];
     const bool tooShort = random.OneIn(24);
-    if (tooShort) {
-      // A luma stride that is too short counts texels, and a chroma stride may mean the other width.
-      const bool words = format.bytesPerChannel == 2;
-      buffer.stride[p] =
-          words || random.OneIn(2) ? -random.Below(INT32_MAX) : static_cast<int32_t>(rowBytes) - 1 - random.Below(4);
-    }
+    // Of samples of 16 bits a luma stride counts texels, and a chroma stride may mean the other width.
+    const int64_t least = format.bytesPerChannel == 2 ? 1 : rowBytes;
+    if (tooShort) buffer.stride[p] = random.OneIn(2) ? random.Integer() | INT32_MIN : static_cast<int32_t>(least) - 1;
     frame.valid = frame.valid && !missing[p] && !tooShort;
   }
   for (size_t p = 0; p < 3; ++p) {

@@ -7,7 +7,6 @@
 #include <string>
 #include <thread>
 
-#include "abuse/options.h"
 #include "support/table_test.h"
 
 namespace qvg::test {
@@ -26,33 +25,13 @@ void OnTwoThreads(const std::function<void()>& work) {
   second.join();
 }
 
-void Counter() {
-  static int counter = 0;
-  OnTwoThreads([] {
-    for (int i = 0; i < 100000; ++i) ++counter;
-  });
-}
-
-QVGTexture* SmallTexture() { return Table().AcquireTexture(8, 8); }
-
 // Through the library's own code, which is not told that the texture went to another thread.
 void TextureOnTwoThreads() {
   const CurrentContext context;
-  const TexturePtr texture(SmallTexture());
+  const TexturePtr texture(Table().AcquireTexture(8, 8));
   OnTwoThreads([&] {
     for (uint32_t i = 0; i < 100000; ++i)
       Table().SetTextureOrigin(texture.get(), i, Table().GetTextureWidth(texture.get()));
-  });
-}
-
-// Its memory is the driver's own, of a library that is not instrumented.
-void MappedMemory() {
-  const CurrentContext context;
-  const TexturePtr texture(SmallTexture());
-  ReadBack read;
-  if (!Table().TextureToRGBAPixelBuffer(texture.get(), &read.buffer, false)) return;
-  OnTwoThreads([&] {
-    for (int i = 0; i < 100000; ++i) read->plane[0][i % 16] = static_cast<uint8_t>(i);
   });
 }
 
@@ -70,8 +49,8 @@ void FrameUnderUpload() {
 }
 
 int Main(int argc, char** argv) {
-  static const std::map<std::string, void (*)()> kRaces = {
-      {"counter", Counter}, {"texture", TextureOnTwoThreads}, {"mapped", MappedMemory}, {"frame", FrameUnderUpload}};
+  static const std::map<std::string, void (*)()> kRaces = {{"texture", TextureOnTwoThreads},
+                                                           {"frame", FrameUnderUpload}};
   const auto race = argc == 2 ? kRaces.find(argv[1]) : kRaces.end();
   if (race == kRaces.end()) {
     for (const auto& [name, run] : kRaces) std::puts(name.c_str());
