@@ -4,12 +4,8 @@
 /// Ends it without exit handlers, as the platform does that.
 [[noreturn]] void EndQuickly();
 
-struct Resources {
-  long threads;
-  long handles;  // file descriptors, or what the system has in their place
-  long residentKiB;
-};
-Resources CountResources();
+/// Threads and file descriptors, or the handles that the system has in their place.
+long CountResources();
 
 /// Null when it can't be loaded.
 void* OpenModule(const char* path);
