@@ -53,8 +53,6 @@ shows() {
     shift 2
   done
 }
-# partial FILE: what was written until the window closed can be read.
-partial() { expect "and $1 is readable up to there" "1" "$(($(frames "$1") > 1 && $(frames "$1") < 500))"; }
 red=ff0000 green=00ff00 blue=0000ff white=ffffff black=000000
 
 within 50 test -s display
@@ -69,8 +67,6 @@ make -f lavfi -i "$quarters" -frames:v 1 quarters.png
 start view quarters.png
 eventually "an image stands upright" shows 10,10 $red 190,10 $green 10,90 $blue 190,90 $white
 eventually "the title names the renderer" titled "$("$qvg" info | sed -n 's/^Renderer *//p')"
-xdotool windowsize "$window" 400 100
-eventually "bars at the sides of a wide window" shows 98,50 $black 102,10 $red 297,90 $white 301,50 $black
 xdotool windowsize "$window" 200 400
 press r "r turns clockwise" shows 10,10 $blue 190,10 $red 10,390 $white 190,390 $green
 press f "f turns it upside down" shows 10,10 $white 190,10 $green 10,390 $blue 190,390 $red
@@ -113,7 +109,6 @@ press Right "right steps to another picture and stays paused" another
 press space "space goes on" titled "frames/s"
 ends "q closes" xdotool key q
 expect "and the tool says so" "1 0" "$(grep -c '^window closed: closed.mp4' out.log) $(lines err.log)"
-partial closed.mp4
 
 start view clip.mp4 --from 19 --max-speed
 eventually "a clip that has ended stays" titled ", end"
@@ -122,14 +117,6 @@ ends "until it is closed" xdotool key q
 start process clip.mp4 -o lost.mp4 --preview
 eventually "it plays" titled "frames/s"
 ends "a window destroyed by others counts as closed" xdotool windowclose "$window"
-partial lost.mp4
-
-# ---- No display
-
-for command in "process -o none.mp4 --frames 2 --preview" "view quarters.png"; do
-  env -u DISPLAY "$qvg" $command >out.log 2>err.log </dev/null
-  expect "no display: ${command%% *}" "1 1 1 0" \
-    "$? $(lines err.log) $(grep -c '^qvg: .*no display' err.log) $(find . -name none.mp4 | wc -l)"
-done
+expect "and what was written until then can be read" "1" "$(($(frames lost.mp4) > 1 && $(frames lost.mp4) < 500))"
 
 finish
