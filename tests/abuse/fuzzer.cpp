@@ -1,23 +1,32 @@
 #include "abuse/fuzzer.h"
 
+#include <glad/gl.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <mutex>
 #include <span>
 #include <string>
+#include <string_view>
+#include <thread>
 #include <type_traits>
+#include <vector>
 
 #include "abuse/checks.h"
 #include "abuse/foreignHost.h"
 #include "abuse/hostile.h"
+#include "support/frames.h"
 #include "support/platform.h"
 #include "support/reference.h"
+#include "support/table_test.h"
 
 namespace qvg::test {
 namespace {
 
 using I = QVGGLRendererInterface;
 
+constexpr int kSequence = 96;
 constexpr char kEffect[] = "general_eff";
 
 // No object of the library: slots that promise to tell are handed this.
@@ -26,6 +35,12 @@ Handle* NoHandle() {
   static uint64_t something[64] = {};
   return reinterpret_cast<Handle*>(something);
 }
+
+struct DrawTarget {
+  QVGFrameBuffer* handle = nullptr;
+  QVGTexture* bound = nullptr;
+  bool drawable = true;  ///< What was bound is not gone.
+};
 
 void Return(const I& gl, QVGTexture* texture) { gl.ReleaseTexture(&texture); }
 void Return(const I& gl, DrawTarget target) { gl.DestroyFrameBuffer(&target.handle); }
@@ -37,16 +52,45 @@ void Return(const I& gl, QVGPixelBuffer read) {
   gl.ReleasePixelBuffer(&pointer);
 }
 
-/// Nothing that it holds is current on another thread.
+/// Objects of the library, all of them alive.
+struct Handles {
+  void GiveBackAll(const I& gl) {
+    const auto giveBack = [&](auto&... kinds) {
+      (std::for_each(kinds.begin(), kinds.end(), [&](const auto& handle) { Return(gl, handle); }), ...);
+    };
+    giveBack(targets, textures, effects, drawers, reads, contexts);
+    *this = {};
+  }
+
+  std::vector<QVGTexture*> textures;
+  std::vector<DrawTarget> targets;
+  std::vector<QVGEffect*> effects;
+  std::vector<QVGPixelBuffer> reads;
+  std::vector<QVGGLContext*> contexts;
+  std::vector<QVGWndDrawer*> drawers;
+};
+
+/// What the threads between one start of the library and its release have in common.
+struct Round {
+  const I& gl;
+  SlotCounts& counts;
+  uint64_t seed = 0;
+  QVGGLContext* elsewhere = nullptr;  ///< Current on another thread all the time.
+  std::mutex mutex = {};
+  Handles handedOver = {};  ///< On their way from one thread to another.
+};
+
+/// One thread of the host. Nothing that it holds is current on another one.
 class Fuzzer {
  public:
   Fuzzer(Round& itsRound, uint64_t seed)
       : round(itsRound), gl(round.gl), random(seed), window_(24, 16), home_(gl.GetSharedContext()) {
     Expect(home_ != nullptr, "there is no context");
     _ComeHome();
+    glGetIntegerv(GL_MAX_TEXTURE_SIZE, &maxSize_);
   }
 
-  void Sequence(int calls);
+  void Sequence();
 
   void End(bool leave) {
     if (leave) mine.effects.clear(), mine.reads.clear(), mine.contexts.clear();
@@ -118,6 +162,11 @@ class Fuzzer {
 
   // ---- Values
 
+  /// One of two a round: what makes the driver compile something is drawn from few values.
+  int OfRound(int limit) {
+    Hostile few(round.seed * 2 + random.Below(2));
+    return few.Below(limit);
+  }
   uint32_t Unsigned() { return static_cast<uint32_t>(random.Integer()); }
   /// The value, or null one time in so many.
   template <class T>
@@ -145,8 +194,8 @@ class Fuzzer {
   QVGDrawTextureParams DrawParams(QVGTexture* matte) {
     QVGDrawTextureParams params = DefaultParams();
     params.matteTexture = random.OneIn(3) ? matte : nullptr;
-    params.matteType = random.OneIn(8) ? random.Integer() : round.matte;
-    params.blendType = random.OneIn(8) ? random.Integer() : random.Pick(round.blends);
+    params.matteType = random.OneIn(8) ? random.Integer() : OfRound(5);
+    params.blendType = random.OneIn(8) ? random.Integer() : OfRound(37) - 1;
     params.simpleMatte = random.OneIn(8);
     params.depthTest = random.OneIn(4);
     params.useSizeFactor = random.OneIn(4);
@@ -192,7 +241,8 @@ class Fuzzer {
   }
 
   bool Upload(bool anew) {
-    const HostileFrames::Frame frame = frames_.Make(random, random.Pick(round.formats), round.maxSize);
+    const HostileFrames::Frame frame = frames_.Make(
+        random, Formats()[static_cast<size_t>(OfRound(static_cast<int>(Formats().size())))].code, maxSize_);
     const QVGPixelBuffer* const source = OrNull(&frame.buffer, 32);
     const bool good = source != nullptr && frame.valid, flipped = random.Flag(), matte = random.OneIn(4);
     const QVGColor color = {random.Fraction(), random.Fraction(), random.Fraction(), random.Fraction()};
@@ -295,7 +345,8 @@ class Fuzzer {
     uint32_t rows = 0;
     gl.GetEffectParameterTable(kEffect, &table, &rows);
     const uint32_t row = random.Next() % rows;
-    const bool stage = table[row].valueType == QVG_PARAM_BOOLEAN, allowed = (round.parameters >> row & 1) != 0;
+    const bool stage = table[row].valueType == QVG_PARAM_BOOLEAN,
+               allowed = (round.seed * 0x9E3779B97F4A7C15 >> row & 1) != 0;
     const int64_t number = stage             ? !random.OneIn(4)
                            : random.OneIn(4) ? int64_t{random.Integer()} << random.Below(33)
                                              : random.Below(100);
@@ -305,10 +356,8 @@ class Fuzzer {
       value.value.text = random.OneIn(8) ? nullptr : random.Pick(kPaths);
     } else if (value.type == QVG_PARAM_COLOR) {
       for (double& channel : value.value.color) channel = random.Fraction();
-    } else if (value.type == QVG_PARAM_BOOLEAN) {
-      value.value.boolean = allowed && number != 0;
     } else {
-      value.value.integer = allowed ? number : 0;
+      value.value.integer = !allowed ? 0 : value.type == QVG_PARAM_BOOLEAN ? number & 1 : number;
     }
     const char* const key = random.OneIn(16) ? OrNull("", 2) : table[row].name;
     return gl.SetEffectParameter(Effect(), key, OrNull(&value, 32));
@@ -378,6 +427,7 @@ class Fuzzer {
   HostWindow window_;
   DrawTarget none_;
   volatile uint8_t last_ = 0;  // of a plane
+  GLint maxSize_ = 0;
   int sequence_ = 0;
   int slot_ = 0;
   bool foreign_ = false;  // the host's own context is current
@@ -418,7 +468,7 @@ constexpr Slot kSlots[kSlotCount] = {
     QVG_SLOT(GetRequiredGLVersion, 24, false, f.Version(f.gl.GetRequiredGLVersion)),
     QVG_SLOT(CloneTexture, 3, true, f.Keep(f.gl.CloneTexture(f.Texture()))),
     QVG_SLOT(SetTextureChannelOrder, 12, true,
-             f.gl.SetTextureChannelOrder(f.Texture(), f.random.OneIn(4) ? f.random.Integer() | 4 : f.round.order)),
+             f.gl.SetTextureChannelOrder(f.Texture(), f.random.OneIn(4) ? f.random.Integer() | 4 : f.OfRound(4))),
     QVG_SLOT(AcquireTexture, 8, true, f.Keep(f.WithArea(f.gl.AcquireTexture))),
     QVG_SLOT(UploadPixelBufferToNewTexture, 8, true, f.Upload(true)),
     QVG_SLOT(UploadPixelBufferToTexture, 8, true, f.Upload(false)),
@@ -486,7 +536,7 @@ void Fuzzer::_Call(int slot) {
   Expect(!foreign_ || host_.IsCurrent(), "the host's own context did not stay current");
 }
 
-void Fuzzer::Sequence(int calls) {
+void Fuzzer::Sequence() {
   // Each slot as often as its weight tells.
   static const std::vector<int> weighted = [] {
     std::vector<int> slots;
@@ -495,7 +545,7 @@ void Fuzzer::Sequence(int calls) {
   }();
   ++sequence_;
   if (random.OneIn(8)) _GoAway();
-  for (int i = 0; i < calls; ++i) _Call(random.Pick(weighted));
+  for (int i = 0; i < kSequence; ++i) _Call(random.Pick(weighted));
   _ComeHome();
   const char* const fault = PictureFault(gl, random.Next());
   Expect(*fault == '\0', fault);
@@ -503,23 +553,67 @@ void Fuzzer::Sequence(int calls) {
   if (random.OneIn(32)) mine.GiveBackAll(gl);
 }
 
+/// Images for effects, and whether each that was handed out came back.
+struct HostImages {
+  static constexpr size_t kShown = 2;  ///< Paths in the fuzzer whose image can be shown. The library keeps them.
+  static QVGHostImage* Decode(const char* path) {
+    int width = 0, height = 0;
+    if (std::sscanf(path, "%dx%d", &width, &height) != 2) return nullptr;
+    ++out;
+    // What can't be shown has a byte at most.
+    const bool shown = width > 0 && height > 0 && width <= 16384 && height <= 16384;
+    const bool empty = std::string_view(path).ends_with(' ');
+    return new QVGHostImage{empty ? nullptr : new uint8_t[shown ? size_t{4} * width * height : 1](), {}, width, height};
+  }
+  static void Free(const char* /*path*/, QVGHostImage* image) {
+    --out;
+    delete[] image->pixels;
+    delete image;
+  }
+  static inline std::atomic<int> out = 0;
+};
+
+void Demand(bool holds, const char* what, uint64_t seed) {
+  if (holds) return;
+  std::fprintf(stderr, "FAULT: %s (seed %llu)\n", what, static_cast<unsigned long long>(seed));
+  std::abort();
+}
+
+// With all handles given back and no context that drew, only the images that effects show are there.
+void DemandBalance(Round& round) {
+  const std::vector<size_t> left = CountsWhenIdle(round.gl, round.elsewhere);
+  Demand(!left.empty() && glGetError() == 0, "the context can't be made current, or an error is pending", round.seed);
+  Demand(left[kTextures] <= HostImages::kShown, "textures are left", round.seed);
+  Demand(left[kBuffers] == 0 && left[kRenderBuffers] == 0, "buffers are left", round.seed);
+}
+
 }  // namespace
 
 const char* NameOfSlot(int slot) { return kSlots[slot].name; }
 
-void Handles::GiveBackAll(const I& gl) {
-  const auto giveBack = [&](auto&... kinds) {
-    (std::for_each(kinds.begin(), kinds.end(), [&](const auto& handle) { Return(gl, handle); }), ...);
-  };
-  giveBack(targets, textures, effects, drawers, reads, contexts);
-  *this = {};
-}
-
-void Abuse(Round& round, uint64_t seed, int64_t calls, std::chrono::steady_clock::time_point end, bool leave) {
-  constexpr int kSequence = 96;
-  Fuzzer fuzzer(round, seed);
-  for (; calls > 0 && std::chrono::steady_clock::now() < end; calls -= kSequence) fuzzer.Sequence(kSequence);
-  fuzzer.End(leave);
+void RunRound(SlotCounts& counts, uint64_t seed, int64_t threads, int64_t calls,
+              std::chrono::steady_clock::time_point end, bool handlesAreLeft) {
+  static const QVGConfig config = {{}, HostImages::Decode, HostImages::Free};
+  const QVGGLRendererInterface* table = QVG_GetGLRendererInterface(seed % 8 == 7 ? nullptr : &config);
+  Round round{*table, counts, seed, table->GetSharedContext()};
+  Demand(table->MakeCurrentContext(round.elsewhere, nullptr), "no context can be made current", seed);
+  static const bool loaded =
+      gladLoadGL([](const char* name) { return reinterpret_cast<GLADapiproc>(GLFunction(name)); }) != 0;
+  Demand(loaded, "GL can't be loaded", seed);
+  std::vector<std::thread> hosts;
+  for (int64_t i = 0; i < threads; ++i)
+    hosts.emplace_back([&, i] {
+      Fuzzer fuzzer(round, seed * 64 + static_cast<uint64_t>(i));
+      for (int64_t left = calls; left > 0 && std::chrono::steady_clock::now() < end; left -= kSequence)
+        fuzzer.Sequence();
+      fuzzer.End(handlesAreLeft);
+    });
+  for (std::thread& host : hosts) host.join();
+  round.handedOver.GiveBackAll(*table);
+  if (!handlesAreLeft) DemandBalance(round);
+  table->ReleaseSharedContext(&round.elsewhere);
+  QVG_ReleaseGLRendererInterface(&table);
+  Demand(HostImages::out == 0, "an image was not taken back", seed);
 }
 
 }  // namespace qvg::test
