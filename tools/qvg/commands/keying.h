@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "media/colorConversion.h"
 #include "media/mediaReader.h"
 #include "picture/effect.h"
 
@@ -13,16 +14,29 @@ namespace qvgtool {
 /** For --key: the screen's colour is found in the pictures. */
 inline constexpr char kAutomaticKey[] = "auto";
 
-/** Pictures from all over the input when these settings key it; none otherwise. source: the input's reader, which for a
- *  stream is replaced by one that gives what was looked at, too. Throws Error. */
-std::vector<FramePtr> PicturesToKey(const EffectSettings& effect, const std::string& input, const ReadOptions& options,
-                                    std::unique_ptr<FrameSource>& source);
+/** Finds what the user left open, in pictures from all over the input. key: what was given for --key, if anything.
+ *  source: the input's reader, which for a stream is replaced by one that gives what was looked at, too. @return a line
+ *  that says what was found, empty when nothing was open. Throws Error. */
+std::string FindKey(const std::string& key, EffectSettings& effect, const std::string& input,
+                    const ReadOptions& options, std::unique_ptr<FrameSource>& source);
 
-/** Finds what the user left open. key: what was given for --key, if anything. @return a line that says what was found,
- *  empty when nothing was open. Throws Error. */
-std::string ChooseKey(const std::vector<FramePtr>& pictures, const std::string& key, EffectSettings& effect);
+/** Looks at some of the frames that are keyed, for how much of them the key takes. */
+class KeyWatch {
+ public:
+  /** frames: how many are expected, 0 when unknown. */
+  KeyWatch(EffectSettings effect, EffectTable table, int64_t frames);
 
-/** What is odd about how much of the pictures the key takes; empty when nothing is. */
-std::string KeyComplaint(const std::vector<FramePtr>& pictures, const EffectSettings& effect, const EffectTable& table);
+  /** index: of the frame, from 0. Throws Error. */
+  void Look(const AVFrame& frame, int64_t index);
+  /** What is odd about how much the key takes; empty when nothing is. */
+  std::string Complaint() const;
+
+ private:
+  EffectSettings effect_;
+  EffectTable table_;
+  int64_t step_;
+  ColorConverter converter_;
+  std::vector<double> shares_;  // Of the frames looked at.
+};
 
 }  // namespace qvgtool

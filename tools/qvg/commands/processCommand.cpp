@@ -108,8 +108,7 @@ class Processing {
   }
 
   void _ChooseKey() {
-    samples_ = PicturesToKey(options_.effect, options_.input, options_.read, source_);
-    const std::string found = ChooseKey(samples_, options_.key, options_.effect);
+    const std::string found = FindKey(options_.key, options_.effect, options_.input, options_.read, source_);
     if (!found.empty()) outcome_.summary.push_back(found);
   }
 
@@ -148,9 +147,6 @@ class Processing {
     renderer_.emplace();
     if (!renderer_->Ready()) throw Error(NoContextReason(log_));
     log_.Forward(options_.verbose);
-    const std::string complaint = KeyComplaint(samples_, options_.effect, AskEffectTable(renderer_->Table()));
-    if (!complaint.empty()) outcome_.complaints.push_back(complaint);
-    samples_.clear();
   }
 
   void _SetUpPicture() {
@@ -176,6 +172,9 @@ class Processing {
     for (const double most : {static_cast<double>(limit_), options_.End() * rate}) {
       const bool ends = most > 0 && std::isfinite(most);
       if (ends && (total_ == 0 || most < static_cast<double>(total_))) total_ = std::llround(most);
+    }
+    if (IsOn(options_.effect, "enable_key")) {
+      keyWatch_.emplace(options_.effect, AskEffectTable(renderer_->Table()), total_);
     }
     if (!options_.sheet.empty()) sheet_.emplace(options_.sheet, out_, total_);
   }
@@ -219,6 +218,7 @@ class Processing {
   }
 
   void _Write(const AVFrame& frame) {
+    if (keyWatch_) keyWatch_->Look(frame, done_);
     const Texture& picture = _Draw(frame);
     if (window_) window_->Show(picture, _Seconds(frame));
     FramePtr result = renderer_->ReadBack(picture, writer_->FrameFormat());
@@ -239,6 +239,8 @@ class Processing {
     tell(outcome_.summary, window_ && window_->Closed(),
          fmt::format("window closed: {} ends after {} frames", path, done_));
     tell(outcome_.summary, sheetSaved, fmt::format("{}: contact sheet, before and after", options_.sheet));
+    const std::string oddKey = keyWatch_ ? keyWatch_->Complaint() : std::string();
+    tell(outcome_.complaints, !oddKey.empty(), oddKey);
     tell(outcome_.complaints, !writer_->SoundLeftOut().empty(),
          fmt::format("sound left out: {} can't hold {}", path, writer_->SoundLeftOut()));
     if (interrupted) {
@@ -255,7 +257,6 @@ class Processing {
   Outcome outcome_;
   std::optional<Renderer> renderer_;  // Outlives the writer, whose encoder may hold frames that the library lent.
   std::unique_ptr<FrameSource> source_;
-  std::vector<FramePtr> samples_;
   std::optional<MediaWriter> writer_;
   std::optional<BackgroundClip> background_;
   FramePtr first_;
@@ -264,6 +265,7 @@ class Processing {
   std::optional<Compositor> compositor_;
   StageSwitches stages_;
   std::optional<PreviewWindow> window_;
+  std::optional<KeyWatch> keyWatch_;
   std::optional<ContactSheet> sheet_;
   int64_t limit_ = 0, total_ = 0, done_ = 0;
   double elapsed_ = 0;

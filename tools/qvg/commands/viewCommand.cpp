@@ -44,8 +44,7 @@ class Viewing {
 
   Viewed Run() {
     Viewed viewed;
-    const std::vector<FramePtr> pictures = PicturesToKey(options_.effect, options_.input, options_.read, source_);
-    viewed.told = ChooseKey(pictures, options_.key, options_.effect);
+    viewed.told = FindKey(options_.key, options_.effect, options_.input, options_.read, source_);
     frame_ = source_->Read();
     if (!frame_) {
       const std::string damage = source_->Damage();

@@ -1,6 +1,15 @@
 #include "media/alpha.h"
 
+extern "C" {
+#include <libavutil/pixdesc.h>
+}
+
 namespace qvgtool {
+
+bool MayHaveAlpha(int pixelFormat) {
+  const AVPixFmtDescriptor* pixels = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(pixelFormat));
+  return pixels && (pixels->flags & (AV_PIX_FMT_FLAG_ALPHA | AV_PIX_FMT_FLAG_PAL)) != 0;
+}
 
 FramePtr Premultiplied(const AVFrame& straight) {
   FramePtr result = NewFrame(AV_PIX_FMT_RGBA, straight.width, straight.height);

@@ -5,6 +5,9 @@
 
 namespace qvgtool {
 
+/** Whether pictures of this format can be transparent somewhere. */
+bool MayHaveAlpha(int pixelFormat);
+
 /** A copy of an RGBA frame with its colours multiplied by alpha. */
 FramePtr Premultiplied(const AVFrame& straight);
 

@@ -18,16 +18,34 @@ FramePtr Sample(const AVFrame& frame, int quarterTurns) {
 
 }  // namespace
 
+// Opens the clip for each of them and takes what is quickly there; where that is no later frame than the last one, the
+// reader that gave it goes on: no frame is decoded twice.
 std::vector<FramePtr> SamplesOf(const std::string& path, const ReadOptions& options) {
   std::vector<FramePtr> samples;
-  double seconds = 0;
+  std::unique_ptr<MediaReader> last;
+  double seconds = 0, lastStart = 0, lastTime = -1;
   for (int i = 0; i < kSamples; ++i) {
     // The last one lies a little before the end, where every clip has a frame.
-    MediaReader reader(path, {.from = options.from + seconds * i / (kSamples - 0.8), .sound = false});
-    const FramePtr frame = reader.Read();
-    if (frame) samples.push_back(Sample(*frame, reader.Format().quarterTurns));
-    if (i == 0) seconds = static_cast<double>(reader.Format().frameCount) * av_q2d(av_inv_q(reader.Format().frameRate));
-    if (reader.Format().still || seconds <= 0) break;
+    const double start = options.from + seconds * i / (kSamples - 0.8);
+    const auto timeOf = [](const AVFrame& frame, const MediaReader& reader, double begin) {
+      return begin + static_cast<double>(frame.pts) * av_q2d(reader.Format().timeBase);
+    };
+    auto reader = std::make_unique<MediaReader>(path, ReadOptions{.from = start, .sound = false, .exactly = i == 0});
+    FramePtr frame = reader->Read();
+    if (last && (!frame || timeOf(*frame, *reader, start) <= lastTime)) {
+      reader = std::move(last);
+      do frame = reader->Read();
+      while (frame && timeOf(*frame, *reader, lastStart) < start);
+    } else {
+      lastStart = start;
+    }
+    if (!frame) break;
+    lastTime = timeOf(*frame, *reader, lastStart);
+    last = std::move(reader);
+    const VideoFormat& format = last->Format();
+    samples.push_back(Sample(*frame, format.quarterTurns));
+    if (i == 0) seconds = static_cast<double>(format.frameCount) * av_q2d(av_inv_q(format.frameRate));
+    if (format.still || seconds <= 0) break;
   }
   if (samples.empty()) throw Error(path + ": no picture could be decoded");
   return samples;

@@ -6,6 +6,8 @@
 #include <cstring>
 #include <filesystem>
 
+#include "media/alpha.h"
+
 extern "C" {
 #include <libavutil/display.h>
 #include <libavutil/pixdesc.h>
@@ -38,7 +40,7 @@ int QuarterTurns(const AVStream* stream) {
 }  // namespace
 
 MediaReader::MediaReader(const std::string& path, const ReadOptions& options)
-    : path_(path == "-" ? "standard input" : path) {
+    : path_(path == "-" ? "standard input" : path), exactly_(options.exactly) {
   AVFormatContext* input = nullptr;
   const int opened = avformat_open_input(&input, Url(path).c_str(), nullptr, nullptr);
   input_.reset(input);
@@ -87,7 +89,7 @@ void MediaReader::_Describe() {
   if (format_.width < 1 || format_.height < 1 || !pixels) {
     throw Error(fmt::format("{}: damaged or no picture in it", path_));
   }
-  format_.alpha = (pixels->flags & (AV_PIX_FMT_FLAG_ALPHA | AV_PIX_FMT_FLAG_PAL)) != 0;
+  format_.alpha = MayHaveAlpha(codec->format);
   const char* name = input_->iformat->name;
   const size_t length = std::strlen(name);
   format_.still = !std::strcmp(name, "image2") || (length > 5 && !std::strcmp(name + length - 5, "_pipe")) ||
@@ -127,7 +129,7 @@ FramePtr MediaReader::Read() {
     int64_t pts = frame->best_effort_timestamp;
     if (pts != AV_NOPTS_VALUE) {
       pts -= origin;
-      if (origin_ > 0 && pts < 0) continue;
+      if (exactly_ && origin_ > 0 && pts < 0) continue;
     }
     if (pts == AV_NOPTS_VALUE) pts = lastPts_ == AV_NOPTS_VALUE ? 0 : lastPts_ + step;
     if (lastPts_ != AV_NOPTS_VALUE && pts <= lastPts_) pts = lastPts_ + 1;

@@ -10,6 +10,7 @@ namespace qvgtool {
 struct ReadOptions {
   double from = 0;  // Seconds into the input.
   bool sound = true;
+  bool exactly = true;  // Starts with the frame of that time, else with the one before it that is quickly there.
 };
 
 class MediaReader : public FrameSource {
@@ -37,6 +38,7 @@ class MediaReader : public FrameSource {
   std::vector<const AVStream*> sound_;
   std::deque<PacketPtr> soundPackets_;
   VideoFormat format_;
+  bool exactly_;
   int64_t origin_ = 0;  // In AV_TIME_BASE units: the input's time that becomes 0.
   int64_t lastPts_ = AV_NOPTS_VALUE;
   bool draining_ = false;

@@ -6,6 +6,8 @@
 #include <cmath>
 #include <cstring>
 
+#include "media/alpha.h"
+
 extern "C" {
 #include <libavutil/opt.h>
 #include <libavutil/pixdesc.h>
@@ -152,9 +154,7 @@ void MediaWriter::_ChooseCodecs(const std::string& name) {
   if (codecs_.empty()) throw Error(fmt::format("{}: no encoder for {}", path_, container->long_name));
 }
 
-bool MediaWriter::KeepsAlpha() const {
-  return (av_pix_fmt_desc_get(encoderFormat_)->flags & (AV_PIX_FMT_FLAG_ALPHA | AV_PIX_FMT_FLAG_PAL)) != 0;
-}
+bool MediaWriter::KeepsAlpha() const { return MayHaveAlpha(encoderFormat_); }
 
 bool MediaWriter::_OpenEncoder(const AVCodec* codec, const VideoFormat& format, const AVFrame& colorSource) {
   // A fallback that can't take the frames as they come would need another read-back: it is passed over.

@@ -62,6 +62,7 @@ Compositor::Compositor(const Renderer& renderer, const Layout& layout, int width
 
 void Compositor::SetBackground(const AVFrame& image) {
   // Here, not on the GPU: there a picture much larger than the output would be sampled at a few of its texels.
+  backgroundCovers_ = !MayHaveAlpha(image.format);
   const FramePtr cut = Checked(FramePtr(av_frame_clone(&image)));
   CutTo(*cut, width_, height_);
   background_ =
@@ -107,10 +108,12 @@ const Texture& Compositor::Draw(const AVFrame& frame, int quarterTurns, bool alp
   params.blendType = replaces ? static_cast<int>(QVG_BLEND_NONE) : blendType_;
 
   if (!covers || params.blendType != QVG_BLEND_NONE) {
-    if (!gl.ClearFrameBuffer(frameBuffer_.get(), layout_.backgroundColor.data())) throw Error("clearing failed");
+    if (!backgroundCovers_ && !gl.ClearFrameBuffer(frameBuffer_.get(), layout_.backgroundColor.data())) {
+      throw Error("clearing failed");
+    }
     if (background_) {
       QVGDrawTextureParams behind = QVG_DRAW_TEXTURE_PARAMS_INIT;
-      behind.blendType = QVG_BLEND_NORMAL;
+      behind.blendType = backgroundCovers_ ? QVG_BLEND_NONE : QVG_BLEND_NORMAL;
       _DrawInto(background_, behind);
     }
     if (layout_.shadow > 0) {

@@ -55,6 +55,7 @@ class Compositor {
   FrameBuffer frameBuffer_;
   const Effect* effect_ = nullptr;
   Texture background_, shadow_;
+  bool backgroundCovers_ = false;  // Nothing shines through.
   int shadowWidth_ = 0, shadowHeight_ = 0;
   // A keyed picture small, and smaller; black; cut out of it what the smallest shows.
   std::vector<Texture> reduced_;

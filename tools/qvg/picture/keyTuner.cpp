@@ -300,7 +300,7 @@ KeyValues KeyTuner::Find() const {
   return {color_, thousandths(gone), thousandths(step), thousandths(spill)};
 }
 
-double KeyedShare(const std::vector<FramePtr>& pictures, const EffectSettings& settings, const EffectTable& table) {
+double KeyedShare(const AVFrame& picture, const EffectSettings& settings, const EffectTable& table) {
   const auto value = [&](const std::string& name) -> QVGParamValue {
     if (const auto found = settings.find(name); found != settings.end()) return found->second.value;
     for (const QVGParamDescriptor& row : table.rows) {
@@ -310,14 +310,9 @@ double KeyedShare(const std::vector<FramePtr>& pictures, const EffectSettings& s
   };
   const auto limit = static_cast<float>(static_cast<double>(value("similarity").value.integer) / 1000.0);
   const QVGParamValue color = value("color");
-  size_t keyed = 0, all = 0;
-  for (const FramePtr& picture : pictures) {
-    const std::vector<float> distances = Distances(*picture, color.value.color);
-    keyed += static_cast<size_t>(
-        std::count_if(distances.begin(), distances.end(), [&](float distance) { return distance <= limit; }));
-    all += distances.size();
-  }
-  return all > 0 ? static_cast<double>(keyed) / static_cast<double>(all) : 0;
+  const std::vector<float> distances = Distances(picture, color.value.color);
+  const auto keyed = std::ranges::count_if(distances, [&](float distance) { return distance <= limit; });
+  return static_cast<double>(keyed) / static_cast<double>(distances.size());
 }
 
 }  // namespace qvgtool

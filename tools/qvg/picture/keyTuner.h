@@ -44,6 +44,6 @@ class KeyTuner {
 };
 
 /** The share of the pictures' pixels that these settings make transparent, 0 to 1; settings may lack values. */
-double KeyedShare(const std::vector<FramePtr>& pictures, const EffectSettings& settings, const EffectTable& table);
+double KeyedShare(const AVFrame& picture, const EffectSettings& settings, const EffectTable& table);
 
 }  // namespace qvgtool
