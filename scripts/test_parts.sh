@@ -22,8 +22,8 @@ wine_environment=(
 # start_xvfb: an X server for the rest of the part, on a display of its own choice; with_x then is the command prefix.
 xvfb_pid=
 start_xvfb() {
-  local file=build/results/display
-  rm -f "$file"
+  local file
+  file=$(mktemp) # Of its own: two runs side by side must not share a screen.
   Xvfb -displayfd 3 -screen 0 1280x1024x24 -nolisten tcp -noreset 3>"$file" >/dev/null 2>&1 </dev/null &
   xvfb_pid=$!
   local tries
@@ -32,6 +32,7 @@ start_xvfb() {
     sleep 0.1
   done
   with_x=(env -u WAYLAND_DISPLAY "DISPLAY=:$(<"$file")")
+  rm -f "$file"
 }
 
 stop_xvfb() {

@@ -101,7 +101,7 @@ bool Host::Showed(bool done, const HostWindow& window) {
            picture == expected->steps[steps.size()].picture;
   };
   std::vector<uint8_t> picture;
-  for (int i = 0; i < 10 && !seen(picture); ++i) {
+  for (int i = 0; i < 250 && !seen(picture); ++i) {
     std::this_thread::sleep_for(std::chrono::milliseconds(i == 0 ? 0 : 20));
     picture = Bytes(window.Pixels());
   }

@@ -42,6 +42,13 @@ Image Straight(Image image) {
   return image;
 }
 
+Image ImageOfBGRX(const uint8_t* bytes, int width, int height) {
+  return MakeImage(width, height, [&](int x, int y) -> Color {
+    const uint8_t* pixel = bytes + (static_cast<size_t>(y) * width + x) * 4;
+    return {pixel[2] / 255.0, pixel[1] / 255.0, pixel[0] / 255.0, 1};
+  });
+}
+
 Image FlippedRows(const Image& image) {
   return MakeImage(image.width, image.height, [&](int x, int y) { return image.at(x, image.height - 1 - y); });
 }

@@ -31,6 +31,9 @@ Image MakeImage(int width, int height, Make make) {
   return image;
 }
 
+/// From bytes B, G, R and one that counts for nothing, rows without padding.
+Image ImageOfBGRX(const uint8_t* bytes, int width, int height);
+
 /// One sample, 0..255, of the test pictures: no two channels, seeds, rows or columns are alike, and neighbours differ
 /// by less than 25, so that a sampler's 8-bit weights change a result by less than a tenth of a step.
 uint8_t Wave(double x, double y, int channel, int seed);

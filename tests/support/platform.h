@@ -24,6 +24,11 @@ class GuardedBlock {
   size_t size() const { return size_; }
 
  private:
+  static constexpr size_t kPage = 4096;
+  static void* _MapPages(size_t size);
+  static void _Forbid(void* page);
+  static void _UnmapPages(void* base, size_t size);
+
   size_t size_ = 0;
   size_t mapped_ = 0;
   uint8_t* base_ = nullptr;
