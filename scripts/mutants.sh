@@ -13,10 +13,13 @@ programs=(qvg_unit_tests qvg_tests)
 headless=(env -u DISPLAY -u WAYLAND_DISPLAY LIBGL_ALWAYS_SOFTWARE=1)
 mkdir -p "$folder/tree"
 
-# The sources as they are, changed ones included; what is the same keeps its time.
+# The sources as they are, changed ones included; what is the same keeps its time, and what is gone goes.
 git ls-files -z --cached --others --exclude-standard | while IFS= read -r -d '' file; do
   [[ -f $file ]] || continue
   cmp -s "$file" "$folder/tree/$file" || install -D -m "$(stat -c %a "$file")" "$file" "$folder/tree/$file"
+done
+find "$folder/tree" -type f -printf '%P\0' | while IFS= read -r -d '' file; do
+  [[ -f $file ]] || rm "$folder/tree/$file"
 done
 
 build() { cmake --build "$folder/build" --target "${programs[@]}" >"$log" 2>&1; }
