@@ -458,6 +458,11 @@ DemoClip::DemoClip(int width, int height) {
   }
 }
 
+bool DemoClip::Seek(double seconds) {
+  next_ = std::max<int64_t>(0, static_cast<int64_t>(std::ceil(seconds * av_q2d(format_.frameRate) - 1e-6)));
+  return true;
+}
+
 FramePtr DemoClip::Read() {
   if (next_ >= format_.frameCount) return nullptr;
   const int64_t index = next_++;

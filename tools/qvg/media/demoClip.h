@@ -10,6 +10,7 @@ class DemoClip : public FrameSource {
   DemoClip(int width, int height);
   const VideoFormat& Format() const override { return format_; }
   FramePtr Read() override;
+  bool Seek(double seconds) override;
 
  private:
   VideoFormat format_;

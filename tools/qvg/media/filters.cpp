@@ -7,6 +7,7 @@
 extern "C" {
 #include <libavfilter/buffersink.h>
 #include <libavfilter/buffersrc.h>
+#include <libavutil/avstring.h>
 }
 
 namespace qvgtool {
@@ -36,6 +37,18 @@ FramePtr Filtered(const AVFrame& frame, const std::string& chain) {
   const bool done = av_buffersrc_add_frame(source, send.get()) >= 0 && av_buffersrc_close(source, 1, 0) >= 0 &&
                     av_buffersink_get_frame(sink, result.get()) >= 0;
   return done ? std::move(result) : nullptr;
+}
+
+std::string FilterText(const std::string& text) {
+  std::string escaped = text;
+  // For the list of a filter's options, and for the chain around it.
+  for (const char* special : {":", ",;[]"}) {
+    char* result = nullptr;
+    if (av_escape(&result, escaped.c_str(), special, AV_ESCAPE_MODE_BACKSLASH, 0) < 0) throw std::bad_alloc();
+    escaped = result;
+    av_free(result);
+  }
+  return escaped;
 }
 
 FramePtr Upright(const AVFrame& frame, int quarterTurns) {

@@ -28,6 +28,10 @@ class FrameSource {
   /** The next frame, its pts set and never falling. @return null at the end. Throws Error. */
   virtual FramePtr Read() = 0;
 
+  /** The next frame is the first at that time or later, in seconds of the frames' own time. @return false when the
+   *  source can't go there; then nothing has changed. */
+  virtual bool Seek(double /*seconds*/) { return false; }
+
   /** Sound to be copied: its streams, and the packets met so far, in the time of the frames. */
   virtual std::vector<const AVStream*> SoundStreams() const { return {}; }
   virtual PacketPtr TakeSound() { return nullptr; }

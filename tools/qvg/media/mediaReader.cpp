@@ -40,7 +40,7 @@ int QuarterTurns(const AVStream* stream) {
 }  // namespace
 
 MediaReader::MediaReader(const std::string& path, const ReadOptions& options)
-    : path_(path == "-" ? "standard input" : path), exactly_(options.exactly) {
+    : path_(path == "-" ? "standard input" : path) {
   AVFormatContext* input = nullptr;
   const int opened = avformat_open_input(&input, Url(path).c_str(), nullptr, nullptr);
   input_.reset(input);
@@ -59,7 +59,8 @@ MediaReader::MediaReader(const std::string& path, const ReadOptions& options)
   }
   _Describe();
   if (input_->start_time != AV_NOPTS_VALUE && input_->start_time > 0) origin_ = input_->start_time;
-  if (options.from > 0) _Seek(options.from);
+  if (options.from > 0) _StartAt(options.from);
+  if (origin_ > 0 && options.exactly) firstPts_ = 0;
   TakeDemuxerError();
 }
 
@@ -102,12 +103,27 @@ void MediaReader::_Describe() {
                                                : std::llround(seconds * av_q2d(format_.frameRate));
 }
 
-void MediaReader::_Seek(double from) {
+void MediaReader::_StartAt(double from) {
   const auto start = static_cast<int64_t>(from * AV_TIME_BASE);
   origin_ += start;
   format_.frameCount -= std::min(format_.frameCount, static_cast<int64_t>(from * av_q2d(format_.frameRate)));
   // An input that can't seek (a pipe) is read from its beginning: Read() drops what lies before the origin.
   if (start > 0) avformat_seek_file(input_.get(), -1, INT64_MIN, origin_, origin_, 0);
+}
+
+bool MediaReader::Seek(double seconds) {
+  const bool stream = input_->pb && !(input_->pb->seekable & AVIO_SEEKABLE_NORMAL);
+  const auto ahead = static_cast<int64_t>(std::max(0.0, seconds) * AV_TIME_BASE);
+  if (stream || format_.still ||
+      avformat_seek_file(input_.get(), -1, INT64_MIN, origin_ + ahead, origin_ + ahead, 0) < 0) {
+    return false;
+  }
+  avcodec_flush_buffers(decoder_.get());
+  draining_ = false;
+  soundPackets_.clear();
+  lastPts_ = AV_NOPTS_VALUE;
+  firstPts_ = ahead > 0 || origin_ > 0 ? av_rescale_q(ahead, AV_TIME_BASE_Q, format_.timeBase) : INT64_MIN;
+  return true;
 }
 
 FramePtr MediaReader::Read() {
@@ -129,7 +145,7 @@ FramePtr MediaReader::Read() {
     int64_t pts = frame->best_effort_timestamp;
     if (pts != AV_NOPTS_VALUE) {
       pts -= origin;
-      if (exactly_ && origin_ > 0 && pts < 0) continue;
+      if (pts < firstPts_) continue;
     }
     if (pts == AV_NOPTS_VALUE) pts = lastPts_ == AV_NOPTS_VALUE ? 0 : lastPts_ + step;
     if (lastPts_ != AV_NOPTS_VALUE && pts <= lastPts_) pts = lastPts_ + 1;

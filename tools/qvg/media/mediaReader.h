@@ -20,6 +20,7 @@ class MediaReader : public FrameSource {
 
   const VideoFormat& Format() const override { return format_; }
   FramePtr Read() override;
+  bool Seek(double seconds) override;
   std::vector<const AVStream*> SoundStreams() const override { return sound_; }
   PacketPtr TakeSound() override;
   std::string Damage() const override;
@@ -27,7 +28,7 @@ class MediaReader : public FrameSource {
  private:
   void _OpenDecoder();
   void _Describe();
-  void _Seek(double from);
+  void _StartAt(double from);
   bool _FeedDecoder();
   void _KeepSound(PacketPtr packet);
 
@@ -38,8 +39,8 @@ class MediaReader : public FrameSource {
   std::vector<const AVStream*> sound_;
   std::deque<PacketPtr> soundPackets_;
   VideoFormat format_;
-  bool exactly_;
-  int64_t origin_ = 0;  // In AV_TIME_BASE units: the input's time that becomes 0.
+  int64_t origin_ = 0;            // In AV_TIME_BASE units: the input's time that becomes 0.
+  int64_t firstPts_ = INT64_MIN;  // Frames before it are dropped.
   int64_t lastPts_ = AV_NOPTS_VALUE;
   bool draining_ = false;
   int64_t framesRead_ = 0;

@@ -1,0 +1,42 @@
+// A place in a clip that goes on and back.
+#pragma once
+
+#include <deque>
+#include <memory>
+
+#include "media/frameSource.h"
+
+namespace qvgtool {
+
+class ClipCursor {
+ public:
+  /** Stands before the first frame. */
+  explicit ClipCursor(std::unique_ptr<FrameSource> source) : source_(std::move(source)) {}
+
+  FrameSource& Source() const { return *source_; }
+
+  /** The frame at the cursor; null before the first. */
+  const AVFrame* Current() const { return _At(current_); }
+  /** The frame after it; null at the end. Throws Error. */
+  const AVFrame* Next();
+
+  /** Onto the next frame, or the one before; past a time, or back to it: onto the first frame at that time or later,
+   *  else the last one. @return false, and stays, when there is none or the source can't go there. Throws Error. */
+  bool Advance();
+  bool GoBack();
+  bool GoTo(double seconds);
+
+  /** When a frame is due, in seconds. */
+  double TimeOf(const AVFrame& frame) const;
+
+ private:
+  const AVFrame* _At(size_t index) const { return index < frames_.size() ? frames_[index].get() : nullptr; }
+  bool _Read();
+  bool _GoBefore(double seconds);
+
+  std::unique_ptr<FrameSource> source_;
+  std::deque<FramePtr> frames_;  // Some before the cursor and after it.
+  size_t current_ = SIZE_MAX;
+};
+
+}  // namespace qvgtool
