@@ -3,15 +3,32 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cctype>
+#include <cstring>
 
 #include "commands/keying.h"
 
 namespace qvgtool {
 namespace {
 
-std::string OptionName(const CLI::App& app, std::string name) {
+std::string OptionName(std::string name) {
   std::replace(name.begin(), name.end(), '_', '-');
-  return app.get_option_no_throw("--" + name) ? "--effect-" + name : "--" + name;
+  return "--" + name;
+}
+
+// The value as an option takes it; empty when it is the default, or a switch.
+std::string OptionValue(const QVGParamDescriptor& row, const ParamSetting& setting) {
+  const auto &value = setting.value.value, &standard = row.defaultValue.value;
+  switch (row.valueType) {
+    case QVG_PARAM_INTEGER:
+      return value.integer == standard.integer ? "" : fmt::format("{}", value.integer);
+    case QVG_PARAM_COLOR:
+      return ColorText(value.color) == ColorText(standard.color) ? "" : "0x" + ColorText(value.color).substr(1);
+    case QVG_PARAM_TEXT:
+      return setting.text.empty() ? "" : ShellWord(setting.text);
+    default:
+      return "";
+  }
 }
 
 // Turns a setting that can't be made into an error of the command line.
@@ -39,7 +56,7 @@ void AddEffectOptions(CLI::App& app, const EffectTable& table, EffectSettings& s
       ->type_name("COLOUR|auto")
       ->group(group);
   for (const QVGParamDescriptor& row : table.rows) {
-    const std::string name = row.name, option = OptionName(app, name), help = HelpOf(row);
+    const std::string name = row.name, option = OptionName(name), help = HelpOf(row);
     switch (row.valueType) {
       case QVG_PARAM_INTEGER: {
         const int64_t low = row.minimum.value.integer, high = row.maximum.value.integer;
@@ -74,6 +91,35 @@ void AddEffectOptions(CLI::App& app, const EffectTable& table, EffectSettings& s
         break;
     }
   }
+}
+
+std::string ShellWord(const std::string& text) {
+  const auto plain = [](unsigned char letter) { return std::isalnum(letter) || std::strchr("_-./:=,+@%", letter); };
+  if (!text.empty() && std::all_of(text.begin(), text.end(), plain)) return text;
+  std::string word = "'";
+  for (const char letter : text) word += letter == '\'' ? "'\\''" : std::string(1, letter);
+  return word + "'";
+}
+
+std::string OptionLine(const EffectSettings& settings, const EffectTable& table) {
+  std::string line;
+  EffectSettings given;
+  for (const QVGParamDescriptor& row : table.rows) {
+    const auto found = settings.find(row.name);
+    if (found == settings.end()) continue;
+    const std::string value = OptionValue(row, found->second);
+    if (value.empty()) continue;
+    line += fmt::format(" {} {}", OptionName(row.name), value);
+    given.insert(*found);
+  }
+  // Only those switches that the values do not imply.
+  ImplySwitches(given);
+  for (const QVGParamDescriptor& row : table.rows) {
+    const bool on = IsOn(settings, row.name);
+    if (row.valueType != QVG_PARAM_BOOLEAN || on == IsOn(given, row.name)) continue;
+    line += fmt::format(" --{}{}", on ? "" : "no-", OptionName(row.name).substr(2));
+  }
+  return line.empty() ? line : line.substr(1);
 }
 
 void CompleteEffect(EffectSettings& settings) {

@@ -164,7 +164,7 @@ class Processing {
     if (options_.preview) {
       const std::string name = options_.input.empty() ? "own clip" : options_.input;
       window_.emplace(*renderer_, name, out_.width, out_.height, !options_.maxSpeed, Interrupted);
-      if (effect_) window_->SetStages(&stages_);
+      if (effect_) window_->SetEffect(*effect_);
     }
     const double rate = av_q2d(in.frameRate);
     limit_ = writer_->SingleImage() ? 1 : options_.frames;
@@ -185,9 +185,6 @@ class Processing {
 
   const Texture& _Draw(const AVFrame& frame) {
     const VideoFormat& in = source_->Format();
-    if (window_ && effect_) {
-      compositor_->SetEffect(LeaveOn(*effect_, options_.effect, stages_) ? &*effect_ : nullptr);
-    }
     return compositor_->Draw(frame, in.quarterTurns, in.alpha);
   }
 
@@ -196,9 +193,9 @@ class Processing {
     FramePtr frame = std::move(first_), before;
     Progress progress(total_);
     writer_->Open(out_, *frame, source_->SoundStreams());
-    const auto redraw = [&] { _Draw(*before); };
+    if (window_) window_->SetTasks({.redraw = [&] { _Draw(*before); }});
     while (frame && !interrupted && _Seconds(*frame) < options_.End() - 1e-6) {
-      if (window_ && before && !window_->WaitFor(_Seconds(*frame), redraw)) break;
+      if (window_ && before && window_->WaitFor(_Seconds(*frame)) == Served::kEnd) break;
       if (background_) {
         if (const FramePtr behind = background_->At(_Seconds(*frame))) compositor_->SetBackground(*behind);
       }
@@ -213,7 +210,7 @@ class Processing {
     writer_->Finish(complete);
     progress.Clear();
     elapsed_ = progress.Seconds();
-    if (window_ && writer_->SingleImage() && !options_.maxSpeed && !interrupted) window_->Hold("written", redraw);
+    if (window_ && writer_->SingleImage() && !options_.maxSpeed && !interrupted) window_->Hold("written");
     return complete;
   }
 
@@ -263,7 +260,6 @@ class Processing {
   VideoFormat out_;
   std::optional<Effect> effect_;
   std::optional<Compositor> compositor_;
-  StageSwitches stages_;
   std::optional<PreviewWindow> window_;
   std::optional<KeyWatch> keyWatch_;
   std::optional<ContactSheet> sheet_;

@@ -9,14 +9,14 @@ namespace {
 constexpr int kSamples = 6;
 constexpr int kFramesAhead = 31;  // A second or so; every sixth of them is looked at.
 
+}  // namespace
+
 FramePtr Sample(const AVFrame& frame, int quarterTurns) {
   const FramePtr upright = Upright(frame, quarterTurns);
   ColorConverter converter;
   return Checked(FramePtr(av_frame_clone(&converter.Convert(*upright, AV_PIX_FMT_RGBA, upright->width, upright->height,
                                                             {.rgb = true, .fullRange = true}))));
 }
-
-}  // namespace
 
 // Opens the clip for each of them and takes what is quickly there; where that is no later frame than the last one, the
 // reader that gave it goes on: no frame is decoded twice.

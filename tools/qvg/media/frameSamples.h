@@ -9,7 +9,10 @@
 
 namespace qvgtool {
 
-/** Upright RGBA copies of frames: of a file some from its beginning to its end, without moving in any reader. Throws
+/** An upright RGBA copy. Throws Error. */
+FramePtr Sample(const AVFrame& frame, int quarterTurns);
+
+/** Such copies of frames: of a file some from its beginning to its end, without moving in any reader. Throws
  *  Error. */
 std::vector<FramePtr> SamplesOf(const std::string& path, const ReadOptions& options);
 

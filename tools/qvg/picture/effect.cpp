@@ -94,6 +94,11 @@ std::string HelpOf(const QVGParamDescriptor& row) {
   return gloss ? gloss->help : row.label;
 }
 
+const char* StageOf(const std::string& parameter) {
+  const auto* gloss = GlossOf(parameter);
+  return gloss ? gloss->stage : nullptr;
+}
+
 void ImplySwitches(EffectSettings& settings) {
   for (const auto& gloss : kGlosses) {
     if (gloss.stage && settings.contains(gloss.name)) settings.try_emplace(gloss.stage, ParamSetting::Switch(true));
@@ -113,9 +118,11 @@ bool AnyStage(const EffectSettings& settings) {
 bool KeysOut(const EffectSettings& settings) { return IsOn(settings, "enable_key") && !IsOn(settings, "enable_bg"); }
 
 Effect::Effect(const Renderer& renderer, const EffectSettings& settings)
-    : renderer_(renderer), effect_(&renderer.Table(), renderer.Table().CreateEffect(kEffectName)), settings_(settings) {
+    : renderer_(renderer),
+      effect_(&renderer.Table(), renderer.Table().CreateEffect(kEffectName)),
+      table_(AskEffectTable(renderer.Table())) {
   if (!effect_) throw Error(fmt::format("the library gives no instance of {}", kEffectName));
-  for (const QVGParamDescriptor& row : AskEffectTable(renderer.Table()).rows) {
+  for (const QVGParamDescriptor& row : table_.rows) {
     const auto wanted = settings.find(row.name);
     Set(row.name, wanted != settings.end() ? wanted->second : ParamSetting{row.defaultValue, {}});
   }
@@ -129,6 +136,10 @@ void Effect::Set(const std::string& name, const ParamSetting& setting) {
   if (const std::string error = TakeImageError(); !error.empty()) throw Error(error);
   if (!taken) throw Error(fmt::format("the library does not take this value for {}", name));
   settings_[name] = setting;
+}
+
+bool Effect::CanSwitchOn(const std::string& stage) const {
+  return stage != "enable_bg" || !settings_.at("bgfile").text.empty();
 }
 
 Texture Effect::Apply(const Texture& frame) const {

@@ -39,6 +39,9 @@ EffectTable LoadEffectTable();
 /** What a parameter does, in English where the tool knows it; else its label. */
 std::string HelpOf(const QVGParamDescriptor& row);
 
+/** The switch of the stage that a parameter belongs to; null for none. */
+const char* StageOf(const std::string& parameter);
+
 /** Switches on the stages whose parameters are set, where the settings don't say anything about the switch. */
 void ImplySwitches(EffectSettings& settings);
 
@@ -56,7 +59,15 @@ class Effect {
   /** Parameters that the settings leave out get the table's defaults. Throws Error. */
   Effect(const Renderer& renderer, const EffectSettings& settings);
 
+  /** Throws Error, and leaves everything as it was, for what the library does not take. */
   void Set(const std::string& name, const ParamSetting& setting);
+
+  /** All parameters, by the table. */
+  const EffectTable& Table() const { return table_; }
+  const EffectSettings& Settings() const { return settings_; }
+
+  /** False for a background without an image. */
+  bool CanSwitchOn(const std::string& stage) const;
 
   /** Without a stage that is switched on there is nothing to apply. */
   bool On() const { return AnyStage(settings_); }
@@ -70,6 +81,7 @@ class Effect {
  private:
   const Renderer& renderer_;
   Handle<QVGEffect, &QVGGLRendererInterface::DestroyEffect> effect_;
+  EffectTable table_;
   EffectSettings settings_;
 };
 

@@ -28,13 +28,21 @@ void Playback::Shown(double frameTime, double now) {
 
 void Playback::TogglePause() {
   paused_ = !paused_;
+  Jump();
+}
+
+void Playback::Pause() {
+  if (!paused_) TogglePause();
+}
+
+void Playback::Jump() {
   step_ = false;
   start_.reset();
   shown_.clear();
 }
 
 void Playback::Step() {
-  if (!paused_) TogglePause();
+  Pause();
   step_ = true;
 }
 

@@ -17,6 +17,9 @@ class Playback {
   void Shown(double frameTime, double now);
 
   void TogglePause();
+  void Pause();
+  /** The next frame is one from elsewhere in the clip. */
+  void Jump();
   /** Lets one frame through and pauses behind it. */
   void Step();
   bool Paused() const { return paused_; }

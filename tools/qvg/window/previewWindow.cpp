@@ -1,141 +1,166 @@
 #include "window/previewWindow.h"
 
 #include <fmt/format.h>
-#define GLFW_INCLUDE_NONE
-#include <GLFW/glfw3.h>
-#include <X11/Xlib.h>
 
 #include <algorithm>
-#include <iterator>
-#include <tuple>
+#include <cmath>
 #include <utility>
 
 #include "picture/driver.h"
-
-// As GLFW's own header of native access has it, which wants more X11 headers than are needed.
-extern "C" Window glfwGetX11Window(GLFWwindow* window);
 
 namespace qvgtool {
 namespace {
 
 constexpr double kTitleEvery = 0.25;  // Seconds.
-// Longest sleep: a signal does not wake GLFW.
+// Longest sleep: a signal does not wake the window.
 constexpr double kLongestWait = 0.2;
-constexpr double kScreenShare = 0.9;
-
-std::string lastGlfwError;
-
-void KeepError(int, const char* text) { lastGlfwError = text; }
-
-// Xlib would end the process, and the output file were lost, when somebody else destroys the window.
-XID lostResource = 0;
-
-int KeepLostResource(Display*, XErrorEvent* error) {
-  lostResource = error->resourceid;
-  return 0;
-}
-
-Error NoWindow(const std::string& what) {
-  return Error("no preview: " + what + (lastGlfwError.empty() ? "" : " (" + lastGlfwError + ")"));
-}
-
-// The picture's size, or what of it the screen holds.
-std::pair<int, int> WindowSize(int width, int height) {
-  int x = 0, y = 0, screenWidth = 0, screenHeight = 0;
-  if (GLFWmonitor* monitor = glfwGetPrimaryMonitor()) {
-    glfwGetMonitorWorkarea(monitor, &x, &y, &screenWidth, &screenHeight);
-  }
-  if (screenWidth < 1 || screenHeight < 1) std::tie(screenWidth, screenHeight) = std::pair(1280, 720);
-  const double factor = std::min({1.0, kScreenShare * screenWidth / width, kScreenShare * screenHeight / height});
-  return {std::max(1, static_cast<int>(width * factor + 0.5)), std::max(1, static_cast<int>(height * factor + 0.5))};
-}
+constexpr double kLineStays = 2.5;
+constexpr int kShiftFactor = 10;
+constexpr double kGrip = 12;  // Pixels on each side of the split's line.
 
 }  // namespace
 
-const char* const kPreviewKeys =
-    "Keys: space pauses, right arrow or . steps, r turns a quarter, f flips, 1 to 4 switch the effect's stages\n"
-    "(key, beauty, colour, background), q or Escape closes.";
-
-PreviewWindow::Glfw::Glfw() {
-  lastGlfwError.clear();
-  glfwSetErrorCallback(KeepError);
-  if (!glfwInit()) throw NoWindow("no display for a window");
-}
-
-PreviewWindow::Glfw::~Glfw() { glfwTerminate(); }
-
-void PreviewWindow::DestroyWindow::operator()(GLFWwindow* window) const { glfwDestroyWindow(window); }
-
 PreviewWindow::PreviewWindow(const Renderer& renderer, const std::string& name, int width, int height, bool paced,
                              std::function<bool()> stopped)
-    : renderer_(renderer), name_(name), driver_(AskDriver().renderer), stopped_(std::move(stopped)), playback_(paced) {
-  const auto [windowWidth, windowHeight] = WindowSize(width, height);
-  glfwWindowHint(GLFW_CLIENT_API, GLFW_NO_API);
-  window_.reset(glfwCreateWindow(windowWidth, windowHeight, ("qvg: " + name).c_str(), nullptr, nullptr));
-  if (!window_) throw NoWindow("the window could not be made");
-  // An X11 id is no pointer, but travels as one.
-  drawer_ = Drawer(&renderer.Table(),
-                   renderer.Table().CreateWndDrawer(reinterpret_cast<void*>(glfwGetX11Window(window_.get()))));
-  if (!drawer_) throw NoWindow("the library can't draw into a window of this display");
-  lostResource = 0;
-  XSetErrorHandler(KeepLostResource);
-  glfwSetWindowUserPointer(window_.get(), this);
-  glfwSetWindowRefreshCallback(window_.get(), [](GLFWwindow* window) { _Of(window).dirty_ = true; });
-  glfwSetFramebufferSizeCallback(window_.get(), [](GLFWwindow* window, int, int) { _Of(window).dirty_ = true; });
-  glfwSetKeyCallback(window_.get(), [](GLFWwindow* window, int key, int, int action, int) {
-    if (action == GLFW_PRESS || (action == GLFW_REPEAT && (key == GLFW_KEY_RIGHT || key == GLFW_KEY_PERIOD))) {
-      _Of(window)._OnKey(key);
-    }
-  });
+    : renderer_(renderer),
+      name_(name),
+      driver_(AskDriver().renderer),
+      stopped_(std::move(stopped)),
+      window_("qvg: " + name, width, height),
+      drawer_(&renderer.Table(), renderer.Table().CreateWndDrawer(window_.Handle())),
+      playback_(paced),
+      overlay_(renderer),
+      screen_(renderer) {
+  if (!drawer_) throw Error("no preview: the library can't draw into a window of this display");
+  view_.width = width;
+  view_.height = height;
+  window_.Listen({.refresh = [this] { dirty_ = true; },
+                  .stroke = [this](const Stroke& stroke) { _OnStroke(stroke); },
+                  .press = [this](double x, double y) { _OnPress(x, y); },
+                  .drag = [this](double x, double) { _OnDrag(x); },
+                  .release = [this] { dragging_ = false; }});
 }
 
-PreviewWindow::~PreviewWindow() = default;
-
-PreviewWindow& PreviewWindow::_Of(GLFWwindow* window) {
-  return *static_cast<PreviewWindow*>(glfwGetWindowUserPointer(window));
+KeyOffer PreviewWindow::_Offer() const {
+  return {.effect = parameters_.has_value(), .travel = tasks_.travel, .tasks = tasks_.print != nullptr};
 }
 
-void PreviewWindow::_OnKey(int key) {
-  switch (key) {
-    case GLFW_KEY_SPACE:
-      playback_.TogglePause();
-      break;
-    case GLFW_KEY_RIGHT:
-    case GLFW_KEY_PERIOD:
-      playback_.Step();
-      break;
-    case GLFW_KEY_R:
-      turns_ = (turns_ + 1) % 4;
-      break;
-    case GLFW_KEY_F:
-      flipped_ = !flipped_;
-      turns_ = (4 - turns_) % 4;  // Upside down as it is seen: a texture is flipped before it is turned.
-      break;
-    case GLFW_KEY_Q:
-    case GLFW_KEY_ESCAPE:
-      closed_ = true;
-      break;
-    default:
-      if (key < GLFW_KEY_1 || key >= GLFW_KEY_1 + static_cast<int>(std::size(kStageNames))) return;
-      _SwitchStage(static_cast<size_t>(key - GLFW_KEY_1));
+void PreviewWindow::_OnStroke(const Stroke& stroke) {
+  const KeyRow* row = FindKey(stroke);
+  if (!row) return;
+  if (_Offer().*row->needs) {
+    const bool far = stroke.shift && (row->action == KeyAction::kSeek || row->action == KeyAction::kChange);
+    _Act(*row, row->amount * (far ? kShiftFactor : 1));
+  } else if (row->needs == &KeyOffer::effect) {
+    Say("no effect in use");
   }
   dirty_ = true;
   _UpdateTitle(true);
 }
 
-void PreviewWindow::_SwitchStage(size_t index) {
-  if (!stages_) {
-    noEffectTold_ = true;
-    return;
+void PreviewWindow::_Act(const KeyRow& row, int steps) {
+  switch (row.action) {
+    case KeyAction::kPause:
+    case KeyAction::kStep:
+    case KeyAction::kSeek:
+    case KeyAction::kStart:
+      return _MoveTo(row, steps);
+    case KeyAction::kChoose:
+    case KeyAction::kChange:
+    case KeyAction::kDefault:
+    case KeyAction::kStage:
+      return _ChangeEffect(row, steps);
+    case KeyAction::kSplit:
+      split_ = !split_;
+      return Say(split_ ? "left: as it comes in, right: with the effect" : "the effect everywhere");
+    case KeyAction::kPrint:
+      return _Answer(tasks_.print);
+    case KeyAction::kSave:
+      return _Answer(tasks_.save);
+    case KeyAction::kTurn:
+      view_.quarterTurns = (view_.quarterTurns + 1) % 4;
+      return;
+    case KeyAction::kFlip:
+      view_.flipped = !view_.flipped;
+      view_.quarterTurns = (4 - view_.quarterTurns) % 4;  // Upside down as it is seen.
+      return;
+    case KeyAction::kFullScreen:
+      return window_.ToggleFullScreen();
+    case KeyAction::kHelp:
+      return overlay_.SetHelp(overlay_.Helps() ? "" : KeyHelp(_Offer()));
+    case KeyAction::kLeave:
+      if (window_.FullScreen()) return window_.ToggleFullScreen();
+      [[fallthrough]];
+    case KeyAction::kClose:
+      closed_ = true;
   }
-  bool& stage = stages_->*kStageNames[index].stage;
-  stage = !stage;
-  stagesChanged_ = true;
+}
+
+void PreviewWindow::_MoveTo(const KeyRow& row, int steps) {
+  const bool atEnd = !state_.empty() && tasks_.travel;
+  if (row.action == KeyAction::kStep && steps > 0) return playback_.Step();
+  if (row.action == KeyAction::kPause && !atEnd) return playback_.TogglePause();
+  if (!move_) move_.emplace();
+  if (row.action == KeyAction::kSeek) {
+    move_->seconds += steps;
+  } else if (row.action == KeyAction::kStep) {
+    move_->framesBack -= steps;
+    playback_.Pause();
+  } else {
+    move_->toStart = true;
+    if (row.action == KeyAction::kPause && playback_.Paused()) playback_.TogglePause();
+  }
+}
+
+void PreviewWindow::_ChangeEffect(const KeyRow& row, int steps) {
+  _Answer([&] {
+    if (row.action == KeyAction::kChoose) return parameters_->Choose(steps);
+    effectChanged_ = true;
+    if (row.action == KeyAction::kChange) return parameters_->Change(steps);
+    if (row.action == KeyAction::kDefault) return parameters_->SetDefault();
+    return parameters_->SwitchStage(static_cast<size_t>(steps));
+  });
+}
+
+void PreviewWindow::_Answer(const std::function<std::string()>& task) {
+  try {
+    Say(task());
+  } catch (const Error& error) {
+    Say(error.what());
+  }
+}
+
+void PreviewWindow::Say(const std::string& line) {
+  overlay_.Say(line, NativeWindow::Now() + kLineStays);
+  dirty_ = true;
+}
+
+void PreviewWindow::_OnPress(double x, double y) {
+  const Place place = _Place();
+  const bool wantsColor = tasks_.pick && parameters_ && parameters_->WantsColor();
+  dragging_ = split_ && (!wantsColor || std::abs(x - (place.x + splitAt_ * place.width)) < kGrip);
+  if (dragging_) return _OnDrag(x);
+  const auto point = PointOf(view_, place, x, y);
+  if (!wantsColor || !point) return;
+  _Answer([&] { return tasks_.pick(point->first, point->second); });
+  effectChanged_ = true;
+}
+
+void PreviewWindow::_OnDrag(double x) {
+  if (!dragging_) return;
+  const Place place = _Place();
+  splitAt_ = std::clamp((x - place.x) / std::max(1, place.width), 0.0, 1.0);
+  dirty_ = true;
+}
+
+Place PreviewWindow::_Place() const {
+  const auto [width, height] = window_.Size();
+  return PlaceOf(view_, width, height);
 }
 
 void PreviewWindow::_UpdateTitle(bool now) {
-  if (!now && glfwGetTime() < nextTitle_) return;
-  nextTitle_ = glfwGetTime() + kTitleEvery;
+  if (!now && NativeWindow::Now() < nextTitle_) return;
+  nextTitle_ = NativeWindow::Now() + kTitleEvery;
   std::string title = "qvg: " + name_;
   if (!state_.empty()) {
     title += ", " + state_;
@@ -144,81 +169,96 @@ void PreviewWindow::_UpdateTitle(bool now) {
   } else if (const double rate = playback_.Rate(); rate > 0) {
     title += fmt::format(", {:.1f} frames/s", rate);
   }
-  std::string off;
-  for (const StageName& stage : kStageNames) {
-    if (stages_ && !(stages_->*stage.stage)) off += (off.empty() ? "" : " ") + std::string(stage.name);
-  }
-  if (!off.empty()) title += ", without " + off;
-  if (noEffectTold_) title += ", no effect in use";
-  title += ", " + driver_;
+  const std::string stages = parameters_ ? parameters_->StagesOn() : "";
+  title += stages.empty() ? ", no effect" : ", effect: " + stages;
+  title += ", h: help, " + driver_;
   if (title == title_) return;
   title_ = title;
-  glfwSetWindowTitle(window_.get(), title.c_str());
+  window_.SetTitle(title);
 }
 
-bool PreviewWindow::_Serve(double timeout, const std::function<void()>& redraw) {
-  if (timeout > 0) {
-    glfwWaitEventsTimeout(timeout);
-  } else {
-    glfwPollEvents();
+std::optional<Served> PreviewWindow::_Serve(double timeout) {
+  closed_ = !window_.Serve(timeout) || closed_;
+  if (closed_ || stopped_()) return Served::kEnd;
+  if (move_) return Served::kMove;
+  if (overlay_.Expire(NativeWindow::Now())) dirty_ = true;
+  if (std::exchange(effectChanged_, false)) {
+    tasks_.redraw();
+    dirty_ = true;
   }
-  int width = 0, height = 0;
-  glfwGetFramebufferSize(window_.get(), &width, &height);  // Fails for a window that is gone.
-  closed_ = closed_ || glfwWindowShouldClose(window_.get()) || lostResource == glfwGetX11Window(window_.get());
-  if (closed_ || stopped_()) return false;
-  if (std::exchange(stagesChanged_, false)) redraw();
   if (dirty_) _Present();
   _UpdateTitle(false);
-  return !closed_;
+  return closed_ ? std::optional(Served::kEnd) : std::nullopt;
 }
 
-bool PreviewWindow::WaitFor(double time, const std::function<void()>& redraw) {
+Served PreviewWindow::WaitFor(double time) {
   for (double timeout = 0;;) {
-    if (!_Serve(timeout, redraw)) return false;
-    const auto delay = playback_.Delay(time, glfwGetTime());
-    if (delay && *delay <= 0) return true;
+    if (const auto served = _Serve(timeout)) return *served;
+    const auto delay = playback_.Delay(time, NativeWindow::Now());
+    if (delay && *delay <= 0) return Served::kDue;
     timeout = std::min(delay.value_or(kLongestWait), kLongestWait);
   }
 }
 
-void PreviewWindow::Show(const Texture& picture, double time) {
-  picture_ = picture.get();
-  _Present();
-  playback_.Shown(time, glfwGetTime());
-  _UpdateTitle(false);
-}
-
-void PreviewWindow::Hold(const std::string& what, const std::function<void()>& redraw) {
+Served PreviewWindow::Hold(const std::string& what) {
   state_ = what;
   _UpdateTitle(true);
-  while (_Serve(kLongestWait, redraw)) {
-  }
+  std::optional<Served> served;
+  while (!served) served = _Serve(kLongestWait);
   state_.clear();
+  return *served;
+}
+
+Move PreviewWindow::TakeMove() {
+  playback_.Jump();
+  return std::exchange(move_, std::nullopt).value_or(Move{});
+}
+
+void PreviewWindow::Show(const Texture& picture, double time) {
+  picture_ = picture.get();
+  before_ = nullptr;
+  _Present();
+  playback_.Shown(time, NativeWindow::Now());
+  _UpdateTitle(false);
 }
 
 void PreviewWindow::_Present() {
   dirty_ = false;
-  if (!picture_) return;
+  const auto [width, height] = window_.Size();
+  if (!picture_ || width < 1 || height < 1) return;
   const QVGGLRendererInterface& gl = renderer_.Table();
-  int width = 0, height = 0;
-  glfwGetFramebufferSize(window_.get(), &width, &height);
   gl.SetWndDrawerSize(drawer_.get(), static_cast<uint32_t>(width), static_cast<uint32_t>(height));
+  const Texture& text = overlay_.Draw(width, height);
+  const bool split = split_ && tasks_.before;
+  if (split || text) {
+    if (split && !before_) before_ = tasks_.before().get();
+    const Place place = _Place();
+    const int column = place.x + static_cast<int>(std::lround(splitAt_ * place.width));
+    return _ShowInWindow(
+        screen_.Compose(width, height, view_, picture_, split ? before_ : nullptr, column, text.get()).get());
+  }
   const uint32_t turns = gl.GetTextureRotation(picture_);
   const bool flipped = gl.GetTextureFlipped(picture_);
-  gl.SetTextureRotation(picture_, (flipped_ ? 4 - turns % 4 + turns_ : turns + turns_) % 4);
-  gl.SetTextureFlipped(picture_, flipped != flipped_);
+  const unsigned wanted = view_.quarterTurns;
+  gl.SetTextureRotation(picture_, (view_.flipped ? 4 - turns % 4 + wanted : turns + wanted) % 4);
+  gl.SetTextureFlipped(picture_, flipped != view_.flipped);
+  _ShowInWindow(picture_);
+  gl.SetTextureRotation(picture_, turns);
+  gl.SetTextureFlipped(picture_, flipped);
+}
+
+void PreviewWindow::_ShowInWindow(QVGTexture* texture) {
+  const QVGGLRendererInterface& gl = renderer_.Table();
   gl.Finish();  // The window's context samples what this one has drawn.
   QVGGLContext* const own = gl.GetCurrentContext();
   // A window that has died under its drawer counts as closed.
   if (gl.MakeCurrentContext(gl.GetWndDrawerHandle(drawer_.get()), nullptr)) {
-    gl.DrawTextureToWnd(drawer_.get(), picture_);
+    gl.DrawTextureToWnd(drawer_.get(), texture);
     gl.Finish();  // The next picture may overwrite the texture.
   } else {
     closed_ = true;
   }
   if (!gl.MakeCurrentContext(own, nullptr)) throw Error("the renderer's context could not be made current again");
-  gl.SetTextureRotation(picture_, turns);
-  gl.SetTextureFlipped(picture_, flipped);
 }
 
 }  // namespace qvgtool

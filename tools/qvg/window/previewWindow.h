@@ -1,82 +1,112 @@
-// A window that shows pictures and takes keys: pause, step, turn, flip, stages of the effect, close.
+// A window that shows pictures and does what its keys are asked.
 #pragma once
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
-#include "picture/renderer.h"
+#include "window/nativeWindow.h"
+#include "window/overlay.h"
+#include "window/parameterKeys.h"
 #include "window/playback.h"
-#include "window/stageSwitches.h"
-
-struct GLFWwindow;
+#include "window/screen.h"
 
 namespace qvgtool {
 
-/** The keys, for help texts. */
-extern const char* const kPreviewKeys;
+/** What the window asks of the command; tasks left empty have no keys. Those that answer do so with a line to show.
+ *  They may throw Error: it is shown. */
+struct PreviewTasks {
+  std::function<void()> redraw = {};            // Draws the shown picture again, the effect having changed.
+  std::function<const Texture&()> before = {};  // The shown picture without the effect.
+  std::function<std::string()> print = {}, save = {};
+  std::function<std::string(double x, double y)> pick =
+      {};               // A point of the picture was clicked, from 0 to 1 each way.
+  bool travel = false;  // The command takes Move for an answer.
+};
+
+/** Where in the clip the user wants to go, from the picture shown. */
+struct Move {
+  bool toStart = false;
+  double seconds = 0;
+  int framesBack = 0;
+};
+
+/** Why serving the window has come to an end. */
+enum class Served { kDue, kMove, kEnd };
 
 /** To be used on the main thread, with the renderer's context current there, and to be gone before the renderer is. */
 class PreviewWindow {
  public:
   /**
-   * name: for the title. width, height: of the pictures, in pixels; the window is smaller on a small screen. paced:
-   * pictures keep the clip's own rate. stopped: asked while waiting; true ends the wait. Throws Error when there is no
-   * display or no drawing to it.
+   * name: for the title. width, height: of the pictures, in pixels. paced: pictures keep the clip's own rate. stopped:
+   * asked while waiting; true ends the wait. Throws Error when there is no display or no drawing to it.
    */
   PreviewWindow(const Renderer& renderer, const std::string& name, int width, int height, bool paced,
                 std::function<bool()> stopped);
-  ~PreviewWindow();
   PreviewWindow(const PreviewWindow&) = delete;
   PreviewWindow& operator=(const PreviewWindow&) = delete;
 
-  /** Has the keys 1 to 4 change these switches, to be read before each picture is drawn. */
-  void SetStages(StageSwitches* stages) { stages_ = stages; }
+  /** Has keys change the effect, which must live as long as this object. */
+  void SetEffect(Effect& effect) { parameters_.emplace(effect); }
+  void SetTasks(PreviewTasks tasks) { tasks_ = std::move(tasks); }
 
   /**
-   * Serves the window until the picture of that time in the clip, in seconds, is due. redraw: called when the picture
-   * shown has to be drawn again because a stage was switched meanwhile.
-   * @return false when the user has closed the window or the wait was stopped.
+   * Serves the window until the picture of that time in the clip, in seconds, is due, or one from elsewhere is wanted,
+   * or the user has closed the window or the wait was stopped.
    */
-  bool WaitFor(double time, const std::function<void()>& redraw);
+  Served WaitFor(double time);
+
+  /** Serves it until the same but for what is due. what: for the title. */
+  Served Hold(const std::string& what);
+
+  /** What is wanted after kMove. */
+  Move TakeMove();
 
   /** Shows a picture, whose texture must stay, and may be drawn to again, until the next is shown. */
   void Show(const Texture& picture, double time);
 
-  /** Serves the window until it is closed or the wait is stopped. what: for the title. redraw: as above. */
-  void Hold(const std::string& what, const std::function<void()>& redraw);
+  /** Shows a line over the picture for a while. */
+  void Say(const std::string& line);
 
   bool Closed() const { return closed_; }
 
  private:
-  struct Glfw {
-    Glfw();
-    ~Glfw();
-  };
-  struct DestroyWindow {
-    void operator()(GLFWwindow* window) const;
-  };
   using Drawer = Handle<QVGWndDrawer, &QVGGLRendererInterface::DestroyWndDrawer>;
 
-  static PreviewWindow& _Of(GLFWwindow* window);
-  void _OnKey(int key);
-  void _SwitchStage(size_t index);
-  bool _Serve(double timeout, const std::function<void()>& redraw);
+  void _OnStroke(const Stroke& stroke);
+  void _Act(const KeyRow& row, int steps);
+  void _MoveTo(const KeyRow& row, int steps);
+  void _ChangeEffect(const KeyRow& row, int steps);
+  void _OnPress(double x, double y);
+  void _OnDrag(double x);
+  /** Shows the answer, or what went wrong. */
+  void _Answer(const std::function<std::string()>& task);
+  KeyOffer _Offer() const;
+
+  /** @return nothing when there is nothing but time to wait for. */
+  std::optional<Served> _Serve(double timeout);
   void _Present();
+  void _ShowInWindow(QVGTexture* texture);
+  Place _Place() const;
   void _UpdateTitle(bool now);
 
   const Renderer& renderer_;
   std::string name_, driver_, state_, title_;
   std::function<bool()> stopped_;
-  Glfw glfw_;
-  std::unique_ptr<GLFWwindow, DestroyWindow> window_;
+  NativeWindow window_;
   Drawer drawer_;
   Playback playback_;
-  StageSwitches* stages_ = nullptr;
-  QVGTexture* picture_ = nullptr;
-  unsigned turns_ = 0;
-  bool flipped_ = false;
-  bool dirty_ = false, stagesChanged_ = false, noEffectTold_ = false, closed_ = false;
+  Overlay overlay_;
+  Screen screen_;
+  View view_;
+  PreviewTasks tasks_;
+  std::optional<ParameterKeys> parameters_;
+  std::optional<Move> move_;
+  QVGTexture *picture_ = nullptr, *before_ = nullptr;
+  double splitAt_ = 0.5;  // Of the picture's width as it is seen.
+  bool split_ = false, dragging_ = false;
+  bool dirty_ = false, effectChanged_ = false, closed_ = false;
   double nextTitle_ = 0;
 };
 

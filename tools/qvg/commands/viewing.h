@@ -1,0 +1,72 @@
+// One run of qvg view.
+#pragma once
+
+#include <array>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "media/clipCursor.h"
+#include "media/mediaReader.h"
+#include "picture/compositor.h"
+#include "picture/effect.h"
+#include "picture/logCapture.h"
+#include "window/previewWindow.h"
+
+namespace qvgtool {
+
+struct ViewOptions {
+  std::string input;  // Empty: the tool's own clip.
+  ReadOptions read{.sound = false};
+  EffectSettings effect;
+  std::string key;  // What was given for --key.
+  bool loop = false;
+  bool maxSpeed = false;
+  bool verbose = false;
+};
+
+struct Viewed {
+  std::string told;    // Of the key, if it was found.
+  std::string damage;  // What was wrong with the input; empty when nothing was.
+};
+
+class Viewing {
+ public:
+  Viewing(const ViewOptions& options, LogCapture& log) : options_(options), log_(log) {}
+
+  /** Until the window is closed. Throws Error. */
+  Viewed Run();
+
+ private:
+  void _SetUp();
+  PreviewTasks _Tasks();
+  bool _Play();
+  bool _BeginAgain();
+  bool _Go(const Move& move);
+  void _Draw();
+  void _Show();
+
+  std::string _Print() const;
+  std::string _Save() const;
+  std::string _Pick(double x, double y);
+  std::array<uint8_t, 3> _ColorAt(double x, double y) const;
+  const std::vector<FramePtr>& _Samples();
+  std::string _Stem() const;
+
+  ViewOptions options_;
+  LogCapture& log_;
+  std::optional<ClipCursor> clip_;
+  std::optional<Renderer> renderer_;
+  std::optional<Effect> effect_;
+  std::optional<Compositor> compositor_, plain_;  // With the effect and without.
+  std::optional<PreviewWindow> window_;
+  int width_ = 0, height_ = 0;  // Upright.
+  const Texture* picture_ = nullptr;
+  FramePtr shown_;
+  double shownTime_ = 0;  // In the clip.
+  std::vector<FramePtr> samples_;
+  double start_ = 0;  // In the time of the window, which goes on when the clip begins again.
+};
+
+}  // namespace qvgtool

@@ -1,0 +1,95 @@
+#include "window/screen.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace qvgtool {
+namespace {
+
+constexpr double kBlack[4] = {0, 0, 0, 1};
+constexpr int kLineWidth = 2;
+
+}  // namespace
+
+// As the library's window drawer does it.
+Place PlaceOf(const View& view, int windowWidth, int windowHeight) {
+  const bool lying = view.quarterTurns % 2 != 0;
+  const double aspect = static_cast<double>(lying ? view.height : view.width) / (lying ? view.width : view.height);
+  Place place = {0, 0, windowWidth, windowHeight};
+  if (aspect * windowHeight >= windowWidth) {
+    place.height = static_cast<int>(windowWidth / aspect + 0.5);
+    place.y = windowHeight - place.height - (windowHeight - place.height) / 2;
+  } else {
+    place.width = static_cast<int>(windowHeight * aspect + 0.5);
+    place.x = (windowWidth - place.width) / 2;
+  }
+  return place;
+}
+
+std::optional<std::pair<double, double>> PointOf(const View& view, const Place& place, double x, double y) {
+  double across = (x - place.x) / std::max(1, place.width), down = (y - place.y) / std::max(1, place.height);
+  if (across < 0 || across >= 1 || down < 0 || down >= 1) return std::nullopt;
+  for (unsigned turn = 0; turn < view.quarterTurns % 4; ++turn) {
+    across = 1 - across;
+    std::swap(across, down);
+  }
+  return std::pair(across, view.flipped ? 1 - down : down);
+}
+
+void Screen::_Clear(Layer& layer, int width, int height) {
+  if (layer.width != width || layer.height != height) {
+    layer.frameBuffer = {};
+    layer.texture = renderer_.NewTarget(width, height);
+    layer.frameBuffer = renderer_.NewFrameBuffer(layer.texture);
+    layer.width = width;
+    layer.height = height;
+  }
+  if (!renderer_.Table().ClearFrameBuffer(layer.frameBuffer.get(), kBlack)) throw Error("clearing failed");
+}
+
+void Screen::_Draw(QVGTexture* texture, const Layer& layer, const QVGDrawTextureParams& params) {
+  if (!renderer_.Table().DrawTexture(texture, layer.frameBuffer.get(), &params)) throw Error("drawing failed");
+}
+
+void Screen::_DrawPicture(QVGTexture* picture, const View& view, const Place& place, const Layer& layer) {
+  const bool lying = view.quarterTurns % 2 != 0;
+  QVGDrawTextureParams params = QVG_DRAW_TEXTURE_PARAMS_INIT;
+  params.blendType = QVG_BLEND_NORMAL;
+  params.scale[0] = static_cast<double>(lying ? place.height : place.width) / view.width;
+  params.scale[1] = static_cast<double>(lying ? place.width : place.height) / view.height * (view.flipped ? -1 : 1);
+  params.rotation[2] = 90.0 * view.quarterTurns;
+  params.translation[0] = place.x + 0.5 * (place.width - layer.width);
+  params.translation[1] = place.y + 0.5 * (place.height - layer.height);
+  _Draw(picture, layer, params);
+}
+
+const Texture& Screen::Compose(int width, int height, const View& view, QVGTexture* picture, QVGTexture* before,
+                               int column, QVGTexture* text) {
+  const Place place = PlaceOf(view, width, height);
+  _Clear(whole_, width, height);
+  _DrawPicture(picture, view, place, whole_);
+  if (before) {
+    const int cut = std::clamp(column, 1, width);
+    _Clear(left_, cut, height);
+    _DrawPicture(before, view, place, left_);
+    QVGDrawTextureParams params = QVG_DRAW_TEXTURE_PARAMS_INIT;
+    params.translation[0] = 0.5 * (cut - width);
+    _Draw(left_.texture.get(), whole_, params);
+    if (!white_) {
+      white_ = renderer_.NewTarget(kLineWidth, kLineWidth);
+      constexpr double kWhite[4] = {1, 1, 1, 1};
+      if (!renderer_.Table().ClearTexture(white_.get(), kWhite)) throw Error("clearing failed");
+    }
+    params.translation[0] = cut - 0.5 * width;
+    params.scale[1] = static_cast<double>(place.height) / kLineWidth;
+    _Draw(white_.get(), whole_, params);
+  }
+  if (text) {
+    QVGDrawTextureParams params = QVG_DRAW_TEXTURE_PARAMS_INIT;
+    params.blendType = QVG_BLEND_NORMAL;
+    _Draw(text, whole_, params);
+  }
+  return whole_.texture;
+}
+
+}  // namespace qvgtool
