@@ -53,6 +53,11 @@ shows() {
     shift 2
   done
 }
+sized() { [[ $(xdotool getwindowgeometry "$window") == *"Geometry: $1"* ]]; }
+# differs FILE, same FILE: the window from a shot of it.
+differs() { shot now.png && ! cmp -s now.png "$1"; }
+same() { shot now.png && cmp -s now.png "$1"; }
+alike() { [[ $(compare -metric AE "$1" "$2" null: 2>&1) == 0 ]]; }
 red=ff0000 green=00ff00 blue=0000ff white=ffffff black=000000
 
 within 50 test -s display
@@ -70,7 +75,9 @@ eventually "the title names the renderer" titled "$("$qvg" info | sed -n 's/^Ren
 xdotool windowsize "$window" 200 400
 press r "r turns clockwise" shows 10,10 $blue 190,10 $red 10,390 $white 190,390 $green
 press f "f turns it upside down" shows 10,10 $white 190,10 $green 10,390 $blue 190,390 $red
-press 1 "without an effect its keys say so" titled "no effect in use"
+press 1 "1 switches the key on" titled "effect: key"
+press F11 "F11 fills the screen" sized 1024x768
+press Escape "Escape gives it back" sized 200x400
 ends "Escape closes" xdotool key Escape
 
 # ---- The effect's stages
@@ -80,10 +87,39 @@ for what in "process quarters.png -o keyed.png --preview" "view quarters.png"; d
   eventually "the effect at work" shows 10,10 800000 190,10 $black 10,90 000080
   press 3 "3 switches colour off" shows 10,10 $red 190,10 $black 10,90 $blue
   press 1 "1 switches the key off" shows 10,10 $red 190,10 $green 10,90 $blue
-  eventually "the title tells" titled "without key colour"
+  eventually "the title tells" titled "no effect"
   press 3 "and on again" shows 10,10 800000 190,10 008000
   ends "q ends it" xdotool key q
 done
+
+# ---- Trying values
+
+cp quarters.png "the 'quarters'.png"
+start view "the 'quarters'.png" --key 0x00ff00 --similarity 100 --bright -50
+eventually "values from the command line" shows 10,10 800000 190,10 $black
+xdotool key --delay 200 Down Down Down Down Down
+press BackSpace "the fifth parameter is the exposure, its default 0" shows 10,10 $red 10,90 $blue
+xdotool key shift+Left
+press Left "and Left makes less of it" shows 10,10 e30000 10,90 0000e3
+press b "b shows what came in on the left" shows 10,10 $red 90,40 $red 190,10 $black 110,60 e3e3e3
+xdotool mousemove --window "$window" 100 50 mousedown 1 mousemove --window "$window" 40 50 mouseup 1
+eventually "the mouse moves the line" shows 10,10 $red 90,10 e30000
+press b "b leaves" shows 10,10 e30000
+shot plain.png
+press h "h covers the picture" differs plain.png
+press h "and again shows it" same plain.png
+press s "s saves it" test -s "the 'quarters'-effect.png"
+press p "p prints its command" grep -q '^qvg process' out.log
+ends "it closes" xdotool key q
+eval "$(sed -n "s|^qvg \(process .*\)|'$qvg' \1|p" out.log | sed "s|-o '.*effect.png'|-o printed.png|")" >/dev/null
+alike printed.png "the 'quarters'-effect.png"
+verdict "which renders what was saved" $? "$(<out.log)"
+
+start view quarters.png
+eventually "no effect" shows 10,90 $blue
+xdotool mousemove --window "$window" 10 90 click 1
+eventually "a click keys its colour out" shows 10,90 $black 190,90 $white
+ends "it closes" xdotool key q
 
 # ---- A clip while it is processed
 
@@ -105,10 +141,22 @@ xdotool windowsize "$window" 640 240
 eventually "and is drawn again in a resized window" shows 155,120 $black 485,120 $black
 shot first.png
 another() { shot second.png && ! cmp -s first.png second.png && titled "paused"; }
-press Right "right steps to another picture and stays paused" another
+press period "a point steps to another picture and stays paused" another
 press space "space goes on" titled "frames/s"
 ends "q closes" xdotool key q
 expect "and the tool says so" "1 0" "$(grep -c '^window closed: closed.mp4' out.log) $(lines err.log)"
+
+start view clip.mp4 --from 1
+press space "a clip that is viewed" titled "paused"
+for step in "Home 1.000" "Next 6.000" "comma 5.960" "Prior 1.000" "period 1.040" "shift+Next 19.960"; do
+  read -r key time <<<"$step"
+  xdotool key "$key"
+  press s "after $key it is at $time s" test -s "clip-${time}s.png"
+  "$qvg" process clip.mp4 --from "$time" -o there.png >/dev/null 2>&1
+  alike there.png "clip-${time}s.png"
+  verdict "and shows that frame" $?
+done
+ends "it closes" xdotool key q
 
 start view clip.mp4 --from 19 --max-speed
 eventually "a clip that has ended stays" titled ", end"

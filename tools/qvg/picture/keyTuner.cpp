@@ -196,10 +196,16 @@ KeyTuner::KeyTuner(const std::vector<FramePtr>& pictures, const std::string& key
                     ? "no screen of one strong colour lies along the picture's borders: name its colour by --key"
                     : fmt::format("no screen of the colour {} lies along the picture's borders", key));
   }
-  std::vector<const uint8_t*> screen;
-  for (const uint8_t* pixel : border) {
-    if ((ChromaOf(pixel) - *centre).Length() < 1.5 / kChromaBins) screen.push_back(pixel);
-  }
+  const auto within = [&](double bins) {
+    std::vector<const uint8_t*> pixels;
+    for (const uint8_t* pixel : border) {
+      if ((ChromaOf(pixel) - *centre).Length() < bins / kChromaBins) pixels.push_back(pixel);
+    }
+    return pixels;
+  };
+  std::vector<const uint8_t*> screen = within(1.5);
+  // The most saturated colours of all lie in a corner of their neighbourhood.
+  if (screen.empty()) screen = within(2.2);
   color_ = KeyFor(screen);
 
   std::vector<std::vector<float>> distances;

@@ -32,7 +32,10 @@ int KeepLostResource(Display*, XErrorEvent* error) {
   return 0;
 }
 
-void KeepLostDisplay(Display*, void*) { lostDisplay = true; }
+int KeepLostDisplay(Display*) {
+  lostDisplay = true;
+  return 0;
+}
 
 Error NoWindow(const std::string& what) {
   return Error("no preview: " + what + (lastGlfwError.empty() ? "" : " (" + lastGlfwError + ")"));
@@ -74,7 +77,9 @@ NativeWindow::NativeWindow(const std::string& title, int width, int height) {
   window_.reset(glfwCreateWindow(windowWidth, windowHeight, title.c_str(), nullptr, nullptr));
   if (!window_) throw NoWindow("the window could not be made");
   XSetErrorHandler(KeepLostResource);
-  XSetIOErrorExitHandler(glfwGetX11Display(), KeepLostDisplay, nullptr);
+  XSetIOErrorHandler(KeepLostDisplay);
+  XSetIOErrorExitHandler(
+      glfwGetX11Display(), [](Display*, void*) {}, nullptr);
   _TakeEvents();
 }
 
