@@ -118,7 +118,7 @@ verdict "which renders what was saved" $? "$(<out.log)"
 start view quarters.png
 eventually "no effect" shows 10,90 $blue
 xdotool mousemove --window "$window" 10 90 click 1
-eventually "a click keys its colour out" shows 10,90 $black 190,90 $white
+eventually "a click keys its colour out" shows 10,90 $black 190,10 $green
 ends "it closes" xdotool key q
 
 # ---- A clip while it is processed
