@@ -202,6 +202,8 @@ part_windows() {
   if check "wine prefix" "${run[@]}" scripts/make_wine_prefix.sh; then
     "${run[@]}" wineserver -p # Stays until it is told to go: starting it takes seconds.
     build_folder=windows suffix=.exe run_test_programs "${run[@]}" wine
+    QVG_FAULT_STRIDE=197 GTEST_FILTER='*Start*Driver:*Window*Driver:*Contexts*Driver:Mapping*' run_gtest failing_driver \
+      "${run[@]}" wine build/windows/qvg_fault_tests.exe
     run_product windows "${run[@]}"
     "${run[@]}" wineserver -k
   fi

@@ -19,4 +19,8 @@ class HeapOwner {
 /// To be called before an allocation is to fail.
 void WatchHeap();
 
+/// The platform's part: whether an allocation that was asked for there is one of the library's or the test's code, and
+/// not of the driver's, which may be C++, too.
+bool AllocatesForLibrary(void* caller);
+
 }  // namespace qvg::test
