@@ -167,4 +167,13 @@ eventually "it plays" titled "frames/s"
 ends "a window destroyed by others counts as closed" xdotool windowclose "$window"
 expect "and what was written until then can be read" "1" "$(($(frames lost.mp4) > 1 && $(frames lost.mp4) < 500))"
 
+Xvfb -displayfd 3 -screen 0 1024x768x24 -nolisten tcp -noreset 3>second >/dev/null 2>&1 </dev/null &
+second=$!
+within 50 test -s second
+DISPLAY=:$(<second)
+start process clip.mp4 -o orphan.mp4 --preview
+eventually "it plays" titled "frames/s"
+ends "so does one whose X server goes" kill -KILL "$second"
+expect "and leaves what can be read" "1" "$(($(frames orphan.mp4) > 1 && $(frames orphan.mp4) < 500))"
+
 finish

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstring>
 #include <sstream>
+#include <utility>
 
 #include "media/filters.h"
 
@@ -75,7 +76,11 @@ const Texture& Overlay::Draw(int width, int height) {
   if (chain.empty()) return texture_;
   const FramePtr empty = NewFrame(AV_PIX_FMT_RGBA, width, height);
   std::memset(empty->data[0], 0, static_cast<size_t>(empty->linesize[0]) * static_cast<size_t>(height));
-  if (const FramePtr text = Filtered(*empty, chain)) texture_ = renderer_.Upload(*text);
+  if (const FramePtr text = Filtered(*empty, chain)) {
+    texture_ = renderer_.Upload(*text);
+  } else if (!std::exchange(failureTold_, true)) {
+    fmt::print(stderr, "qvg: no text in the window: {}\n", FfmpegError(AVERROR(ENOENT)));
+  }
   return texture_;
 }
 

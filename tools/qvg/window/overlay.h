@@ -25,6 +25,7 @@ class Overlay {
   const Renderer& renderer_;
   std::string help_, line_, drawn_;
   double until_ = 0;
+  bool failureTold_ = false;
   Texture texture_;
 };
 

@@ -22,6 +22,7 @@ class Playback {
   void Jump();
   /** Lets one frame through and pauses behind it. */
   void Step();
+  bool Stepping() const { return step_; }
   bool Paused() const { return paused_; }
 
   /** Frames shown a second, over about the last one; 0 after fewer than two. */

@@ -35,7 +35,7 @@ PreviewWindow::PreviewWindow(const Renderer& renderer, const std::string& name, 
   view_.width = width;
   view_.height = height;
   window_.Listen({.refresh = [this] { dirty_ = true; },
-                  .stroke = [this](const Stroke& stroke) { _OnStroke(stroke); },
+                  .stroke = [this](const Stroke& stroke) { strokes_.push_back(stroke); },
                   .press = [this](double x, double y) { _OnPress(x, y); },
                   .drag = [this](double x, double) { _OnDrag(x); },
                   .release = [this] { dragging_ = false; }});
@@ -45,17 +45,22 @@ KeyOffer PreviewWindow::_Offer() const {
   return {.effect = parameters_.has_value(), .travel = tasks_.travel, .tasks = tasks_.print != nullptr};
 }
 
-void PreviewWindow::_OnStroke(const Stroke& stroke) {
-  const KeyRow* row = FindKey(stroke);
-  if (!row) return;
-  if (_Offer().*row->needs) {
-    const bool far = stroke.shift && (row->action == KeyAction::kSeek || row->action == KeyAction::kChange);
-    _Act(*row, row->amount * (far ? kShiftFactor : 1));
-  } else if (row->needs == &KeyOffer::effect) {
-    Say("no effect in use");
+void PreviewWindow::_TakeStrokes() {
+  for (; !strokes_.empty(); strokes_.pop_front()) {
+    const Stroke stroke = strokes_.front();
+    const KeyRow* row = FindKey(stroke);
+    if (!row) continue;
+    // The others mean the picture that is still to be shown.
+    if (playback_.Stepping() || (move_ && row->needs != &KeyOffer::travel)) return;
+    if (_Offer().*row->needs) {
+      const bool far = stroke.shift && (row->action == KeyAction::kSeek || row->action == KeyAction::kChange);
+      _Act(*row, row->amount * (far ? kShiftFactor : 1));
+    } else if (row->needs == &KeyOffer::effect) {
+      Say("no effect in use");
+    }
+    dirty_ = true;
+    _UpdateTitle(true);
   }
-  dirty_ = true;
-  _UpdateTitle(true);
 }
 
 void PreviewWindow::_Act(const KeyRow& row, int steps) {
@@ -97,8 +102,8 @@ void PreviewWindow::_Act(const KeyRow& row, int steps) {
 }
 
 void PreviewWindow::_MoveTo(const KeyRow& row, int steps) {
-  const bool atEnd = !state_.empty() && tasks_.travel;
-  if (row.action == KeyAction::kStep && steps > 0) return playback_.Step();
+  const bool held = !state_.empty(), atEnd = held && tasks_.travel;
+  if (row.action == KeyAction::kStep && steps > 0) return held ? void() : playback_.Step();
   if (row.action == KeyAction::kPause && !atEnd) return playback_.TogglePause();
   if (!move_) move_.emplace();
   if (row.action == KeyAction::kSeek) {
@@ -179,6 +184,7 @@ void PreviewWindow::_UpdateTitle(bool now) {
 
 std::optional<Served> PreviewWindow::_Serve(double timeout) {
   closed_ = !window_.Serve(timeout) || closed_;
+  if (!closed_) _TakeStrokes();
   if (closed_ || stopped_()) return Served::kEnd;
   if (move_) return Served::kMove;
   if (overlay_.Expire(NativeWindow::Now())) dirty_ = true;

@@ -1,6 +1,7 @@
 // A window that shows pictures and does what its keys are asked.
 #pragma once
 
+#include <deque>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -74,7 +75,7 @@ class PreviewWindow {
  private:
   using Drawer = Handle<QVGWndDrawer, &QVGGLRendererInterface::DestroyWndDrawer>;
 
-  void _OnStroke(const Stroke& stroke);
+  void _TakeStrokes();
   void _Act(const KeyRow& row, int steps);
   void _MoveTo(const KeyRow& row, int steps);
   void _ChangeEffect(const KeyRow& row, int steps);
@@ -102,6 +103,7 @@ class PreviewWindow {
   View view_;
   PreviewTasks tasks_;
   std::optional<ParameterKeys> parameters_;
+  std::deque<Stroke> strokes_;
   std::optional<Move> move_;
   QVGTexture *picture_ = nullptr, *before_ = nullptr;
   double splitAt_ = 0.5;  // Of the picture's width as it is seen.
