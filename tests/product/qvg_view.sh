@@ -150,8 +150,8 @@ start view clip.mp4 --from 1
 press space "a clip that is viewed" titled "paused"
 for step in "Home 1.000" "Next 6.000" "comma 5.960" "Prior 1.000" "period 1.040" "shift+Next 19.960"; do
   read -r key time <<<"$step"
-  xdotool key "$key"
-  press s "after $key it is at $time s" test -s "clip-${time}s.png"
+  xdotool key "$key" s
+  eventually "after $key it is at $time s" test -s "clip-${time}s.png"
   "$qvg" process clip.mp4 --from "$time" -o there.png >/dev/null 2>&1
   alike there.png "clip-${time}s.png"
   verdict "and shows that frame" $?

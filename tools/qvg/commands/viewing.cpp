@@ -129,8 +129,7 @@ bool Viewing::_BeginAgain() {
 
 bool Viewing::_Go(const Move& move) {
   bool gone = false;
-  if (move.toStart) gone = clip_->GoTo(0);
-  if (move.seconds != 0) gone = clip_->GoTo(shownTime_ + move.seconds);
+  if (move.toStart || move.seconds != 0) gone = clip_->GoTo((move.toStart ? 0 : shownTime_) + move.seconds);
   for (int i = 0; i < move.framesBack; ++i) gone = clip_->GoBack() || gone;
   if (gone && !clip_->Current()) throw Error(fmt::format("{}: nothing can be read there any more", options_.input));
   if (gone) {

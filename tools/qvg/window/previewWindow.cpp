@@ -50,8 +50,11 @@ void PreviewWindow::_TakeStrokes() {
     const Stroke stroke = strokes_.front();
     const KeyRow* row = FindKey(stroke);
     if (!row) continue;
-    // The others mean the picture that is still to be shown.
-    if (playback_.Stepping() || (move_ && row->needs != &KeyOffer::travel)) return;
+    // It means a picture that is still to be drawn.
+    if (playback_.Stepping() || (move_ && row->needs != &KeyOffer::travel) ||
+        (effectChanged_ && row->needs == &KeyOffer::tasks)) {
+      return;
+    }
     if (_Offer().*row->needs) {
       const bool far = stroke.shift && (row->action == KeyAction::kSeek || row->action == KeyAction::kChange);
       _Act(*row, row->amount * (far ? kShiftFactor : 1));
@@ -112,7 +115,7 @@ void PreviewWindow::_MoveTo(const KeyRow& row, int steps) {
     move_->framesBack -= steps;
     playback_.Pause();
   } else {
-    move_->toStart = true;
+    *move_ = {.toStart = true};
     if (row.action == KeyAction::kPause && playback_.Paused()) playback_.TogglePause();
   }
 }

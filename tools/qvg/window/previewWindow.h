@@ -26,7 +26,7 @@ struct PreviewTasks {
   bool travel = false;  // The command takes Move for an answer.
 };
 
-/** Where in the clip the user wants to go, from the picture shown. */
+/** Where in the clip the user wants to go, from the picture shown or from the start. */
 struct Move {
   bool toStart = false;
   double seconds = 0;
