@@ -75,7 +75,7 @@ std::string Summary(const std::string& path, const MediaWriter& writer, const Vi
                         static_cast<double>(frames) / std::max(1e-6, seconds));
   }
   line += ", " + writer.EncoderName();
-  if (writer.SoundStreams() > 0) line += ", sound copied";
+  for (const std::string& told : writer.Companions().Told()) line += ", " + told;
   return line;
 }
 
@@ -192,7 +192,8 @@ class Processing {
   bool _DrawAll() {
     FramePtr frame = std::move(first_), before;
     Progress progress(total_);
-    writer_->Open(out_, *frame, source_->SoundStreams());
+    const double frames = limit_ > 0 ? static_cast<double>(limit_) : HUGE_VAL;
+    writer_->Open(out_, *frame, source_.get(), std::min(options_.End(), frames * av_q2d(av_inv_q(out_.frameRate))));
     if (window_) window_->SetTasks({.redraw = [&] { _Draw(*before); }});
     while (frame && !interrupted && _Seconds(*frame) < options_.End() - 1e-6) {
       if (window_ && before && window_->WaitFor(_Seconds(*frame)) == Served::kEnd) break;
@@ -204,7 +205,9 @@ class Processing {
       before = std::move(frame);  // The preview may draw it again.
       if (limit_ > 0 && done_ >= limit_) break;
       frame = source_->Read();
-      while (PacketPtr sound = source_->TakeSound()) writer_->AddSound(std::move(sound));
+      for (CompanionPacket taken = source_->TakePacket(); taken.packet; taken = source_->TakePacket()) {
+        writer_->AddPacket(std::move(taken));
+      }
     }
     const bool complete = !frame && (limit_ == 0 || done_ < limit_);
     writer_->Finish(complete);
@@ -238,8 +241,9 @@ class Processing {
     tell(outcome_.summary, sheetSaved, fmt::format("{}: contact sheet, before and after", options_.sheet));
     const std::string oddKey = keyWatch_ ? keyWatch_->Complaint() : std::string();
     tell(outcome_.complaints, !oddKey.empty(), oddKey);
-    tell(outcome_.complaints, !writer_->SoundLeftOut().empty(),
-         fmt::format("sound left out: {} can't hold {}", path, writer_->SoundLeftOut()));
+    for (const std::string& line : writer_->Companions().LeftOut()) {
+      outcome_.complaints.push_back(fmt::format("{}, which {} can't hold", line, path));
+    }
     if (interrupted) {
       outcome_.complaints.push_back(fmt::format("interrupted: {} holds {} frames", path, done_));
       outcome_.exitCode = kInterrupted;

@@ -101,6 +101,14 @@ void AddChoosing(CLI::App& app, ProcessOptions& options) {
   app.add_flag_callback(
          "--no-sound", [&options] { options.read.sound = false; }, "Leaves the sound out")
       ->group(choose);
+  options.read.subtitles = true;
+  app.add_flag_callback(
+         "--no-subtitles", [&options] { options.read.subtitles = false; }, "Leaves subtitles out")
+      ->group(choose);
+  app.add_flag_callback(
+         "--no-deinterlace", [&options] { options.read.deinterlace = false; },
+         "Keeps the lines of two fields in a frame as they are; else both are made one picture")
+      ->group(choose);
 }
 
 void AddWriting(CLI::App& app, ProcessOptions& options) {

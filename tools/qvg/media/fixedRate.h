@@ -8,21 +8,17 @@
 
 namespace qvgtool {
 
-class FixedRate : public FrameSource {
+class FixedRate : public FrameAdapter {
  public:
   /** rate: frames a second. */
   FixedRate(std::unique_ptr<FrameSource> source, double rate);
 
   const VideoFormat& Format() const override { return format_; }
   FramePtr Read() override;
-  std::vector<const AVStream*> SoundStreams() const override { return source_->SoundStreams(); }
-  PacketPtr TakeSound() override { return source_->TakeSound(); }
-  std::string Damage() const override { return source_->Damage(); }
 
  private:
   double _Begin(const AVFrame& frame) const;
 
-  std::unique_ptr<FrameSource> source_;
   VideoFormat format_;
   FramePtr shown_, next_;
   int64_t count_ = 0;

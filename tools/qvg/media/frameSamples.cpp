@@ -54,7 +54,7 @@ std::vector<FramePtr> SamplesOf(const std::string& path, const ReadOptions& opti
 std::vector<FramePtr> ReadAhead::Samples() {
   std::vector<FramePtr> samples;
   for (int i = 0; i < kFramesAhead; ++i) {
-    FramePtr frame = source_->Read();
+    FramePtr frame = Source().Read();
     if (!frame) break;
     if (i % kSamples == 0) samples.push_back(Sample(*frame, Format().quarterTurns));
     frames_.push_back(std::move(frame));
@@ -63,7 +63,7 @@ std::vector<FramePtr> ReadAhead::Samples() {
 }
 
 FramePtr ReadAhead::Read() {
-  if (frames_.empty()) return source_->Read();
+  if (frames_.empty()) return Source().Read();
   FramePtr frame = std::move(frames_.front());
   frames_.pop_front();
   return frame;

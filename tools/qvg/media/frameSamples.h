@@ -17,21 +17,16 @@ FramePtr Sample(const AVFrame& frame, int quarterTurns);
 std::vector<FramePtr> SamplesOf(const std::string& path, const ReadOptions& options);
 
 /** A source whose first frames can be looked at before they are read: for streams, which can't be read twice. */
-class ReadAhead : public FrameSource {
+class ReadAhead : public FrameAdapter {
  public:
-  explicit ReadAhead(std::unique_ptr<FrameSource> source) : source_(std::move(source)) {}
+  using FrameAdapter::FrameAdapter;
 
   /** Upright RGBA copies of some of the next frames. Throws Error. */
   std::vector<FramePtr> Samples();
 
-  const VideoFormat& Format() const override { return source_->Format(); }
   FramePtr Read() override;
-  std::vector<const AVStream*> SoundStreams() const override { return source_->SoundStreams(); }
-  PacketPtr TakeSound() override { return source_->TakeSound(); }
-  std::string Damage() const override { return source_->Damage(); }
 
  private:
-  std::unique_ptr<FrameSource> source_;
   std::deque<FramePtr> frames_;
 };
 

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <filesystem>
@@ -37,6 +38,23 @@ int QuarterTurns(const AVStream* stream) {
   return std::isnan(clockwise) ? 0 : (static_cast<int>(std::lround(clockwise / 90)) % 4 + 4) % 4;
 }
 
+// How long before its end a packet of sound has to begin to be of use: those of codecs that overlap need the one before.
+int64_t LeadOf(const CompanionPacket& taken) {
+  const AVCodecParameters* codec = taken.stream->codecpar;
+  const AVCodecDescriptor* kind = avcodec_descriptor_get(codec->codec_id);
+  const int64_t duration = std::max<int64_t>(1, taken.packet->duration);
+  if (codec->codec_type != AVMEDIA_TYPE_AUDIO || !kind || (kind->props & AV_CODEC_PROP_LOSSLESS)) return duration;
+  const AVRational sample{1, std::max(1, codec->sample_rate)};
+  return duration + std::max(duration, av_rescale_q(codec->seek_preroll, sample, taken.stream->time_base));
+}
+
+// A subtitle is shown from its beginning on, whenever that is.
+void BeginAtZero(AVPacket& packet) {
+  if (packet.pts == AV_NOPTS_VALUE) return;
+  packet.duration += packet.duration > 0 ? packet.pts : 0;
+  packet.pts = packet.dts = 0;
+}
+
 }  // namespace
 
 MediaReader::MediaReader(const std::string& path, const ReadOptions& options)
@@ -51,16 +69,14 @@ MediaReader::MediaReader(const std::string& path, const ReadOptions& options)
   const int found = avformat_find_stream_info(input_.get(), nullptr);
   if (found < 0) throw Error(fmt::format("{}: {}", path_, FfmpegError(found)));
   _OpenDecoder();
-  for (unsigned i = 0; i < input_->nb_streams; ++i) {
-    AVStream* stream = input_->streams[i];
-    const bool isSound = options.sound && stream->codecpar->codec_type == AVMEDIA_TYPE_AUDIO;
-    if (isSound) sound_.push_back(stream);
-    if (!isSound && stream != video_) stream->discard = AVDISCARD_ALL;
-  }
+  _ChooseCompanions(options);
   _Describe();
+  progressiveSdr_.emplace(path_, format_.timeBase, options.deinterlace);
   if (input_->start_time != AV_NOPTS_VALUE && input_->start_time > 0) origin_ = input_->start_time;
   if (options.from > 0) _StartAt(options.from);
   if (origin_ > 0 && options.exactly) firstPts_ = 0;
+  cut_ = options.from > 0 && options.exactly;
+  if (cut_) before_ = 0;
   TakeDemuxerError();
 }
 
@@ -75,6 +91,17 @@ void MediaReader::_OpenDecoder() {
   decoder_->thread_count = 0;
   const int opened = avcodec_open2(decoder_.get(), codec, nullptr);
   if (opened < 0) throw Error(fmt::format("{}: {}", path_, FfmpegError(opened)));
+}
+
+void MediaReader::_ChooseCompanions(const ReadOptions& options) {
+  for (unsigned i = 0; i < input_->nb_streams; ++i) {
+    AVStream* stream = input_->streams[i];
+    const AVMediaType type = stream->codecpar->codec_type;
+    const bool kept = (options.sound && type == AVMEDIA_TYPE_AUDIO) ||
+                      (options.subtitles && type == AVMEDIA_TYPE_SUBTITLE);
+    if (kept) companions_.push_back({stream});
+    if (!kept && stream != video_) stream->discard = AVDISCARD_ALL;
+  }
 }
 
 void MediaReader::_Describe() {
@@ -108,25 +135,38 @@ void MediaReader::_StartAt(double from) {
   origin_ += start;
   format_.frameCount -= std::min(format_.frameCount, static_cast<int64_t>(from * av_q2d(format_.frameRate)));
   // An input that can't seek (a pipe) is read from its beginning: Read() drops what lies before the origin.
+  target_ = origin_;
   if (start > 0) avformat_seek_file(input_.get(), -1, INT64_MIN, origin_, origin_, 0);
 }
 
 bool MediaReader::Seek(double seconds) {
   const bool stream = input_->pb && !(input_->pb->seekable & AVIO_SEEKABLE_NORMAL);
   const auto ahead = static_cast<int64_t>(std::max(0.0, seconds) * AV_TIME_BASE);
-  if (stream || format_.still ||
-      avformat_seek_file(input_.get(), -1, INT64_MIN, origin_ + ahead, origin_ + ahead, 0) < 0) {
-    return false;
-  }
+  const int64_t target = origin_ + ahead;
+  if (stream || format_.still || avformat_seek_file(input_.get(), -1, INT64_MIN, target, target, 0) < 0) return false;
   avcodec_flush_buffers(decoder_.get());
-  draining_ = false;
-  soundPackets_.clear();
+  progressiveSdr_->Reset();
+  draining_ = ended_ = false;
+  packets_.clear();
+  begun_ = true;
+  target_ = target;
+  before_ = 0;
   lastPts_ = AV_NOPTS_VALUE;
   firstPts_ = ahead > 0 || origin_ > 0 ? av_rescale_q(ahead, AV_TIME_BASE_Q, format_.timeBase) : INT64_MIN;
   return true;
 }
 
 FramePtr MediaReader::Read() {
+  for (;;) {
+    if (FramePtr frame = progressiveSdr_->Take()) return frame;
+    if (ended_) return nullptr;
+    FramePtr decoded = _Decode();
+    ended_ = decoded == nullptr;
+    progressiveSdr_->Send(std::move(decoded));
+  }
+}
+
+FramePtr MediaReader::_Decode() {
   for (;;) {
     FramePtr frame = NewFrame();
     const int result = avcodec_receive_frame(decoder_.get(), frame.get());
@@ -140,20 +180,31 @@ FramePtr MediaReader::Read() {
       ++damagedPackets_;
       continue;
     }
-    const int64_t step = std::max<int64_t>(1, av_rescale_q(1, av_inv_q(format_.frameRate), format_.timeBase));
-    const int64_t origin = av_rescale_q(origin_, AV_TIME_BASE_Q, format_.timeBase);
-    int64_t pts = frame->best_effort_timestamp;
-    if (pts != AV_NOPTS_VALUE) {
-      pts -= origin;
-      if (pts < firstPts_) continue;
-    }
-    if (pts == AV_NOPTS_VALUE) pts = lastPts_ == AV_NOPTS_VALUE ? 0 : lastPts_ + step;
-    if (lastPts_ != AV_NOPTS_VALUE && pts <= lastPts_) pts = lastPts_ + 1;
-    frame->pts = lastPts_ = pts;
+    if (!_SetTime(*frame)) continue;
     if (frame->decode_error_flags) ++damagedPackets_;
     ++framesRead_;
     return frame;
   }
+}
+
+/// @return false when the frame lies before what is wanted.
+bool MediaReader::_SetTime(AVFrame& frame) {
+  const int64_t step = std::max<int64_t>(1, av_rescale_q(1, av_inv_q(format_.frameRate), format_.timeBase));
+  int64_t pts = frame.best_effort_timestamp;
+  if (pts != AV_NOPTS_VALUE) {
+    pts -= av_rescale_q(origin_, AV_TIME_BASE_Q, format_.timeBase);
+    if (pts < firstPts_) return false;
+    if (cut_ && !begun_) {
+      // All that goes along begins with this picture.
+      origin_ += av_rescale_q(pts, format_.timeBase, AV_TIME_BASE_Q);
+      pts = 0;
+    }
+  }
+  if (pts == AV_NOPTS_VALUE) pts = lastPts_ == AV_NOPTS_VALUE ? 0 : lastPts_ + step;
+  if (lastPts_ != AV_NOPTS_VALUE && pts <= lastPts_) pts = lastPts_ + 1;
+  frame.pts = lastPts_ = pts;
+  begun_ = true;
+  return true;
 }
 
 bool MediaReader::_FeedDecoder() {
@@ -167,34 +218,70 @@ bool MediaReader::_FeedDecoder() {
       return false;
     }
     if (packet->stream_index == video_->index) {
+      if (before_ >= 0 && _SeekFurtherBack(*packet)) continue;
+      before_ = -1;
       if (packet->flags & AV_PKT_FLAG_CORRUPT) ++damagedPackets_;
       const int sent = avcodec_send_packet(decoder_.get(), packet.get());
       if (sent < 0 && sent != AVERROR_EOF) ++damagedPackets_;
       return true;
     }
-    _KeepSound(std::move(packet));
+    _KeepPacket(std::move(packet));
   }
   return false;
 }
 
-void MediaReader::_KeepSound(PacketPtr packet) {
+/// Containers without an index lead to any packet: one to begin with has to be looked for.
+bool MediaReader::_SeekFurtherBack(const AVPacket& first) {
+  const int64_t time = first.dts != AV_NOPTS_VALUE ? first.dts : first.pts;
+  const bool early = time == AV_NOPTS_VALUE || av_compare_ts(time, video_->time_base, origin_, AV_TIME_BASE_Q) <= 0;
+  const int64_t start = input_->start_time != AV_NOPTS_VALUE ? input_->start_time : 0;
+  if (((first.flags & AV_PKT_FLAG_KEY) && early) || before_ > origin_ - start) return false;
+  before_ = std::max<int64_t>(AV_TIME_BASE, before_ * 4);
+  const int64_t target = std::max(start, origin_ - before_);
+  if (avformat_seek_file(input_.get(), -1, INT64_MIN, target, target, 0) < 0) return false;
+  packets_.clear();
+  return true;
+}
+
+void MediaReader::_KeepPacket(PacketPtr packet) {
   const AVStream* stream = input_->streams[packet->stream_index];
-  for (const AVStream* wanted : sound_) {
-    if (wanted != stream) continue;
-    const int64_t origin = av_rescale_q(origin_, AV_TIME_BASE_Q, stream->time_base);
-    if (packet->pts != AV_NOPTS_VALUE) packet->pts -= origin;
-    if (packet->dts != AV_NOPTS_VALUE) packet->dts -= origin;
-    const bool before = origin_ > 0 && packet->pts != AV_NOPTS_VALUE && packet->pts < 0;
-    if (!before) soundPackets_.push_back(std::move(packet));
+  for (size_t i = 0; i < companions_.size(); ++i) {
+    if (companions_[i].stream != stream) continue;
+    packets_.push_back({std::move(packet), i, stream});
     return;
   }
 }
 
-PacketPtr MediaReader::TakeSound() {
-  if (soundPackets_.empty()) return nullptr;
-  PacketPtr packet = std::move(soundPackets_.front());
-  soundPackets_.pop_front();
-  return packet;
+CompanionPacket MediaReader::TakePacket() {
+  while (!packets_.empty()) {
+    CompanionPacket taken = std::move(packets_.front());
+    packets_.pop_front();
+    AVPacket& packet = *taken.packet;
+    const int64_t origin = av_rescale_q(origin_, AV_TIME_BASE_Q, taken.stream->time_base);
+    if (packet.pts != AV_NOPTS_VALUE) packet.pts -= origin;
+    if (packet.dts != AV_NOPTS_VALUE) packet.dts -= origin;
+    if (cut_ && packet.pts != AV_NOPTS_VALUE && packet.pts + LeadOf(taken) <= 0) continue;
+    if (taken.stream->codecpar->codec_type == AVMEDIA_TYPE_SUBTITLE && packet.pts < 0) BeginAtZero(packet);
+    return taken;
+  }
+  return {};
+}
+
+Tags MediaReader::FileTags() const { return LastingTags(input_->metadata); }
+
+Tags MediaReader::PictureTags() const { return LastingTags(video_->metadata); }
+
+std::vector<Chapter> MediaReader::Chapters() const {
+  std::vector<Chapter> chapters;
+  const double origin = static_cast<double>(origin_) / AV_TIME_BASE;
+  for (unsigned i = 0; i < input_->nb_chapters; ++i) {
+    const AVChapter& chapter = *input_->chapters[i];
+    const double unit = av_q2d(chapter.time_base);
+    const double start = static_cast<double>(chapter.start) * unit - origin;
+    const double end = static_cast<double>(chapter.end) * unit - origin;
+    if (end > 0) chapters.push_back({std::max(0.0, start), end, LastingTags(chapter.metadata)});
+  }
+  return chapters;
 }
 
 std::string MediaReader::Damage() const {

@@ -2,8 +2,10 @@
 #pragma once
 
 #include <deque>
+#include <optional>
 
 #include "media/frameSource.h"
+#include "media/progressiveSdr.h"
 
 namespace qvgtool {
 
@@ -11,6 +13,8 @@ struct ReadOptions {
   double from = 0;  // Seconds into the input.
   bool sound = true;
   bool exactly = true;  // Starts with the frame of that time, else with the one before it that is quickly there.
+  bool subtitles = false;
+  bool deinterlace = true;
 };
 
 class MediaReader : public FrameSource {
@@ -21,28 +25,40 @@ class MediaReader : public FrameSource {
   const VideoFormat& Format() const override { return format_; }
   FramePtr Read() override;
   bool Seek(double seconds) override;
-  std::vector<const AVStream*> SoundStreams() const override { return sound_; }
-  PacketPtr TakeSound() override;
+  std::vector<Companion> Companions() const override { return companions_; }
+  CompanionPacket TakePacket() override;
+  Tags FileTags() const override;
+  Tags PictureTags() const override;
+  std::vector<Chapter> Chapters() const override;
   std::string Damage() const override;
 
  private:
   void _OpenDecoder();
+  void _ChooseCompanions(const ReadOptions& options);
   void _Describe();
   void _StartAt(double from);
+  FramePtr _Decode();
+  bool _SetTime(AVFrame& frame);
   bool _FeedDecoder();
-  void _KeepSound(PacketPtr packet);
+  bool _SeekFurtherBack(const AVPacket& first);
+  void _KeepPacket(PacketPtr packet);
 
   std::string path_;
   InputPtr input_;
   CodecContextPtr decoder_;
   AVStream* video_ = nullptr;
-  std::vector<const AVStream*> sound_;
-  std::deque<PacketPtr> soundPackets_;
+  std::vector<Companion> companions_;
+  std::deque<CompanionPacket> packets_;  // In the input's time.
   VideoFormat format_;
+  std::optional<ProgressiveSdr> progressiveSdr_;
   int64_t origin_ = 0;            // In AV_TIME_BASE units: the input's time that becomes 0.
   int64_t firstPts_ = INT64_MIN;  // Frames before it are dropped.
+  bool cut_ = false;              // Begins within the input, with what its first frame
+  bool begun_ = false;            // shows the time of.
+  int64_t target_ = 0;            // Of the last winding, in the input's time,
+  int64_t before_ = -1;           // and how far before it reading began; -1: far enough.
   int64_t lastPts_ = AV_NOPTS_VALUE;
-  bool draining_ = false;
+  bool draining_ = false, ended_ = false;
   int64_t framesRead_ = 0;
   int damagedPackets_ = 0;
   std::string readError_;

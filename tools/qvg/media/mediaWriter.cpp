@@ -86,6 +86,22 @@ AVPixelFormat NearestFormat(const AVCodec* codec, AVPixelFormat rgb) {
   return avcodec_find_best_pix_fmt_of_list(codec->pix_fmts, rgb, rgb == AV_PIX_FMT_RGBA, nullptr);
 }
 
+void AddChapters(AVFormatContext& output, const std::vector<Chapter>& chapters, double end) {
+  for (const Chapter& chapter : chapters) {
+    if (chapter.start >= end) continue;
+    AVChapter* made = static_cast<AVChapter*>(av_mallocz(sizeof(AVChapter)));
+    if (!made) throw std::bad_alloc();
+    // The output owns it from here on, and frees it.
+    av_dynarray_add(&output.chapters, reinterpret_cast<int*>(&output.nb_chapters), made);
+    if (!output.chapters) throw std::bad_alloc();
+    made->id = output.nb_chapters;
+    made->time_base = {1, 1000};
+    made->start = std::llround(chapter.start * 1000);
+    made->end = std::llround(std::min(chapter.end, end) * 1000);
+    SetTags(made->metadata, chapter.tags);
+  }
+}
+
 std::string LongerName(const AVCodec* codec) { return codec->long_name ? codec->long_name : codec->name; }
 
 }  // namespace
@@ -196,8 +212,7 @@ bool MediaWriter::_OpenEncoder(const AVCodec* codec, const VideoFormat& format, 
   return avcodec_open2(encoder, codec, nullptr) >= 0;
 }
 
-void MediaWriter::Open(const VideoFormat& format, const AVFrame& colorSource,
-                       const std::vector<const AVStream*>& sound) {
+void MediaWriter::Open(const VideoFormat& format, const AVFrame& colorSource, const FrameSource* source, double end) {
   sourceTimeBase_ = format.timeBase;
   const bool opened = std::any_of(codecs_.begin(), codecs_.end(),
                                   [&](const AVCodec* codec) { return _OpenEncoder(codec, format, colorSource); });
@@ -206,20 +221,14 @@ void MediaWriter::Open(const VideoFormat& format, const AVFrame& colorSource,
     throw Error(fmt::format("{}: {} does not take {} x {}: {}", path_, LongerName(codecs_.front()), format.width,
                             format.height, FfmpegError(AVERROR(EINVAL))));
   }
-  video_ = avformat_new_stream(output_.get(), nullptr);
-  if (!video_) throw std::bad_alloc();
-  video_->time_base = encoder_->time_base;
-  video_->avg_frame_rate = video_->r_frame_rate = format.frameRate;
-  video_->sample_aspect_ratio = format.pixelAspect;
-  avcodec_parameters_from_context(video_->codecpar, encoder_.get());
-  if (!image_) _AddSoundStreams(sound);
+  _AddStreams(format, source, end);
 
   int result = 0;
   std::string url = path_.find("://") == std::string::npos ? "file:" + path_ : path_;
   if (path_ == "-") {
     url = fmt::format("pipe:{}", options_.standardOutput);
     // Nothing that was written can be changed any more.
-    av_opt_set(output_.get(), "movflags", "frag_keyframe+empty_moov", AV_OPT_SEARCH_CHILDREN);
+    av_opt_set(output_.get(), "movflags", "frag_keyframe+empty_moov+delay_moov", AV_OPT_SEARCH_CHILDREN);
   }
   if (!(output_->oformat->flags & AVFMT_NOFILE)) result = avio_open(&output_->pb, url.c_str(), AVIO_FLAG_WRITE);
   if (result >= 0) result = avformat_write_header(output_.get(), nullptr);
@@ -230,21 +239,19 @@ void MediaWriter::Open(const VideoFormat& format, const AVFrame& colorSource,
   headerWritten_ = true;
 }
 
-void MediaWriter::_AddSoundStreams(const std::vector<const AVStream*>& sound) {
-  for (const AVStream* from : sound) {
-    if (avformat_query_codec(output_->oformat, from->codecpar->codec_id, FF_COMPLIANCE_NORMAL) != 1) {
-      soundLeftOut_ += (soundLeftOut_.empty() ? "" : ", ") + std::string(avcodec_get_name(from->codecpar->codec_id));
-      continue;
-    }
-    AVStream* to = avformat_new_stream(output_.get(), nullptr);
-    if (!to) throw std::bad_alloc();
-    avcodec_parameters_copy(to->codecpar, from->codecpar);
-    to->codecpar->codec_tag = 0;
-    to->time_base = from->time_base;
-    to->disposition = from->disposition;
-    av_dict_copy(&to->metadata, from->metadata, 0);
-    soundOut_.push_back({from, to});
-  }
+void MediaWriter::_AddStreams(const VideoFormat& format, const FrameSource* source, double end) {
+  AVFormatContext* const output = output_.get();
+  video_ = avformat_new_stream(output, nullptr);
+  if (!video_) throw std::bad_alloc();
+  video_->time_base = encoder_->time_base;
+  video_->avg_frame_rate = video_->r_frame_rate = format.frameRate;
+  video_->sample_aspect_ratio = format.pixelAspect;
+  avcodec_parameters_from_context(video_->codecpar, encoder_.get());
+  if (image_ || !source) return;
+  SetTags(video_->metadata, source->PictureTags());
+  SetTags(output->metadata, source->FileTags());
+  companions_.Open(*output, source->Companions());
+  AddChapters(*output, source->Chapters(), end);
 }
 
 void MediaWriter::Write(FramePtr frame) {
@@ -262,7 +269,7 @@ void MediaWriter::Write(FramePtr frame) {
   send->quality = encoder_->global_quality;
   _Encode(send.get());
   const double now = static_cast<double>(send->pts) * av_q2d(encoder_->time_base);
-  _WriteSoundUpTo(now);
+  companions_.WriteUpTo(now, [this](AVPacket* packet) { _WritePacket(packet); });
   seconds_ = now + 1 / av_q2d(encoder_->framerate);
 }
 
@@ -282,39 +289,20 @@ void MediaWriter::_Encode(const AVFrame* frame) {
   }
 }
 
-void MediaWriter::AddSound(PacketPtr packet) { soundQueue_.push_back(std::move(packet)); }
-
-void MediaWriter::_WriteSoundUpTo(double seconds) {
-  auto keep = soundQueue_.begin();
-  for (auto& packet : soundQueue_) {
-    const auto out = std::find_if(soundOut_.begin(), soundOut_.end(),
-                                  [&](const SoundOut& s) { return s.from->index == packet->stream_index; });
-    if (out == soundOut_.end()) continue;
-    const int64_t time = packet->dts != AV_NOPTS_VALUE ? packet->dts : packet->pts;
-    if (time != AV_NOPTS_VALUE && static_cast<double>(time) * av_q2d(out->from->time_base) > seconds) {
-      std::swap(*keep++, packet);
-      continue;
-    }
-    packet->stream_index = out->to->index;
-    packet->pos = -1;
-    av_packet_rescale_ts(packet.get(), out->from->time_base, out->to->time_base);
-    _WritePacket(packet.get());
-  }
-  soundQueue_.erase(keep, soundQueue_.end());
-}
-
 void MediaWriter::_WritePacket(AVPacket* packet) {
   const int result = av_interleaved_write_frame(output_.get(), packet);
   if (result < 0) throw Error(fmt::format("cannot write {}: {}", path_, FfmpegError(result)));
 }
 
-void MediaWriter::Finish(bool endOfSound) {
+void MediaWriter::Finish(bool toEnd) {
   if (finished_ || !headerWritten_) return;
   finished_ = true;
   std::string failure;
   try {
     _Encode(nullptr);
-    _WriteSoundUpTo(endOfSound ? HUGE_VAL : seconds_);
+    const auto write = [this](AVPacket* packet) { _WritePacket(packet); };
+    companions_.WriteUpTo(toEnd ? HUGE_VAL : seconds_, write);
+    companions_.End(write);
   } catch (const Error& error) {
     failure = error.what();
   }

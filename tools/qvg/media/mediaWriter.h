@@ -1,8 +1,8 @@
-// Encodes frames into a video or an image and copies sound beside them.
+// Encodes frames into a video or an image, with sound and subtitles beside them.
 #pragma once
 
 #include "media/colorConversion.h"
-#include "media/frameSource.h"
+#include "media/companionTracks.h"
 
 namespace qvgtool {
 
@@ -29,33 +29,27 @@ class MediaWriter {
   /** The format in which frames should come: NV12, yuv420p or RGBA. */
   AVPixelFormat FrameFormat() const { return frameFormat_; }
 
-  /** Opens the file for pictures of the format's size, which may differ from the source's. Throws Error. */
-  void Open(const VideoFormat& format, const AVFrame& colorSource, const std::vector<const AVStream*>& sound);
+  /** Opens the file for pictures of the format's size, which may differ from the source's. source: of what goes along
+   *  with them; end: in seconds, where its chapters end at the latest. Throws Error. */
+  void Open(const VideoFormat& format, const AVFrame& colorSource, const FrameSource* source, double end);
   bool IsOpen() const { return headerWritten_; }
 
   /** Writes a frame of FrameFormat(); its pts counts in the source's time base. Throws Error. */
   void Write(FramePtr frame);
-  /** Queues sound; it is written when the pictures have come as far. */
-  void AddSound(PacketPtr packet);
-  /** Writes what is left and closes the file. endOfSound: write the sound that lies behind the last picture too. */
-  void Finish(bool endOfSound);
+  /** Queues sound or subtitles; they are written when the pictures have come as far. */
+  void AddPacket(CompanionPacket packet) { companions_.Add(std::move(packet)); }
+  /** Writes what is left and closes the file. toEnd: write the sound that lies behind the last picture too. */
+  void Finish(bool toEnd);
 
   const std::string& EncoderName() const { return encoderName_; }
-  int SoundStreams() const { return static_cast<int>(soundOut_.size()); }
-  /** Names of sound codecs that the container can't hold. */
-  const std::string& SoundLeftOut() const { return soundLeftOut_; }
+  const CompanionTracks& Companions() const { return companions_; }
   double Seconds() const { return seconds_; }
 
  private:
-  struct SoundOut {
-    const AVStream* from;
-    AVStream* to;
-  };
   void _ChooseCodecs(const std::string& name);
   bool _OpenEncoder(const AVCodec* codec, const VideoFormat& format, const AVFrame& colorSource);
-  void _AddSoundStreams(const std::vector<const AVStream*>& sound);
+  void _AddStreams(const VideoFormat& format, const FrameSource* source, double end);
   void _Encode(const AVFrame* frame);
-  void _WriteSoundUpTo(double seconds);
   void _WritePacket(AVPacket* packet);
 
   std::string path_;
@@ -65,9 +59,8 @@ class MediaWriter {
   std::vector<const AVCodec*> codecs_;  // In order of preference.
   CodecContextPtr encoder_;
   AVStream* video_ = nullptr;
-  std::vector<SoundOut> soundOut_;
-  std::vector<PacketPtr> soundQueue_;
-  std::string soundLeftOut_, encoderName_;
+  CompanionTracks companions_;
+  std::string encoderName_;
   AVPixelFormat frameFormat_ = AV_PIX_FMT_NONE, encoderFormat_ = AV_PIX_FMT_NONE;
   ColorConverter converter_;
   AVRational sourceTimeBase_{1, 25};

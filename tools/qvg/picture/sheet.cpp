@@ -55,7 +55,7 @@ void Sheet::Save(const std::string& path) {
   VideoFormat format;
   format.width = picture_->width;
   format.height = picture_->height;
-  writer.Open(format, *picture_, {});
+  writer.Open(format, *picture_, nullptr, 0);
   writer.Write(std::move(picture_));
   writer.Finish(false);
 }
