@@ -196,6 +196,87 @@ close "rotation in the file" 8 turned.mp4 upright.png
 expect "one summary line, nothing of the library's log; no sound" "1 0 h264" \
   "$(lines out.log) $(lines err.log) $(probe -show_entries stream=codec_name quiet.mp4)"
 
+# ---- What goes along with the pictures
+
+# together NAME LIMIT FILE: each beep comes with its flash.
+together() {
+  local seen
+  seen=$(ffmpeg -nostdin -i "$3" -vf blackdetect=d=0.1:pix_th=0.3 -af silencedetect=-20dB:0.1 -f null - 2>&1)
+  near "$1" "$2" "$(grep -o 'black_end:[0-9.]*' <<<"$seen" | cut -d: -f2 | head -n 3 | xargs)" \
+    "$(grep -o 'silence_end: [0-9.]*' <<<"$seen" | cut -d' ' -f2 | head -n 3 | xargs)"
+}
+flash="color=black:size=160x120:rate=25,drawbox=w=160:h=120:color=white:t=fill:enable='between(mod(t,1),0.5,0.535)'"
+make -f lavfi -i "$flash" -f lavfi -i "aevalsrc='if(between(mod(t,1),0.5,0.54),sin(6283*t))'" -t 4 -c:v libx264 -g 50 \
+  -c:a aac flash.mp4
+make -i flash.mp4 -c copy flash.ts
+make -i flash.mp4 -c:v copy -c:a flac flash.mkv
+make -i flash.mp4 -s 240x120 -r 50 -ar 22050 -ac 2 -c:a libmp3lame other.mp4
+make -f lavfi -i "color=black:size=160x120:rate=25" -t 2 mute.mp4
+for row in "flash.mp4 -o along.mp4;aac" "flash.mp4 -o along.mp4 --from 0.73;aac" "flash.ts -o along.mp4 --from 0.73;aac" \
+  "flash.mp4 -o along.webm --from 0.73;opus" "flash.mkv -o along.mp4;aac" "flash.mkv -o along.mkv --from 0.73;flac" \
+  "flash.mp4 flash.mp4 -o along.mp4 --from 2.2;aac" "mute.mp4 other.mp4 -o along.mp4;aac" \
+  "other.mp4 mute.mp4 flash.mp4 -o along.mp4 --from 2.2;aac"; do
+  process ${row%%;*}
+  file=$(grep -o 'along\.[a-z0-9]*' <<<"$row")
+  together "together: ${row%%;*}" 0.045 "$file"
+  expect "sound of ${row%%;*}" "${row#*;}" "$(probe -select_streams a -show_entries stream=codec_name "$file")"
+done
+process flash.mp4 -o along.mp4 --from 0.73
+expect "both begin at 0" "0.000000 0.000000" "$(probe -show_entries stream=start_time along.mp4 | xargs)"
+
+printf '1\n00:00:00,200 --> 00:00:01,500\nfirst\n\n2\n00:00:02,000 --> 00:00:03,000\nsecond\n' >text.srt
+printf ';FFMETADATA1\ntitle=Whole\n[CHAPTER]\nTIMEBASE=1/10\nSTART=0\nEND=15\ntitle=A\n[CHAPTER]\nTIMEBASE=1/10\nSTART=15
+END=40\ntitle=B\n' >titles.txt
+make -i flash.mp4 -i text.srt -i titles.txt -map 0 -map 1 -map_metadata 2 -c copy -c:s srt -metadata:s:a language=deu \
+  -metadata:s:s language=fra titled.mkv
+for row in "mp4;mov_text" "webm;webvtt" "mkv;subrip"; do
+  file=titled-out.${row%%;*}
+  process titled.mkv -o "$file" --from 1.04 --to 2.56
+  expect "titles, chapters and subtitles in $file" "${row#*;} deu fra Whole A B 00:00:00,0 first 00:00:00,9 second" "$({
+    probe -select_streams s:0 -show_entries stream=codec_name "$file"
+    probe -show_entries stream_tags=language "$file" | grep -oE 'deu|fra'
+    probe -show_entries format_tags=title "$file"
+    probe -show_entries chapter_tags=title "$file"
+    ffmpeg -nostdin -v error -i "$file" -map 0:s:0 -f srt - | sed -nE 's/^(..:..:..,[0-9])([0-9]*) .*/\1/p; /^[a-z]/p'
+  } | xargs)"
+done
+
+# Pictures that are none of whole frames of standard range; the grey, cyan and red bar.
+bars="smptehdbars=size=320x180:rate=25,setparams=color_primaries=bt709:color_trc=bt709:colorspace=bt709:range=tv"
+for transfer in smpte2084 arib-std-b67 bt2020-10; do
+  make -f lavfi -i "$bars,format=yuv444p,zscale=t=linear:npl=203,format=gbrpf32le,
+    zscale=p=bt2020:t=$transfer:m=bt2020nc:r=limited:npl=203,format=yuv420p10le" -frames:v 3 -c:v libx264 -crf 4 \
+    -color_primaries bt2020 -color_trc $transfer -colorspace bt2020nc wide.mp4
+  process wide.mp4 -o wide-out.mp4
+  [[ $transfer == bt2020* ]] && tags=smpte170m,bt2020-10,bt2020 || tags=smpte170m,bt709,bt709
+  expect "tags of $transfer" "$tags" "$(probe -show_entries stream=color_space,color_transfer,color_primaries wide-out.mp4)"
+  make -i wide-out.mp4 -vf zscale=p=bt709:t=bt709:m=bt709,format=gbrp -frames:v 1 wide.png
+  near "colours of $transfer" 14 "102 102 102 255 188 188 188 255 0 188 188 255 188 0 0 255" \
+    "$(rgba wide.png 20:40 60:40 120:40 225:40)"
+done
+make -f lavfi -i "color=gray:size=160x120:rate=50,drawbox=w=30:h=120:color=white:t=fill,scroll=h=-0.03" -t 1 -vf \
+  tinterlace=interleave_top,setfield=tff -c:v libx264 -flags +ilme+ildct -x264opts tff=1 -crf 8 fields.mp4
+# How much neighbouring lines differ.
+combs() {
+  ffmpeg -nostdin -v error -ss 0.5 -i "$1" -frames:v 1 -vf "format=gray,split[a][b];[a]crop=iw:ih-1:0:0[c];[b]crop=iw:ih-1:0:1
+    [d];[c][d]blend=all_mode=difference,signalstats,metadata=print:file=-" -f null - | awk -F= '/YAVG/{print ($2 > 1); exit}'
+}
+process fields.mp4 -o whole.mp4
+process fields.mp4 -o kept.mp4 --no-deinterlace
+expect "two fields made one picture, and kept" "0 25 1 25" \
+  "$(combs whole.mp4) $(frames whole.mp4) $(combs kept.mp4) $(frames kept.mp4)"
+
+# Inputs one after the other, and numbered ones.
+process mute.mp4 red.png -o row.mp4
+make -sseof -0.2 -i row.mp4 -frames:v 1 -update 1 row.png
+expect "a clip and an image, fitted" "175" "$(frames row.mp4)"
+near "the image, and beside it" 4 "200 32 0 255 0 0 0 255" "$(rgba row.png 80:60 4:60)"
+make -f lavfi -i "testsrc=size=64x48" -frames:v 12 -start_number 95 n%03d.png
+process n%03d.png -o numbered.mp4 --fps 10
+expect "numbered images" "12 1.200000" "$(frames numbered.mp4) $(probe -show_entries format=duration numbered.mp4)"
+(ulimit -f 100 && process hd.mp4 own.mp4 -o large.ts --quality 0)
+expect "a file that may not grow" "1 1 1" "$? $(lines err.log) $(($(frames large.ts 2>/dev/null | head -n 1) > 1))"
+
 # ---- Ends that come too early
 
 head -c $(($(stat -c %s clip.mp4) * 2 / 3)) clip.mp4 >torn.mp4

@@ -14,6 +14,7 @@
 #include "media/filters.h"
 #include "media/fixedRate.h"
 #include "media/imageFiles.h"
+#include "media/sequence.h"
 #include "picture/contactSheet.h"
 #include "picture/logCapture.h"
 #include "window/previewWindow.h"
@@ -31,7 +32,8 @@ void OnSignal(int number) {
 
 void RefuseToOverwrite(const ProcessOptions& options) {
   std::error_code error;
-  if (std::filesystem::equivalent(options.input, options.output, error)) {
+  for (const std::string& input : options.inputs) {
+    if (!std::filesystem::equivalent(input, options.output, error)) continue;
     throw Error(fmt::format("{} is the input: choose another name for the output", options.output));
   }
   if (!options.overwrite && std::filesystem::is_regular_file(options.output, error)) {
@@ -57,6 +59,11 @@ VideoFormat OutputFormat(const VideoFormat& source, const ProcessOptions& option
                          layout.opacity < 1 || options.size.has_value() || KeysOut(options.effect);
   format.alpha = writer.KeepsAlpha() && bare && (source.alpha || uncovered);
   return format;
+}
+
+bool LosesARow(const VideoFormat& in, const VideoFormat& out) {
+  const bool lying = in.quarterTurns % 2 != 0;
+  return (lying ? in.height : in.width) != out.width || (lying ? in.width : in.height) != out.height;
 }
 
 // What is told when everything is closed and standard output is the user's again.
@@ -101,6 +108,10 @@ class Processing {
     if (options_.input.empty()) {
       const auto [width, height] = options_.size.value_or(std::pair(1280, 720));
       source_ = std::make_unique<DemoClip>(width, height);
+    } else if (options_.inputs.size() > 1) {
+      source_ = std::make_unique<Sequence>(options_.inputs, options_.read);
+      // Their rates may differ, and not every container takes what is uneven.
+      if (options_.fps <= 0) options_.fps = av_q2d(source_->Format().frameRate);
     } else {
       source_ = std::make_unique<MediaReader>(options_.input, options_.read);
     }
@@ -241,6 +252,8 @@ class Processing {
     tell(outcome_.summary, sheetSaved, fmt::format("{}: contact sheet, before and after", options_.sheet));
     const std::string oddKey = keyWatch_ ? keyWatch_->Complaint() : std::string();
     tell(outcome_.complaints, !oddKey.empty(), oddKey);
+    tell(outcome_.complaints, LosesARow(source_->Format(), out_) && !options_.size,
+         fmt::format("{} lacks the odd row or column: its encoder takes even sizes only", path));
     for (const std::string& line : writer_->Companions().LeftOut()) {
       outcome_.complaints.push_back(fmt::format("{}, which {} can't hold", line, path));
     }
@@ -302,8 +315,8 @@ bool Interrupted() { return interrupted; }
 
 void CatchSignals() {
   for (const int number : {SIGINT, SIGTERM, SIGHUP}) std::signal(number, OnSignal);
-  // A reader that leaves a pipe shows as a failed write.
-  std::signal(SIGPIPE, SIG_IGN);
+  // A reader that leaves a pipe, and a file that grows too large, show as a failed write.
+  for (const int number : {SIGPIPE, SIGXFSZ}) std::signal(number, SIG_IGN);
 }
 
 }  // namespace qvgtool

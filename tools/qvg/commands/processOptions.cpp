@@ -172,12 +172,19 @@ void AddProcessOptions(CLI::App& app, ProcessOptions& options) {
       "  qvg process clip.mp4 -o out.mp4                          the clip as it is\n"
       "  qvg process clip.mp4 -o out.mp4 --scale 0.8 --rotate 5 --background beach.jpg --drop-shadow 0.6\n"
       "  qvg process photo.jpg -o out.png --size 640x480\n"
+      "  qvg process title.png first.mp4 second.mp4 -o out.mp4    one after the other\n"
       "  qvg process screen.mp4 -o out.mp4 --key auto --background beach.jpg --blur 60\n"
       "  ffmpeg -i clip.mkv -f yuv4mpegpipe - | qvg process - -o out.mp4\n"
       "  qvg process screen.mp4 -o - --key auto --background-color gray | ffplay -\n"
-      "Colours come out as they went in; the output is tagged as limited-range BT.601.\n"
+      "Colours come out as they went in; the output is tagged as limited-range BT.601. High dynamic range is brought "
+      "to\n"
+      "the standard one. Sound, subtitles, chapters and titles are kept as far as the output can hold them; of "
+      "several\n"
+      "inputs the sound, and times such as --from count through all of them.\n"
       "Exit code: 0 done, 1 failed or input damaged, 2 wrong usage, 130 interrupted.");
-  AddInput(app, options.input);
+  app.add_option("INPUT", options.inputs,
+                 "Video, image, numbered images (frame%03d.png), or - for a stream (such as Y4M) on standard input; "
+                 "several are shown one after the other, fitted into the first one's size, an image for 5 s");
   app.add_option("-o,--output", options.output,
                  "Video (.mp4, .mkv, .webm ...), image (.png, .jpg ...: the first frame) or numbered images "
                  "(frame%03d.png), or - for a stream on standard output; without INPUT out/demo.mp4")
@@ -197,7 +204,9 @@ void AddProcessOptions(CLI::App& app, ProcessOptions& options) {
 }
 
 void CompleteProcessOptions(const CLI::App& app, ProcessOptions& options) {
-  RefuseEmptyInput(app, options.input);
+  if (!options.inputs.empty()) options.input = options.inputs.front();
+  for (const std::string& input : options.inputs) RefuseEmptyInput(app, input);
+  options.read.imageRate = options.fps;
   if (options.to > 0 && options.duration > 0) throw CLI::ExcludesError("--to", "--duration");
   if (options.End() <= 0) throw CLI::ValidationError("--to: lies not behind --from");
   if (options.output == "/dev/stdout") options.output = kStandardOutput;

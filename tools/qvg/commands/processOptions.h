@@ -17,7 +17,8 @@ namespace qvgtool {
 inline constexpr char kStandardOutput[] = "-";
 
 struct ProcessOptions {
-  std::string input;  // Empty: the tool's own clip.
+  std::vector<std::string> inputs;  // One after the other.
+  std::string input;                // The first of them; empty: the tool's own clip.
   std::string output;
   std::string sheet;  // Contact sheet, PNG; empty: none.
   ReadOptions read;

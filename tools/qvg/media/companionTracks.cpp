@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <utility>
 
@@ -56,9 +57,10 @@ bool Holds(const AVFormatContext& output, const AVStream& another) {
   return holds;
 }
 
-// These say themselves how much of the sound's beginning is the encoder's own. Others shift all streams instead.
-bool StoresPadding(const AVOutputFormat& container) {
-  return !std::strcmp(container.name, "matroska") || !std::strcmp(container.name, "webm");
+// In these Opus begins at 0, and the players leave out what the encoder put before the first sample.
+bool StoresDelay(const AVOutputFormat& container, const AVCodecParameters& codec) {
+  return codec.codec_id == AV_CODEC_ID_OPUS &&
+         (!std::strcmp(container.name, "matroska") || !std::strcmp(container.name, "webm"));
 }
 
 AVStream& NewStream(AVFormatContext& output, const AVStream& from) {
@@ -91,7 +93,8 @@ double SecondsOf(const CompanionPacket& taken) {
 
 }  // namespace
 
-void CompanionTracks::Open(AVFormatContext& output, const std::vector<Companion>& companions) {
+void CompanionTracks::Open(AVFormatContext& output, const std::vector<Companion>& companions, double end) {
+  end_ = end;
   negativeTimes_ = (output.oformat->flags & AVFMT_TS_NEGATIVE) != 0;
   for (size_t i = 0; i < companions.size(); ++i) {
     const AVStream& from = *companions[i].stream;
@@ -109,12 +112,9 @@ void CompanionTracks::Open(AVFormatContext& output, const std::vector<Companion>
       AddOnce(leftOut_, fmt::format("{} left out: {}", KindOf(from), avcodec_get_name(from.codecpar->codec_id)));
       continue;
     }
+    track.delayed = StoresDelay(*output.oformat, *track.to->codecpar);
     tracks_.push_back(std::move(track));
   }
-  const bool padded = std::all_of(tracks_.begin(), tracks_.end(), [](const Track& track) {
-    return track.to->codecpar->codec_type != AVMEDIA_TYPE_AUDIO || track.to->codecpar->initial_padding > 0;
-  });
-  if (padded && StoresPadding(*output.oformat)) output.avoid_negative_ts = AVFMT_AVOID_NEG_TS_DISABLED;
 }
 
 std::unique_ptr<Transcoder> CompanionTracks::_Transcode(AVFormatContext& output, const AVStream& from) {
@@ -146,8 +146,8 @@ std::unique_ptr<Transcoder> CompanionTracks::_Transcode(AVFormatContext& output,
 void CompanionTracks::WriteUpTo(double seconds, const Write& write) {
   std::deque<CompanionPacket> queue = std::exchange(queue_, {});
   for (CompanionPacket& taken : queue) {
-    const auto track = std::find_if(tracks_.begin(), tracks_.end(),
-                                    [&](const Track& t) { return t.companion == taken.companion; });
+    const auto track =
+        std::find_if(tracks_.begin(), tracks_.end(), [&](const Track& t) { return t.companion == taken.companion; });
     if (track == tracks_.end()) continue;
     if (SecondsOf(taken) > seconds) {
       queue_.push_back(std::move(taken));
@@ -173,10 +173,24 @@ void CompanionTracks::_Write(Track& track, CompanionPacket taken, const Write& w
     packets.push_back(std::move(taken.packet));
   }
   for (const PacketPtr& packet : packets) {
-    packet->stream_index = track.to->index;
-    packet->pos = -1;
-    av_packet_rescale_ts(packet.get(), unit, track.to->time_base);
+    _Place(track, *packet, unit);
     if (track.transcoder || _Fits(track, *packet)) write(packet.get());
+  }
+}
+
+void CompanionTracks::_Place(Track& track, AVPacket& packet, AVRational unit) const {
+  const AVCodecParameters& codec = *track.to->codecpar;
+  packet.stream_index = track.to->index;
+  packet.pos = -1;
+  if (track.delayed) {
+    const int64_t delay = av_rescale_q(codec.initial_padding, {1, std::max(1, codec.sample_rate)}, unit);
+    if (packet.pts != AV_NOPTS_VALUE) packet.pts += delay;
+    if (packet.dts != AV_NOPTS_VALUE) packet.dts += delay;
+  }
+  av_packet_rescale_ts(&packet, unit, track.to->time_base);
+  if (codec.codec_type == AVMEDIA_TYPE_SUBTITLE && std::isfinite(end_) && packet.duration > 0) {
+    const int64_t last = std::llround(end_ / av_q2d(track.to->time_base));
+    packet.duration = std::clamp<int64_t>(last - packet.pts, 1, packet.duration);
   }
 }
 
@@ -188,10 +202,7 @@ bool CompanionTracks::_Fits(Track& track, const AVPacket& packet) const {
   if (track.lastTime == AV_NOPTS_VALUE) {
     // What an encoder put before the first sample belongs to the sound, wherever it lies.
     const bool marked = av_packet_get_side_data(&packet, AV_PKT_DATA_SKIP_SAMPLES, nullptr) != nullptr;
-    const AVRational sample{1, std::max(1, codec.sample_rate)};
-    track.first = negativeTimes_ || marked
-                      ? INT64_MIN
-                      : -av_rescale_q_rnd(codec.initial_padding, sample, track.to->time_base, AV_ROUND_UP);
+    track.first = negativeTimes_ || (marked && !track.delayed) ? INT64_MIN : 0;
   }
   const bool sound = codec.codec_type == AVMEDIA_TYPE_AUDIO;
   const bool behind = !sound || track.lastTime == AV_NOPTS_VALUE || time > track.lastTime;

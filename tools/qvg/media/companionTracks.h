@@ -10,8 +10,8 @@ namespace qvgtool {
 
 class CompanionTracks {
  public:
-  /** Adds streams to an output whose pictures have theirs. Throws Error. */
-  void Open(AVFormatContext& output, const std::vector<Companion>& companions);
+  /** Adds streams to an output whose pictures have theirs. end: of the pictures, in seconds, if known. Throws Error. */
+  void Open(AVFormatContext& output, const std::vector<Companion>& companions, double end);
 
   void Add(CompanionPacket packet) { queue_.push_back(std::move(packet)); }
 
@@ -32,13 +32,17 @@ class CompanionTracks {
     std::unique_ptr<Transcoder> transcoder;  // null: copied.
     AVRational unit{0, 1};                   // Of what the transcoder gives.
     int64_t lastTime = AV_NOPTS_VALUE;
-    int64_t first = 0;  // A copied packet may begin there.
+    int64_t first = 0;     // A copied packet may begin there.
+    bool delayed = false;  // The container says how much of its beginning is the encoder's own.
   };
   std::unique_ptr<Transcoder> _Transcode(AVFormatContext& output, const AVStream& from);
   void _Write(Track& track, CompanionPacket taken, const Write& write);
   bool _Fits(Track& track, const AVPacket& packet) const;
 
+  void _Place(Track& track, AVPacket& packet, AVRational unit) const;
+
   bool negativeTimes_ = false;  // Players leave out what lies before 0.
+  double end_ = 0;
   std::vector<Track> tracks_;
   std::deque<CompanionPacket> queue_;
   std::vector<std::string> leftOut_;

@@ -9,8 +9,8 @@ namespace qvgtool {
 
 class FilterChain {
  public:
-  /** For frames of this one's kind, pictures or sound; timeBase: unit of their pts. @return null when the chain can't be
-   *  had here. */
+  /** For frames of this one's kind, pictures or sound; timeBase: unit of their pts. @return null when the chain can't
+   * be had here. */
   static std::unique_ptr<FilterChain> Make(const AVFrame& like, AVRational timeBase, const std::string& text);
 
   /** null: no more will come. @return false when the frame is refused. */

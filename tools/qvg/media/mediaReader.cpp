@@ -3,7 +3,9 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 
@@ -20,14 +22,47 @@ namespace {
 // FFmpeg reads any text file as terminal art: nobody means that here.
 constexpr const char* kNotMedia[] = {"tty", "bin"};
 
+bool IsNumbered(const std::string& path) {
+  std::error_code error;
+  return av_filename_number_test(path.c_str()) && !std::filesystem::exists(path, error);
+}
+
 std::string Url(const std::string& path) {
   if (path == "-") return "pipe:0";
   if (path.find("://") != std::string::npos) return path;
+  if (IsNumbered(path)) return path;
   std::error_code error;
   const auto status = std::filesystem::status(path, error);
   if (!std::filesystem::exists(status)) throw Error(fmt::format("{}: no such file", path));
   if (std::filesystem::is_directory(status)) throw Error(fmt::format("{}: is a directory", path));
   return "file:" + path;
+}
+
+// The lowest number in the folder under which the pattern names a file; none: nothing there is named so.
+std::optional<int> FirstNumber(const std::string& pattern) {
+  const std::filesystem::path folder = std::filesystem::path(pattern).parent_path();
+  std::optional<int> first;
+  std::error_code error;
+  for (const auto& entry : std::filesystem::directory_iterator(folder.empty() ? "." : folder, error)) {
+    const std::string name = (folder / entry.path().filename()).string();
+    for (size_t i = 0; i < name.size(); ++i) {
+      if (std::isdigit(static_cast<unsigned char>(name[i])) == 0) continue;
+      const int number = std::atoi(name.c_str() + i);
+      char numbered[4096];
+      const bool named = av_get_frame_filename(numbered, sizeof numbered, pattern.c_str(), number) >= 0;
+      if (named && name == numbered && (!first || number < *first)) first = number;
+    }
+  }
+  return first;
+}
+
+AVDictionary* NumberedImages(const std::string& pattern, double rate) {
+  const std::optional<int> first = FirstNumber(pattern);
+  if (!first) throw Error(fmt::format("{}: no such files", pattern));
+  AVDictionary* options = nullptr;
+  av_dict_set_int(&options, "start_number", *first, 0);
+  if (rate > 0) av_dict_set(&options, "framerate", fmt::format("{}", rate).c_str(), 0);
+  return options;
 }
 
 int QuarterTurns(const AVStream* stream) {
@@ -38,7 +73,8 @@ int QuarterTurns(const AVStream* stream) {
   return std::isnan(clockwise) ? 0 : (static_cast<int>(std::lround(clockwise / 90)) % 4 + 4) % 4;
 }
 
-// How long before its end a packet of sound has to begin to be of use: those of codecs that overlap need the one before.
+// How long before its end a packet of sound has to begin to be of use: those of codecs that overlap need the one
+// before.
 int64_t LeadOf(const CompanionPacket& taken) {
   const AVCodecParameters* codec = taken.stream->codecpar;
   const AVCodecDescriptor* kind = avcodec_descriptor_get(codec->codec_id);
@@ -60,7 +96,11 @@ void BeginAtZero(AVPacket& packet) {
 MediaReader::MediaReader(const std::string& path, const ReadOptions& options)
     : path_(path == "-" ? "standard input" : path) {
   AVFormatContext* input = nullptr;
-  const int opened = avformat_open_input(&input, Url(path).c_str(), nullptr, nullptr);
+  const bool numbered = IsNumbered(path);
+  AVDictionary* demuxing = numbered ? NumberedImages(path, options.imageRate) : nullptr;
+  const AVInputFormat* format = numbered ? av_find_input_format("image2") : nullptr;
+  const int opened = avformat_open_input(&input, Url(path).c_str(), format, &demuxing);
+  av_dict_free(&demuxing);
   input_.reset(input);
   if (opened < 0) throw Error(fmt::format("{}: {}", path_, FfmpegError(opened)));
   for (const char* name : kNotMedia) {
@@ -97,8 +137,8 @@ void MediaReader::_ChooseCompanions(const ReadOptions& options) {
   for (unsigned i = 0; i < input_->nb_streams; ++i) {
     AVStream* stream = input_->streams[i];
     const AVMediaType type = stream->codecpar->codec_type;
-    const bool kept = (options.sound && type == AVMEDIA_TYPE_AUDIO) ||
-                      (options.subtitles && type == AVMEDIA_TYPE_SUBTITLE);
+    const bool kept =
+        (options.sound && type == AVMEDIA_TYPE_AUDIO) || (options.subtitles && type == AVMEDIA_TYPE_SUBTITLE);
     if (kept) companions_.push_back({stream});
     if (!kept && stream != video_) stream->discard = AVDISCARD_ALL;
   }
@@ -120,7 +160,8 @@ void MediaReader::_Describe() {
   format_.alpha = MayHaveAlpha(codec->format);
   const char* name = input_->iformat->name;
   const size_t length = std::strlen(name);
-  format_.still = !std::strcmp(name, "image2") || (length > 5 && !std::strcmp(name + length - 5, "_pipe")) ||
+  format_.still = (!std::strcmp(name, "image2") && !IsNumbered(path_)) ||
+                  (length > 5 && !std::strcmp(name + length - 5, "_pipe")) ||
                   (video_->disposition & AV_DISPOSITION_ATTACHED_PIC) != 0;
   const double seconds = video_->duration > 0   ? static_cast<double>(video_->duration) * av_q2d(video_->time_base)
                          : input_->duration > 0 ? static_cast<double>(input_->duration) / AV_TIME_BASE
@@ -235,9 +276,11 @@ bool MediaReader::_SeekFurtherBack(const AVPacket& first) {
   const int64_t time = first.dts != AV_NOPTS_VALUE ? first.dts : first.pts;
   const bool early = time == AV_NOPTS_VALUE || av_compare_ts(time, video_->time_base, origin_, AV_TIME_BASE_Q) <= 0;
   const int64_t start = input_->start_time != AV_NOPTS_VALUE ? input_->start_time : 0;
-  if (((first.flags & AV_PKT_FLAG_KEY) && early) || before_ > origin_ - start) return false;
+  // Frames may be decoded before the first is shown: even the start lies behind a beginning.
+  const bool nothingBefore = before_ > origin_ - start + AV_TIME_BASE;
+  if (((first.flags & AV_PKT_FLAG_KEY) && early) || nothingBefore) return false;
   before_ = std::max<int64_t>(AV_TIME_BASE, before_ * 4);
-  const int64_t target = std::max(start, origin_ - before_);
+  const int64_t target = origin_ - before_;
   if (avformat_seek_file(input_.get(), -1, INT64_MIN, target, target, 0) < 0) return false;
   packets_.clear();
   return true;

@@ -15,6 +15,7 @@ struct ReadOptions {
   bool exactly = true;  // Starts with the frame of that time, else with the one before it that is quickly there.
   bool subtitles = false;
   bool deinterlace = true;
+  double imageRate = 0;  // Of numbered images, a second; 0: 25.
 };
 
 class MediaReader : public FrameSource {

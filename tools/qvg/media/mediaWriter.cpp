@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <utility>
 
 #include "media/alpha.h"
 
@@ -223,20 +224,34 @@ void MediaWriter::Open(const VideoFormat& format, const AVFrame& colorSource, co
   }
   _AddStreams(format, source, end);
 
-  int result = 0;
-  std::string url = path_.find("://") == std::string::npos ? "file:" + path_ : path_;
-  if (path_ == "-") {
-    url = fmt::format("pipe:{}", options_.standardOutput);
-    // Nothing that was written can be changed any more.
-    av_opt_set(output_.get(), "movflags", "frag_keyframe+empty_moov+delay_moov", AV_OPT_SEARCH_CHILDREN);
-  }
-  if (!(output_->oformat->flags & AVFMT_NOFILE)) result = avio_open(&output_->pb, url.c_str(), AVIO_FLAG_WRITE);
+  int result = _OpenOutput();
   if (result >= 0) result = avformat_write_header(output_.get(), nullptr);
   if (result < 0) {
-    if (!(output_->oformat->flags & AVFMT_NOFILE)) avio_closep(&output_->pb);
+    _CloseOutput();
     throw Error(fmt::format("cannot write {}: {}", path_, FfmpegError(result)));
   }
   headerWritten_ = true;
+}
+
+/// @return a negative error of FFmpeg when it can't be opened.
+int MediaWriter::_OpenOutput() {
+  if (output_->oformat->flags & AVFMT_NOFILE) return 0;
+  if (path_ == "-") {
+    // Nothing that was written can be changed any more.
+    av_opt_set(output_.get(), "movflags", "frag_keyframe+empty_moov+delay_moov", AV_OPT_SEARCH_CHILDREN);
+    return avio_open(&output_->pb, fmt::format("pipe:{}", options_.standardOutput).c_str(), AVIO_FLAG_WRITE);
+  }
+  if (path_.find("://") != std::string::npos) return avio_open(&output_->pb, path_.c_str(), AVIO_FLAG_WRITE);
+  file_.emplace(path_);
+  output_->pb = file_->Stream();
+  return 0;
+}
+
+/// @return a negative error of FFmpeg when something of it could not be written.
+int MediaWriter::_CloseOutput() {
+  if (!file_) return output_->oformat->flags & AVFMT_NOFILE ? 0 : avio_closep(&output_->pb);
+  output_->pb = nullptr;
+  return file_->Close();
 }
 
 void MediaWriter::_AddStreams(const VideoFormat& format, const FrameSource* source, double end) {
@@ -250,7 +265,7 @@ void MediaWriter::_AddStreams(const VideoFormat& format, const FrameSource* sour
   if (image_ || !source) return;
   SetTags(video_->metadata, source->PictureTags());
   SetTags(output->metadata, source->FileTags());
-  companions_.Open(*output, source->Companions());
+  companions_.Open(*output, source->Companions(), end);
   AddChapters(*output, source->Chapters(), end);
 }
 
@@ -290,8 +305,18 @@ void MediaWriter::_Encode(const AVFrame* frame) {
 }
 
 void MediaWriter::_WritePacket(AVPacket* packet) {
-  const int result = av_interleaved_write_frame(output_.get(), packet);
-  if (result < 0) throw Error(fmt::format("cannot write {}: {}", path_, FfmpegError(result)));
+  int result = av_interleaved_write_frame(output_.get(), packet);
+  const bool full = !finished_ && file_ && file_->Full();
+  if (result >= 0 && !full) return;
+  if (full) result = AVERROR(ENOSPC);
+  const std::string reason = FfmpegError(result);
+  bool completed = false;
+  if (!std::exchange(finished_, true)) {
+    // Frames that the encoder still holds are lost: what is on the disk counts more.
+    completed = av_write_trailer(output_.get()) >= 0 && _CloseOutput() >= 0 && full;
+  }
+  throw Error(fmt::format("cannot write {}: {}{}", path_, reason,
+                          completed ? fmt::format(": it ends after {:.1f} s", seconds_) : ": it is not complete"));
 }
 
 void MediaWriter::Finish(bool toEnd) {
@@ -307,10 +332,8 @@ void MediaWriter::Finish(bool toEnd) {
     failure = error.what();
   }
   int result = av_write_trailer(output_.get());
-  if (!(output_->oformat->flags & AVFMT_NOFILE)) {
-    const int closed = avio_closep(&output_->pb);
-    if (result >= 0) result = closed;
-  }
+  const int closed = _CloseOutput();
+  if (result >= 0) result = closed;
   encoder_.reset();
   if (failure.empty() && result < 0) failure = fmt::format("cannot write {}: {}", path_, FfmpegError(result));
   if (!failure.empty()) throw Error(failure);

@@ -1,8 +1,11 @@
 // Encodes frames into a video or an image, with sound and subtitles beside them.
 #pragma once
 
+#include <optional>
+
 #include "media/colorConversion.h"
 #include "media/companionTracks.h"
+#include "media/outputFile.h"
 
 namespace qvgtool {
 
@@ -50,11 +53,14 @@ class MediaWriter {
   bool _OpenEncoder(const AVCodec* codec, const VideoFormat& format, const AVFrame& colorSource);
   void _AddStreams(const VideoFormat& format, const FrameSource* source, double end);
   void _Encode(const AVFrame* frame);
+  int _OpenOutput();
+  int _CloseOutput();
   void _WritePacket(AVPacket* packet);
 
   std::string path_;
   WriteOptions options_;
   bool image_ = false, singleImage_ = false;
+  std::optional<OutputFile> file_;  // Where the container is one file.
   OutputPtr output_;
   std::vector<const AVCodec*> codecs_;  // In order of preference.
   CodecContextPtr encoder_;

@@ -60,11 +60,11 @@ void ProgressiveSdr::Send(FramePtr frame) {
   const std::string wanted = _ChainFor(*frame);
   const bool highRange = IsHighRange(*frame);
   if (highRange) CompleteHighRangeTags(*frame);
-  const std::string key = wanted.empty() ? wanted
-                                         : fmt::format("{} {}x{} {} {} {} {}", wanted, frame->width, frame->height,
-                                                       frame->format, static_cast<int>(frame->color_trc),
-                                                       static_cast<int>(frame->colorspace),
-                                                       static_cast<int>(frame->color_range));
+  const std::string key = wanted.empty()
+                              ? wanted
+                              : fmt::format("{} {}x{} {} {} {} {}", wanted, frame->width, frame->height, frame->format,
+                                            static_cast<int>(frame->color_trc), static_cast<int>(frame->colorspace),
+                                            static_cast<int>(frame->color_range));
   if (key != made_) {
     _Drain();
     if (!wanted.empty()) chain_ = FilterChain::Make(*frame, timeBase_, wanted);

@@ -127,10 +127,11 @@ void SoundTranscoder::_Resample(FramePtr frame) {
                                        frame->format, NameOf(frame->ch_layout));
   if (!resampler_ || kind != resampledKind_) {
     _EndResampling();
-    const std::string chain =
-        fmt::format("aresample={}:async=1:first_pts={},aformat=sample_fmts={}:channel_layouts={}",
-                    encoder_->sample_rate, encoded_ + av_audio_fifo_size(samples_.get()),
-                    av_get_sample_fmt_name(encoder_->sample_fmt), NameOf(encoder_->ch_layout));
+    // Gaps are filled at the sound's own rate: in one step with another rate too little would be put there.
+    const int64_t begun = av_rescale_q(encoded_ + av_audio_fifo_size(samples_.get()), encoder_->time_base, unit);
+    const std::string chain = fmt::format(
+        "aresample={}:async=1:first_pts={},aresample={},aformat=sample_fmts={}:channel_layouts={}", frame->sample_rate,
+        begun, encoder_->sample_rate, av_get_sample_fmt_name(encoder_->sample_fmt), NameOf(encoder_->ch_layout));
     resampler_ = FilterChain::Make(*frame, unit, chain);
     resampledKind_ = kind;
     if (!resampler_) throw Error("the sound can't be resampled: " + FfmpegError(AVERROR(EINVAL)));
@@ -175,7 +176,8 @@ void SoundTranscoder::_EncodeWhole(bool andRest) {
 
 void SoundTranscoder::_Encode(const AVFrame* frame) {
   const int sent = avcodec_send_frame(encoder_.get(), frame);
-  if (sent < 0) throw Error(fmt::format("{}: the sound can't be encoded: {}", encoder_->codec->name, FfmpegError(sent)));
+  if (sent < 0)
+    throw Error(fmt::format("{}: the sound can't be encoded: {}", encoder_->codec->name, FfmpegError(sent)));
   for (;;) {
     PacketPtr packet = NewPacket();
     if (avcodec_receive_packet(encoder_.get(), packet.get()) < 0) return;

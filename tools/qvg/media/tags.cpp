@@ -7,10 +7,9 @@
 namespace qvgtool {
 namespace {
 
-constexpr const char* kPassing[] = {
-    "encoder",      "major_brand", "minor_version",     "compatible_brands", "creation_time", "rotate",
-    "handler_name", "vendor_id",   "_statistics_",      "bps",               "duration",      "number_of_",
-    "timecode",     "stereo_mode", "alpha_mode"};
+constexpr const char* kPassing[] = {"encoder",  "major_brand",  "minor_version", "compatible_brands", "creation_time",
+                                    "rotate",   "handler_name", "vendor_id",     "_statistics_",      "bps",
+                                    "duration", "number_of_",   "timecode",      "stereo_mode",       "alpha_mode"};
 
 }  // namespace
 
