@@ -168,7 +168,7 @@ std::string Viewing::_Save() const {
   format.height = height_;
   format.alpha = effect_->Transparent(in.alpha);
   MediaWriter writer(path, {});
-  writer.Open(format, *shown_, {});
+  writer.Open(format, *shown_, nullptr, 0);
   FramePtr picture = renderer_->ReadBack(*picture_, writer.FrameFormat());
   picture->pts = 0;
   writer.Write(std::move(picture));

@@ -274,13 +274,13 @@ bool MediaReader::_FeedDecoder() {
 /// Containers without an index lead to any packet: one to begin with has to be looked for.
 bool MediaReader::_SeekFurtherBack(const AVPacket& first) {
   const int64_t time = first.dts != AV_NOPTS_VALUE ? first.dts : first.pts;
-  const bool early = time == AV_NOPTS_VALUE || av_compare_ts(time, video_->time_base, origin_, AV_TIME_BASE_Q) <= 0;
+  const bool early = time == AV_NOPTS_VALUE || av_compare_ts(time, video_->time_base, target_, AV_TIME_BASE_Q) <= 0;
   const int64_t start = input_->start_time != AV_NOPTS_VALUE ? input_->start_time : 0;
   // Frames may be decoded before the first is shown: even the start lies behind a beginning.
-  const bool nothingBefore = before_ > origin_ - start + AV_TIME_BASE;
+  const bool nothingBefore = before_ > target_ - start + AV_TIME_BASE;
   if (((first.flags & AV_PKT_FLAG_KEY) && early) || nothingBefore) return false;
   before_ = std::max<int64_t>(AV_TIME_BASE, before_ * 4);
-  const int64_t target = origin_ - before_;
+  const int64_t target = target_ - before_;
   if (avformat_seek_file(input_.get(), -1, INT64_MIN, target, target, 0) < 0) return false;
   packets_.clear();
   return true;
