@@ -143,6 +143,9 @@ class Processing {
     const std::string damage = source_->Damage();
     if (!damage.empty()) throw Error(damage);
     if (options_.read.from <= 0) throw Error(options_.input + ": no picture could be decoded");
+    if (options_.inputs.size() > 1) {
+      throw Error(fmt::format("nothing is left of the inputs from {:.2f} s on", options_.read.from));
+    }
     // A stream can't be opened again.
     if (std::error_code error; !std::filesystem::is_regular_file(options_.input, error)) {
       throw Error(fmt::format("{}: nothing is left from {:.2f} s on", options_.input, options_.read.from));
