@@ -30,4 +30,9 @@ read -ra flags < <(pkg-config --cflags --libs qvGLRenderer)
 cc -std=c99 "$here/host.c" -o "$work/with_pkg_config" "${flags[@]}"
 LD_LIBRARY_PATH=$libraries "$work/with_pkg_config"
 tool=$work/moved/bin/qvg
-[[ ! -e $tool ]] || env -u LD_LIBRARY_PATH "$tool" info >/dev/null
+[[ -e $tool ]] || exit 0
+env -u LD_LIBRARY_PATH "$tool" info >/dev/null
+# The pages know the effect's options too, whatever driver there was for the build.
+for page in man/man1/qvg.1 bash-completion/completions/qvg zsh/site-functions/_qvg fish/vendor_completions.d/qvg.fish; do
+  grep -q smoothness "$work/moved/share/$page"
+done

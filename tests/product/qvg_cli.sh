@@ -8,19 +8,6 @@ unset DISPLAY WAYLAND_DISPLAY
 pixels() { ffmpeg -nostdin -v error -i "$1" -vf "$2" -f rawvideo -pix_fmt rgba - | md5sum; }
 process() { "$qvg" process "$@" >out.log 2>err.log </dev/null; }
 
-# rgba FILE X:Y...: the pixels' channels.
-rgba() {
-  local point
-  for point in "${@:2}"; do ffmpeg -nostdin -v error -i "$1" -vf "crop=1:1:$point" -f rawvideo -pix_fmt rgba -; done |
-    od -An -v -tu1 | xargs
-}
-# near NAME LIMIT WANTED GOT: numbers, each as far off as the limit at most.
-near() {
-  awk -v w="$3" -v g="$4" -v limit="$2" 'BEGIN{n = split(w, a); if (split(g, b) != n) exit 1
-    for (i = 1; i <= n; ++i) if (a[i] - b[i] > limit || b[i] - a[i] > limit) exit 1}'
-  verdict "$1" $? "wanted $3, got $4"
-}
-
 # refused STATUS ARGUMENT...: the status, one line on standard error, no file left as out.*.
 refused() {
   local got

@@ -40,3 +40,16 @@ make() { ffmpeg -nostdin -v error -y "$@"; }
 probe() { ffprobe -v error -of csv=p=0 "$@"; }
 frames() { probe -count_frames -select_streams v -show_entries stream=nb_read_frames "$1" | tr -d ','; }
 lines() { wc -l <"$1"; }
+
+# rgba FILE X:Y...: the pixels' channels.
+rgba() {
+  local point
+  for point in "${@:2}"; do ffmpeg -nostdin -v error -i "$1" -frames:v 1 -vf "format=rgba,crop=1:1:$point" -f rawvideo -; done |
+    od -An -v -tu1 | xargs
+}
+# near NAME LIMIT WANTED GOT: numbers, each as far off as the limit at most.
+near() {
+  awk -v w="$3" -v g="$4" -v limit="$2" 'BEGIN{n = split(w, a); if (split(g, b) != n) exit 1
+    for (i = 1; i <= n; ++i) if (a[i] - b[i] > limit || b[i] - a[i] > limit) exit 1}'
+  verdict "$1" $? "wanted $3, got $4"
+}

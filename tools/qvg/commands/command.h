@@ -3,6 +3,7 @@
 
 #include <CLI/CLI.hpp>
 #include <memory>
+#include <span>
 
 namespace qvgtool {
 
@@ -27,13 +28,19 @@ struct CommandRow {
   const char* name;
   const char* summary;
   std::unique_ptr<Command> (*make)();
+  bool hidden = false;  // From the help.
 };
+
+/** All of them, in the order of the help. */
+std::span<const CommandRow> Commands();
 
 std::unique_ptr<Command> MakeProcess();
 std::unique_ptr<Command> MakeView();
 std::unique_ptr<Command> MakeTune();
 std::unique_ptr<Command> MakeInfo();
 std::unique_ptr<Command> MakeEffects();
+std::unique_ptr<Command> MakeCompletion();
+std::unique_ptr<Command> MakeMan();
 
 /** Makes SIGINT, SIGTERM and SIGHUP end the running command cleanly. */
 void CatchSignals();

@@ -4,11 +4,13 @@
 #include <cstdlib>
 #include <set>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
 #include "commands/command.h"
 #include "commands/json.h"
+#include "media/capture.h"
 #include "picture/driver.h"
 #include "picture/logCapture.h"
 #include "picture/renderer.h"
@@ -22,10 +24,22 @@ struct Findings {
   std::string display;  // Empty: none.
   std::vector<std::string> passedOver, errors;
   bool ready = false, enough = false, software = false;
-  DriverTexts driver;  // When ready.
+  DriverTexts driver;   // When ready.
+  DriverTexts offered;  // When not: what EGL would give.
   std::string required, found;
   std::vector<LogLine> log;
 };
+
+// The library tells EGL's errors as numbers.
+std::string WithErrorName(std::string text) {
+  constexpr std::string_view kBefore = "error 0x";
+  const size_t found = text.find(kBefore);
+  if (found == std::string::npos) return text;
+  size_t digits = 0;
+  const size_t begin = found + kBefore.size();
+  const unsigned long code = std::stoul(text.substr(begin), &digits, 16);
+  return text.replace(begin - 2, digits + 2, EglErrorText(static_cast<unsigned>(code)));
+}
 
 // Lines of the platform about displays: "<prefix><display>: <what>", the chosen one as "<prefix>display: <display>
 // ...".
@@ -43,7 +57,7 @@ void SortLines(Findings& findings, bool repeated) {
     } else if (line.message.starts_with(chosen)) {
       findings.display = line.message.substr(chosen.size());
     } else if (line.message.starts_with(prefix)) {
-      findings.passedOver.push_back(line.message.substr(prefix.size()));
+      findings.passedOver.push_back(WithErrorName(line.message.substr(prefix.size())));
     }
   }
 }
@@ -63,6 +77,10 @@ Findings Find(bool verbose) {
       gl.GetRequiredGLVersion(&major, &minor);
       findings.required = fmt::format("{}.{}", major, minor);
       if (findings.ready) findings.driver = AskDriver();
+    }
+    if (!findings.ready) findings.offered = AskOfferedDriver();
+    if (const std::string& offered = findings.offered.version; !offered.empty()) {
+      findings.found = offered.substr(0, offered.find(' '));
     }
     findings.log = log.Lines();
   }
@@ -110,10 +128,13 @@ void PrintText(const Findings& findings, bool verbose) {
     row("GLSL", driver.glsl);
     row("EGL", driver.eglVersion + ", " + driver.eglVendor);
   }
+  const DriverTexts& offered = findings.offered;
+  if (!offered.version.empty()) row("Offered", fmt::format("OpenGL {}, {}", offered.version, offered.renderer));
   row("OpenGL", fmt::format("required {}, found {}: {}", findings.required, findings.found,
-                            findings.enough  ? "enough"
-                            : findings.ready ? "not enough"
-                                             : "the library could not start"));
+                            findings.enough           ? "enough"
+                            : findings.found != "0.0" ? "not enough"
+                                                      : "the library could not start"));
+  row("Capture", fmt::format("{}", fmt::join(CaptureFormats(), " ")));
   if (!verbose) rows("Error", findings.errors);
   rows("Hint", Hints(findings));
   for (const LogLine& line : findings.log) {
@@ -140,9 +161,11 @@ void PrintJson(const Findings& findings) {
       {"glsl", JsonQuoted(driver.glsl)},
       {"egl", JsonQuoted(driver.eglVersion)},
       {"eglVendor", JsonQuoted(driver.eglVendor)},
+      {"offered", findings.offered.version.empty() ? "null" : JsonQuoted(findings.offered.version)},
       {"required", JsonQuoted(findings.required)},
       {"found", JsonQuoted(findings.found)},
       {"enough", findings.enough ? "true" : "false"},
+      {"captureFormats", list(CaptureFormats())},
       {"errors", list(findings.errors)},
       {"hints", list(Hints(findings))}};
   const char* separator = "{\n";

@@ -2,13 +2,15 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <iterator>
-#include <sstream>
 #include <string>
 
 #include "commands/command.h"
 #include "commands/options.h"
+#include "media/complain.h"
 #include "media/ffmpegPtr.h"
 
 #ifndef QVG_VERSION
@@ -24,21 +26,22 @@ constexpr CommandRow kCommands[] = {
     {"tune", "Finds values for keying a video or image and draws what they give", &MakeTune},
     {"effects", "Lists the effect's parameters, which qvg process takes as options", &MakeEffects},
     {"info", "Tells which display, driver and versions the library works with", &MakeInfo},
+    {"completion", "Prints a shell's completion of this command line", &MakeCompletion},
+    {"man", "Prints the manual page", &MakeMan, true},
 };
 
 // Breaks long descriptions into lines.
 class WrappingFormatter : public CLI::Formatter {
  public:
   WrappingFormatter() { column_width(28); }
+  // Without the values of a type that has a name.
+  std::string make_option_opts(const CLI::Option* option) const override {
+    std::string text = CLI::Formatter::make_option_opts(option);
+    if (const size_t set = text.find(":{"); set != std::string::npos) text.erase(set, text.find('}', set) + 1 - set);
+    return text;
+  }
   std::string make_option_desc(const CLI::Option* option) const override {
-    std::string text, line;
-    std::istringstream words(CLI::Formatter::make_option_desc(option));
-    for (std::string word; words >> word; line += (line.empty() ? "" : " ") + word) {
-      if (line.size() + word.size() < 88) continue;
-      text += line + "\n";
-      line.clear();
-    }
-    return text + line;
+    return Wrapped(CLI::Formatter::make_option_desc(option), 88);
   }
 };
 
@@ -57,7 +60,11 @@ std::string Complaint(const CLI::App& app, const CLI::ParseError& error, int arg
       break;
     }
   } else if (argc > 1 && argv[1][0] != '-') {
-    line = fmt::format("no command is named {}: there are process, view, tune, effects and info", argv[1]);
+    std::vector<std::string> names;
+    for (const CommandRow& row : kCommands) {
+      if (!row.hidden) names.emplace_back(row.name);
+    }
+    line = fmt::format("no command is named {}: there are {}", argv[1], fmt::join(names, ", "));
   }
   std::replace(line.begin(), line.end(), '\n', ' ');
   return fmt::format("{} (see {})", line, help);
@@ -67,13 +74,16 @@ int Run(Command& command) {
   try {
     CatchFfmpegLog(command.Verbose());
     CatchSignals();
-    return command.Run();
+    const int exitCode = command.Run();
+    const bool lost = std::fflush(stdout) != 0 && errno != EPIPE;
+    if (lost && exitCode == kDone) throw Error(fmt::format("standard output: {}", std::strerror(errno)));
+    return exitCode;
   } catch (const std::bad_alloc&) {
-    fmt::print(stderr, "qvg: not enough memory\n");
+    Complain("not enough memory");
   } catch (const std::exception& error) {
-    fmt::print(stderr, "qvg: {}\n", error.what());
+    Complain(error.what());
   }
-  return kFailed;
+  return Interrupted() ? kInterrupted : kFailed;
 }
 
 int Main(int argc, char** argv) {
@@ -85,13 +95,14 @@ int Main(int argc, char** argv) {
   std::unique_ptr<Command> command;
   for (const CommandRow& row : kCommands) {
     CLI::App* const sub = app.add_subcommand(row.name, row.summary);
+    if (row.hidden) sub->group("");
     // Options of the others are not needed; some take a driver to be asked.
     if (argc < 2 || std::strcmp(argv[1], row.name) != 0) continue;
     command = row.make();
     try {
       command->AddOptions(*sub);
     } catch (const Error& error) {
-      fmt::print(stderr, "qvg: no options for effects: {}\n", error.what());
+      Complain(fmt::format("no options for effects: {}", error.what()));
       const auto isHelp = [](const char* word) { return std::strcmp(word, "--help") == 0; };
       if (!std::any_of(argv, argv + argc, isHelp)) return kFailed;
     }
@@ -101,13 +112,16 @@ int Main(int argc, char** argv) {
     if (command) command->Complete(*app.get_subcommands().front());
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() == 0) return app.exit(error);
-    fmt::print(stderr, "qvg: {}\n", Complaint(app, error, argc, argv));
+    Complain(Complaint(app, error, argc, argv));
     return kBadUsage;
   }
   return command ? Run(*command) : kBadUsage;
 }
 
 }  // namespace
+
+std::span<const CommandRow> Commands() { return kCommands; }
+
 }  // namespace qvgtool
 
 int main(int argc, char** argv) { return qvgtool::Main(argc, argv); }

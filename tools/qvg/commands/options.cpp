@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <numeric>
+#include <sstream>
 #include <vector>
 
 extern "C" {
@@ -61,12 +62,63 @@ CLI::Option* AddInput(CLI::App& app, std::string& input) {
   return app.add_option("INPUT", input, "Video, image, or - for a stream (such as Y4M) on standard input");
 }
 
+void AddCapture(CLI::App& app, std::string& input, ReadOptions& read) {
+  const char* group = "Capturing";
+  const auto options = [&read]() -> CaptureOptions& { return read.capture ? *read.capture : read.capture.emplace(); };
+  CLI::Option* const capture = app.add_option_function<std::string>(
+      "--capture",
+      [&input, options](const std::string& device) {
+        input = device;
+        options();
+      },
+      "Takes a camera's or screen's pictures until Ctrl-C, such as v4l2:/dev/video0 or x11::0; qvg info lists the "
+      "formats");
+  capture->type_name("FORMAT:NAME")->excludes(app.get_option("INPUT"))->group(group);
+  app.add_option_function<std::string>(
+         "--capture-size",
+         [options](const std::string& text) {
+           int width = 0, height = 0;
+           if (av_parse_video_size(&width, &height, text.c_str()) < 0) {
+             throw CLI::ValidationError("--capture-size: " + text + " is no size such as 1280x720");
+           }
+           options().size = text;
+         },
+         "Size to ask the device for; else its own")
+      ->type_name("WxH")
+      ->needs(capture)
+      ->group(group);
+  app.add_option_function<std::string>(
+         "--capture-rate",
+         [options](const std::string& text) {
+           AVRational rate;
+           if (av_parse_video_rate(&rate, text.c_str()) < 0) {
+             throw CLI::ValidationError("--capture-rate: " + text + " is no rate such as 25 or 30000/1001");
+           }
+           options().rate = text;
+         },
+         "Frames a second to ask it for")
+      ->type_name("RATE")
+      ->needs(capture)
+      ->group(group);
+}
+
 CLI::Option* AddVerbose(CLI::App& app, bool& verbose) {
   return app.add_flag("--verbose", verbose, "Prints every line of the library's and FFmpeg's logs");
 }
 
 void RefuseEmptyInput(const CLI::App& app, const std::string& input) {
   if (app.count("INPUT") > 0 && input.empty()) throw CLI::ValidationError("INPUT is empty");
+}
+
+std::string Wrapped(const std::string& text, size_t length) {
+  std::string wrapped, line;
+  std::istringstream words(text);
+  for (std::string word; words >> word; line += (line.empty() ? "" : " ") + word) {
+    if (line.size() + word.size() < length) continue;
+    wrapped += line + "\n";
+    line.clear();
+  }
+  return wrapped + line;
 }
 
 std::string NearestOption(const CLI::App& app, const std::string& word) {

@@ -4,6 +4,8 @@
 #include <CLI/CLI.hpp>
 #include <string>
 
+#include "media/mediaReader.h"
+
 namespace qvgtool {
 
 /** Refuses what lies outside, and what is no number. */
@@ -13,10 +15,15 @@ CLI::Validator Between(double low, double high);
 CLI::Option* AddTime(CLI::App& app, const std::string& name, double& seconds, const std::string& help);
 
 CLI::Option* AddInput(CLI::App& app, std::string& input);
+/** A device as the input, after AddInput. */
+void AddCapture(CLI::App& app, std::string& input, ReadOptions& read);
 CLI::Option* AddVerbose(CLI::App& app, bool& verbose);
 
 /** An INPUT of no letters, such as an empty variable of a shell, is no wish for the tool's own clip. Throws. */
 void RefuseEmptyInput(const CLI::App& app, const std::string& input);
+
+/** The same words in lines of this length, as far as they go. */
+std::string Wrapped(const std::string& text, size_t length);
 
 /** The option of the command that is spelt most like this word; empty when none is near. */
 std::string NearestOption(const CLI::App& app, const std::string& word);

@@ -10,6 +10,7 @@
 #include "commands/processOptions.h"
 #include "commands/progress.h"
 #include "media/backgroundClip.h"
+#include "media/complain.h"
 #include "media/demoClip.h"
 #include "media/filters.h"
 #include "media/fixedRate.h"
@@ -89,7 +90,8 @@ std::string Summary(const std::string& path, const MediaWriter& writer, const Vi
 /// One run of the command.
 class Processing {
  public:
-  Processing(const ProcessOptions& options, LogCapture& log) : options_(options), log_(log) {}
+  Processing(const ProcessOptions& options, LogCapture& log, Progress& progress)
+      : options_(options), log_(log), progress_(progress) {}
 
   Outcome Run() {
     _OpenInput();
@@ -121,6 +123,10 @@ class Processing {
   void _ChooseKey() {
     const std::string found = FindKey(options_.key, options_.effect, options_.input, options_.read, source_);
     if (!found.empty()) outcome_.summary.push_back(found);
+    if (!options_.read.capture || samples_.empty()) return;
+    // What was looked at was now too long ago. A device is open once.
+    source_.reset();
+    source_ = std::make_unique<MediaReader>(options_.input, options_.read);
   }
 
   void _OpenOutput() {
@@ -140,6 +146,7 @@ class Processing {
   void _ReadFirst() {
     first_ = source_->Read();
     if (first_) return;
+    if (interrupted) throw Error("interrupted");
     const std::string damage = source_->Damage();
     if (!damage.empty()) throw Error(damage);
     if (options_.read.from <= 0) throw Error(options_.input + ": no picture could be decoded");
@@ -205,7 +212,7 @@ class Processing {
   /// @return false when the input goes on.
   bool _DrawAll() {
     FramePtr frame = std::move(first_), before;
-    Progress progress(total_);
+    progress_.Begin(total_);
     const double frames = limit_ > 0 ? static_cast<double>(limit_) : HUGE_VAL;
     writer_->Open(out_, *frame, source_.get(), std::min(options_.End(), frames * av_q2d(av_inv_q(out_.frameRate))));
     if (window_) window_->SetTasks({.redraw = [&] { _Draw(*before); }});
@@ -215,7 +222,7 @@ class Processing {
         if (const FramePtr behind = background_->At(_Seconds(*frame))) compositor_->SetBackground(*behind);
       }
       _Write(*frame);
-      progress.Update(++done_);
+      progress_.Update(++done_, _Seconds(*frame));
       before = std::move(frame);  // The preview may draw it again.
       if (limit_ > 0 && done_ >= limit_) break;
       frame = source_->Read();
@@ -225,8 +232,8 @@ class Processing {
     }
     const bool complete = !frame && (limit_ == 0 || done_ < limit_);
     writer_->Finish(complete);
-    progress.Clear();
-    elapsed_ = progress.Seconds();
+    progress_.Clear();
+    elapsed_ = progress_.Seconds();
     if (window_ && writer_->SingleImage() && !options_.maxSpeed && !interrupted) window_->Hold("written");
     return complete;
   }
@@ -260,7 +267,8 @@ class Processing {
     for (const std::string& line : writer_->Companions().LeftOut()) {
       outcome_.complaints.push_back(fmt::format("{}, which {} can't hold", line, path));
     }
-    if (interrupted) {
+    // A capture has no other end.
+    if (interrupted && !options_.read.capture) {
       outcome_.complaints.push_back(fmt::format("interrupted: {} holds {} frames", path, done_));
       outcome_.exitCode = kInterrupted;
     } else if (const std::string damage = complete ? source_->Damage() : std::string(); !damage.empty()) {
@@ -271,6 +279,7 @@ class Processing {
 
   ProcessOptions options_;
   LogCapture& log_;
+  Progress& progress_;
   Outcome outcome_;
   std::optional<Renderer> renderer_;  // Outlives the writer, whose encoder may hold frames that the library lent.
   std::unique_ptr<FrameSource> source_;
@@ -294,15 +303,22 @@ class ProcessCommand : public Command {
   bool Verbose() const override { return options_.verbose; }
 
   int Run() override {
+    Progress progress(options_.progress);
     Outcome outcome;
-    {
+    try {
       LogCapture log;
-      outcome = Processing(options_, log).Run();
+      outcome = Processing(options_, log, progress).Run();
+    } catch (const std::exception& error) {
+      progress.Clear();
+      progress.End(kFailed, error.what());
+      throw;
     }
+    progress.End(outcome.exitCode, outcome.exitCode == kDone ? "" : outcome.complaints.back());
     std::FILE* const told = options_.output == kStandardOutput ? stderr : stdout;
+    if (options_.quiet) outcome.summary.clear();
     for (const std::string& line : outcome.summary) fmt::print(told, "{}\n", line);
     std::fflush(told);
-    for (const std::string& line : outcome.complaints) fmt::print(stderr, "qvg: {}\n", line);
+    for (const std::string& line : outcome.complaints) Complain(line);
     return outcome.exitCode;
   }
 
@@ -317,7 +333,15 @@ std::unique_ptr<Command> MakeProcess() { return std::make_unique<ProcessCommand>
 bool Interrupted() { return interrupted; }
 
 void CatchSignals() {
-  for (const int number : {SIGINT, SIGTERM, SIGHUP}) std::signal(number, OnSignal);
+  // Without SA_RESTART: what waits for an input or a reader is to look at the end.
+  struct sigaction action = {};
+  action.sa_handler = OnSignal;
+  for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
+    struct sigaction before = {};
+    sigaction(number, &action, &before);
+    // nohup is to hold.
+    if (number == SIGHUP && before.sa_handler == SIG_IGN) sigaction(number, &before, nullptr);
+  }
   // A reader that leaves a pipe, and a file that grows too large, show as a failed write.
   for (const int number : {SIGPIPE, SIGXFSZ}) std::signal(number, SIG_IGN);
 }

@@ -53,14 +53,7 @@ void AddMixing(CLI::App& app, ProcessOptions& options) {
       ->group(mix);
   app.add_option("--blend", options.layout.blend,
                  fmt::format("How the frame meets the background: {}", fmt::join(BlendNames(), ", ")))
-      ->check(
-          [](const std::string& name) {
-            const auto names = BlendNames();
-            return std::find(names.begin(), names.end(), name) != names.end()
-                       ? std::string()
-                       : fmt::format("no blend is named {} (there are {})", name, fmt::join(names, ", "));
-          },
-          "")
+      ->check(CLI::IsMember(BlendNames()))
       ->type_name("NAME")
       ->group(mix);
   app.add_option("--background", options.layout.background,
@@ -111,6 +104,23 @@ void AddChoosing(CLI::App& app, ProcessOptions& options) {
       ->group(choose);
 }
 
+void AddTelling(CLI::App& app, ProcessOptions& options) {
+  const char* tell = "Telling";
+  app.add_option("--progress", options.progress.format,
+                 "How far it has come, on standard error: auto is a line on a terminal and nothing elsewhere, json an "
+                 "object a line for programs, whose last one has \"done\": true and the outcome")
+      ->check(CLI::IsMember({"auto", "json", "none"}))
+      ->type_name("FORMAT")
+      ->capture_default_str()
+      ->group(tell);
+  app.add_option("--progress-file", options.progress.file,
+                 "Writes these objects there and not to standard error; /dev/fd/3 is descriptor 3")
+      ->type_name("FILE")
+      ->group(tell);
+  app.add_flag("--quiet", options.quiet, "Prints nothing but errors")->group(tell);
+  AddVerbose(app, options.verbose)->group(tell);
+}
+
 void AddWriting(CLI::App& app, ProcessOptions& options) {
   const char* write = "Writing";
   app.add_option("--codec", options.write.codec, "FFmpeg's name of an encoder; else the best for the container")
@@ -123,8 +133,7 @@ void AddWriting(CLI::App& app, ProcessOptions& options) {
       ->group(write);
   app.add_option("--preset", options.write.preset, "Effort of the H.264 encoder, ultrafast to veryslow")
       ->check(CLI::IsMember(
-                  {"ultrafast", "superfast", "veryfast", "faster", "fast", "medium", "slow", "slower", "veryslow"})
-                  .description(""))
+          {"ultrafast", "superfast", "veryfast", "faster", "fast", "medium", "slow", "slower", "veryslow"}))
       ->type_name("NAME")
       ->capture_default_str()
       ->group(write);
@@ -181,10 +190,11 @@ void AddProcessOptions(CLI::App& app, ProcessOptions& options) {
       "the standard one. Sound, subtitles, chapters and titles are kept as far as the output can hold them; of "
       "several\n"
       "inputs the sound, and times such as --from count through all of them.\n"
-      "Exit code: 0 done, 1 failed or input damaged, 2 wrong usage, 130 interrupted.");
+      "Exit code: 0 done, 1 failed or input damaged, 2 wrong usage, 130 interrupted (a capture: 0).");
   app.add_option("INPUT", options.inputs,
                  "Video, image, numbered images (frame%03d.png), or - for a stream (such as Y4M) on standard input; "
                  "several are shown one after the other, fitted into the first one's size, an image for 5 s");
+  AddCapture(app, options.input, options.read);
   app.add_option("-o,--output", options.output,
                  "Video (.mp4, .mkv, .webm ...), image (.png, .jpg ...: the first frame) or numbered images "
                  "(frame%03d.png), or - for a stream on standard output; without INPUT out/demo.mp4")
@@ -199,7 +209,7 @@ void AddProcessOptions(CLI::App& app, ProcessOptions& options) {
          "Shows each frame in a window while it is processed, at the clip's own rate; see qvg view --help for keys")
       ->group("Watching");
   app.add_flag("--max-speed", options.maxSpeed, "With --preview: as fast as it goes")->group("Watching");
-  AddVerbose(app, options.verbose);
+  AddTelling(app, options);
   AddEffectOptions(app, LoadEffectTable(), options.effect, options.key);
 }
 
@@ -209,6 +219,8 @@ void CompleteProcessOptions(const CLI::App& app, ProcessOptions& options) {
   options.read.imageRate = options.fps;
   if (options.to > 0 && options.duration > 0) throw CLI::ExcludesError("--to", "--duration");
   if (options.End() <= 0) throw CLI::ValidationError("--to: lies not behind --from");
+  if (!options.progress.file.empty()) options.progress.format = "json";
+  if (options.quiet && options.progress.format == "auto") options.progress.format = "none";
   if (options.output == "/dev/stdout") options.output = kStandardOutput;
   if (options.input.empty()) CompleteDemo(app, options);
   CompleteEffect(options.effect);

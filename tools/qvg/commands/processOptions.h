@@ -6,6 +6,8 @@
 #include <optional>
 #include <utility>
 
+#include "commands/command.h"
+#include "commands/progress.h"
 #include "media/mediaReader.h"
 #include "media/mediaWriter.h"
 #include "picture/compositor.h"
@@ -21,7 +23,7 @@ struct ProcessOptions {
   std::string input;                // The first of them; empty: the tool's own clip.
   std::string output;
   std::string sheet;  // Contact sheet, PNG; empty: none.
-  ReadOptions read;
+  ReadOptions read{.stop = Interrupted};
   WriteOptions write;
   EffectSettings effect;
   Layout layout;
@@ -34,6 +36,8 @@ struct ProcessOptions {
   bool overwrite = true;
   bool preview = false;   // A window shows each frame
   bool maxSpeed = false;  // and does not wait for the clip's own rate.
+  ProgressOptions progress;
+  bool quiet = false;
   bool verbose = false;
 
   /** Where it ends, in seconds after the first frame. */

@@ -4,6 +4,7 @@
 #include "commands/effectOptions.h"
 #include "commands/options.h"
 #include "commands/viewing.h"
+#include "media/complain.h"
 #include "window/keys.h"
 
 namespace qvgtool {
@@ -17,6 +18,7 @@ class ViewCommand : public Command {
     app.footer("Keys:\n" + KeyHelp({.effect = true, .travel = true, .tasks = true}) +
                "\nA clip stays on its last frame until the window is closed.");
     AddInput(app, options_.input);
+    AddCapture(app, options_.input, options_.read);
     AddTime(app, "--from", options_.read.from, "Starts there in the input");
     app.add_flag("--loop", options_.loop, "Begins again at the end of a clip");
     app.add_flag("--max-speed", options_.maxSpeed, "Shows frames as fast as it goes, not at the clip's own rate");
@@ -30,6 +32,7 @@ class ViewCommand : public Command {
   bool Verbose() const override { return options_.verbose; }
 
   int Run() override {
+    options_.read.stop = Interrupted;
     Viewed viewed;
     {
       LogCapture log;
@@ -37,7 +40,7 @@ class ViewCommand : public Command {
     }
     if (!viewed.told.empty()) fmt::print("{}\n", viewed.told);
     if (viewed.damage.empty()) return Interrupted() ? kInterrupted : kDone;
-    fmt::print(stderr, "qvg: {}\n", viewed.damage);
+    Complain(viewed.damage);
     return kFailed;
   }
 

@@ -1,5 +1,7 @@
 #include "media/ffmpegPtr.h"
 
+#include <algorithm>
+#include <iterator>
 #include <mutex>
 #include <utility>
 
@@ -48,9 +50,10 @@ std::string FfmpegError(int code) {
   char text[AV_ERROR_MAX_STRING_SIZE] = {};
   av_strerror(code, text, sizeof text);
   const std::scoped_lock lock(logMutex);
-  std::string result = text;
+  std::string result = code == AVERROR_EXIT ? "interrupted" : text;
   // Errors of the system say enough; FFmpeg's own are too general.
-  const bool general = code == AVERROR_INVALIDDATA || code == AVERROR_EXTERNAL || code == AVERROR(EINVAL);
+  constexpr int kGeneral[] = {AVERROR_INVALIDDATA, AVERROR_EXTERNAL, AVERROR(EINVAL), AVERROR(EIO)};
+  const bool general = std::find(std::begin(kGeneral), std::end(kGeneral), code) != std::end(kGeneral);
   if (general && !lastMessage.empty() && lastMessage.find(result) == std::string::npos)
     result += " (" + lastMessage + ")";
   lastMessage.clear();

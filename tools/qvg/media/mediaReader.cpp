@@ -14,6 +14,7 @@
 extern "C" {
 #include <libavutil/display.h>
 #include <libavutil/pixdesc.h>
+#include <libavutil/time.h>
 }
 
 namespace qvgtool {
@@ -26,6 +27,8 @@ bool IsNumbered(const std::string& path) {
   std::error_code error;
   return av_filename_number_test(path.c_str()) && !std::filesystem::exists(path, error);
 }
+
+constexpr unsigned kDevicePause = 2000;  // Microseconds, while a device has no picture.
 
 std::string Url(const std::string& path) {
   if (path == "-") return "pipe:0";
@@ -94,15 +97,8 @@ void BeginAtZero(AVPacket& packet) {
 }  // namespace
 
 MediaReader::MediaReader(const std::string& path, const ReadOptions& options)
-    : path_(path == "-" ? "standard input" : path) {
-  AVFormatContext* input = nullptr;
-  const bool numbered = IsNumbered(path);
-  AVDictionary* demuxing = numbered ? NumberedImages(path, options.imageRate) : nullptr;
-  const AVInputFormat* format = numbered ? av_find_input_format("image2") : nullptr;
-  const int opened = avformat_open_input(&input, Url(path).c_str(), format, &demuxing);
-  av_dict_free(&demuxing);
-  input_.reset(input);
-  if (opened < 0) throw Error(fmt::format("{}: {}", path_, FfmpegError(opened)));
+    : path_(path == "-" ? "standard input" : path), stop_(options.stop) {
+  _OpenInput(path, options);
   for (const char* name : kNotMedia) {
     if (!std::strcmp(input_->iformat->name, name)) throw Error(fmt::format("{}: no video or image", path_));
   }
@@ -118,6 +114,22 @@ MediaReader::MediaReader(const std::string& path, const ReadOptions& options)
   cut_ = options.from > 0 && options.exactly;
   if (cut_) before_ = 0;
   TakeDemuxerError();
+}
+
+void MediaReader::_OpenInput(const std::string& path, const ReadOptions& options) {
+  input_ = Checked(InputPtr(avformat_alloc_context()));
+  const auto stop = [](void* self) { return static_cast<MediaReader*>(self)->stop_() ? 1 : 0; };
+  if (stop_) input_->interrupt_callback = {stop, this};
+  if (options.capture) return OpenCapture(path, *options.capture, input_);
+  const std::string url = Url(path);
+  const bool numbered = IsNumbered(path);
+  AVDictionary* demuxing = numbered ? NumberedImages(path, options.imageRate) : nullptr;
+  const AVInputFormat* format = numbered ? av_find_input_format("image2") : nullptr;
+  AVFormatContext* input = input_.release();
+  const int opened = avformat_open_input(&input, url.c_str(), format, &demuxing);
+  av_dict_free(&demuxing);
+  input_.reset(input);
+  if (opened < 0) throw Error(fmt::format("{}: {}", path_, FfmpegError(opened)));
 }
 
 void MediaReader::_OpenDecoder() {
@@ -252,8 +264,13 @@ bool MediaReader::_FeedDecoder() {
   while (!draining_) {
     PacketPtr packet = NewPacket();
     const int result = av_read_frame(input_.get(), packet.get());
+    const bool stopped = stop_ && stop_();
+    if (result == AVERROR(EAGAIN) && !stopped) {
+      av_usleep(kDevicePause);
+      continue;
+    }
     if (result < 0) {
-      if (result != AVERROR_EOF) readError_ = FfmpegError(result);
+      if (result != AVERROR_EOF && !stopped) readError_ = FfmpegError(result);
       if (const std::string complaint = TakeDemuxerError(); readError_.empty()) readError_ = complaint;
       avcodec_send_packet(decoder_.get(), nullptr);
       return false;

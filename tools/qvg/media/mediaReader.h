@@ -4,6 +4,7 @@
 #include <deque>
 #include <optional>
 
+#include "media/capture.h"
 #include "media/frameSource.h"
 #include "media/progressiveSdr.h"
 
@@ -15,7 +16,9 @@ struct ReadOptions {
   bool exactly = true;  // Starts with the frame of that time, else with the one before it that is quickly there.
   bool subtitles = false;
   bool deinterlace = true;
-  double imageRate = 0;  // Of numbered images, a second; 0: 25.
+  double imageRate = 0;                        // Of numbered images, a second; 0: 25.
+  std::optional<CaptureOptions> capture = {};  // The path is a device's.
+  bool (*stop)() = nullptr;  // Asked while the input keeps it waiting: whether to take that for the end.
 };
 
 class MediaReader : public FrameSource {
@@ -34,6 +37,7 @@ class MediaReader : public FrameSource {
   std::string Damage() const override;
 
  private:
+  void _OpenInput(const std::string& path, const ReadOptions& options);
   void _OpenDecoder();
   void _ChooseCompanions(const ReadOptions& options);
   void _Describe();
@@ -45,6 +49,7 @@ class MediaReader : public FrameSource {
   void _KeepPacket(PacketPtr packet);
 
   std::string path_;
+  bool (*stop_)();
   InputPtr input_;
   CodecContextPtr decoder_;
   AVStream* video_ = nullptr;

@@ -5,7 +5,6 @@
 #include <algorithm>
 
 #include "media/imageFiles.h"
-#include "picture/logCapture.h"
 
 extern "C" {
 #include <libavutil/parseutils.h>
@@ -80,13 +79,6 @@ EffectTable AskEffectTable(const QVGGLRendererInterface& gl) {
   }
   const char* displayName = gl.QueryEffect(kEffectName, "zh_CN");
   return {kEffectName, displayName ? displayName : kEffectName, {rows, rows + count}};
-}
-
-EffectTable LoadEffectTable() {
-  LogCapture log;
-  const Renderer renderer;
-  if (!renderer.Ready()) throw Error(NoContextReason(log));
-  return AskEffectTable(renderer.Table());
 }
 
 std::string HelpOf(const QVGParamDescriptor& row) {

@@ -1,10 +1,13 @@
 #include "picture/logCapture.h"
 
-#include <fmt/format.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <stdexcept>
+
+#include "media/complain.h"
 
 namespace qvgtool {
 namespace {
@@ -52,8 +55,9 @@ LogCapture::~LogCapture() {
 void LogCapture::_ReadLines(int pipe) {
   std::string pending;
   char block[4096];
-  for (ssize_t size; (size = read(pipe, block, sizeof block)) > 0;) {
-    pending.append(block, static_cast<size_t>(size));
+  for (ssize_t size; (size = read(pipe, block, sizeof block)) != 0;) {
+    if (size < 0 && errno != EINTR) break;
+    pending.append(block, static_cast<size_t>(std::max<ssize_t>(size, 0)));
     for (size_t end; (end = pending.find('\n')) != std::string::npos; pending.erase(0, end + 1)) {
       const std::string text = pending.substr(0, end);
       const std::scoped_lock lock(mutex_);
@@ -71,9 +75,9 @@ void LogCapture::_ReadLines(int pipe) {
 
 void LogCapture::_Print(const LogLine& line) const {
   if (verbose_) {
-    fmt::print(stderr, "{}\n", line.raw);
+    std::fputs((line.raw + "\n").c_str(), stderr);
   } else if (line.level != LogLine::kOther) {
-    fmt::print(stderr, "qvg: library: {}\n", line.message);
+    Complain("library: " + line.message);
   }
 }
 

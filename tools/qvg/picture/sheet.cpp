@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "media/colorConversion.h"
+#include "media/complain.h"
 #include "media/filters.h"
 #include "media/mediaWriter.h"
 
@@ -49,7 +50,7 @@ void Sheet::Save(const std::string& path) {
   if (FramePtr labelled = Filtered(*picture_, chain)) {
     picture_ = std::move(labelled);
   } else if (!chain.empty()) {
-    fmt::print(stderr, "qvg: {} has no labels: {}\n", path, FfmpegError(AVERROR(ENOENT)));
+    Complain(fmt::format("{} has no labels: {}", path, FfmpegError(AVERROR(ENOENT))));
   }
   picture_->pts = 0;
   VideoFormat format;
