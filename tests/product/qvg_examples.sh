@@ -48,7 +48,7 @@ while read -r line; do
   [[ $output ]]
   verdict "known: $line" $? || continue
   rm -f out.* played.mkv tune.png
-  (eval "$line") </dev/null >out.log 2>&1 && [[ -s $output ]]
+  (set -o pipefail && eval "$line") </dev/null >out.log 2>&1 && [[ -s $output ]]
   verdict "runs: $line" $? "$(tail -n 1 out.log)"
   got=$(for point in $points; do rgba "$output" "$point" | cut -d' ' -f1-3; done | xargs)
   [[ ! $points ]] || near "$line" 24 "$wanted" "$got"

@@ -64,6 +64,7 @@ void SortLines(Findings& findings, bool repeated) {
 
 Findings Find(bool verbose) {
   Findings findings;
+  unsetenv("QVG_LOG_LEVEL");  // What the library logs is what is looked at.
   {
     LogCapture log;
     {

@@ -122,8 +122,9 @@ class Processing {
 
   void _ChooseKey() {
     const std::string found = FindKey(options_.key, options_.effect, options_.input, options_.read, source_);
-    if (!found.empty()) outcome_.summary.push_back(found);
-    if (!options_.read.capture || samples_.empty()) return;
+    if (found.empty()) return;
+    outcome_.summary.push_back(found);
+    if (!options_.read.capture) return;
     // What was looked at was now too long ago. A device is open once.
     source_.reset();
     source_ = std::make_unique<MediaReader>(options_.input, options_.read);
@@ -216,7 +217,8 @@ class Processing {
     const double frames = limit_ > 0 ? static_cast<double>(limit_) : HUGE_VAL;
     writer_->Open(out_, *frame, source_.get(), std::min(options_.End(), frames * av_q2d(av_inv_q(out_.frameRate))));
     if (window_) window_->SetTasks({.redraw = [&] { _Draw(*before); }});
-    while (frame && !interrupted && _Seconds(*frame) < options_.End() - 1e-6) {
+    // A file that was begun gets a frame: without one nothing could read it.
+    while (frame && (!interrupted || done_ == 0) && _Seconds(*frame) < options_.End() - 1e-6) {
       if (window_ && before && window_->WaitFor(_Seconds(*frame)) == Served::kEnd) break;
       if (background_) {
         if (const FramePtr behind = background_->At(_Seconds(*frame))) compositor_->SetBackground(*behind);
