@@ -73,7 +73,6 @@ std::string Complaint(const CLI::App& app, const CLI::ParseError& error, int arg
 int Run(Command& command) {
   try {
     CatchFfmpegLog(command.Verbose());
-    CatchSignals();
     const int exitCode = command.Run();
     const bool lost = std::fflush(stdout) != 0 && errno != EPIPE;
     if (lost && exitCode == kDone) throw Error(fmt::format("standard output: {}", std::strerror(errno)));

@@ -305,6 +305,7 @@ class ProcessCommand : public Command {
   bool Verbose() const override { return options_.verbose; }
 
   int Run() override {
+    CatchSignals();
     Progress progress(options_.progress);
     Outcome outcome;
     try {

@@ -33,6 +33,7 @@ class ViewCommand : public Command {
 
   int Run() override {
     options_.read.stop = Interrupted;
+    CatchSignals();
     Viewed viewed;
     {
       LogCapture log;
