@@ -6,6 +6,7 @@ source "$(dirname "$0")/tool_checks.sh"
 unset DISPLAY WAYLAND_DISPLAY
 
 make -f lavfi -i "testsrc2=size=320x240:rate=25" -t 2 -c:v libx264 clip.mp4
+make -f lavfi -i "testsrc2=size=160x120:rate=25" -t 600 -c:v libx264 -preset ultrafast long.mp4
 
 # ---- Completion and manual page
 
@@ -99,7 +100,7 @@ $(lines err.log) $(grep -c "effect's options are left out" err.log)"
 # stopped SIGNAL ARGUMENT...: the exit code, and whether there is a picture in out.mkv.
 stopped() {
   rm -f out.mkv
-  "$qvg" process "${@:2}" -o out.mkv --preset ultrafast --size 320x180 >out.log 2>err.log </dev/null &
+  "$qvg" process "${@:2}" -o out.mkv --preset ultrafast >out.log 2>err.log </dev/null &
   local tool=$!
   within 200 test -s out.mkv
   sleep "0.$((RANDOM % 10))"
@@ -108,7 +109,7 @@ stopped() {
   echo "$? $(($(frames out.mkv) >= 1))"
 }
 for ((run = 0; run < ${RUNS:-1}; ++run)); do
-  for signal in INT TERM HUP; do expect "SIG$signal" "130 1" "$(stopped "$signal")"; done
+  for signal in INT TERM HUP; do expect "SIG$signal" "130 1" "$(stopped "$signal" long.mp4)"; done
   expect "SIGINT ends a capture" "0 1" "$(stopped INT --capture "x11:$screen")"
 done
 # A stream in which nothing comes, and one that nobody reads on.
