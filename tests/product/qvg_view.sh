@@ -162,6 +162,18 @@ start view clip.mp4 --from 19 --max-speed
 eventually "a clip that has ended stays" titled ", end"
 ends "until it is closed" xdotool key q
 
+# ---- Sound, into a file in place of a device: a second without, two with, and one without again
+
+make -f lavfi -i testsrc2=size=64x48:rate=25:duration=4 -f lavfi -i "sine=440:duration=2" -af "adelay=1000,apad" \
+  -shortest sound.mkv
+echo "pcm.!default { type file slave.pcm { type null } file \"$dir/heard.wav\" format wav }" >sound.conf
+ALSA_CONFIG_PATH=$dir/sound.conf PULSE_SERVER=none start view sound.mkv
+eventually "a clip with sound ends" titled ", end"
+ends "it closes" xdotool key q
+heard=$(ffmpeg -nostdin -i heard.wav -af silencedetect=noise=-30dB:duration=0.3 -f null - 2>&1 |
+  sed -n 's/.*silence_\(end\|start\): \([0-9.]*\).*/\2/p' | xargs)
+near "and is heard when it should be" 0.3 "0 1 3 4" "$heard"
+
 start process clip.mp4 -o lost.mp4 --preview
 eventually "it plays" titled "frames/s"
 ends "a window destroyed by others counts as closed" xdotool windowclose "$window"

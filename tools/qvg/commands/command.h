@@ -42,8 +42,4 @@ std::unique_ptr<Command> MakeEffects();
 std::unique_ptr<Command> MakeCompletion();
 std::unique_ptr<Command> MakeMan();
 
-/** Makes SIGINT, SIGTERM and SIGHUP tell Interrupted(), for commands that ask. */
-void CatchSignals();
-bool Interrupted();
-
 }  // namespace qvgtool

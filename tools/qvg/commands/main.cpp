@@ -10,6 +10,7 @@
 
 #include "commands/command.h"
 #include "commands/options.h"
+#include "commands/signals.h"
 #include "media/complain.h"
 #include "media/ffmpegPtr.h"
 

@@ -1,14 +1,13 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
-#include <atomic>
-#include <csignal>
 #include <filesystem>
 
 #include "commands/command.h"
 #include "commands/keying.h"
 #include "commands/processOptions.h"
 #include "commands/progress.h"
+#include "commands/signals.h"
 #include "media/backgroundClip.h"
 #include "media/complain.h"
 #include "media/demoClip.h"
@@ -22,14 +21,6 @@
 
 namespace qvgtool {
 namespace {
-
-std::atomic<bool> interrupted = false;
-
-void OnSignal(int number) {
-  interrupted = true;
-  // A second one ends a program that hangs.
-  std::signal(number, SIG_DFL);
-}
 
 void RefuseToOverwrite(const ProcessOptions& options) {
   std::error_code error;
@@ -147,7 +138,7 @@ class Processing {
   void _ReadFirst() {
     first_ = source_->Read();
     if (first_) return;
-    if (interrupted) throw Error("interrupted");
+    if (Interrupted()) throw Error("interrupted");
     const std::string damage = source_->Damage();
     if (!damage.empty()) throw Error(damage);
     if (options_.read.from <= 0) throw Error(options_.input + ": no picture could be decoded");
@@ -218,7 +209,7 @@ class Processing {
     writer_->Open(out_, *frame, source_.get(), std::min(options_.End(), frames * av_q2d(av_inv_q(out_.frameRate))));
     if (window_) window_->SetTasks({.redraw = [&] { _Draw(*before); }});
     // A file that was begun gets a frame: without one nothing could read it.
-    while (frame && (!interrupted || done_ == 0) && _Seconds(*frame) < options_.End() - 1e-6) {
+    while (frame && (!Interrupted() || done_ == 0) && _Seconds(*frame) < options_.End() - 1e-6) {
       if (window_ && before && window_->WaitFor(_Seconds(*frame)) == Served::kEnd) break;
       if (background_) {
         if (const FramePtr behind = background_->At(_Seconds(*frame))) compositor_->SetBackground(*behind);
@@ -236,7 +227,7 @@ class Processing {
     writer_->Finish(complete);
     progress_.Clear();
     elapsed_ = progress_.Seconds();
-    if (window_ && writer_->SingleImage() && !options_.maxSpeed && !interrupted) window_->Hold("written");
+    if (window_ && writer_->SingleImage() && !options_.maxSpeed && !Interrupted()) window_->Hold("written");
     return complete;
   }
 
@@ -270,7 +261,7 @@ class Processing {
       outcome_.complaints.push_back(fmt::format("{}, which {} can't hold", line, path));
     }
     // A capture has no other end.
-    if (interrupted && !options_.read.capture) {
+    if (Interrupted() && !options_.read.capture) {
       outcome_.complaints.push_back(fmt::format("interrupted: {} holds {} frames", path, done_));
       outcome_.exitCode = kInterrupted;
     } else if (const std::string damage = complete ? source_->Damage() : std::string(); !damage.empty()) {
@@ -332,21 +323,5 @@ class ProcessCommand : public Command {
 }  // namespace
 
 std::unique_ptr<Command> MakeProcess() { return std::make_unique<ProcessCommand>(); }
-
-bool Interrupted() { return interrupted; }
-
-void CatchSignals() {
-  // Without SA_RESTART: what waits for an input or a reader is to look at the end.
-  struct sigaction action = {};
-  action.sa_handler = OnSignal;
-  for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
-    struct sigaction before = {};
-    sigaction(number, &action, &before);
-    // nohup is to hold.
-    if (number == SIGHUP && before.sa_handler == SIG_IGN) sigaction(number, &before, nullptr);
-  }
-  // A reader that leaves a pipe, and a file that grows too large, show as a failed write.
-  for (const int number : {SIGPIPE, SIGXFSZ}) std::signal(number, SIG_IGN);
-}
 
 }  // namespace qvgtool

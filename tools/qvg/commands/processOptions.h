@@ -8,6 +8,7 @@
 
 #include "commands/command.h"
 #include "commands/progress.h"
+#include "commands/signals.h"
 #include "media/mediaReader.h"
 #include "media/mediaWriter.h"
 #include "picture/compositor.h"

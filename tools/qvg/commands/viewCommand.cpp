@@ -3,6 +3,7 @@
 #include "commands/command.h"
 #include "commands/effectOptions.h"
 #include "commands/options.h"
+#include "commands/signals.h"
 #include "commands/viewing.h"
 #include "media/complain.h"
 #include "window/keys.h"
@@ -22,12 +23,15 @@ class ViewCommand : public Command {
     AddTime(app, "--from", options_.read.from, "Starts there in the input");
     app.add_flag("--loop", options_.loop, "Begins again at the end of a clip");
     app.add_flag("--max-speed", options_.maxSpeed, "Shows frames as fast as it goes, not at the clip's own rate");
+    app.add_flag_callback(
+        "--no-sound", [this] { options_.read.sound = false; }, "Leaves the sound out, as --max-speed does");
     AddVerbose(app, options_.verbose);
     AddEffectOptions(app, LoadEffectTable(), options_.effect, options_.key);
   }
   void Complete(const CLI::App& app) override {
     RefuseEmptyInput(app, options_.input);
     CompleteEffect(options_.effect);
+    if (options_.maxSpeed) options_.read.sound = false;
   }
   bool Verbose() const override { return options_.verbose; }
 

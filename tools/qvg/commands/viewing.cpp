@@ -10,6 +10,7 @@
 #include "commands/command.h"
 #include "commands/effectOptions.h"
 #include "commands/keying.h"
+#include "commands/signals.h"
 #include "media/colorConversion.h"
 #include "media/demoClip.h"
 #include "media/frameSamples.h"
@@ -75,6 +76,7 @@ void Viewing::_SetUp() {
   window_->SetEffect(*effect_);
   window_->SetTasks(_Tasks());
   window_->Say("h shows the keys");
+  _OpenSound();
 }
 
 PreviewTasks Viewing::_Tasks() {
@@ -88,6 +90,10 @@ PreviewTasks Viewing::_Tasks() {
           .print = [this] { return _Print(); },
           .save = [this] { return _Save(); },
           .pick = [this](double x, double y) { return _Pick(x, y); },
+          .clock =
+              [this](std::optional<double> time) {
+                if (sound_) sound_->SetClock(time);
+              },
           .travel = !clip_->Source().Format().still};
 }
 
@@ -103,12 +109,38 @@ void Viewing::_Show() {
   window_->Show(*picture_, start_ + shownTime_);
 }
 
+void Viewing::_OpenSound() {
+  const std::vector<Companion> companions = clip_->Source().Companions();
+  if (companions.empty()) return;
+  sound_ = SoundOutput::Open(*companions.front().stream);
+  if (!sound_) return window_->Say("h shows the keys; no sound device was found");
+  _BeginSound(0);
+}
+
+void Viewing::_BeginSound(double time) {
+  if (sound_) sound_->Begin(*clip_->Source().Companions().front().stream, time, start_);
+}
+
+void Viewing::_TakeSound() {
+  FrameSource& source = clip_->Source();
+  for (CompanionPacket taken = source.TakePacket(); taken.packet; taken = source.TakePacket()) {
+    if (!sound_ || taken.companion != 0) continue;
+    try {
+      sound_->Add(std::move(taken));
+    } catch (const Error& error) {
+      window_->Say(error.what());
+      sound_.reset();
+    }
+  }
+}
+
 /// @return true when the clip had come to its end.
 bool Viewing::_Play() {
   const bool still = clip_->Source().Format().still;
   for (bool another = true;;) {
     if (another) _Show();
     const AVFrame* next = clip_->Next();
+    _TakeSound();
     if (!next && _BeginAgain()) next = clip_->Next();
     const Served served = next    ? window_->WaitFor(start_ + clip_->TimeOf(*next))
                           : still ? window_->Hold(fmt::format("{} x {}", width_, height_))
@@ -124,6 +156,7 @@ bool Viewing::_BeginAgain() {
   if (!options_.loop || format.still || options_.input == "-" || !clip_->Source().Damage().empty()) return false;
   start_ += shownTime_ + av_q2d(av_inv_q(format.frameRate));
   clip_.emplace(Open(options_));
+  _BeginSound(0);
   return true;
 }
 
@@ -133,6 +166,8 @@ bool Viewing::_Go(const Move& move) {
   for (int i = 0; i < move.framesBack; ++i) gone = clip_->GoBack() || gone;
   if (gone && !clip_->Current()) throw Error(fmt::format("{}: nothing can be read there any more", options_.input));
   if (gone) {
+    if (sound_) sound_->Forget();
+    _BeginSound(clip_->TimeOf(*clip_->Current()));
     window_->Say(fmt::format("{:.2f} s", options_.read.from + clip_->TimeOf(*clip_->Current())));
   } else {
     window_->Say("this input can't be wound");

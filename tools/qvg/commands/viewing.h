@@ -9,6 +9,7 @@
 
 #include "media/clipCursor.h"
 #include "media/mediaReader.h"
+#include "media/soundOutput.h"
 #include "picture/compositor.h"
 #include "picture/effect.h"
 #include "picture/logCapture.h"
@@ -18,7 +19,7 @@ namespace qvgtool {
 
 struct ViewOptions {
   std::string input;  // Empty: the tool's own clip.
-  ReadOptions read{.sound = false};
+  ReadOptions read;
   EffectSettings effect;
   std::string key;  // What was given for --key.
   bool loop = false;
@@ -46,6 +47,9 @@ class Viewing {
   bool _Go(const Move& move);
   void _Draw();
   void _Show();
+  void _OpenSound();
+  void _BeginSound(double time);
+  void _TakeSound();
 
   std::string _Print() const;
   std::string _Save() const;
@@ -61,7 +65,8 @@ class Viewing {
   std::optional<Effect> effect_;
   std::optional<Compositor> compositor_, plain_;  // With the effect and without.
   std::optional<PreviewWindow> window_;
-  int width_ = 0, height_ = 0;  // Upright.
+  std::unique_ptr<SoundOutput> sound_;  // null: none is there, or wanted.
+  int width_ = 0, height_ = 0;          // Upright.
   const Texture* picture_ = nullptr;
   FramePtr shown_;
   double shownTime_ = 0;  // In the clip.

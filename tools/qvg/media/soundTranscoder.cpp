@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 extern "C" {
@@ -76,6 +77,8 @@ SoundTranscoder::SoundTranscoder(const AVStream& from, const AVCodec* codec, boo
   samples_.reset(av_audio_fifo_alloc(encoder->sample_fmt, encoder->ch_layout.nb_channels, kSamplesAtOnce));
   if (!samples_) throw std::bad_alloc();
 }
+
+void SoundTranscoder::BeginAt(double seconds) { encoded_ = std::llround(seconds * encoder_->sample_rate); }
 
 void SoundTranscoder::Describe(AVStream& to) const {
   avcodec_parameters_from_context(to.codecpar, encoder_.get());

@@ -15,6 +15,11 @@ class SoundTranscoder : public Transcoder {
   /** from: what the output takes its rate and channels from; packets may come from other streams too. Throws Error. */
   SoundTranscoder(const AVStream& from, const AVCodec* codec, bool globalHeader);
 
+  /** The output begins at that time, in seconds, instead of 0. To be called before the first packet. */
+  void BeginAt(double seconds);
+  /** Of the packets' times. */
+  AVRational Unit() const { return encoder_->time_base; }
+
   void Describe(AVStream& to) const override;
   std::vector<PacketPtr> Convert(CompanionPacket taken) override;
 

@@ -18,6 +18,11 @@ std::optional<double> Playback::Delay(double frameTime, double now) {
   return std::max(0.0, *start_ + frameTime - now);
 }
 
+std::optional<double> Playback::TimeAt(double now) const {
+  if (!paced_ || paused_ || !start_) return std::nullopt;
+  return now - *start_;
+}
+
 void Playback::Shown(double frameTime, double now) {
   const double start = now - frameTime;
   if (!start_ || step_ || start - *start_ > kCatchUp) start_ = start;

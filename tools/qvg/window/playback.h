@@ -22,6 +22,9 @@ class Playback {
   void Jump();
   /** Lets one frame through and pauses behind it. */
   void Step();
+  /** The time in the clip; none while it stands still, or is not paced. */
+  std::optional<double> TimeAt(double now) const;
+
   bool Stepping() const { return step_; }
   bool Paused() const { return paused_; }
 

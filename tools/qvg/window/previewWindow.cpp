@@ -188,6 +188,7 @@ void PreviewWindow::_UpdateTitle(bool now) {
 std::optional<Served> PreviewWindow::_Serve(double timeout) {
   closed_ = !window_.Serve(timeout) || closed_;
   if (!closed_) _TakeStrokes();
+  if (tasks_.clock) tasks_.clock(playback_.TimeAt(NativeWindow::Now()));
   if (closed_ || stopped_()) return Served::kEnd;
   if (move_) return Served::kMove;
   if (overlay_.Expire(NativeWindow::Now())) dirty_ = true;

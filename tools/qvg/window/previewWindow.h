@@ -22,7 +22,9 @@ struct PreviewTasks {
   std::function<const Texture&()> before = {};  // The shown picture without the effect.
   std::function<std::string()> print = {}, save = {};
   std::function<std::string(double x, double y)> pick =
-      {};               // A point of the picture was clicked, from 0 to 1 each way.
+      {};  // A point of the picture was clicked, from 0 to 1 each way.
+  // Told again and again: the time in the clip; none while it stands still or is not paced.
+  std::function<void(std::optional<double> time)> clock = {};
   bool travel = false;  // The command takes Move for an answer.
 };
 
