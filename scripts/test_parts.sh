@@ -192,7 +192,8 @@ part_x11() {
 
 part_product() {
   build linux || return
-  run_product linux "${headless[@]}"
+  # Two at a time: most of it waits for windows and encoders.
+  CTEST_PARALLEL_LEVEL=2 run_product linux "${headless[@]}"
 }
 
 part_windows() {
