@@ -13,6 +13,7 @@
 #include "commands/signals.h"
 #include "media/complain.h"
 #include "media/ffmpegPtr.h"
+#include "media/text.h"
 
 #ifndef QVG_VERSION
 #define QVG_VERSION "1.0.0"

@@ -8,6 +8,7 @@
 #include "commands/command.h"
 #include "commands/commandTexts.h"
 #include "commands/options.h"
+#include "media/text.h"
 
 namespace qvgtool {
 namespace {

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <numeric>
-#include <sstream>
 #include <vector>
 
 extern "C" {
@@ -42,6 +41,14 @@ CLI::Validator Between(double low, double high) {
       "");
 }
 
+std::pair<int, int> ParsedSize(const std::string& option, const std::string& text) {
+  int width = 0, height = 0;
+  if (av_parse_video_size(&width, &height, text.c_str()) < 0 || width < 1 || height < 1) {
+    throw CLI::ValidationError(option + ": " + text + " is no size such as 1280x720");
+  }
+  return {width, height};
+}
+
 CLI::Option* AddTime(CLI::App& app, const std::string& name, double& seconds, const std::string& help) {
   return app
       .add_option_function<std::string>(
@@ -77,10 +84,7 @@ void AddCapture(CLI::App& app, std::string& input, ReadOptions& read) {
   app.add_option_function<std::string>(
          "--capture-size",
          [options](const std::string& text) {
-           int width = 0, height = 0;
-           if (av_parse_video_size(&width, &height, text.c_str()) < 0) {
-             throw CLI::ValidationError("--capture-size: " + text + " is no size such as 1280x720");
-           }
+           ParsedSize("--capture-size", text);
            options().size = text;
          },
          "Size to ask the device for; else its own")
@@ -108,17 +112,6 @@ CLI::Option* AddVerbose(CLI::App& app, bool& verbose) {
 
 void RefuseEmptyInput(const CLI::App& app, const std::string& input) {
   if (app.count("INPUT") > 0 && input.empty()) throw CLI::ValidationError("INPUT is empty");
-}
-
-std::string Wrapped(const std::string& text, size_t length) {
-  std::string wrapped, line;
-  std::istringstream words(text);
-  for (std::string word; words >> word; line += (line.empty() ? "" : " ") + word) {
-    if (line.size() + word.size() < length) continue;
-    wrapped += line + "\n";
-    line.clear();
-  }
-  return wrapped + line;
 }
 
 std::string NearestOption(const CLI::App& app, const std::string& word) {

@@ -11,6 +11,9 @@ namespace qvgtool {
 /** Refuses what lies outside, and what is no number. */
 CLI::Validator Between(double low, double high);
 
+/** "1280x720", or a name of FFmpeg's such as "hd720". Throws CLI::ValidationError with the option's name. */
+std::pair<int, int> ParsedSize(const std::string& option, const std::string& text);
+
 /** Seconds ("1.5") or a time ("00:01:02.5"). Throws CLI::ValidationError. */
 CLI::Option* AddTime(CLI::App& app, const std::string& name, double& seconds, const std::string& help);
 
@@ -21,9 +24,6 @@ CLI::Option* AddVerbose(CLI::App& app, bool& verbose);
 
 /** An INPUT of no letters, such as an empty variable of a shell, is no wish for the tool's own clip. Throws. */
 void RefuseEmptyInput(const CLI::App& app, const std::string& input);
-
-/** The same words in lines of this length, as far as they go. */
-std::string Wrapped(const std::string& text, size_t length);
 
 /** The option of the command that is spelt most like this word; empty when none is near. */
 std::string NearestOption(const CLI::App& app, const std::string& word);

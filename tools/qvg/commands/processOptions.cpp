@@ -19,14 +19,7 @@ namespace {
 void AddPlacing(CLI::App& app, ProcessOptions& options) {
   const char* place = "Placing";
   app.add_option_function<std::string>(
-         "--size",
-         [&options](const std::string& text) {
-           int width = 0, height = 0;
-           if (av_parse_video_size(&width, &height, text.c_str()) < 0 || width < 1 || height < 1) {
-             throw CLI::ValidationError("--size: " + text + " is no size such as 1280x720");
-           }
-           options.size = {width, height};
-         },
+         "--size", [&options](const std::string& text) { options.size = ParsedSize("--size", text); },
          "Size of the output; the frame is fitted into it. Without INPUT the clip's own size too")
       ->type_name("WxH")
       ->group(place);

@@ -42,7 +42,9 @@ void SubtitleTranscoder::Describe(AVStream& to) const {
 std::vector<PacketPtr> SubtitleTranscoder::Convert(CompanionPacket taken) {
   std::vector<PacketPtr> packets;
   if (!taken.packet) return packets;
-  AVSubtitle subtitle = {};
+  struct Subtitle : AVSubtitle {
+    ~Subtitle() { avsubtitle_free(this); }
+  } subtitle = {};
   int got = 0;
   const int decoded = avcodec_decode_subtitle2(decoder_.get(), &subtitle, &got, taken.packet.get());
   if (decoded < 0 || !got) return packets;
@@ -60,7 +62,6 @@ std::vector<PacketPtr> SubtitleTranscoder::Convert(CompanionPacket taken) {
       packets.push_back(std::move(packet));
     }
   }
-  avsubtitle_free(&subtitle);
   return packets;
 }
 

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "media/filters.h"
+#include "media/text.h"
 
 namespace qvgtool {
 namespace {
@@ -26,20 +27,12 @@ double FontSize(const std::string& text, int width, int height) {
   return std::max(kSmallest, std::min(fitting, std::clamp(height / 36.0, 12.0, 28.0)));
 }
 
-std::string Wrapped(const std::string& text) {
+// Line by line.
+std::string InLines(const std::string& text) {
   constexpr size_t kColumns = 56;
   std::string wrapped;
-  size_t column = 0;
   std::istringstream lines(text);
-  for (std::string line, word; std::getline(lines, line); wrapped += "\n", column = 0) {
-    for (std::istringstream words(line); words >> word; column += word.size()) {
-      const bool breaks = column > 0 && column + 1 + word.size() > kColumns;
-      if (column > 0) wrapped += breaks ? "\n" : " ";
-      column = breaks ? 0 : column + (column > 0 ? 1 : 0);
-      wrapped += word;
-    }
-  }
-  if (!wrapped.empty()) wrapped.pop_back();
+  for (std::string line; std::getline(lines, line);) wrapped += (wrapped.empty() ? "" : "\n") + Wrapped(line, kColumns);
   return wrapped;
 }
 
@@ -55,7 +48,7 @@ std::string TextBox(const std::string& text, int width, int height, const char* 
 }  // namespace
 
 void Overlay::Say(const std::string& line, double until) {
-  line_ = Wrapped(line);
+  line_ = InLines(line);
   until_ = until;
 }
 
