@@ -6,7 +6,7 @@ find_package(Threads REQUIRED)
 add_library(qvg_header_only INTERFACE)
 if(CMAKE_CROSSCOMPILING)
   # The host's /usr/include must stay out of the search path: only these folders of it are shown to the compiler.
-  set(shared_headers "${CMAKE_BINARY_DIR}/host-headers")
+  set(shared_headers "${PROJECT_BINARY_DIR}/host-headers")
   file(MAKE_DIRECTORY "${shared_headers}")
   foreach(folder fmt glm)
     if(NOT IS_DIRECTORY "/usr/include/${folder}")

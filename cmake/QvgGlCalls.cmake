@@ -1,9 +1,9 @@
 # Writes glCallList.h: the macro QVG_FOR_EACH_GL_CALL(X) names every entry point that the GL loader knows, without its
 # "gl", for tests/support/glCalls.h. Gives its folder, and that of the header, to the target.
 function(qvg_list_gl_calls target)
-  set(folder "${CMAKE_BINARY_DIR}/generated/glCalls")
+  set(folder "${PROJECT_BINARY_DIR}/generated/glCalls")
   set(pattern "^GLAD_API_CALL PFNGL[A-Z0-9]+PROC glad_gl([A-Za-z0-9]+);.*$")
-  file(STRINGS "${CMAKE_BINARY_DIR}/glad/include/glad/gl.h" calls REGEX "${pattern}")
+  file(STRINGS "${PROJECT_BINARY_DIR}/glad/include/glad/gl.h" calls REGEX "${pattern}")
   if(NOT calls)
     message(FATAL_ERROR "No entry points found in the header of the OpenGL loader")
   endif()
@@ -11,5 +11,5 @@ function(qvg_list_gl_calls target)
   list(JOIN calls " \\\n" calls)
   # The time stamp stays while the text does.
   file(CONFIGURE OUTPUT "${folder}/glCallList.h" CONTENT "#define QVG_FOR_EACH_GL_CALL(X) \\\n${calls}\n" @ONLY)
-  target_include_directories(${target} PRIVATE "${folder}" "${CMAKE_SOURCE_DIR}/tests/support")
+  target_include_directories(${target} PRIVATE "${folder}" "${PROJECT_SOURCE_DIR}/tests/support")
 endfunction()

@@ -12,7 +12,7 @@ if(WIN32)
   list(APPEND glad_sources wgl.c)
 endif()
 list(JOIN glad_extensions "," glad_extensions)
-set(glad_folder "${CMAKE_BINARY_DIR}/glad")
+set(glad_folder "${PROJECT_BINARY_DIR}/glad")
 list(TRANSFORM glad_sources PREPEND "${glad_folder}/src/")
 
 # Kept until the request changes: writing the files again would rebuild everything.

@@ -8,11 +8,11 @@ install(FILES include/qvGLRenderer/qvGLRenderer.h DESTINATION ${CMAKE_INSTALL_IN
 
 set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/qvGLRenderer)
 install(EXPORT qvGLRendererTargets NAMESPACE qvGLRenderer:: DESTINATION ${package_folder})
-file(WRITE "${CMAKE_BINARY_DIR}/qvGLRendererConfig.cmake"
+file(WRITE "${PROJECT_BINARY_DIR}/qvGLRendererConfig.cmake"
   "include(\"\${CMAKE_CURRENT_LIST_DIR}/qvGLRendererTargets.cmake\")\n")
-write_basic_package_version_file("${CMAKE_BINARY_DIR}/qvGLRendererConfigVersion.cmake" COMPATIBILITY SameMajorVersion)
-install(FILES "${CMAKE_BINARY_DIR}/qvGLRendererConfig.cmake" "${CMAKE_BINARY_DIR}/qvGLRendererConfigVersion.cmake"
+write_basic_package_version_file("${PROJECT_BINARY_DIR}/qvGLRendererConfigVersion.cmake" COMPATIBILITY SameMajorVersion)
+install(FILES "${PROJECT_BINARY_DIR}/qvGLRendererConfig.cmake" "${PROJECT_BINARY_DIR}/qvGLRendererConfigVersion.cmake"
   DESTINATION ${package_folder})
 
-configure_file(cmake/qvGLRenderer.pc.in "${CMAKE_BINARY_DIR}/qvGLRenderer.pc" @ONLY)
-install(FILES "${CMAKE_BINARY_DIR}/qvGLRenderer.pc" DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+configure_file(cmake/qvGLRenderer.pc.in "${PROJECT_BINARY_DIR}/qvGLRenderer.pc" @ONLY)
+install(FILES "${PROJECT_BINARY_DIR}/qvGLRenderer.pc" DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

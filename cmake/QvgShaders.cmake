@@ -1,18 +1,13 @@
-# Embeds the shader sources of a layer: src/drawer/*.{vert,frag,glsl} become strings in "drawer/shaders.h", named
-# <file>_vert, <file>_frag and <file>_glsl in namespace qvg::shaders.
+# qvg_embed_shaders(<target> <layer> <shader>...): the texts become strings in "<layer>/shaders.h", named <file>_vert,
+# <file>_frag and <file>_glsl in namespace qvg::shaders.
 function(qvg_embed_shaders target layer)
-  set(folder "${CMAKE_SOURCE_DIR}/src/${layer}")
-  file(GLOB shaders CONFIGURE_DEPENDS "${folder}/*.vert" "${folder}/*.frag" "${folder}/*.glsl")
-  if(NOT shaders)
-    return()
-  endif()
-  set(generated "${CMAKE_BINARY_DIR}/generated/${layer}")
+  set(generated "${PROJECT_BINARY_DIR}/generated/${layer}")
   set(header "${generated}/${layer}/shaders.h")
-  set(script "${CMAKE_SOURCE_DIR}/cmake/embed_shaders.cmake")
+  set(script "${PROJECT_SOURCE_DIR}/cmake/embed_shaders.cmake")
   add_custom_command(
     OUTPUT "${header}"
-    COMMAND "${CMAKE_COMMAND}" "-DOUTPUT=${header}" "-DSHADERS=${shaders}" -P "${script}"
-    DEPENDS ${shaders} "${script}"
+    COMMAND "${CMAKE_COMMAND}" "-DOUTPUT=${header}" "-DSHADERS=${ARGN}" -P "${script}"
+    DEPENDS ${ARGN} "${script}"
     COMMENT "Embedding the shaders of src/${layer}"
     VERBATIM)
   target_sources(${target} PRIVATE "${header}")
