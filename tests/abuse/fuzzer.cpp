@@ -16,9 +16,9 @@
 #include "abuse/checks.h"
 #include "abuse/foreignHost.h"
 #include "abuse/hostile.h"
+#include "reference/drawing.h"
 #include "support/frames.h"
 #include "support/platform.h"
-#include "support/reference.h"
 #include "support/table_test.h"
 
 namespace qvg::test {

@@ -2,9 +2,9 @@
 #include <optional>
 
 #include "host.h"
+#include "reference/drawing.h"
 #include "support/frames.h"
 #include "support/platform.h"
-#include "support/reference.h"
 
 namespace qvg::test {
 namespace {

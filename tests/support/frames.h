@@ -1,64 +1,18 @@
-// Frames in memory of every format, and what a texture must hold after their upload.
+// Frames of the reference, in memory that nobody can read beyond.
 #pragma once
 
-#include <array>
-#include <functional>
-#include <string>
-#include <vector>
-
-#include "image.h"
 #include "platform.h"
-#include "qvGLRenderer/qvGLRenderer.h"
+#include "reference/frames.h"
 
 namespace qvg::test {
 
-struct Format {
-  int code;
-  const char* name;
-  int planes;
-  std::array<int, 3> channels;  // per plane
-  int bytesPerChannel;
-  bool halfWidth, halfHeight;  // of the chroma planes
-  std::array<int, 4> order;    // packed formats: where R, G, B and A lie in a pixel; -1 for none
-  bool yuv() const { return planes > 1; }
-};
+/// Ends where an inaccessible page begins.
+std::shared_ptr<uint8_t> GuardedMemory(size_t size);
 
-const std::vector<Format>& Formats();
-const Format& FormatOf(int code);
-
-/// One way to lay a frame out in memory.
-struct Layout {
-  int code, width, height;
-  std::array<int, 3> stride;      // as the descriptor tells it
-  int strideUnit[3] = {1, 1, 1};  // bytes that one count of it means
-  bool halfWidthChroma;
-  std::string name;
-};
-
-/// Every stride that is worth trying: tight, padded by whole texels, padded by bytes; for 16-bit frames also chroma at
-/// full width and strides that count texels.
-std::vector<Layout> Layouts(int code, int width, int height);
-
-struct Frame {
-  Layout layout;
-  QVGPixelBuffer buffer = {};
-  std::vector<GuardedBlock> memory;  // each ends with the last pixel of the last row
-  std::vector<Image> planes;         // the samples, 0..1, channels in the order of memory
-};
-
-/// The sample at a place of a plane.
-using SampleAt = std::function<uint8_t(int plane, int channel, int x, int y)>;
-Frame MakeFrame(const Layout& layout, const SampleAt& sample);
-/// A frame with the test picture of the seed.
-Frame MakeFrame(const Layout& layout, int seed);
-Frame MakeFrame(int code, int width, int height, int seed);
-/// A packed frame with this picture.
-Frame MakeFrame(const Layout& layout, const Image& picture);
-Frame MakeFrame(int code, const Image& picture);
-
-/// What a texture with a content of width x height holds after the upload, row 0 first.
-Image ExpectedUpload(const Frame& frame, int width, int height);
-/// The picture after keying.
-Image Matted(const Image& image, const QVGColor& matte);
+/// A frame as the reference makes it, with the same arguments but for the memory.
+template <typename... Arguments>
+Frame MakeFrame(const Arguments&... arguments) {
+  return reference::MakeFrame(GuardedMemory, arguments...);
+}
 
 }  // namespace qvg::test

@@ -5,9 +5,11 @@
 #include <cstdint>
 #include <vector>
 
-#include "image.h"
+#include "reference/image.h"
 
 namespace qvg::test {
+
+using namespace reference;
 
 /// A GL entry point of the driver that the library runs on, or null.
 void* GLFunction(const char* name);

@@ -129,38 +129,6 @@ FrameBufferPtr Target(QVGTexture* texture, const QVGCamera* camera, bool depth) 
   return target;
 }
 
-Image PixelsOf(const QVGPixelBuffer& buffer) {
-  const bool swapped = buffer.format == QVG_FORMAT_BGRA;
-  return MakeImage(buffer.width, buffer.height, [&](int x, int y) -> Color {
-    const uint8_t* pixel = buffer.plane[0] + static_cast<ptrdiff_t>(y) * buffer.stride[0] + 4 * x;
-    return {pixel[swapped ? 2 : 0] / 255.0, pixel[1] / 255.0, pixel[swapped ? 0 : 2] / 255.0, pixel[3] / 255.0};
-  });
-}
-
-Planes PlanesOf(const QVGPixelBuffer& buffer) {
-  const auto plane = [&](int p, int width, int height) {
-    return MakeImage(width, height, [&](int x, int y) -> Color {
-      return {buffer.plane[p][static_cast<ptrdiff_t>(y) * buffer.stride[p] + x] / 255.0};
-    });
-  };
-  Planes planes;
-  planes.luma = plane(0, buffer.width, buffer.height);
-  if (buffer.format == QVG_FORMAT_NV12) {
-    planes.chroma = {plane(1, buffer.width, buffer.height / 2)};
-  } else {
-    planes.chroma = {plane(1, buffer.width / 2, buffer.height / 2), plane(2, buffer.width / 2, buffer.height / 2)};
-  }
-  return planes;
-}
-
-std::string Compare(const Planes& expected, const QVGPixelBuffer& buffer, double limit, Errors& errors) {
-  const Planes actual = PlanesOf(buffer);
-  std::string faults = Compare(expected.luma, actual.luma, limit, errors);
-  for (size_t i = 0; i < expected.chroma.size(); ++i)
-    faults += Compare(expected.chroma[i], actual.chroma[i], limit, errors);
-  return faults;
-}
-
 Image Content(QVGTexture* texture) {
   ReadBack read;
   if (!Table().TextureToRGBAPixelBuffer(texture, &read.buffer, false)) return {};

@@ -9,9 +9,9 @@
 #include <vector>
 
 #include "frames.h"
-#include "image.h"
 #include "qvGLRenderer/qvGLRenderer.h"
-#include "reference.h"
+#include "reference/drawing.h"
+#include "reference/readBack.h"
 
 namespace qvg::test {
 
@@ -72,11 +72,6 @@ TexturePtr UploadAnew(const Image& picture, bool recycled);
 void Refill(QVGTexture* texture, const Image& picture);
 FrameBufferPtr Target(QVGTexture* texture, const QVGCamera* camera = nullptr, bool depth = false);
 
-/// The bytes of a read-back as pictures.
-Image PixelsOf(const QVGPixelBuffer& buffer);
-Planes PlanesOf(const QVGPixelBuffer& buffer);
-/// Compares plane by plane.
-std::string Compare(const Planes& expected, const QVGPixelBuffer& buffer, double limit, Errors& errors);
 /// What the texture's content holds as sampled, texture row 0 first.
 Image Content(QVGTexture* texture);
 /// The whole storage as stored.

@@ -4,7 +4,7 @@
 #include <limits>
 #include <map>
 
-#include "support/effectReference.h"
+#include "reference/effect.h"
 #include "support/table_test.h"
 
 namespace qvg::test {

@@ -45,7 +45,7 @@ TEST_F(UploadTest, EveryFormatSizeAndStrideIntoNewTextures) {
       const TexturePtr texture = Upload(frame, flipped);
       ASSERT_NE(texture, nullptr);
       // The library has no business with it any more.
-      for (GuardedBlock& block : frame.memory) std::memset(block.data(), 0, block.size());
+      for (const Block& block : frame.memory) std::memset(block.bytes.get(), 0, block.size);
       EXPECT_EQ(gl_.GetTextureWidth(texture.get()), width);
       EXPECT_EQ(gl_.GetTextureHeight(texture.get()), height);
       EXPECT_EQ(gl_.GetTextureFlipped(texture.get()), !flipped);

@@ -3,7 +3,7 @@
 #include "base/content.h"
 #include "effect/colorEffect.h"
 #include "effect/generalEffect.h"
-#include "support/effectReference.h"
+#include "reference/effect.h"
 #include "unit_support.h"
 
 namespace qvg {

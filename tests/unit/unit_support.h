@@ -13,10 +13,12 @@
 #include "base/gl.h"
 #include "base/texture.h"
 #include "context/runtime.h"
-#include "support/image.h"
+#include "reference/image.h"
 #include "utils/log.h"
 
 namespace qvg::test {
+
+using namespace reference;
 
 /// Keeps the log's lines during its life instead of writing them.
 class LogCapture {

@@ -1,10 +1,10 @@
-#include "image.h"
+#include "reference/image.h"
 
 #include <algorithm>
 #include <cmath>
 #include <sstream>
 
-namespace qvg::test {
+namespace qvg::reference {
 
 uint8_t Wave(double x, double y, int channel, int seed) {
   const double phase = 1.3 * channel + 0.9 * seed;
@@ -143,4 +143,4 @@ std::string Difference(const Image& expected, const Image& actual, double limit,
   return Compare(expected, actual, limit, errors, skip);
 }
 
-}  // namespace qvg::test
+}  // namespace qvg::reference

@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-namespace qvg::test {
+namespace qvg::reference {
 
 using Color = std::array<double, 4>;  // R, G, B, A, 0..1
 
@@ -77,4 +77,4 @@ std::string Compare(const Image& expected, const Image& actual, double limit, Er
 std::string Difference(const Image& expected, const Image& actual, double limit = 0.01,
                        const std::vector<bool>& skip = {});
 
-}  // namespace qvg::test
+}  // namespace qvg::reference

@@ -1,22 +1,12 @@
-// What reading back and drawing must give, computed on the CPU in double precision.
+// What drawing must give, computed on the CPU in double precision.
 #pragma once
 
 #include <vector>
 
-#include "image.h"
 #include "qvGLRenderer/qvGLRenderer.h"
+#include "reference/image.h"
 
-namespace qvg::test {
-
-/// The planes of a read-back; each value is in the first channel.
-struct Planes {
-  Image luma;
-  std::vector<Image> chroma;  // one of width x height/2 with U and V in turn, or U and V of width/2 x height/2
-};
-
-/// content: as sampled, texture row 0 first. flip: the last row comes first.
-Planes ExpectedNV12(const Image& content, bool flip, bool mirror);
-Planes ExpectedI420(const Image& content, bool flip, bool mirror, bool fullRange);
+namespace qvg::reference {
 
 /// The camera that a frame buffer of slot 41 gets.
 QVGCamera DefaultCamera(int width, int height);
@@ -42,4 +32,4 @@ struct DrawResult {
 
 DrawResult ExpectedDraw(const DrawScene& scene);
 
-}  // namespace qvg::test
+}  // namespace qvg::reference

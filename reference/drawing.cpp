@@ -1,39 +1,10 @@
-#include "reference.h"
+#include "reference/drawing.h"
 
 #include <algorithm>
 #include <cmath>
 
-namespace qvg::test {
+namespace qvg::reference {
 namespace {
-
-double Luma(const Color& c) { return 0.299 * c[0] + 0.587 * c[1] + 0.114 * c[2]; }
-double BlueDifference(const Color& c) { return -0.169 * c[0] - 0.331 * c[1] + 0.5 * c[2]; }
-double RedDifference(const Color& c) { return 0.5 * c[0] - 0.419 * c[1] - 0.081 * c[2]; }
-
-// The image that the conversion draws: luma in its first two thirds, chroma in the last.
-template <typename Chroma>
-Planes ReadBack(const Image& content, bool flip, bool mirror, bool fullRange, Chroma chroma) {
-  const int width = content.width, height = content.height, rows = height * 3 / 2;
-  const auto sample = [&](double u, double v, double shift) {
-    if (flip) v = 1 - v;
-    if (mirror) u = 1 - u;
-    return SampleLinear(content, std::clamp(u * width + shift, 0.0, 1.0 * width),
-                        std::clamp(v * height, 0.0, 1.0 * height));
-  };
-  const Image drawn = MakeImage(width, rows, [&](int x, int y) -> Color {
-    const double u = (x + 0.5) / width, v = (y + 0.5) / rows;
-    if (y < height) {
-      const double value = Luma(sample(u, v * 1.5, 0));
-      return {fullRange ? value : (value * 219 + 16) / 255};
-    }
-    const double value = chroma(x, u, (v - 2.0 / 3) * 3, sample);
-    return {fullRange ? value : (value * 224 + 128) / 255};
-  });
-  Planes planes;
-  planes.luma = Crop(drawn, 0, 0, width, height);
-  planes.chroma.push_back(Crop(drawn, 0, height, width, height / 2));
-  return planes;
-}
 
 // ---- Matrices: column vectors, m[row][column] ----
 
@@ -211,22 +182,6 @@ double MatteAlpha(int type, double alpha, const Color& m) {
 
 }  // namespace
 
-Planes ExpectedNV12(const Image& content, bool flip, bool mirror) {
-  return ReadBack(content, flip, mirror, false, [](int x, double u, double v, const auto& sample) {
-    return x % 2 == 0 ? BlueDifference(sample(u, v, 0)) : RedDifference(sample(u, v, -1));
-  });
-}
-
-Planes ExpectedI420(const Image& content, bool flip, bool mirror, bool fullRange) {
-  const int half = content.width / 2;
-  Planes planes = ReadBack(content, flip, mirror, fullRange, [half](int x, double u, double v, const auto& sample) {
-    return x < half ? BlueDifference(sample(2 * u, v, 0)) : RedDifference(sample(2 * (u - 0.5), v, 0));
-  });
-  const Image both = planes.chroma.front();
-  planes.chroma = {Crop(both, 0, 0, half, both.height), Crop(both, half, 0, half, both.height)};
-  return planes;
-}
-
 QVGCamera DefaultCamera(int width, int height) {
   const float w = static_cast<float>(width), h = static_cast<float>(height);
   return {1,     -w / 2, w / 2, h / 2,        -h / 2,    0,        20000, 2 * std::atan(h / 2000),
@@ -299,4 +254,4 @@ DrawResult ExpectedDraw(const DrawScene& scene) {
   return result;
 }
 
-}  // namespace qvg::test
+}  // namespace qvg::reference

@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "image.h"
+#include "reference/image.h"
 
-namespace qvg::test {
+namespace qvg::reference {
 
 using Triple = std::array<double, 3>;
 
@@ -48,4 +48,4 @@ EffectResult ExpectedEffect(const EffectScene& scene);
 /// The error is the distance from the range.
 std::string CompareEffect(const EffectResult& expected, const Image& actual, Errors& errors);
 
-}  // namespace qvg::test
+}  // namespace qvg::reference

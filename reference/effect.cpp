@@ -1,10 +1,10 @@
-#include "effectReference.h"
+#include "reference/effect.h"
 
 #include <algorithm>
 #include <cmath>
 #include <sstream>
 
-namespace qvg::test {
+namespace qvg::reference {
 namespace {
 
 constexpr double kPrecision = 1e-6, kDistancePrecision = 1e-5;
@@ -276,4 +276,4 @@ std::string CompareEffect(const EffectResult& expected, const Image& actual, Err
   return text.str();
 }
 
-}  // namespace qvg::test
+}  // namespace qvg::reference

@@ -1,0 +1,28 @@
+// What reading back must give, computed on the CPU in double precision, and what it gave.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "qvGLRenderer/qvGLRenderer.h"
+#include "reference/image.h"
+
+namespace qvg::reference {
+
+/// The planes of a read-back; each value is in the first channel.
+struct Planes {
+  Image luma;
+  std::vector<Image> chroma;  // one of width x height/2 with U and V in turn, or U and V of width/2 x height/2
+};
+
+/// content: as sampled, texture row 0 first. flip: the last row comes first.
+Planes ExpectedNV12(const Image& content, bool flip, bool mirror);
+Planes ExpectedI420(const Image& content, bool flip, bool mirror, bool fullRange);
+
+/// The bytes of a read-back as pictures.
+Image PixelsOf(const QVGPixelBuffer& buffer);
+Planes PlanesOf(const QVGPixelBuffer& buffer);
+/// Compares plane by plane.
+std::string Compare(const Planes& expected, const QVGPixelBuffer& buffer, double limit, Errors& errors);
+
+}  // namespace qvg::reference
