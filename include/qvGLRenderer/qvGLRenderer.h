@@ -48,6 +48,10 @@
  *   10th, 100th, 1000th time. No slot throws. Handles are checked for null only. What failed leaves nothing behind.
  * - The log goes to standard output, on Windows to the debugger too. QVG_LOG_LEVEL in the environment, read once, keeps
  *   lines back: error, warning, info, debug (all, also when it is not set), or off.
+ * - The display. The library starts on the first one that works of: the X server that DISPLAY names, a GPU device of
+ *   EGL, Mesa's surfaceless platform, a software device. QVG_CONTEXT in the environment, read at each start, allows one
+ *   kind only: x11, device (a GPU or a software device), device:N (EGL's device of that number, from 0; qvg info lists
+ *   them), or surfaceless. Windows has wgl alone.
  * - The end of the process. A host may return from main or call exit() at any time, with or without a release, also
  * while other threads render: calls that are at work get up to half a second to leave the driver, later ones fail at
  * once. A release from then on (from a static destructor, say) only writes null.

@@ -9,11 +9,13 @@
 
 #include <algorithm>
 #include <atomic>
+#include <charconv>
 #include <cstdint>
 #include <cstdlib>
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <source_location>
 #include <string>
 #include <string_view>
@@ -244,21 +246,28 @@ void Disconnect(OpenedDisplay& egl) {
   egl.connection = nullptr;
 }
 
-// Those of all vendors.
-std::vector<EGLDeviceEXT> Devices(bool software) {
+// Those of all vendors, in the order in which EGL numbers them.
+std::vector<EGLDeviceEXT> Devices() {
   const auto queryDevices = Entry<PFNEGLQUERYDEVICESEXTPROC>("eglQueryDevicesEXT");
-  const auto queryString = Entry<PFNEGLQUERYDEVICESTRINGEXTPROC>("eglQueryDeviceStringEXT");
   EGLint count = 0;
   std::vector<EGLDeviceEXT> devices;
-  if (ClientHas("EGL_EXT_platform_device") && queryDevices != nullptr && queryString != nullptr &&
-      queryDevices(0, nullptr, &count) == EGL_TRUE && count > 0) {
+  if (ClientHas("EGL_EXT_platform_device") && queryDevices != nullptr && queryDevices(0, nullptr, &count) == EGL_TRUE &&
+      count > 0) {
     devices.resize(static_cast<size_t>(count));
     if (queryDevices(count, devices.data(), &count) != EGL_TRUE) count = 0;
     devices.resize(static_cast<size_t>(count));
   }
-  std::erase_if(devices, [&](EGLDeviceEXT device) {
-    return Contains(queryString(device, EGL_EXTENSIONS), "EGL_MESA_device_software") != software;
-  });
+  return devices;
+}
+
+bool IsSoftwareDevice(EGLDeviceEXT device) {
+  const auto queryString = Entry<PFNEGLQUERYDEVICESTRINGEXTPROC>("eglQueryDeviceStringEXT");
+  return queryString != nullptr && Contains(queryString(device, EGL_EXTENSIONS), "EGL_MESA_device_software");
+}
+
+std::vector<EGLDeviceEXT> Devices(bool software) {
+  std::vector<EGLDeviceEXT> devices = Devices();
+  std::erase_if(devices, [software](EGLDeviceEXT device) { return IsSoftwareDevice(device) != software; });
   return devices;
 }
 
@@ -305,11 +314,10 @@ bool TryX11(OpenedDisplay& egl, const char* name, const char* server, EGLDisplay
 // Whether the display is known to be drawn to by the processor.
 bool IsSoftware(EGLDisplay display) {
   const auto queryDisplay = Entry<PFNEGLQUERYDISPLAYATTRIBEXTPROC>("eglQueryDisplayAttribEXT");
-  const auto queryDevice = Entry<PFNEGLQUERYDEVICESTRINGEXTPROC>("eglQueryDeviceStringEXT");
   EGLAttrib device = 0;
   return (ClientHas("EGL_EXT_device_base") || ClientHas("EGL_EXT_device_query")) && queryDisplay != nullptr &&
-         queryDevice != nullptr && queryDisplay(display, EGL_DEVICE_EXT, &device) == EGL_TRUE &&
-         Contains(queryDevice(reinterpret_cast<EGLDeviceEXT>(device), EGL_EXTENSIONS), "EGL_MESA_device_software");
+         queryDisplay(display, EGL_DEVICE_EXT, &device) == EGL_TRUE &&
+         IsSoftwareDevice(reinterpret_cast<EGLDeviceEXT>(device));
 }
 
 bool UseX11(Platform& egl, const char* name) {
@@ -346,6 +354,16 @@ bool UseDevice(Platform& egl, const char* name, bool software) {
 bool UseHardwareDevice(Platform& egl, const char* name) { return UseDevice(egl, name, false); }
 bool UseSoftwareDevice(Platform& egl, const char* name) { return UseDevice(egl, name, true); }
 
+bool UseNumberedDevice(Platform& egl, size_t number) {
+  const std::string name = Format("device {}", number);
+  const std::vector<EGLDeviceEXT> devices = Devices();
+  if (number < devices.size()) {
+    return TryDisplay(egl, name.c_str(), PlatformDisplay(EGL_PLATFORM_DEVICE_EXT, devices[number], nullptr));
+  }
+  LogAttempt(name.c_str(), Format("none: EGL has {}, numbered from 0.", devices.size()));
+  return false;
+}
+
 bool UseSurfaceless(Platform& egl, const char* name) {
   if (!ClientHas("EGL_MESA_platform_surfaceless")) {
     LogShort(kLogInfo, Format("glContext_egl: {}: not supported.", name));
@@ -354,25 +372,49 @@ bool UseSurfaceless(Platform& egl, const char* name) {
   return TryDisplay(egl, name, PlatformDisplay(EGL_PLATFORM_SURFACELESS_MESA, EGL_DEFAULT_DISPLAY, nullptr));
 }
 
-constexpr struct {
+struct DisplayKind {
   const char* name;
+  std::string_view choice;  // what asks for it
   bool (*use)(Platform&, const char* name);
-} kDisplays[] = {
-    {"X11", &UseX11},
-    {"hardware device", &UseHardwareDevice},
-    {"surfaceless platform", &UseSurfaceless},
-    {"software device", &UseSoftwareDevice},
 };
+constexpr DisplayKind kDisplays[] = {
+    {"X11", "x11", &UseX11},
+    {"hardware device", "device", &UseHardwareDevice},
+    {"surfaceless platform", "surfaceless", &UseSurfaceless},
+    {"software device", "device", &UseSoftwareDevice},
+};
+
+// Of "device:N".
+std::optional<size_t> DeviceNumber(std::string_view choice) {
+  constexpr std::string_view kPrefix = "device:";
+  size_t number = 0;
+  if (!choice.starts_with(kPrefix)) return std::nullopt;
+  const auto [end, error] = std::from_chars(choice.data() + kPrefix.size(), choice.data() + choice.size(), number);
+  return error == std::errc() && end == choice.data() + choice.size() ? std::optional(number) : std::nullopt;
+}
+
+// The displays that the user allows, one after the other.
+bool UseAnyDisplay(Platform& egl) {
+  const char* const variable = std::getenv("QVG_CONTEXT");
+  const std::string_view choice = variable == nullptr ? "" : variable;
+  if (const std::optional<size_t> number = DeviceNumber(choice)) return UseNumberedDevice(egl, *number);
+  const auto chosen = [choice](const DisplayKind& kind) { return kind.choice == choice; };
+  const bool all = std::none_of(std::begin(kDisplays), std::end(kDisplays), chosen);
+  if (all && !choice.empty()) {
+    LogShort(kLogWarning, Format("glContext_egl: QVG_CONTEXT is \"{}\", expected x11, device, device:N or surfaceless. "
+                                 "The usual displays are tried.",
+                                 choice));
+  }
+  return std::any_of(std::begin(kDisplays), std::end(kDisplays),
+                     [&](const DisplayKind& kind) { return (all || chosen(kind)) && kind.use(egl, kind.name); });
+}
 
 bool OpenDisplay(Platform& egl) {
   if (egl.display != EGL_NO_DISPLAY) return true;
   // Threads of the host keep state of EGL after the library is unloaded, and a display that is left open waits for its
   // next start: both need the loader to stay.
   static_cast<void>(dlopen("libEGL.so.1", RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE));
-  for (const auto& display : kDisplays) {
-    if (display.use(egl, display.name)) return true;
-  }
-  return false;
+  return UseAnyDisplay(egl);
 }
 
 // ---- Windows
@@ -439,7 +481,10 @@ QVGContextData* _CreateDummyGLContext(void* window, bool loadEntryPoints, const 
     LogLocated(kLogError, Format("glContext_egl: {}", what), where);
     return nullptr;
   };
-  if (!OpenDisplay(egl)) return fail("no EGL display gives OpenGL 4.1.");
+  if (!OpenDisplay(egl)) {
+    return fail(std::getenv("QVG_CONTEXT") == nullptr ? "no EGL display gives OpenGL 4.1."
+                                                      : "no EGL display that QVG_CONTEXT allows gives OpenGL 4.1.");
+  }
 
   std::unique_ptr<QVGEglContextData, RecordDeleter> data(new QVGEglContextData);
   data->display = egl.display;

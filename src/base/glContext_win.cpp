@@ -6,6 +6,8 @@
 
 #include <atomic>
 #include <cstdint>
+#include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <mutex>
 #include <source_location>
@@ -14,6 +16,7 @@
 #include "base/entryPoints.h"
 #include "base/gl.h"
 #include "base/glContextPlatform.h"
+#include "utils/format.h"
 #include "utils/log.h"
 #include "utils/neverDestroyed.h"
 
@@ -196,9 +199,17 @@ void DestroyRecord(Platform& win, QVGWinContextData& data) {
   if (data.ownsWindow && data.hwnd != nullptr) win.windows.Destroy(data.hwnd);
 }
 
+// There is nothing to choose from here.
+void WarnOfOtherChoices() {
+  const char* const choice = std::getenv("QVG_CONTEXT");
+  if (choice == nullptr || *choice == '\0' || std::strcmp(choice, "wgl") == 0) return;
+  LogShort(kLogWarning, Format("glContext_win: QVG_CONTEXT is \"{}\", expected wgl, which is used.", choice));
+}
+
 }  // namespace
 
 QVGContextData* _CreateDummyGLContext(void* window, bool loadEntryPoints, const QVGContextData* /*shareRoot*/) {
+  if (loadEntryPoints) WarnOfOtherChoices();
   Platform& win = Win();
   std::lock_guard lock(win.mutex);
   const auto end = [&win](QVGWinContextData* record) {
