@@ -393,10 +393,14 @@ std::optional<size_t> DeviceNumber(std::string_view choice) {
   return error == std::errc() && end == choice.data() + choice.size() ? std::optional(number) : std::nullopt;
 }
 
+std::string_view DisplayChoice() {
+  const char* const choice = std::getenv("QVG_CONTEXT");
+  return choice == nullptr ? "" : choice;
+}
+
 // The displays that the user allows, one after the other.
 bool UseAnyDisplay(Platform& egl) {
-  const char* const variable = std::getenv("QVG_CONTEXT");
-  const std::string_view choice = variable == nullptr ? "" : variable;
+  const std::string_view choice = DisplayChoice();
   if (const std::optional<size_t> number = DeviceNumber(choice)) return UseNumberedDevice(egl, *number);
   const auto chosen = [choice](const DisplayKind& kind) { return kind.choice == choice; };
   const bool all = std::none_of(std::begin(kDisplays), std::end(kDisplays), chosen);
@@ -482,8 +486,8 @@ QVGContextData* _CreateDummyGLContext(void* window, bool loadEntryPoints, const 
     return nullptr;
   };
   if (!OpenDisplay(egl)) {
-    return fail(std::getenv("QVG_CONTEXT") == nullptr ? "no EGL display gives OpenGL 4.1."
-                                                      : "no EGL display that QVG_CONTEXT allows gives OpenGL 4.1.");
+    return fail(DisplayChoice().empty() ? "no EGL display gives OpenGL 4.1."
+                                        : "no EGL display that QVG_CONTEXT allows gives OpenGL 4.1.");
   }
 
   std::unique_ptr<QVGEglContextData, RecordDeleter> data(new QVGEglContextData);

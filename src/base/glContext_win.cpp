@@ -16,7 +16,6 @@
 #include "base/entryPoints.h"
 #include "base/gl.h"
 #include "base/glContextPlatform.h"
-#include "utils/format.h"
 #include "utils/log.h"
 #include "utils/neverDestroyed.h"
 
@@ -203,7 +202,7 @@ void DestroyRecord(Platform& win, QVGWinContextData& data) {
 void WarnOfOtherChoices() {
   const char* const choice = std::getenv("QVG_CONTEXT");
   if (choice == nullptr || *choice == '\0' || std::strcmp(choice, "wgl") == 0) return;
-  LogShort(kLogWarning, Format("glContext_win: QVG_CONTEXT is \"{}\", expected wgl, which is used.", choice));
+  LogShort(kLogWarning, "glContext_win: QVG_CONTEXT names something other than wgl, which is used.");
 }
 
 }  // namespace
