@@ -269,7 +269,7 @@ std::string CompareEffect(const EffectResult& expected, const Image& actual, Err
     }
     ++errors.compared;
     errors.largest = std::max(errors.largest, outside);
-    if (outside <= 0.7 || bad++ > 0) continue;
+    if (outside <= kEffectLimit || bad++ > 0) continue;
     text << TexelFault(expected.image, actual, i) << ": " << outside << " steps outside its range";
   }
   if (bad > 1) text << " (" << bad << " such texels of " << actual.texels.size() << ')';

@@ -44,6 +44,7 @@ struct EffectResult {
 
 EffectResult ExpectedEffect(const EffectScene& scene);
 
+constexpr double kEffectLimit = 0.7;
 /// "" when every value lies in its range but for the output's rounding and a fifth of a step; else where and how not.
 /// The error is the distance from the range.
 std::string CompareEffect(const EffectResult& expected, const Image& actual, Errors& errors);

@@ -34,6 +34,9 @@ uint8_t Level(uint8_t value, int most) {
   return static_cast<uint8_t>(std::lround(std::lround(value * most / 255.0) * 255.0 / most));
 }
 
+constexpr int kCell = 8, kLevels = 6;  // 0, 51, ... 255 of each of Y, U and V
+static_assert(kFlatWidth == kLevels * kLevels * kCell && kFlatHeight == kLevels * kCell);
+
 }  // namespace
 
 std::shared_ptr<uint8_t> HeapMemory(size_t size) { return {new uint8_t[size], std::default_delete<uint8_t[]>()}; }
@@ -182,6 +185,28 @@ Image ExpectedUpload(const Frame& frame, int width, int height) {
     const double v = (format.planes == 3 ? sample(2)[0] : chroma[1]) - 0.5;
     return {luma + 1.402 * v, luma - 0.34414 * u - 0.71414 * v, luma + 1.772 * u, 1};
   });
+}
+
+double UploadLimit(const Format& format) {
+  if (format.bytesPerChannel == 2) return 0.51;  // not filtered
+  if (format.yuv()) return kYuvUploadLimit;
+  return format.code == QVG_FORMAT_RGBX332 ? 0.51 : 0.01;
+}
+
+Frame MakeFlatFrame(const Memory& memory, const Layout& layout) {
+  return MakeFrame(memory, layout, [&](int plane, int channel, int x, int y) -> uint8_t {
+    const int cellX = x / (plane > 0 && layout.halfWidthChroma ? kCell / 2 : kCell);
+    const int cellY = y / (plane > 0 && FormatOf(layout.code).halfHeight ? kCell / 2 : kCell);
+    const int levels[] = {cellY, cellX / kLevels, cellX % kLevels};
+    return static_cast<uint8_t>(51 * levels[plane + channel]);
+  });
+}
+
+std::vector<bool> NotFlat() {
+  std::vector<bool> skip;
+  for (int i = 0; i < kFlatWidth * kFlatHeight; ++i)
+    skip.push_back(i % kFlatWidth % kCell != kCell / 2 || i / kFlatWidth % kCell != kCell / 2);
+  return skip;
 }
 
 Image Matted(const Image& image, const QVGColor& matte) {

@@ -68,6 +68,20 @@ Frame MakeFrame(const Memory& memory, int code, const Image& picture);
 
 /// What a texture with a content of width x height holds after the upload, row 0 first.
 Image ExpectedUpload(const Frame& frame, int width, int height);
+/// How far it may be off, in steps from the exact value. Packed frames are stored as they come, rounded once where they
+/// have fewer bits. A YUV frame is the sum of samples times up to 1.772; a driver that filters with 8 bits may be a
+/// step off with each.
+constexpr double kYuvUploadLimit = 3.3;
+double UploadLimit(const Format& format);
+
+/// A YUV frame of cells of one colour each: inside of them no filtering blurs the figures, and the formulas must be
+/// exact.
+constexpr int kFlatWidth = 288, kFlatHeight = 48;
+constexpr double kFlatLimit = 0.51;
+Frame MakeFlatFrame(const Memory& memory, const Layout& layout);
+/// The pixels to leave out.
+std::vector<bool> NotFlat();
+
 /// The picture after keying.
 Image Matted(const Image& image, const QVGColor& matte);
 

@@ -53,6 +53,14 @@ Planes ExpectedI420(const Image& content, bool flip, bool mirror, bool fullRange
   return planes;
 }
 
+Image Reordered(const Image& picture, int order) {
+  static constexpr int kSources[4][4] = {{2, 1, 0, 3}, {0, 1, 2, 3}, {3, 2, 1, 0}, {1, 2, 3, 0}};
+  Image result = picture;
+  for (size_t i = 0; i < result.texels.size(); ++i)
+    for (int c = 0; c < 4; ++c) result.texels[i][c] = picture.texels[i][kSources[order][c]];
+  return result;
+}
+
 Image PixelsOf(const QVGPixelBuffer& buffer) {
   const bool swapped = buffer.format == QVG_FORMAT_BGRA;
   return MakeImage(buffer.width, buffer.height, [&](int x, int y) -> Color {

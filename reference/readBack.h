@@ -19,6 +19,12 @@ struct Planes {
 Planes ExpectedNV12(const Image& content, bool flip, bool mirror);
 Planes ExpectedI420(const Image& content, bool flip, bool mirror, bool fullRange);
 
+/// In steps from the exact value: half a one for the rounding of the result and, where rows or columns are averaged,
+/// one for a driver that filters with 8 bits.
+constexpr double kYuvReadBackLimit = 1.51;
+/// What is sampled of a texture with these texels when its channels are in one of the orders 0 to 3.
+Image Reordered(const Image& picture, int order);
+
 /// The bytes of a read-back as pictures.
 Image PixelsOf(const QVGPixelBuffer& buffer);
 Planes PlanesOf(const QVGPixelBuffer& buffer);

@@ -4,7 +4,7 @@
 #include <limits>
 #include <map>
 
-#include "reference/effect.h"
+#include "reference/effectScenes.h"
 #include "support/table_test.h"
 
 namespace qvg::test {
@@ -64,40 +64,15 @@ void Set(const EffectPtr& effect, const char* key, const QVGParamValue& value) {
   EXPECT_TRUE(Table().SetEffectParameter(effect.get(), key, &value)) << key;
 }
 
-struct Number {
-  double EffectSettings::*member;
-  double divisor;
-};
-const std::map<std::string, Number> kNumbers = {{"similarity", {&EffectSettings::similarity, 1000}},
-                                                {"smoothness", {&EffectSettings::smoothness, 1000}},
-                                                {"anti-spill", {&EffectSettings::spill, 1000}},
-                                                {"whitten", {&EffectSettings::whitten, 100}},
-                                                {"blur", {&EffectSettings::blur, 100}},
-                                                {"bright", {&EffectSettings::brightness, 100}},
-                                                {"temperature", {&EffectSettings::temperature, 100}},
-                                                {"highlight", {&EffectSettings::highlight, 100}},
-                                                {"shadow", {&EffectSettings::shadow, 100}}};
-const std::map<std::string, bool EffectSettings::*> kSwitches = {{"enable_key", &EffectSettings::key},
-                                                                 {"enable_beauty", &EffectSettings::beauty},
-                                                                 {"enable_color", &EffectSettings::color},
-                                                                 {"enable_bg", &EffectSettings::background}};
-constexpr Triple kGreen = {0, 1, 0}, kBlue = {0.1, 0.2, 0.8};
-
 /// An effect together with what the reference knows of it.
 struct Tuned {
   EffectPtr effect{Table().CreateEffect(kName)};
   EffectSettings settings;
   Image background;
 
-  /// A switch is on with anything but 0.
   Tuned& With(const std::string& key, int value = 1) {
-    if (const auto found = kSwitches.find(key); found != kSwitches.end()) {
-      Set(effect, key.c_str(), Boolean(value != 0));
-      settings.*found->second = value != 0;
-    } else {
-      Set(effect, key.c_str(), Integer(value));
-      settings.*kNumbers.at(key).member = value / kNumbers.at(key).divisor;
-    }
+    Set(effect, key.c_str(), IsSwitch(key) ? Boolean(value != 0) : Integer(value));
+    SetParameter(settings, key, value);
     return *this;
   }
   Tuned& Key(const Triple& rgb) {
@@ -111,33 +86,6 @@ struct Tuned {
     return With("enable_bg");
   }
 };
-
-// ---- Pictures
-
-/// What the stages have to tell apart, premultiplied: green with a soft border on the left, skin with detail in the
-/// middle, everything else on the right; rows of half alpha and of none, exact black, white, greys and pure hues.
-Image Scene(int width, int height, int seed) {
-  Image image = MakeImage(width, height, [&](int x, int y) -> Color {
-    const auto wave = [&](int c) { return Wave(x, y, c, seed) / 255.0; };
-    const double u = static_cast<double>(x) / width;
-    const double soft = std::clamp((u - 0.25) * 8, 0.0, 1.0);
-    const double skin = u < 0.65 ? 1 : 0;
-    const Triple green = {0.1 + 0.15 * wave(0), 0.65 + 0.2 * wave(1), 0.1 + 0.2 * wave(2)};
-    const double pores = (3 * x + 5 * y) % 7 * 0.03 - 0.09;
-    const Triple face = {0.72 + pores + 0.2 * wave(0), 0.52 + pores + 0.15 * wave(1), 0.4 + pores + 0.2 * wave(2)};
-    Color color;
-    for (int c = 0; c < 3; ++c) color[c] = skin * ((1 - soft) * green[c] + soft * face[c]) + (1 - skin) * wave(c);
-    const int band = y * 12 / height;
-    color[3] = band == 3 ? 128 / 255.0 : (band == 8 ? wave(3) : (band == 10 ? 0 : 1));
-    for (int c = 0; c < 3; ++c) color[c] *= color[3];
-    return color;
-  });
-  const Color exact[] = {{0, 0, 0, 1}, {1, 1, 1, 1}, {0.5, 0.5, 0.5, 1}, {1, 0, 0, 1}, {0, 1, 0, 1},    {0, 0, 1, 1},
-                         {1, 1, 0, 1}, {0, 1, 1, 1}, {1, 0, 1, 1},       {0, 0, 0, 0}, {0.4, 0.2, 0, 0}};
-  for (size_t i = 0; i < std::size(exact); ++i)
-    if (static_cast<int>(2 * i + 1) < width) image.at(static_cast<int>(2 * i + 1), height / 2) = exact[i];
-  return Quantised(image);
-}
 
 class EffectTest : public TableTest {
  protected:
@@ -171,70 +119,38 @@ class EffectTest : public TableTest {
   /// With an even size in fresh storage and an odd one in recycled larger storage.
   void CheckSizes(const Tuned& tuned) {
     ClearPools();
-    Check(tuned, Scene(48, 32, 1));
+    Check(tuned, EffectPicture(48, 32, 1));
     ClearPools();
     {  // for the frame and for the output
       const TexturePtr first = Upload(Picture(64, 45, 71)), second = Upload(Picture(63, 44, 72));
     }
-    Check(tuned, Scene(37, 23, 2));
+    Check(tuned, EffectPicture(37, 23, 2));
   }
 };
 
 // ---- What is drawn
 
-TEST_F(EffectTest, Key) {
-  const struct {
-    Triple color;
-    int similarity, smoothness, spill;
-  } cases[] = {{kGreen, 400, 80, 100},   {kGreen, 1, 80, 100},  {kGreen, 1000, 80, 100}, {kGreen, 360, 1, 100},
-               {kGreen, 360, 1000, 100}, {kGreen, 360, 200, 1}, {kGreen, 360, 200, 500}, {kBlue, 100, 120, 150}};
-  for (const auto& [color, similarity, smoothness, spill] : cases) {
-    SCOPED_TRACE(::testing::Message() << similarity << ", " << smoothness << ", " << spill);
+TEST_F(EffectTest, EveryParameter) {
+  for (const EffectCase& told : EffectCases()) {
+    SCOPED_TRACE(told.row + ": " + Text(told));
     Tuned tuned;
-    tuned.With("enable_key").Key(color).With("similarity", similarity).With("smoothness", smoothness);
-    CheckSizes(tuned.With("anti-spill", spill));
+    for (const auto& [key, value] : told.values) tuned.With(key, value);
+    if (told.key) tuned.Key(*told.key);
+    if (!told.background.empty()) tuned.Under(told.background);
+    if (told.dark) Check(tuned, DarkPicture(40, 30, 6));
+    CheckSizes(tuned);
   }
-  CheckSizes(Tuned().With("enable_key"));  // a key colour that was not set is no colour
-  // The darkest colours are encoded by another formula.
-  Image dark = Picture(40, 30, 6, true);
-  for (Color& color : dark.texels)
-    for (int c = 0; c < 3; ++c) color[c] *= 0.04;
-  Check(Tuned().With("enable_key").Key({0, 0, 0}).With("similarity", 1).With("smoothness", 200), Quantised(dark));
 }
 
-TEST_F(EffectTest, BeautyAndColour) {
-  const struct {
-    const char *stage, *key;
-    std::vector<int> values;
-  } cases[] = {{"enable_beauty", "whitten", {0, 30, 100}},  {"enable_beauty", "blur", {1, 15, 51, 100}},
-               {"enable_color", "bright", {-100, 0, 35}},   {"enable_color", "temperature", {-100, 1, 50}},
-               {"enable_color", "highlight", {1, 60, 100}}, {"enable_color", "shadow", {1, 40, 100}}};
-  for (const auto& [stage, key, values] : cases)
-    for (const int value : values) {
-      SCOPED_TRACE(key + (' ' + std::to_string(value)));
-      Tuned tuned;
-      CheckSizes(tuned.With(stage).With(key, value));
-    }
-}
-
-TEST_F(EffectTest, BackgroundOfAnySizeUnderTranslucentFrames) {
-  for (const auto& [width, height] : {std::pair(48, 32), {1, 1}, {131, 97}}) {
-    SCOPED_TRACE(Size(width, height));
-    CheckSizes(Tuned().Under(Picture(width, height, 5, width == 48)));
-  }
-  CheckSizes(Tuned().With("enable_key").Key(kGreen).Under(Image(2, 2)));  // what is keyed out over nothing
-}
-
-TEST_F(EffectTest, AllStagesTogether) {
+TEST_F(EffectTest, EveryContextSeesWhatWasSetLast) {
   Tuned tuned;
   tuned.With("enable_key").With("enable_beauty").With("enable_color").Key(kGreen).With("similarity", 360);
-  tuned.With("smoothness", 200).With("anti-spill", 300).With("whitten", 40).With("blur", 20).With("bright", 15);
-  CheckSizes(tuned.With("temperature", -25).With("highlight", 30).With("shadow", 20));
-  CheckSizes(tuned.Under(Picture(41, 33, 6)));
+  tuned.With("whitten", 40).With("blur", 20).With("bright", 15).Under(Picture(41, 33, 6));
+  CheckSizes(tuned);
   tuned.With("bright", -30).With("blur", 70).Key(kBlue).Under(Picture(20, 33, 7));  // instead of the other one
   CheckSizes(tuned);
   // Parameters are state of the program, which all contexts share: each has to see what another one set last.
-  const Image picture = Scene(40, 30, 7);
+  const Image picture = EffectPicture(40, 30, 7);
   QVGGLContext *other = gl_.GetSharedContext(), *const contexts[] = {other, context_->handle};
   for (int i = 0; i < 6; ++i) {
     gl_.Finish();
@@ -246,7 +162,7 @@ TEST_F(EffectTest, AllStagesTogether) {
 }
 
 TEST_F(EffectTest, OnlyTheContentIsReadWhateverItsOrderAndPresentsUpright) {
-  const Image whole = Scene(60, 40, 4);
+  const Image whole = EffectPicture(60, 40, 4);
   const TexturePtr frame = Upload(MakeFrame(QVG_FORMAT_BGRA, whole));
   EXPECT_TRUE(gl_.SetTextureSize(frame.get(), 31, 19));
   EXPECT_TRUE(gl_.SetTextureOrigin(frame.get(), 7, 18));
@@ -268,7 +184,7 @@ TEST_F(EffectTest, OnlyTheContentIsReadWhateverItsOrderAndPresentsUpright) {
 
 TEST_F(EffectTest, ParametersOutOfRangeCountAsTheNearestInRange) {
   constexpr double kInfinity = std::numeric_limits<double>::infinity();
-  const TexturePtr frame = Upload(Scene(40, 30, 5));
+  const TexturePtr frame = Upload(EffectPicture(40, 30, 5));
   const QVGParamDescriptor* rows = nullptr;
   uint32_t count = 0;
   ASSERT_TRUE(gl_.GetEffectParameterTable(kName, &rows, &count));
@@ -288,7 +204,7 @@ TEST_F(EffectTest, ParametersOutOfRangeCountAsTheNearestInRange) {
 }
 
 TEST_F(EffectTest, NothingIsDrawnWithoutAStageOrAFrame) {
-  const TexturePtr frame = Upload(Scene(20, 10, 1));
+  const TexturePtr frame = Upload(EffectPicture(20, 10, 1));
   Tuned tuned;
   const auto draws = [&] { return TexturePtr(gl_.ApplyEffect(tuned.effect.get(), frame.get())) != nullptr; };
   EXPECT_FALSE(draws());
@@ -399,7 +315,7 @@ TEST_F(EffectTest, ParameterTableAndTypes) {
 }
 
 TEST_F(EffectTest, InstancesLiveOnceAndNullOnesDoNothing) {
-  const TexturePtr first = Upload(Scene(8, 8, 1)), second = Upload(Scene(8, 8, 2));
+  const TexturePtr first = Upload(EffectPicture(8, 8, 1)), second = Upload(EffectPicture(8, 8, 2));
   const QVGParamValue on = Boolean(true);
   QVGEffect *effect = gl_.CreateEffect(kName), *destroyed = effect;
   EXPECT_EQ(gl_.ApplyEffectWith(effect, first.get(), second.get(), 0.5f), first.get());

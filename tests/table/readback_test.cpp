@@ -22,21 +22,9 @@ class ReadBackTest : public TableTest {
     EXPECT_TRUE(gl_.SetTextureSize(texture.get(), picture.width, picture.height));
     return texture;
   }
-
-  static Image Reordered(const Image& picture, int order) {
-    static constexpr int kSources[4][4] = {{2, 1, 0, 3}, {0, 1, 2, 3}, {3, 2, 1, 0}, {1, 2, 3, 0}};
-    Image result = picture;
-    for (size_t i = 0; i < result.texels.size(); ++i)
-      for (int c = 0; c < 4; ++c) result.texels[i][c] = picture.texels[i][kSources[order][c]];
-    return result;
-  }
 };
 
 constexpr int kSizes[][2] = {{1, 1}, {1, 6}, {7, 1}, {37, 23}, {64, 48}};
-
-// In steps from the exact value: half a one for the rounding of the result and, where rows or columns are averaged, one
-// for a driver that filters with 8 bits.
-constexpr double kYuvLimit = 1.51;
 
 /// A descriptor whose every field holds something else.
 QVGPixelBuffer Filled() {
@@ -82,12 +70,12 @@ TEST_F(ReadBackTest, EverySizePlaceOrderAndFlag) {
         ASSERT_TRUE(gl_.TextureToYUV420PixelBuffer(texture.get(), other, turned, &planar.buffer));
         EXPECT_EQ(Fields(planar.buffer), (Numbers{other ? QVG_FORMAT_J420 : QVG_FORMAT_I420, width, height, width, half,
                                                   half, area, area * 5 / 4}));
-        EXPECT_EQ(Mismatch(ExpectedI420(content, !flipped, turned, other), planar.buffer, kYuvLimit), "");
+        EXPECT_EQ(Mismatch(ExpectedI420(content, !flipped, turned, other), planar.buffer, kYuvReadBackLimit), "");
 
         if (other) continue;
         ASSERT_TRUE(gl_.TextureToNV12PixelBuffer(texture.get(), &nv12.buffer, turned));
         EXPECT_EQ(Fields(nv12.buffer), (Numbers{QVG_FORMAT_NV12, width, height, width, width, 0, area, -1}));
-        EXPECT_EQ(Mismatch(ExpectedNV12(content, !flipped, turned), nv12.buffer, kYuvLimit), "");
+        EXPECT_EQ(Mismatch(ExpectedNV12(content, !flipped, turned), nv12.buffer, kYuvReadBackLimit), "");
       }
       EXPECT_TRUE(gl_.GetTextureFlipped(texture.get()));
     }
@@ -101,7 +89,7 @@ TEST_F(ReadBackTest, TexturesOfOtherFormsAsTheyAreStored) {
     ReadBack nv12, bgra;
     ASSERT_TRUE(gl_.TextureToNV12PixelBuffer(texture.get(), &nv12.buffer, false));
     ASSERT_TRUE(gl_.TextureToBGRAPixelBuffer(texture.get(), &bgra.buffer, true));
-    EXPECT_EQ(Mismatch(ExpectedNV12(stored, false, false), nv12.buffer, kYuvLimit), "");
+    EXPECT_EQ(Mismatch(ExpectedNV12(stored, false, false), nv12.buffer, kYuvReadBackLimit), "");
     EXPECT_EQ(Difference(FlippedRows(stored), PixelsOf(bgra.buffer)), "");
     EXPECT_EQ(Difference(stored, Content(texture.get())), "");
     EXPECT_EQ(Difference(stored, Content(TexturePtr(gl_.CloneTexture(texture.get())).get())), "");
