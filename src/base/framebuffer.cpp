@@ -29,13 +29,13 @@ void FrameBuffer::_ReleaseBuffers() {
   if (depthBuffer_ != nullptr) surfaces_.ReleaseRenderBuffer(depthBuffer_);
 }
 
-bool FrameBuffer::_OnOwnContext(std::source_location where) const {
+bool FrameBuffer::_OnOwnContext(SourceLocation where) const {
   if (owner_ != 0 && CurrentContextId() == owner_) return true;
   LogLocated(kLogError, "framebuffer belongs to another context", where);
   return false;
 }
 
-bool FrameBuffer::_Complete(std::source_location where) const {
+bool FrameBuffer::_Complete(SourceLocation where) const {
   if (glCheckFramebufferStatus(GL_FRAMEBUFFER) == GL_FRAMEBUFFER_COMPLETE) return true;
   LogLocated(kLogError, "FrameBuffer is not complete", where);
   return false;

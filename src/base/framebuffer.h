@@ -2,12 +2,12 @@
 
 #include <atomic>
 #include <cstdint>
-#include <source_location>
 
 #include "base/content.h"
 #include "base/contextState.h"
 #include "base/gl.h"
 #include "base/scene.h"
+#include "utils/sourceLocation.h"
 
 namespace qvg {
 
@@ -69,9 +69,9 @@ class FrameBuffer {
 
  private:
   // The last argument is the operation on whose behalf they log.
-  bool _OnOwnContext(std::source_location where = std::source_location::current()) const;
+  bool _OnOwnContext(SourceLocation where = SourceLocation::current()) const;
   bool _AttachDepth(int width, int height);
-  bool _Complete(std::source_location where = std::source_location::current()) const;
+  bool _Complete(SourceLocation where = SourceLocation::current()) const;
   void _ReleaseBuffers();
 
   SurfaceSource& surfaces_;

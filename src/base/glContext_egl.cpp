@@ -16,7 +16,6 @@
 #include <memory>
 #include <mutex>
 #include <optional>
-#include <source_location>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -193,8 +192,7 @@ EGLContext CreateContext(EGLDisplay display, EGLConfig config, EGLContext shareR
 
 // ---- The display
 
-void LogAttempt(const char* name, const std::string& reason,
-                std::source_location where = std::source_location::current()) {
+void LogAttempt(const char* name, const std::string& reason, SourceLocation where = SourceLocation::current()) {
   LogLocated(kLogWarning, Format("glContext_egl: {}: {}", name, reason), where);
 }
 
@@ -481,7 +479,7 @@ struct RecordDeleter {
 QVGContextData* _CreateDummyGLContext(void* window, bool loadEntryPoints, const QVGContextData* shareRoot) {
   Platform& egl = Egl();
   std::lock_guard lock(egl.mutex);
-  const auto fail = [](const char* what, std::source_location where = std::source_location::current()) {
+  const auto fail = [](const char* what, SourceLocation where = SourceLocation::current()) {
     LogLocated(kLogError, Format("glContext_egl: {}", what), where);
     return nullptr;
   };

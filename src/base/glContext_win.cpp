@@ -10,7 +10,6 @@
 #include <cstring>
 #include <memory>
 #include <mutex>
-#include <source_location>
 
 #include "base/contextState.h"
 #include "base/entryPoints.h"
@@ -216,7 +215,7 @@ QVGContextData* _CreateDummyGLContext(void* window, bool loadEntryPoints, const 
     delete record;
   };
   std::unique_ptr<QVGWinContextData, decltype(end)> data(new QVGWinContextData, end);
-  const auto fail = [](const char* message, std::source_location where = std::source_location::current()) {
+  const auto fail = [](const char* message, SourceLocation where = SourceLocation::current()) {
     LogLocated(kLogError, message, where);
     return nullptr;
   };

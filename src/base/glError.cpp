@@ -26,7 +26,7 @@ std::string DecodeGLError(uint32_t code) {
   }
 }
 
-bool CheckGLError(std::source_location where) noexcept {
+bool CheckGLError(SourceLocation where) noexcept {
   const GLenum error = glGetError();
   if (error == GL_NO_ERROR) return true;
   if (ContextState* const current = CurrentContext(); current != nullptr) current->failed = true;

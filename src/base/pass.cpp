@@ -60,7 +60,7 @@ void Pass::Draw(const glm::mat4& mvp, const glm::mat3& texcoords) {
   Draw();
 }
 
-bool Pass::End(std::source_location where) {
+bool Pass::End(SourceLocation where) {
   const bool drawn = ready_;
   _Unbind();
   return CheckGLError(where) && drawn;

@@ -3,12 +3,12 @@
 #include <array>
 #include <cstdint>
 #include <glm/glm.hpp>
-#include <source_location>
 
 #include "base/content.h"
 #include "base/gl.h"
 #include "base/program.h"
 #include "base/renderTarget.h"
+#include "utils/sourceLocation.h"
 
 namespace qvg {
 
@@ -49,7 +49,7 @@ class Pass {
   /// Draws the quad with these matrices: from -1..1 to clip space, and from 0..1 to storage coordinates of a texture.
   void Draw(const glm::mat4& mvp, const glm::mat3& texcoords);
   /// Ends the pass, and the operation that it is. False after a GL error, which is logged for the caller's place.
-  bool End(std::source_location where = std::source_location::current());
+  bool End(SourceLocation where = SourceLocation::current());
   /// Ends the pass without a check.
   void EndUnchecked() { _Unbind(); }
 

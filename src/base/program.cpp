@@ -103,7 +103,7 @@ void Program::_SendSamplers() {
   }
 }
 
-bool Program::_Loaded(std::source_location where) const {
+bool Program::_Loaded(SourceLocation where) const {
   if (loaded_) return true;
   LogLocated(kLogError, "program not loaded", where);
   return false;
@@ -165,7 +165,7 @@ int Program::GetUniformLocation(const std::string& name) {
 }
 
 template <class Value>
-bool Program::_Set(const std::string& name, const Value& value, std::source_location where) {
+bool Program::_Set(const std::string& name, const Value& value, SourceLocation where) {
   if (!_Loaded(where)) return false;
   // Sent each time: the same uniform may have been set by its index.
   Uniform uniform;
@@ -174,13 +174,13 @@ bool Program::_Set(const std::string& name, const Value& value, std::source_loca
   return CheckGLError(where);
 }
 
-template bool Program::_Set(const std::string&, const int&, std::source_location);
-template bool Program::_Set(const std::string&, const float&, std::source_location);
-template bool Program::_Set(const std::string&, const glm::vec2&, std::source_location);
-template bool Program::_Set(const std::string&, const glm::vec3&, std::source_location);
-template bool Program::_Set(const std::string&, const glm::vec4&, std::source_location);
-template bool Program::_Set(const std::string&, const glm::mat3&, std::source_location);
-template bool Program::_Set(const std::string&, const glm::mat4&, std::source_location);
+template bool Program::_Set(const std::string&, const int&, SourceLocation);
+template bool Program::_Set(const std::string&, const float&, SourceLocation);
+template bool Program::_Set(const std::string&, const glm::vec2&, SourceLocation);
+template bool Program::_Set(const std::string&, const glm::vec3&, SourceLocation);
+template bool Program::_Set(const std::string&, const glm::vec4&, SourceLocation);
+template bool Program::_Set(const std::string&, const glm::mat3&, SourceLocation);
+template bool Program::_Set(const std::string&, const glm::mat4&, SourceLocation);
 
 bool Program::SetUniformTexture(int unit, int texture, const std::string& name, unsigned int target) {
   if (!_Loaded()) return false;

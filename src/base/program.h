@@ -3,13 +3,13 @@
 #include <array>
 #include <cstddef>
 #include <glm/glm.hpp>
-#include <source_location>
 #include <string>
 #include <unordered_map>
 
 #include "base/gl.h"
 #include "base/handOver.h"
 #include "base/programKind.h"
+#include "utils/sourceLocation.h"
 
 namespace qvg {
 
@@ -72,8 +72,8 @@ class Program {
   template <class Value>
   void _Upload(Uniform& uniform, const Value& value);
   template <class Value>
-  bool _Set(const std::string& name, const Value& value, std::source_location where = std::source_location::current());
-  bool _Loaded(std::source_location where = std::source_location::current()) const;
+  bool _Set(const std::string& name, const Value& value, SourceLocation where = SourceLocation::current());
+  bool _Loaded(SourceLocation where = SourceLocation::current()) const;
   void _SendSamplers();
 
   GLuint id_ = 0;

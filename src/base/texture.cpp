@@ -106,7 +106,7 @@ bool Texture::_MapAndLoad(const HostPixels& image) {
   return mapped != nullptr;
 }
 
-bool Texture::Load(const HostPixels& image, std::source_location where) {
+bool Texture::Load(const HostPixels& image, SourceLocation where) {
   const ContentRect before = content_;
   SubmitLoad(image, Place::kCentre);
   if (CheckGLError(where)) return true;

@@ -2,10 +2,10 @@
 
 #include <array>
 #include <cstdint>
-#include <source_location>
 
 #include "base/content.h"
 #include "base/gl.h"
+#include "utils/sourceLocation.h"
 
 namespace qvg {
 
@@ -64,7 +64,7 @@ class Texture {
   /// Applies wrap modes and filters; nothing else of the setting.
   bool UpdateSetting(const TextureSetting& setting);
   /// Uploads an image into the centre of the storage.
-  bool Load(const HostPixels& image, std::source_location where = std::source_location::current());
+  bool Load(const HostPixels& image, SourceLocation where = SourceLocation::current());
   /// The same without an error check: for a step of an operation that ends with one. At the origin the image lies in
   /// the first rows and columns of the storage, where the wrap mode keeps a linear filter from reading anything before
   /// it.

@@ -6,7 +6,7 @@
 
 namespace qvg {
 
-bool Drawer::_HasScene(const Scene* scene, const char* message, std::source_location where) {
+bool Drawer::_HasScene(const Scene* scene, const char* message, SourceLocation where) {
   if (scene == nullptr) LogLocated(kLogError, message, where);
   return scene != nullptr;
 }

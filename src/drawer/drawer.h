@@ -1,10 +1,10 @@
 #pragma once
 
 #include <glm/glm.hpp>
-#include <source_location>
 
 #include "base/pass.h"
 #include "base/scene.h"
+#include "utils/sourceLocation.h"
 
 namespace qvg {
 
@@ -21,7 +21,7 @@ class Drawer {
  protected:
   /// False, which is logged, without a scene. Every scene of the library is one; a caller may come without.
   static bool _HasScene(const Scene* scene, const char* message = "scene is null",
-                        std::source_location where = std::source_location::current());
+                        SourceLocation where = SourceLocation::current());
 
   ProgramCache& programs_;
 };

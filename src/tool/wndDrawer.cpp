@@ -162,7 +162,7 @@ GLuint WndDrawer::_LoadShader(GLenum type, const std::string& source) {
   if (CheckGLError() && compiled != 0) return shader;
   if (length > 0) {
     LogShort(kLogError,
-             fmt::format("WndDrawer: compile shader failed. err={}", InfoLog(shader, length, glGetShaderInfoLog)));
+             Format("WndDrawer: compile shader failed. err={}", InfoLog(shader, length, glGetShaderInfoLog)));
   }
   if (shader != 0) glDeleteShader(shader);
   return 0;
@@ -175,8 +175,8 @@ bool WndDrawer::_Link(GLuint program) {
   glGetProgramiv(program, GL_LINK_STATUS, &linked);
   glGetProgramiv(program, GL_INFO_LOG_LENGTH, &length);
   if (linked == 0 && length > 0) {
-    LogShort(kLogError, fmt::format("WndDrawer: link shader program failed. err={}",
-                                    InfoLog(program, length, glGetProgramInfoLog)));
+    LogShort(kLogError,
+             Format("WndDrawer: link shader program failed. err={}", InfoLog(program, length, glGetProgramInfoLog)));
   }
   return CheckGLError() && linked != 0;
 }

@@ -41,7 +41,7 @@ class WndDrawer {
   bool Draw(const Texture* texture);
 
  private:
-  struct Size {
+  struct alignas(2 * sizeof(int)) Size {  // So that it is one atomic word.
     int width;
     int height;
   };

@@ -111,7 +111,7 @@ std::string LogTimestamp(std::chrono::system_clock::time_point time) {
   return text;
 }
 
-void LogLocated(int32_t level, std::string_view message, std::source_location where) noexcept {
+void LogLocated(int32_t level, std::string_view message, SourceLocation where) noexcept {
   try {
     Logger::Instance().Log(Format("[{}]{},line={},func={},file={}", LogTimestamp(std::chrono::system_clock::now()),
                                   message, where.line(), where.function_name(), WithoutEnding(where.file_name())),

@@ -3,9 +3,10 @@
 #include <chrono>
 #include <cstdint>
 #include <mutex>
-#include <source_location>
 #include <string>
 #include <string_view>
+
+#include "utils/sourceLocation.h"
 
 namespace qvg {
 
@@ -51,8 +52,7 @@ std::string LogTimestamp(std::chrono::system_clock::time_point time);
 // Neither throws: a line that there is no memory for is lost.
 
 /// One line that says where it was written: timestamp, message, source line, function signature, source file.
-void LogLocated(int32_t level, std::string_view message,
-                std::source_location where = std::source_location::current()) noexcept;
+void LogLocated(int32_t level, std::string_view message, SourceLocation where = SourceLocation::current()) noexcept;
 
 /// One line with timestamp and message alone.
 void LogShort(int32_t level, std::string_view message) noexcept;

@@ -443,8 +443,10 @@ struct Slot {
 };
 
 // The expression is false for the slot's failure value.
-#define QVG_SLOT(name, weight, needsContext, expression) \
-  Slot(#name, weight, needsContext, [](Fuzzer& f) -> bool { return expression; })
+#define QVG_SLOT(name, weight, needsContext, expression)                       \
+  Slot {                                                                       \
+#name, weight, needsContext, [](Fuzzer & f) -> bool { return expression; } \
+  }
 constexpr Slot kSlots[kSlotCount] = {
     QVG_SLOT(SetTexturePoolCapacity, 12, false, (f.gl.SetTexturePoolCapacity(f.random.Integer()), true)),
     QVG_SLOT(Reserved, 4, false, (f.gl.Reserved(), true)),

@@ -49,8 +49,8 @@ void Append(std::vector<uint8_t>& bytes, const Value& value) {
   bytes.insert(bytes.end(), from, from + sizeof value);
 }
 
-uint8_t picture[4 * 20 * 12];
-QVGHostImage background = {picture, {}, 20, 12};
+uint8_t backgroundPixels[4 * 20 * 12];
+QVGHostImage background = {backgroundPixels, {}, 20, 12};
 
 }  // namespace
 
@@ -153,7 +153,7 @@ std::vector<uint8_t> BytesOf(const QVGPixelBuffer& buffer) {
 }
 
 const QVGGLRendererInterface& StartLibrary() {
-  for (size_t i = 0; i < sizeof picture; ++i) picture[i] = static_cast<uint8_t>(i * 7 % 251);
+  for (size_t i = 0; i < sizeof backgroundPixels; ++i) backgroundPixels[i] = static_cast<uint8_t>(i * 7 % 251);
   QVGConfig config = {};
   config.decodeImage = [](const char*) { return &background; };
   config.freeImage = [](const char*, QVGHostImage*) {};

@@ -54,7 +54,9 @@ TEST_F(PoolTest, PendingWorkIsWaitedForOnAnotherContextAlone) {
     MakeCurrent(nullptr);
     MakeCurrent(own);
   };
-  for (const auto& [take, giveBack] : kinds) {
+  for (const auto& kind : kinds) {
+    const auto& take = kind.take;
+    const auto& giveBack = kind.giveBack;
     const GLuint first = take();
     const auto takeFirst = [&] { EXPECT_EQ(take(), first); };
     EXPECT_EQ(syncs(giveBack), 0);
