@@ -4,7 +4,10 @@ install(TARGETS qvGLRenderer EXPORT qvGLRendererTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-install(FILES include/qvGLRenderer/qvGLRenderer.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/qvGLRenderer)
+install(FILES
+  include/qvGLRenderer/qvGLRenderer.h include/qvGLRenderer/qvGLRenderer.hpp
+  "${PROJECT_BINARY_DIR}/include/qvGLRenderer/qvGLRendererVersion.h"
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/qvGLRenderer)
 
 set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/qvGLRenderer)
 install(EXPORT qvGLRendererTargets NAMESPACE qvGLRenderer:: DESTINATION ${package_folder})

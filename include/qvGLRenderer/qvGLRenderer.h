@@ -60,7 +60,10 @@
 #define QVGLRENDERER_QVGLRENDERER_H
 
 #include <stdbool.h>
+#include <stddef.h>
 #include <stdint.h>
+
+#include "qvGLRendererVersion.h"
 
 #if defined(_WIN32)
 #if defined(QVG_BUILDING_LIBRARY)
@@ -151,6 +154,78 @@ typedef struct QVGPixelBuffer {
   int32_t kind;      /**< 2 after a read-back; not read. */
   int32_t format;    /**< A QVGPixelFormat. */
 } QVGPixelBuffer;
+
+/* Inline functions of this header need no library, and stay within C99 and C++. */
+#ifdef __cplusplus
+#define QVG_INLINE inline
+#define QVG_CAST(type, value) static_cast<type>(value)
+#define QVG_UNCONST(type, pointer) const_cast<type*>(static_cast<const type*>(pointer))
+#else
+#define QVG_INLINE static inline
+#define QVG_CAST(type, value) ((type)(value))
+#define QVG_UNCONST(type, pointer) ((type*)(uintptr_t)(pointer))
+#endif
+
+/**
+ * Describes a frame that lies in one piece, for uploads: each plane begins where the one before it ends. [any]
+ * @param buffer its strides, planes, size and format are filled, the rest is 0.
+ * @param pixels the frame; null leaves the planes null. It is only read, though the descriptor can't say so.
+ * @param stride bytes from one row of the first plane to the next; 0: as many as a row has. The other planes have what
+ *        belongs to it, as V4L2 and most decoders lay frames out: as many bytes for the pairs of NV12 and YUV16_SP and
+ *        for I444 and J444, half of them, rounded up, for the chroma of I420, J420, I422 and J422, and never less than
+ * a row needs. Pairs of YUV16_SP are at half width. Fill strides that are otherwise yourself.
+ * @return the bytes from the first pixel to the end of the last row, padding included. 0, with nothing filled, for
+ * null, an unknown format, a width or height below 1, or a stride that is too small or too large.
+ */
+QVG_INLINE size_t QVG_PixelBufferFromPointer(QVGPixelBuffer* buffer, int32_t format, int32_t width, int32_t height,
+                                             const void* pixels, int32_t stride) {
+  /* Format; bytes of a pixel in the first plane; number of further planes, bytes of a sample there (of a pair, where U
+     and V share the plane), and pixels that share a sample, across and down. */
+  const int32_t layouts[][6] = {
+      {QVG_FORMAT_RGBA, 4, 0, 0, 1, 1},    {QVG_FORMAT_ARGB, 4, 0, 0, 1, 1}, {QVG_FORMAT_RGB, 3, 0, 0, 1, 1},
+      {QVG_FORMAT_BGRA, 4, 0, 0, 1, 1},    {QVG_FORMAT_ABGR, 4, 0, 0, 1, 1}, {QVG_FORMAT_BGR, 3, 0, 0, 1, 1},
+      {QVG_FORMAT_RGBX332, 4, 0, 0, 1, 1}, {QVG_FORMAT_NV12, 1, 1, 2, 2, 2}, {QVG_FORMAT_YUV16_SP, 2, 1, 4, 2, 2},
+      {QVG_FORMAT_I420, 1, 2, 1, 2, 2},    {QVG_FORMAT_I422, 1, 2, 1, 2, 1}, {QVG_FORMAT_I444, 1, 2, 1, 1, 1},
+      {QVG_FORMAT_J420, 1, 2, 1, 2, 2},    {QVG_FORMAT_J422, 1, 2, 1, 2, 1}, {QVG_FORMAT_J444, 1, 2, 1, 1, 1}};
+  const int count = QVG_CAST(int, sizeof layouts / sizeof layouts[0]);
+  int row = 0;
+  while (row < count && layouts[row][0] != format) ++row;
+  if (!buffer || row == count || width < 1 || height < 1) return 0;
+
+  const int64_t pixelBytes = layouts[row][1], sampleBytes = layouts[row][3];
+  const int64_t across = layouts[row][4], down = layouts[row][5];
+  const int others = layouts[row][2];
+  const int64_t first = stride != 0 ? stride : pixelBytes * width;
+  const int64_t rowOfSamples = (width + across - 1) / across * sampleBytes;
+  const int64_t matching = (first * sampleBytes + pixelBytes * across - 1) / (pixelBytes * across);
+  const int64_t other = matching > rowOfSamples ? matching : rowOfSamples;
+  if (first < pixelBytes * width || first > INT32_MAX || other > INT32_MAX) return 0;
+
+  const QVGPixelBuffer empty = {{0, 0, 0}, {0, 0, 0}, 0, 0, 0, 0, 0};
+  *buffer = empty;
+  buffer->width = width;
+  buffer->height = height;
+  buffer->format = format;
+  size_t bytes = 0;
+  for (int plane = 0; plane <= others; ++plane) {
+    const int64_t bytesOfRow = plane == 0 ? first : other;
+    const int64_t rows = plane == 0 ? height : (height + down - 1) / down;
+    if (pixels) buffer->plane[plane] = QVG_UNCONST(uint8_t, pixels) + bytes;
+    buffer->stride[plane] = QVG_CAST(int32_t, bytesOfRow);
+    bytes += QVG_CAST(size_t, bytesOfRow * rows);
+  }
+  return bytes;
+}
+
+/** The bytes that such a frame takes, and so what to allocate for it; 0 as above. [any] */
+QVG_INLINE size_t QVG_PixelBufferSize(int32_t format, int32_t width, int32_t height, int32_t stride) {
+  QVGPixelBuffer buffer;
+  return QVG_PixelBufferFromPointer(&buffer, format, width, height, 0, stride);
+}
+
+#undef QVG_INLINE
+#undef QVG_CAST
+#undef QVG_UNCONST
 
 /** A colour, passed by value. */
 typedef struct QVGColor {
