@@ -19,9 +19,11 @@ cmake --build "$work/host" >/dev/null
 if [[ $toolchain ]]; then
   cp "$work/moved/bin/qvGLRenderer.dll" "$work/host"
   wine "$work/host/host.exe"
+  wine "$work/host/host_cpp.exe"
   exit
 fi
 "$work/host/host"
+"$work/host/host_cpp"
 
 libraries=$(dirname "$(find "$work/moved" -name libqvGLRenderer.so)")
 [[ $(objdump -p "$libraries/libqvGLRenderer.so" | sed -n 's/.*SONAME *//p') == libqvGLRenderer.so.1 ]]

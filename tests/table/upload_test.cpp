@@ -1,4 +1,5 @@
 // Uploads of every format, read back and compared with the same formulas on the CPU.
+#include <algorithm>
 #include <cstring>
 #include <functional>
 
@@ -46,6 +47,38 @@ TEST_F(UploadTest, EveryFormatSizeAndStrideIntoNewTextures) {
           "");
     });
   }
+}
+
+// Frames in one piece, as the header's helper describes them.
+TEST_F(UploadTest, EveryFormatFromOnePointer) {
+  constexpr int kPadding = 6;
+  for (const Format& format : Formats()) {
+    for (const auto& [width, height] : kSizes) {
+      for (const bool padded : {false, true}) {
+        Layout layout = Layouts(format.code, width, height).front();
+        SCOPED_TRACE(layout.name + ", " + Size(width, height) + (padded ? ", padded" : ""));
+        const int stride = padded ? layout.stride[0] + kPadding : 0;
+        const auto memory = GuardedMemory(QVG_PixelBufferSize(format.code, width, height, stride));
+        QVGPixelBuffer buffer;
+        ASSERT_GT(QVG_PixelBufferFromPointer(&buffer, format.code, width, height, memory.get(), stride), 0u);
+        std::copy_n(buffer.stride, 3, layout.stride.begin());
+        const Frame frame = MakeFrame(layout, 3);
+        for (int p = 0; p < format.planes; ++p)
+          std::memcpy(buffer.plane[p], frame.memory[p].bytes.get(), frame.memory[p].size);
+        const TexturePtr texture(gl_.UploadPixelBufferToNewTexture(&buffer, false, false, {}));
+        EXPECT_EQ(Mismatch(ExpectedUpload(frame, width, height), Content(texture.get()), Limit(format)), "");
+      }
+    }
+  }
+  EXPECT_EQ(QVG_PixelBufferSize(QVG_FORMAT_NV12, 5, 3, 0), 5u * 3 + 6 * 2);
+  EXPECT_EQ(QVG_PixelBufferSize(QVG_FORMAT_I420, 6, 4, 9), 9u * 4 + 2 * 5 * 2);
+  const int refused[][4] = {{1, 4, 4, 0},
+                            {QVG_FORMAT_RGBA, 0, 4, 0},
+                            {QVG_FORMAT_RGBA, 4, -1, 0},
+                            {QVG_FORMAT_RGBA, 4, 4, 15},
+                            {QVG_FORMAT_RGBA, INT32_MAX / 2, 1, 0}};
+  for (const auto& [code, width, height, stride] : refused)
+    EXPECT_EQ(QVG_PixelBufferSize(code, width, height, stride), 0u) << code << ", " << width;
 }
 
 // Inside flat cells no filtering blurs the figures: the formulas must be exact.
