@@ -66,7 +66,7 @@ TEST_F(UploadTest, EveryFormatFromOnePointer) {
         for (int p = 0; p < format.planes; ++p)
           std::memcpy(buffer.plane[p], frame.memory[p].bytes.get(), frame.memory[p].size);
         const TexturePtr texture(gl_.UploadPixelBufferToNewTexture(&buffer, false, false, {}));
-        EXPECT_EQ(Mismatch(ExpectedUpload(frame, width, height), Content(texture.get()), Limit(format)), "");
+        EXPECT_EQ(Mismatch(ExpectedUpload(frame, width, height), Content(texture.get()), UploadLimit(format)), "");
       }
     }
   }
