@@ -18,7 +18,7 @@ class Command {
   /** Once the line has been read: defaults that depend on it, and wishes that exclude each other. Throws
    *  CLI::ParseError. */
   virtual void Complete(const CLI::App& /*app*/) {}
-  /** Whether every line of the library's and FFmpeg's logs is to be printed. */
+  /** Whether every line of the library's and the media's logs is to be printed. */
   virtual bool Verbose() const { return false; }
   /** @return the exit code. Throws Error. */
   virtual int Run() = 0;

@@ -8,11 +8,8 @@
 
 #include "commands/command.h"
 #include "media/complain.h"
-#include "media/ffmpegPtr.h"
-
-extern "C" {
-#include <libavutil/parseutils.h>
-}
+#include "media/error.h"
+#include "media/parsing.h"
 
 namespace qvgtool {
 namespace {
@@ -27,11 +24,6 @@ std::vector<std::string> Split(const std::string& text, char separator) {
   return parts;
 }
 
-std::string InSmallLetters(std::string name) {
-  std::transform(name.begin(), name.end(), name.begin(), [](unsigned char c) { return std::tolower(c); });
-  return name;
-}
-
 // A value is "NAME", "NAME:{a,b}" with what CLI::IsMember lets pass, or words that it may be, "COLOUR|auto".
 void TakeValue(const std::string& typeName, OptionText& text) {
   const size_t set = typeName.find(":{");
@@ -43,10 +35,8 @@ void TakeValue(const std::string& typeName, OptionText& text) {
       text.choices.push_back(word);
     }
     if (word != kColourValue) continue;
-    const uint8_t* rgb = nullptr;
-    const char* name = nullptr;
-    for (int i = 0; (name = av_get_known_color_name(i, &rgb)) != nullptr; ++i)
-      text.choices.push_back(InSmallLetters(name));
+    const std::vector<std::string> names = ColorNames();
+    text.choices.insert(text.choices.end(), names.begin(), names.end());
   }
 }
 

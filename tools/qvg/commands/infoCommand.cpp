@@ -10,7 +10,7 @@
 
 #include "commands/command.h"
 #include "commands/json.h"
-#include "media/capture.h"
+#include "media/mediaReader.h"
 #include "picture/driver.h"
 #include "picture/logCapture.h"
 #include "picture/renderer.h"

@@ -47,11 +47,11 @@ KeyWatch::KeyWatch(EffectSettings effect, EffectTable table, int64_t frames)
       table_(std::move(table)),
       step_(frames > 0 ? std::max<int64_t>(1, frames / kLooks) : kStepUnknown) {}
 
-void KeyWatch::Look(const AVFrame& frame, int64_t index) {
+void KeyWatch::Look(const Frame& frame, int64_t index) {
   if (index % step_ != 0 || shares_.size() == kLooks) return;
   const int width = std::min(frame.width, kLookWidth), height = std::max(1, frame.height * width / frame.width);
-  shares_.push_back(KeyedShare(
-      converter_.Convert(frame, AV_PIX_FMT_RGBA, width, height, {.rgb = true, .fullRange = true}), effect_, table_));
+  shares_.push_back(
+      KeyedShare(converter_.Convert(frame, PixelFormat::kRGBA, width, height, kRgbColors), effect_, table_));
 }
 
 std::string KeyWatch::Complaint() const {

@@ -27,7 +27,7 @@ class KeyWatch {
   KeyWatch(EffectSettings effect, EffectTable table, int64_t frames);
 
   /** index: of the frame, from 0. Throws Error. */
-  void Look(const AVFrame& frame, int64_t index);
+  void Look(const Frame& frame, int64_t index);
   /** What is odd about how much the key takes; empty when nothing is. */
   std::string Complaint() const;
 

@@ -12,7 +12,8 @@
 #include "commands/options.h"
 #include "commands/signals.h"
 #include "media/complain.h"
-#include "media/ffmpegPtr.h"
+#include "media/error.h"
+#include "media/mediaLog.h"
 #include "media/text.h"
 
 #ifndef QVG_VERSION
@@ -74,7 +75,7 @@ std::string Complaint(const CLI::App& app, const CLI::ParseError& error, int arg
 
 int Run(Command& command) {
   try {
-    CatchFfmpegLog(command.Verbose());
+    CatchMediaLog(command.Verbose());
     const int exitCode = command.Run();
     const bool lost = std::fflush(stdout) != 0 && errno != EPIPE;
     if (lost && exitCode == kDone) throw Error(fmt::format("standard output: {}", std::strerror(errno)));
@@ -92,7 +93,7 @@ int Main(int argc, char** argv) {
   app.set_version_flag("--version", "qvg " QVG_VERSION);
   app.require_subcommand(1);
   app.formatter(std::make_shared<WrappingFormatter>());
-  CatchFfmpegLog(false);
+  CatchMediaLog(false);
   std::unique_ptr<Command> command;
   for (const CommandRow& row : kCommands) {
     CLI::App* const sub = app.add_subcommand(row.name, row.summary);

@@ -6,9 +6,7 @@
 #include <numeric>
 #include <vector>
 
-extern "C" {
-#include <libavutil/parseutils.h>
-}
+#include "media/parsing.h"
 
 namespace qvgtool {
 namespace {
@@ -42,11 +40,11 @@ CLI::Validator Between(double low, double high) {
 }
 
 std::pair<int, int> ParsedSize(const std::string& option, const std::string& text) {
-  int width = 0, height = 0;
-  if (av_parse_video_size(&width, &height, text.c_str()) < 0 || width < 1 || height < 1) {
+  const auto size = ParseSize(text);
+  if (!size || size->first < 1 || size->second < 1) {
     throw CLI::ValidationError(option + ": " + text + " is no size such as 1280x720");
   }
-  return {width, height};
+  return *size;
 }
 
 CLI::Option* AddTime(CLI::App& app, const std::string& name, double& seconds, const std::string& help) {
@@ -54,12 +52,11 @@ CLI::Option* AddTime(CLI::App& app, const std::string& name, double& seconds, co
       .add_option_function<std::string>(
           name,
           [name, &seconds](const std::string& text) {
-            int64_t microseconds = 0;
-            if (av_parse_time(&microseconds, text.c_str(), 1) < 0 || microseconds < 0 ||
-                microseconds > int64_t{1000000000} * 1000000) {
+            const auto time = ParseTime(text);
+            if (!time || *time < 0 || *time > 1e9) {
               throw CLI::ValidationError(name + ": " + text + " is no time such as 1.5 or 00:01:02.5");
             }
-            seconds = static_cast<double>(microseconds) / 1e6;
+            seconds = *time;
           },
           help)
       ->type_name("TIME");
@@ -94,8 +91,7 @@ void AddCapture(CLI::App& app, std::string& input, ReadOptions& read) {
   app.add_option_function<std::string>(
          "--capture-rate",
          [options](const std::string& text) {
-           AVRational rate;
-           if (av_parse_video_rate(&rate, text.c_str()) < 0) {
+           if (!IsRate(text)) {
              throw CLI::ValidationError("--capture-rate: " + text + " is no rate such as 25 or 30000/1001");
            }
            options().rate = text;

@@ -11,7 +11,7 @@ namespace qvgtool {
 /** Refuses what lies outside, and what is no number. */
 CLI::Validator Between(double low, double high);
 
-/** "1280x720", or a name of FFmpeg's such as "hd720". Throws CLI::ValidationError with the option's name. */
+/** "1280x720", or a name such as "hd720". Throws CLI::ValidationError with the option's name. */
 std::pair<int, int> ParsedSize(const std::string& option, const std::string& text);
 
 /** Seconds ("1.5") or a time ("00:01:02.5"). Throws CLI::ValidationError. */

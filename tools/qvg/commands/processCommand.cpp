@@ -11,8 +11,8 @@
 #include "media/backgroundClip.h"
 #include "media/complain.h"
 #include "media/demoClip.h"
-#include "media/filters.h"
 #include "media/fixedRate.h"
+#include "media/frameEdits.h"
 #include "media/imageFiles.h"
 #include "media/sequence.h"
 #include "picture/contactSheet.h"
@@ -38,7 +38,7 @@ VideoFormat OutputFormat(const VideoFormat& source, const ProcessOptions& option
   VideoFormat format = source;
   if (source.quarterTurns % 2 != 0) {
     std::swap(format.width, format.height);
-    if (format.pixelAspect.num > 0) format.pixelAspect = av_inv_q(format.pixelAspect);
+    if (format.pixelAspect.num > 0) format.pixelAspect = Inverse(format.pixelAspect);
   }
   if (options.size) std::tie(format.width, format.height) = *options.size;
   if (writer.EvenSizesOnly()) {
@@ -74,7 +74,7 @@ std::string Summary(const std::string& path, const MediaWriter& writer, const Vi
                         static_cast<double>(frames) / std::max(1e-6, seconds));
   }
   line += ", " + writer.EncoderName();
-  for (const std::string& told : writer.Companions().Told()) line += ", " + told;
+  for (const std::string& told : writer.Told()) line += ", " + told;
   return line;
 }
 
@@ -104,9 +104,9 @@ class Processing {
     } else if (options_.inputs.size() > 1) {
       source_ = std::make_unique<Sequence>(options_.inputs, options_.read);
       // Their rates may differ, and not every container takes what is uneven.
-      if (options_.fps <= 0) options_.fps = av_q2d(source_->Format().frameRate);
+      if (options_.fps <= 0) options_.fps = Value(source_->Format().frameRate);
     } else {
-      source_ = std::make_unique<MediaReader>(options_.input, options_.read);
+      source_ = OpenMedia(options_.input, options_.read);
     }
     RefuseToOverwrite(options_);
   }
@@ -118,7 +118,7 @@ class Processing {
     if (!options_.read.capture) return;
     // What was looked at was now too long ago. A device is open once.
     source_.reset();
-    source_ = std::make_unique<MediaReader>(options_.input, options_.read);
+    source_ = OpenMedia(options_.input, options_.read);
   }
 
   void _OpenOutput() {
@@ -129,7 +129,7 @@ class Processing {
       write.standardOutput = log_.StandardOutput();
       if (isatty(write.standardOutput) != 0) throw Error("standard output is a terminal: pipe it on, or name a file");
     }
-    writer_.emplace(options_.output, write);
+    writer_ = MakeWriter(options_.output, write);
     if (!layout.background.empty()) background_.emplace(layout.background);
     if (options_.input.empty()) ProvideImage(kDemoBackground, DemoBackground(source_->Format()));
     if (options_.fps > 0) source_ = std::make_unique<FixedRate>(std::move(source_), options_.fps);
@@ -149,11 +149,10 @@ class Processing {
     if (std::error_code error; !std::filesystem::is_regular_file(options_.input, error)) {
       throw Error(fmt::format("{}: nothing is left from {:.2f} s on", options_.input, options_.read.from));
     }
-    MediaReader whole(options_.input, {.sound = false});
-    const VideoFormat& format = whole.Format();
+    const VideoFormat format = OpenMedia(options_.input, {.sound = false})->Format();
     throw Error(fmt::format("{}: nothing is left from {:.2f} s on: it ends at {:.2f} s", options_.input,
                             options_.read.from,
-                            static_cast<double>(format.frameCount) * av_q2d(av_inv_q(format.frameRate))));
+                            static_cast<double>(format.frameCount) * Value(Inverse(format.frameRate))));
   }
 
   void _StartLibrary() {
@@ -179,7 +178,7 @@ class Processing {
       window_.emplace(*renderer_, name, out_.width, out_.height, !options_.maxSpeed, Interrupted);
       if (effect_) window_->SetEffect(*effect_);
     }
-    const double rate = av_q2d(in.frameRate);
+    const double rate = Value(in.frameRate);
     limit_ = writer_->SingleImage() ? 1 : options_.frames;
     total_ = in.frameCount;
     for (const double most : {static_cast<double>(limit_), options_.End() * rate}) {
@@ -192,11 +191,11 @@ class Processing {
     if (!options_.sheet.empty()) sheet_.emplace(options_.sheet, out_, total_);
   }
 
-  double _Seconds(const AVFrame& frame) const {
-    return static_cast<double>(frame.pts) * av_q2d(source_->Format().timeBase);
+  double _Seconds(const Frame& frame) const {
+    return static_cast<double>(frame.pts) * Value(source_->Format().timeBase);
   }
 
-  const Texture& _Draw(const AVFrame& frame) {
+  const Texture& _Draw(const Frame& frame) {
     const VideoFormat& in = source_->Format();
     return compositor_->Draw(frame, in.quarterTurns, in.alpha);
   }
@@ -206,7 +205,7 @@ class Processing {
     FramePtr frame = std::move(first_), before;
     progress_.Begin(total_);
     const double frames = limit_ > 0 ? static_cast<double>(limit_) : HUGE_VAL;
-    writer_->Open(out_, *frame, source_.get(), std::min(options_.End(), frames * av_q2d(av_inv_q(out_.frameRate))));
+    writer_->Open(out_, *frame, source_.get(), std::min(options_.End(), frames * Value(Inverse(out_.frameRate))));
     if (window_) window_->SetTasks({.redraw = [&] { _Draw(*before); }});
     // A file that was begun gets a frame: without one nothing could read it.
     while (frame && (!Interrupted() || done_ == 0) && _Seconds(*frame) < options_.End() - 1e-6) {
@@ -219,9 +218,7 @@ class Processing {
       before = std::move(frame);  // The preview may draw it again.
       if (limit_ > 0 && done_ >= limit_) break;
       frame = source_->Read();
-      for (CompanionPacket taken = source_->TakePacket(); taken.packet; taken = source_->TakePacket()) {
-        writer_->AddPacket(std::move(taken));
-      }
+      writer_->TakeAlong();
     }
     const bool complete = !frame && (limit_ == 0 || done_ < limit_);
     writer_->Finish(complete);
@@ -231,7 +228,7 @@ class Processing {
     return complete;
   }
 
-  void _Write(const AVFrame& frame) {
+  void _Write(const Frame& frame) {
     if (keyWatch_) keyWatch_->Look(frame, done_);
     const Texture& picture = _Draw(frame);
     if (window_) window_->Show(picture, _Seconds(frame));
@@ -257,7 +254,7 @@ class Processing {
     tell(outcome_.complaints, !oddKey.empty(), oddKey);
     tell(outcome_.complaints, LosesARow(source_->Format(), out_) && !options_.size,
          fmt::format("{} lacks the odd row or column: its encoder takes even sizes only", path));
-    for (const std::string& line : writer_->Companions().LeftOut()) {
+    for (const std::string& line : writer_->LeftOut()) {
       outcome_.complaints.push_back(fmt::format("{}, which {} can't hold", line, path));
     }
     // A capture has no other end.
@@ -276,7 +273,7 @@ class Processing {
   Outcome outcome_;
   std::optional<Renderer> renderer_;  // Outlives the writer, whose encoder may hold frames that the library lent.
   std::unique_ptr<FrameSource> source_;
-  std::optional<MediaWriter> writer_;
+  std::unique_ptr<MediaWriter> writer_;
   std::optional<BackgroundClip> background_;
   FramePtr first_;
   VideoFormat out_;

@@ -8,10 +8,7 @@
 #include "commands/effectOptions.h"
 #include "commands/options.h"
 #include "media/demoClip.h"
-
-extern "C" {
-#include <libavutil/parseutils.h>
-}
+#include "media/parsing.h"
 
 namespace qvgtool {
 namespace {
@@ -56,11 +53,11 @@ void AddMixing(CLI::App& app, ProcessOptions& options) {
   app.add_option_function<std::string>(
          "--background-color",
          [&options](const std::string& text) {
-           uint8_t rgba[4];
-           if (av_parse_color(rgba, text.c_str(), -1, nullptr) < 0) {
+           const auto rgba = ParseColor(text);
+           if (!rgba) {
              throw CLI::ValidationError("--background-color: " + text + " is no colour (#rrggbb, #rrggbbaa or a name)");
            }
-           for (size_t i = 0; i < 4; ++i) options.layout.backgroundColor[i] = rgba[i] / 255.0;
+           for (size_t i = 0; i < 4; ++i) options.layout.backgroundColor[i] = (*rgba)[i] / 255.0;
          },
          "Colour behind the frame: #rrggbb, #rrggbbaa or a name; else black, or transparent where the image keeps it")
       ->type_name("COLOUR")

@@ -10,7 +10,7 @@
 
 #include "commands/command.h"
 #include "commands/json.h"
-#include "media/ffmpegPtr.h"
+#include "media/error.h"
 
 namespace qvgtool {
 namespace {

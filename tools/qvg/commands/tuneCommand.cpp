@@ -6,7 +6,7 @@
 
 #include "commands/command.h"
 #include "commands/options.h"
-#include "media/filters.h"
+#include "media/colorConversion.h"
 #include "media/frameSamples.h"
 #include "picture/keyTuner.h"
 #include "picture/logCapture.h"
@@ -35,20 +35,25 @@ constexpr Sweep kSweeps[] = {{"similarity", &KeyValues::similarity, 1.35},
                              {"anti-spill", &KeyValues::spill, 2.0}};
 
 // Of a premultiplied picture: over grey, over a check pattern, and its alpha, one below the other.
-FramePtr Tile(const AVFrame& keyed, int width, int height) {
-  const std::string chain = fmt::format(
-      "scale={0}:{1}:flags=area,split=3[a][b][c];"
-      "color=0x808080:size={0}x{1}:duration=1:rate=1,format=gbrp[grey];"
-      "color=black:size={0}x{1}:duration=1:rate=1,format=gbrp,"
-      "geq=r='170-70*mod(floor(X/12)+floor(Y/12),2)':g='170-70*mod(floor(X/12)+floor(Y/12),2)'"
-      ":b='170-70*mod(floor(X/12)+floor(Y/12),2)'[check];"
-      "[grey][a]overlay=alpha=premultiplied:format=gbrp,format=rgb24[x];"
-      "[check][b]overlay=alpha=premultiplied:format=gbrp,format=rgb24[y];"
-      "[c]colorchannelmixer=0:0:0:1:0:0:0:1:0:0:0:1,format=rgb24[z];"
-      "[x][y][z]vstack=3",
-      width, height);
-  FramePtr tile = Filtered(keyed, chain);
-  if (!tile) throw Error("FFmpeg's filters for the contact sheet are missing: " + FfmpegError(AVERROR(EINVAL)));
+FramePtr Tile(const Frame& keyed, int width, int height) {
+  ColorConverter converter;
+  const Frame& small = converter.Convert(keyed, PixelFormat::kRGBA, width, height, kRgbColors);
+  FramePtr tile = NewPackedFrame(PixelFormat::kRGB, width, 3 * height);
+  for (int y = 0; y < height; ++y) {
+    const uint8_t* in = Row(small, y);
+    uint8_t *grey = Row(*tile, y), *check = Row(*tile, height + y), *alpha = Row(*tile, 2 * height + y);
+    for (int x = 0; x < width; ++x, in += 4) {
+      const int square = 170 - 70 * ((x / 12 + y / 12) % 2);
+      for (int i = 0; i < 3; ++i) {
+        const auto over = [&](int behind) {
+          return static_cast<uint8_t>(std::min(255, in[i] + (behind * (255 - in[3]) + 127) / 255));
+        };
+        *grey++ = over(128);
+        *check++ = over(square);
+        *alpha++ = in[3];
+      }
+    }
+  }
   return tile;
 }
 
@@ -78,7 +83,7 @@ std::string Tune(const TuneOptions& options, LogCapture& log) {
           std::llround(static_cast<double>(found.*sweep.value) * std::pow(sweep.factor, step)), 1, 1000);
       const int x = kGap + column * (kTileWidth + kGap), y = kTitleHeight + kGap + row * rowHeight;
       const Texture keyed = Effect(renderer, values.Settings()).Apply(texture);
-      sheet.Paste(*Tile(*renderer.ReadBack(keyed, AV_PIX_FMT_RGBA, true), kTileWidth, tileHeight), x, y);
+      sheet.Paste(*Tile(*renderer.ReadBack(keyed, PixelFormat::kRGBA, true), kTileWidth, tileHeight), x, y);
       sheet.Label(x + 2, y + 3 * tileHeight + 7,
                   fmt::format("{} {}{}", sweep.name, values.*sweep.value, step == 0 ? "   (found)" : ""), 16);
     }

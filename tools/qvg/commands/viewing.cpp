@@ -23,7 +23,7 @@ namespace {
 
 std::unique_ptr<FrameSource> Open(const ViewOptions& options) {
   if (options.input.empty()) return std::make_unique<DemoClip>(1280, 720);
-  return std::make_unique<MediaReader>(options.input, options.read);
+  return OpenMedia(options.input, options.read);
 }
 
 bool IsFile(const std::string& path) {
@@ -103,34 +103,28 @@ void Viewing::_Draw() {
 }
 
 void Viewing::_Show() {
-  shown_ = Checked(FramePtr(av_frame_clone(clip_->Current())));
+  shown_ = SharedCopy(*clip_->Current());
   shownTime_ = clip_->TimeOf(*shown_);
   _Draw();
   window_->Show(*picture_, start_ + shownTime_);
 }
 
 void Viewing::_OpenSound() {
-  const std::vector<Companion> companions = clip_->Source().Companions();
-  if (companions.empty()) return;
-  sound_ = SoundOutput::Open(*companions.front().stream);
-  if (!sound_) return window_->Say("h shows the keys; no sound device was found");
+  sound_ = OpenSound(clip_->Source());
+  if (sound_ && !sound_->HasDevice()) window_->Say("h shows the keys; no sound device was found");
   _BeginSound(0);
 }
 
 void Viewing::_BeginSound(double time) {
-  if (sound_) sound_->Begin(*clip_->Source().Companions().front().stream, time, start_);
+  if (sound_) sound_->Begin(clip_->Source(), time, start_);
 }
 
 void Viewing::_TakeSound() {
-  FrameSource& source = clip_->Source();
-  for (CompanionPacket taken = source.TakePacket(); taken.packet; taken = source.TakePacket()) {
-    if (!sound_ || taken.companion != 0) continue;
-    try {
-      sound_->Add(std::move(taken));
-    } catch (const Error& error) {
-      window_->Say(error.what());
-      sound_.reset();
-    }
+  if (!sound_) return;
+  try {
+    sound_->Take(clip_->Source());
+  } catch (const Error& error) {
+    window_->Say(error.what());
   }
 }
 
@@ -139,7 +133,7 @@ bool Viewing::_Play() {
   const bool still = clip_->Source().Format().still;
   for (bool another = true;;) {
     if (another) _Show();
-    const AVFrame* next = clip_->Next();
+    const Frame* next = clip_->Next();
     _TakeSound();
     if (!next && _BeginAgain()) next = clip_->Next();
     const Served served = next    ? window_->WaitFor(start_ + clip_->TimeOf(*next))
@@ -154,7 +148,7 @@ bool Viewing::_Play() {
 bool Viewing::_BeginAgain() {
   const VideoFormat format = clip_->Source().Format();
   if (!options_.loop || format.still || options_.input == "-" || !clip_->Source().Damage().empty()) return false;
-  start_ += shownTime_ + av_q2d(av_inv_q(format.frameRate));
+  start_ += shownTime_ + Value(Inverse(format.frameRate));
   clip_.emplace(Open(options_));
   _BeginSound(0);
   return true;
@@ -202,12 +196,12 @@ std::string Viewing::_Save() const {
   format.width = width_;
   format.height = height_;
   format.alpha = effect_->Transparent(in.alpha);
-  MediaWriter writer(path, {});
-  writer.Open(format, *shown_, nullptr, 0);
-  FramePtr picture = renderer_->ReadBack(*picture_, writer.FrameFormat());
+  const auto writer = MakeWriter(path, {});
+  writer->Open(format, *shown_, nullptr, 0);
+  FramePtr picture = renderer_->ReadBack(*picture_, writer->FrameFormat());
   picture->pts = 0;
-  writer.Write(std::move(picture));
-  writer.Finish(false);
+  writer->Write(std::move(picture));
+  writer->Finish(false);
   WriteLine(log_.StandardOutput(), path);
   return "saved: " + path;
 }
@@ -220,7 +214,7 @@ std::array<uint8_t, 3> Viewing::_ColorAt(double x, double y) const {
   int count = 0;
   for (int i = std::max(0, row - kReach); i <= std::min(rgba->height - 1, row + kReach); ++i) {
     for (int j = std::max(0, column - kReach); j <= std::min(rgba->width - 1, column + kReach); ++j, ++count) {
-      const uint8_t* pixel = rgba->data[0] + ptrdiff_t{i} * rgba->linesize[0] + ptrdiff_t{j} * 4;
+      const uint8_t* pixel = rgba->data[0] + ptrdiff_t{i} * rgba->stride[0] + ptrdiff_t{j} * 4;
       for (size_t part = 0; part < 3; ++part) sum[part] += pixel[part];
     }
   }

@@ -65,7 +65,7 @@ class Viewing {
   std::optional<Effect> effect_;
   std::optional<Compositor> compositor_, plain_;  // With the effect and without.
   std::optional<PreviewWindow> window_;
-  std::unique_ptr<SoundOutput> sound_;  // null: none is there, or wanted.
+  std::unique_ptr<SoundOutput> sound_;  // null: the source has none, or none is wanted.
   int width_ = 0, height_ = 0;          // Upright.
   const Texture* picture_ = nullptr;
   FramePtr shown_;

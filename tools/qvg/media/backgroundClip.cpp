@@ -1,6 +1,6 @@
 #include "media/backgroundClip.h"
 
-#include "media/filters.h"
+#include "media/frameEdits.h"
 
 namespace qvgtool {
 
@@ -9,7 +9,7 @@ BackgroundClip::BackgroundClip(const std::string& path) : path_(path) {
 }
 
 bool BackgroundClip::_Begin(double start) {
-  reader_ = std::make_unique<MediaReader>(path_, ReadOptions{.sound = false});
+  reader_ = OpenMedia(path_, {.sound = false});
   next_ = reader_->Read();
   start_ = start;
   return next_ != nullptr;
@@ -17,11 +17,11 @@ bool BackgroundClip::_Begin(double start) {
 
 FramePtr BackgroundClip::At(double seconds) {
   const VideoFormat& format = reader_->Format();
-  const double frameSeconds = av_q2d(av_inv_q(format.frameRate));
+  const double frameSeconds = Value(Inverse(format.frameRate));
   FramePtr shown;
   double end = start_;
   while (next_) {
-    const double begins = start_ + static_cast<double>(next_->pts) * av_q2d(format.timeBase);
+    const double begins = start_ + static_cast<double>(next_->pts) * Value(format.timeBase);
     // Of a frame that begins with the picture's own, up to rounding, that one.
     if (begins > seconds + frameSeconds / 100) break;
     end = begins + frameSeconds;

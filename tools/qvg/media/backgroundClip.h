@@ -20,7 +20,7 @@ class BackgroundClip {
   bool _Begin(double start);
 
   std::string path_;
-  std::unique_ptr<MediaReader> reader_;
+  std::unique_ptr<FrameSource> reader_;
   FramePtr next_;
   double start_ = 0;  // When the clip began this time.
 };

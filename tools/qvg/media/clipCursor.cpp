@@ -10,8 +10,8 @@ constexpr size_t kFramesKept = 8;
 
 }  // namespace
 
-double ClipCursor::TimeOf(const AVFrame& frame) const {
-  return static_cast<double>(frame.pts) * av_q2d(source_->Format().timeBase);
+double ClipCursor::TimeOf(const Frame& frame) const {
+  return static_cast<double>(frame.pts) * Value(source_->Format().timeBase);
 }
 
 bool ClipCursor::_Read() {
@@ -21,7 +21,7 @@ bool ClipCursor::_Read() {
   return true;
 }
 
-const AVFrame* ClipCursor::Next() {
+const Frame* ClipCursor::Next() {
   if (!_At(current_ + 1)) _Read();
   return _At(current_ + 1);
 }
@@ -54,7 +54,7 @@ bool ClipCursor::GoTo(double seconds) {
 // Onto the last frame before a time, or the first one of all: read from a second before, or from as far as it takes.
 bool ClipCursor::_GoBefore(double seconds) {
   const VideoFormat& format = source_->Format();
-  const double end = static_cast<double>(format.frameCount) * av_q2d(av_inv_q(format.frameRate));
+  const double end = static_cast<double>(format.frameCount) * Value(Inverse(format.frameRate));
   const double from = std::isfinite(seconds) ? seconds : end;
   for (double reach = 1;; reach *= 4) {
     const double start = std::max(0.0, from - reach);

@@ -16,9 +16,9 @@ class ClipCursor {
   FrameSource& Source() const { return *source_; }
 
   /** The frame at the cursor; null before the first. */
-  const AVFrame* Current() const { return _At(current_); }
+  const Frame* Current() const { return _At(current_); }
   /** The frame after it; null at the end. Throws Error. */
-  const AVFrame* Next();
+  const Frame* Next();
 
   /** Onto the next frame, or the one before; past a time, or back to it: onto the first frame at that time or later,
    *  else the last one. @return false, and stays, when there is none or the source can't go there. Throws Error. */
@@ -27,10 +27,10 @@ class ClipCursor {
   bool GoTo(double seconds);
 
   /** When a frame is due, in seconds. */
-  double TimeOf(const AVFrame& frame) const;
+  double TimeOf(const Frame& frame) const;
 
  private:
-  const AVFrame* _At(size_t index) const { return index < frames_.size() ? frames_[index].get() : nullptr; }
+  const Frame* _At(size_t index) const { return index < frames_.size() ? frames_[index].get() : nullptr; }
   bool _Read();
   bool _GoBefore(double seconds);
 

@@ -423,13 +423,13 @@ Point At(int x, int y, const VideoFormat& format) {
 // Calls paint(x, y) for every pixel of a new RGBA frame, on all cores.
 template <class Paint>
 FramePtr PaintFrame(int width, int height, const Paint& paint) {
-  FramePtr frame = NewFrame(AV_PIX_FMT_RGBA, width, height);
+  FramePtr frame = NewPackedFrame(PixelFormat::kRGBA, width, height);
   const int workers = static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 1u, 16u));
   std::vector<std::jthread> threads;
   for (int worker = 0; worker < workers; ++worker) {
     threads.emplace_back([&, worker] {
       for (int y = worker; y < height; y += workers) {
-        uint8_t* out = frame->data[0] + static_cast<ptrdiff_t>(y) * frame->linesize[0];
+        uint8_t* out = frame->data[0] + static_cast<ptrdiff_t>(y) * frame->stride[0];
         for (int x = 0; x < width; ++x, out += 4) {
           const Color c = paint(x, y);
           const float channels[4] = {c.r, c.g, c.b, 1};
@@ -441,8 +441,6 @@ FramePtr PaintFrame(int width, int height, const Paint& paint) {
     });
   }
   threads.clear();
-  frame->color_range = AVCOL_RANGE_JPEG;
-  frame->colorspace = AVCOL_SPC_RGB;
   return frame;
 }
 
@@ -459,7 +457,7 @@ DemoClip::DemoClip(int width, int height) {
 }
 
 bool DemoClip::Seek(double seconds) {
-  next_ = std::max<int64_t>(0, static_cast<int64_t>(std::ceil(seconds * av_q2d(format_.frameRate) - 1e-6)));
+  next_ = std::max<int64_t>(0, static_cast<int64_t>(std::ceil(seconds * Value(format_.frameRate) - 1e-6)));
   return true;
 }
 

@@ -1,6 +1,8 @@
 // The tool's own clip: somebody waves in front of a lit green screen.
 #pragma once
 
+#include <vector>
+
 #include "media/frameSource.h"
 
 namespace qvgtool {

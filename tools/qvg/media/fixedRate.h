@@ -17,7 +17,7 @@ class FixedRate : public FrameAdapter {
   FramePtr Read() override;
 
  private:
-  double _Begin(const AVFrame& frame) const;
+  double _Begin(const Frame& frame) const;
 
   VideoFormat format_;
   FramePtr shown_, next_;

@@ -1,7 +1,7 @@
 #include "media/frameSamples.h"
 
 #include "media/colorConversion.h"
-#include "media/filters.h"
+#include "media/frameEdits.h"
 
 namespace qvgtool {
 namespace {
@@ -11,26 +11,25 @@ constexpr int kFramesAhead = 31;  // A second or so; every sixth of them is look
 
 }  // namespace
 
-FramePtr Sample(const AVFrame& frame, int quarterTurns) {
+FramePtr Sample(const Frame& frame, int quarterTurns) {
   const FramePtr upright = Upright(frame, quarterTurns);
   ColorConverter converter;
-  return Checked(FramePtr(av_frame_clone(&converter.Convert(*upright, AV_PIX_FMT_RGBA, upright->width, upright->height,
-                                                            {.rgb = true, .fullRange = true}))));
+  return SharedCopy(converter.Convert(*upright, PixelFormat::kRGBA, upright->width, upright->height, kRgbColors));
 }
 
 // Opens the clip for each of them and takes what is quickly there; where that is no later frame than the last one, the
 // reader that gave it goes on: no frame is decoded twice.
 std::vector<FramePtr> SamplesOf(const std::string& path, const ReadOptions& options) {
   std::vector<FramePtr> samples;
-  std::unique_ptr<MediaReader> last;
+  std::unique_ptr<FrameSource> last;
   double seconds = 0, lastStart = 0, lastTime = -1;
   for (int i = 0; i < kSamples; ++i) {
     // The last one lies a little before the end, where every clip has a frame.
     const double start = options.from + seconds * i / (kSamples - 0.8);
-    const auto timeOf = [](const AVFrame& frame, const MediaReader& reader, double begin) {
-      return begin + static_cast<double>(frame.pts) * av_q2d(reader.Format().timeBase);
+    const auto timeOf = [](const Frame& frame, const FrameSource& reader, double begin) {
+      return begin + static_cast<double>(frame.pts) * Value(reader.Format().timeBase);
     };
-    auto reader = std::make_unique<MediaReader>(path, ReadOptions{.from = start, .sound = false, .exactly = i == 0});
+    auto reader = OpenMedia(path, {.from = start, .sound = false, .exactly = i == 0});
     FramePtr frame = reader->Read();
     if (last && (!frame || timeOf(*frame, *reader, start) <= lastTime)) {
       reader = std::move(last);
@@ -44,7 +43,7 @@ std::vector<FramePtr> SamplesOf(const std::string& path, const ReadOptions& opti
     last = std::move(reader);
     const VideoFormat& format = last->Format();
     samples.push_back(Sample(*frame, format.quarterTurns));
-    if (i == 0) seconds = static_cast<double>(format.frameCount) * av_q2d(av_inv_q(format.frameRate));
+    if (i == 0) seconds = static_cast<double>(format.frameCount) * Value(Inverse(format.frameRate));
     if (format.still || seconds <= 0) break;
   }
   if (samples.empty()) throw Error(path + ": no picture could be decoded");

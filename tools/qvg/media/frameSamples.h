@@ -10,7 +10,7 @@
 namespace qvgtool {
 
 /** An upright RGBA copy. Throws Error. */
-FramePtr Sample(const AVFrame& frame, int quarterTurns);
+FramePtr Sample(const Frame& frame, int quarterTurns);
 
 /** Such copies of frames: of a file some from its beginning to its end, without moving in any reader. Throws
  *  Error. */

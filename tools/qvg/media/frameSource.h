@@ -1,39 +1,31 @@
 // Where frames come from: media files, the tool's own clip.
 #pragma once
 
-#include <vector>
+#include <memory>
+#include <string>
 
-#include "media/tags.h"
+#include "media/error.h"
+#include "media/frame.h"
+#include "media/rational.h"
 
 namespace qvgtool {
 
 struct VideoFormat {
   int width = 0;  // Pixels, as stored.
   int height = 0;
-  AVRational timeBase{1, 25};  // Unit of the frames' pts.
-  AVRational frameRate{25, 1};
-  AVRational pixelAspect{0, 1};  // 0: unknown.
-  int quarterTurns = 0;          // Clockwise, to see the picture upright.
-  int64_t frameCount = 0;        // 0: unknown.
+  Rational timeBase{1, 25};  // Unit of the frames' pts.
+  Rational frameRate{25, 1};
+  Rational pixelAspect{0, 1};  // 0: unknown.
+  int quarterTurns = 0;        // Clockwise, to see the picture upright.
+  int64_t frameCount = 0;      // 0: unknown.
   bool alpha = false;
   bool still = false;  // One image, no clip.
 };
 
-struct Chapter {
-  double start, end;  // Seconds, in the time of the frames.
-  Tags tags;
-};
-
-/** A stream that goes along with the pictures: sound or subtitles. */
-struct Companion {
-  const AVStream* stream;
-  bool uniform = true;  // Its packets are all of this one's kind, without gaps.
-};
-
-struct CompanionPacket {
-  PacketPtr packet;  // null: none is there.
-  size_t companion = 0;
-  const AVStream* stream = nullptr;  // Where it comes from: its kind, and the unit of its times.
+/** What goes along with the pictures: sound, subtitles, titles, chapters. Only the backend looks into it. */
+class Accompaniment {
+ public:
+  virtual ~Accompaniment() = default;
 };
 
 class FrameSource {
@@ -49,15 +41,8 @@ class FrameSource {
    *  source can't go there; then nothing has changed. */
   virtual bool Seek(double /*seconds*/) { return false; }
 
-  /** What goes along with the pictures, and the packets of it that were met so far, in the time of the frames. */
-  virtual std::vector<Companion> Companions() const { return {}; }
-  virtual CompanionPacket TakePacket() { return {}; }
-
-  /** What the whole, and the stream of pictures, is called. */
-  virtual Tags FileTags() const { return {}; }
-  virtual Tags PictureTags() const { return {}; }
-  /** Known from the first frame on. */
-  virtual std::vector<Chapter> Chapters() const { return {}; }
+  /** null: nothing does. */
+  virtual Accompaniment* Along() { return nullptr; }
 
   /** After the end: what was wrong with the input; empty when nothing was. */
   virtual std::string Damage() const { return {}; }
@@ -69,11 +54,7 @@ class FrameAdapter : public FrameSource {
   explicit FrameAdapter(std::unique_ptr<FrameSource> source) : source_(std::move(source)) {}
 
   const VideoFormat& Format() const override { return source_->Format(); }
-  std::vector<Companion> Companions() const override { return source_->Companions(); }
-  CompanionPacket TakePacket() override { return source_->TakePacket(); }
-  Tags FileTags() const override { return source_->FileTags(); }
-  Tags PictureTags() const override { return source_->PictureTags(); }
-  std::vector<Chapter> Chapters() const override { return source_->Chapters(); }
+  Accompaniment* Along() override { return source_->Along(); }
   std::string Damage() const override { return source_->Damage(); }
 
  protected:

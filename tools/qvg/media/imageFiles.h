@@ -3,7 +3,7 @@
 
 #include <qvGLRenderer/qvGLRenderer.h>
 
-#include "media/ffmpegPtr.h"
+#include "media/frame.h"
 
 namespace qvgtool {
 
@@ -12,9 +12,6 @@ const QVGConfig& LibraryConfig();
 
 /** From now on images are cut to this shape, about their middle, before the library gets them. */
 void CutImagesTo(int width, int height);
-
-/** The middle of a picture, in this shape; nothing is copied. */
-void CutTo(AVFrame& frame, int width, int height);
 
 /** Gives an image under a name that is no file's. */
 void ProvideImage(const std::string& name, FramePtr image);

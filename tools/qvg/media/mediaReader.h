@@ -1,14 +1,17 @@
-// Decodes a file, or standard input, through FFmpeg.
+// Media files and streams as sources of frames. The backend implements it.
 #pragma once
 
-#include <deque>
 #include <optional>
+#include <string>
+#include <vector>
 
-#include "media/capture.h"
 #include "media/frameSource.h"
-#include "media/progressiveSdr.h"
 
 namespace qvgtool {
+
+struct CaptureOptions {
+  std::string size, rate;  // As the user wrote them; empty: the device's own.
+};
 
 struct ReadOptions {
   double from = 0;  // Seconds into the input.
@@ -17,60 +20,28 @@ struct ReadOptions {
   bool subtitles = false;
   bool deinterlace = true;
   double imageRate = 0;                        // Of numbered images, a second; 0: 25.
-  std::optional<CaptureOptions> capture = {};  // The path is a device's.
+  std::optional<CaptureOptions> capture = {};  // The path is a device's, FORMAT:NAME.
   bool (*stop)() = nullptr;  // Asked while the input keeps it waiting: whether to take that for the end.
 };
 
-class MediaReader : public FrameSource {
+/** "-" reads standard input. Throws Error when the path can't be opened or holds no picture. */
+std::unique_ptr<FrameSource> OpenMedia(const std::string& path, const ReadOptions& options);
+
+/** The formats of video devices that can be captured from, with the names that they go by: "video4linux2,v4l2". */
+std::vector<std::string> CaptureFormats();
+
+/** What goes along with clips that are shown one after the other. */
+class JoinedAccompaniment {
  public:
-  /** Throws Error when the path can't be opened or holds no picture. "-" reads standard input. */
-  MediaReader(const std::string& path, const ReadOptions& options);
+  virtual ~JoinedAccompaniment() = default;
 
-  const VideoFormat& Format() const override { return format_; }
-  FramePtr Read() override;
-  bool Seek(double seconds) override;
-  std::vector<Companion> Companions() const override { return companions_; }
-  CompanionPacket TakePacket() override;
-  Tags FileTags() const override;
-  Tags PictureTags() const override;
-  std::vector<Chapter> Chapters() const override;
-  std::string Damage() const override;
-
- private:
-  void _OpenInput(const std::string& path, const ReadOptions& options);
-  void _OpenDecoder();
-  void _ChooseCompanions(const ReadOptions& options);
-  void _Describe();
-  void _StartAt(double from);
-  FramePtr _Decode();
-  bool _SetTime(AVFrame& frame);
-  bool _FeedDecoder();
-  bool _SeekFurtherBack(const AVPacket& first);
-  void _KeepPacket(PacketPtr packet);
-
-  std::string path_;
-  bool (*stop_)();
-  InputPtr input_;
-  CodecContextPtr decoder_;
-  AVStream* video_ = nullptr;
-  std::vector<Companion> companions_;
-  std::deque<CompanionPacket> packets_;  // In the input's time.
-  VideoFormat format_;
-  std::optional<ProgressiveSdr> progressiveSdr_;
-  int64_t origin_ = 0;            // In AV_TIME_BASE units: the input's time that becomes 0.
-  int64_t firstPts_ = INT64_MIN;  // Frames before it are dropped.
-  bool cut_ = false;              // Begins within the input: its first frame's time becomes 0.
-  bool begun_ = false;            // That one was there.
-  int64_t target_ = 0;            // Where it was wound to, in the input's time.
-  int64_t before_ = -1;           // How far before that reading began; -1: far enough.
-  int64_t lastPts_ = AV_NOPTS_VALUE;
-  bool draining_ = false, ended_ = false;
-  int64_t framesRead_ = 0;
-  int damagedPackets_ = 0;
-  std::string readError_;
+  /** null: nothing goes along with any of them. */
+  virtual Accompaniment* All() = 0;
+  /** The pictures of the current clip have ended; those of the next one begin at that time. */
+  virtual void GoOn(int64_t next) = 0;
 };
 
-/** The first picture of a file. Throws Error. */
-FramePtr ReadImage(const std::string& path);
+/** clips: in their order, null for those without; unit: of the pictures' times. */
+std::unique_ptr<JoinedAccompaniment> Joined(const std::vector<Accompaniment*>& clips, Rational unit);
 
 }  // namespace qvgtool

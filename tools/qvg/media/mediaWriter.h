@@ -1,78 +1,56 @@
-// Encodes frames into a video or an image, with sound and subtitles beside them.
+// Frames into a video or an image, with what goes along with them. The backend implements it.
 #pragma once
 
-#include <optional>
+#include <memory>
+#include <string>
+#include <vector>
 
-#include "media/colorConversion.h"
-#include "media/companionTracks.h"
-#include "media/outputFile.h"
+#include "media/frameSource.h"
 
 namespace qvgtool {
 
 struct WriteOptions {
-  std::string codec;  // FFmpeg's encoder name; empty: the best for the container.
+  std::string codec;  // The encoder's name; empty: the best for the container.
   int quality = 16;   // 0 best to 51 smallest; H.264's constant rate factor, and its like in other encoders.
   std::string preset = "medium";
-  std::string container;    // FFmpeg's muxer name; empty: by the file's name.
+  std::string container;    // Its name; empty: by the file's name.
   int standardOutput = -1;  // Descriptor of what is written to for the name "-".
   bool alpha = false;       // Prefer an encoder that keeps alpha, where the container can have one.
 };
 
 class MediaWriter {
  public:
-  /** Finds container and encoder, and writes nothing yet. Throws Error when the name says no container. */
-  MediaWriter(const std::string& path, const WriteOptions& options);
   /** Finishes the file, whatever happened. */
-  ~MediaWriter();
+  virtual ~MediaWriter() = default;
 
   /** True for one picture (PNG, JPEG ...), false for a clip or a numbered sequence of pictures. */
-  bool SingleImage() const { return singleImage_; }
-  bool KeepsAlpha() const;
-  bool EvenSizesOnly() const { return frameFormat_ != AV_PIX_FMT_RGBA; }
-  /** The format in which frames should come: NV12, yuv420p or RGBA. */
-  AVPixelFormat FrameFormat() const { return frameFormat_; }
+  virtual bool SingleImage() const = 0;
+  virtual bool KeepsAlpha() const = 0;
+  virtual bool EvenSizesOnly() const = 0;
+  /** The format in which frames should come: NV12, I420 or RGBA. */
+  virtual PixelFormat FrameFormat() const = 0;
 
   /** Opens the file for pictures of the format's size, which may differ from the source's. source: of what goes along
-   *  with them; end: in seconds, where its chapters end at the latest. Throws Error. */
-  void Open(const VideoFormat& format, const AVFrame& colorSource, const FrameSource* source, double end);
-  bool IsOpen() const { return headerWritten_; }
+   *  with them, null for nothing; end: in seconds, where its chapters end at the latest. Throws Error. */
+  virtual void Open(const VideoFormat& format, const Frame& colorSource, FrameSource* source, double end) = 0;
 
-  /** Writes a frame of FrameFormat(); its pts counts in the source's time base. Throws Error. */
-  void Write(FramePtr frame);
-  /** Queues sound or subtitles; they are written when the pictures have come as far. */
-  void AddPacket(CompanionPacket packet) { companions_.Add(std::move(packet)); }
-  /** Writes what is left and closes the file. toEnd: write the sound that lies behind the last picture too. */
-  void Finish(bool toEnd);
+  /** Writes a frame of FrameFormat(); its pts counts in the format's unit. Throws Error. */
+  virtual void Write(FramePtr frame) = 0;
+  /** Queues the sound and subtitles that the source has met; they are written when the pictures have come as far. */
+  virtual void TakeAlong() {}
+  /** Writes what is left and closes the file. toEnd: write the sound that lies behind the last picture too. Throws
+   *  Error. */
+  virtual void Finish(bool toEnd) = 0;
 
-  const std::string& EncoderName() const { return encoderName_; }
-  const CompanionTracks& Companions() const { return companions_; }
-  double Seconds() const { return seconds_; }
-
- private:
-  void _ChooseCodecs(const std::string& name);
-  bool _OpenEncoder(const AVCodec* codec, const VideoFormat& format, const AVFrame& colorSource);
-  void _AddStreams(const VideoFormat& format, const FrameSource* source, double end);
-  void _Encode(const AVFrame* frame);
-  int _OpenOutput();
-  int _CloseOutput();
-  void _WritePacket(AVPacket* packet);
-
-  std::string path_;
-  WriteOptions options_;
-  bool image_ = false, singleImage_ = false;
-  std::optional<OutputFile> file_;  // Where the container is one file.
-  OutputPtr output_;
-  std::vector<const AVCodec*> codecs_;  // In order of preference.
-  CodecContextPtr encoder_;
-  AVStream* video_ = nullptr;
-  CompanionTracks companions_;
-  std::string encoderName_;
-  AVPixelFormat frameFormat_ = AV_PIX_FMT_NONE, encoderFormat_ = AV_PIX_FMT_NONE;
-  ColorConverter converter_;
-  AVRational sourceTimeBase_{1, 25};
-  int64_t lastPts_ = AV_NOPTS_VALUE;
-  double seconds_ = 0;
-  bool headerWritten_ = false, finished_ = false;
+  virtual std::string EncoderName() const = 0;
+  virtual double Seconds() const = 0;
+  /** What became of what goes along, such as "sound copied"; nothing for what isn't there. */
+  virtual std::vector<std::string> Told() const { return {}; }
+  /** The same for what the container can't hold, such as "sound left out: flac". */
+  virtual std::vector<std::string> LeftOut() const { return {}; }
 };
+
+/** Finds container and encoder, and writes nothing yet. Throws Error when the name says no container. */
+std::unique_ptr<MediaWriter> MakeWriter(const std::string& path, const WriteOptions& options);
 
 }  // namespace qvgtool

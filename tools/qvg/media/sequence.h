@@ -1,8 +1,6 @@
 // Several files, one after the other, as one clip.
 #pragma once
 
-#include <deque>
-
 #include "media/mediaReader.h"
 
 namespace qvgtool {
@@ -15,23 +13,17 @@ class Sequence : public FrameSource {
   /** That of the first one, upright; the frames keep their sizes. */
   const VideoFormat& Format() const override { return format_; }
   FramePtr Read() override;
-  std::vector<Companion> Companions() const override { return companions_; }
-  CompanionPacket TakePacket() override;
-  Tags FileTags() const override { return clips_.front()->FileTags(); }
-  Tags PictureTags() const override { return clips_.front()->PictureTags(); }
+  Accompaniment* Along() override { return along_ ? along_->All() : nullptr; }
   std::string Damage() const override;
 
  private:
   void _Describe();
-  void _ChooseSound();
   FramePtr _ReadClip();
   FramePtr _Fitted(FramePtr frame, const VideoFormat& format) const;
-  CompanionPacket _TakeShifted();
 
-  std::vector<std::unique_ptr<MediaReader>> clips_;  // All of them stay: packets and tracks refer to their streams.
+  std::vector<std::unique_ptr<FrameSource>> clips_;  // All of them stay: what goes along refers to them.
   VideoFormat format_;
-  std::vector<Companion> companions_;
-  std::deque<CompanionPacket> packets_;  // Of clips that have ended.
+  std::unique_ptr<JoinedAccompaniment> along_;
   size_t current_ = 0;
   FramePtr still_;  // Of the current clip, if it is an image.
   int64_t stillFrames_ = 0;

@@ -1,55 +1,31 @@
-// Sound that is heard while a clip is shown.
+// Sound that is heard while a clip is shown. The backend implements it.
 #pragma once
 
-#include <chrono>
-#include <condition_variable>
-#include <deque>
-#include <mutex>
+#include <memory>
 #include <optional>
-#include <thread>
 
-#include "media/soundTranscoder.h"
+#include "media/frameSource.h"
 
 namespace qvgtool {
 
 class SoundOutput {
  public:
-  /** Opens the device: PulseAudio's default one, else ALSA's. from: what rate and channels are taken from. @return null
-   *  when there is none. */
-  static std::unique_ptr<SoundOutput> Open(const AVStream& from);
-  ~SoundOutput();
+  virtual ~SoundOutput() = default;
 
-  /** Packets of this stream follow, and lie behind that time of it. shift: what the clock shows at the stream's time 0.
-   *  Both in seconds. Throws Error. */
-  void Begin(const AVStream& from, double time, double shift);
-  void Add(CompanionPacket taken);
-  /** What was added and not heard yet is left out. */
-  void Forget();
-
+  /** Without a device nothing is heard. */
+  virtual bool HasDevice() const = 0;
+  /** What follows is of this source, which has Sound, and lies behind that time of it. shift: what the clock shows at
+   *  the source's time 0. Both in seconds. Throws Error. */
+  virtual void Begin(FrameSource& source, double time, double shift) = 0;
+  /** Takes what the source has met. Throws Error; afterwards nothing is heard any more. */
+  virtual void Take(FrameSource& source) = 0;
+  /** What was taken and not heard yet is left out. */
+  virtual void Forget() = 0;
   /** What the clock shows now; none while it stands still, and nothing is heard. */
-  void SetClock(std::optional<double> now);
-
- private:
-  using Clock = std::chrono::steady_clock;
-  struct Piece {
-    double time;
-    PacketPtr samples;
-  };
-
-  explicit SoundOutput(OutputPtr device);
-  void _Play();
-
-  OutputPtr device_;
-  std::unique_ptr<SoundTranscoder> transcoder_;
-  double shift_ = 0;
-  int64_t written_ = 0;  // In the device's unit.
-
-  std::mutex mutex_;  // Guards what follows.
-  std::condition_variable changed_;
-  std::deque<Piece> pieces_;
-  std::optional<Clock::time_point> zero_;  // When the clock was, or would have been, at 0.
-  bool ended_ = false;
-  std::thread player_;
+  virtual void SetClock(std::optional<double> now) = 0;
 };
+
+/** null: the source has no sound. */
+std::unique_ptr<SoundOutput> OpenSound(FrameSource& source);
 
 }  // namespace qvgtool

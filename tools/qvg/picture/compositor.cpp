@@ -5,8 +5,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "media/alpha.h"
-#include "media/imageFiles.h"
+#include "media/frameEdits.h"
 
 namespace qvgtool {
 namespace {
@@ -60,16 +59,15 @@ Compositor::Compositor(const Renderer& renderer, const Layout& layout, int width
   }
 }
 
-void Compositor::SetBackground(const AVFrame& image) {
+void Compositor::SetBackground(const Frame& image) {
   // Here, not on the GPU: there a picture much larger than the output would be sampled at a few of its texels.
-  backgroundCovers_ = !MayHaveAlpha(image.format);
-  const FramePtr cut = Checked(FramePtr(av_frame_clone(&image)));
-  CutTo(*cut, width_, height_);
-  background_ =
-      renderer_.Upload(toBackground_.Convert(*cut, AV_PIX_FMT_RGBA, width_, height_, {.rgb = true, .fullRange = true}));
+  backgroundCovers_ = !image.alpha;
+  Frame cut = image;
+  CutTo(cut, width_, height_);
+  background_ = renderer_.Upload(toBackground_.Convert(cut, PixelFormat::kRGBA, width_, height_, kRgbColors));
 }
 
-const Texture& Compositor::Draw(const AVFrame& frame, int quarterTurns, bool alpha) {
+const Texture& Compositor::Draw(const Frame& frame, int quarterTurns, bool alpha) {
   const auto& gl = renderer_.Table();
   const Effect* effect = effect_ && effect_->On() ? effect_ : nullptr;
   Texture picture = _Upload(frame, alpha && effect);
@@ -125,10 +123,10 @@ const Texture& Compositor::Draw(const AVFrame& frame, int quarterTurns, bool alp
   return target_;
 }
 
-Texture Compositor::_Upload(const AVFrame& frame, bool premultiplied) {
+Texture Compositor::_Upload(const Frame& frame, bool premultiplied) {
   if (!premultiplied) return renderer_.Upload(converter_.Prepare(frame));
-  return renderer_.Upload(*Premultiplied(
-      toRGBA_.Convert(frame, AV_PIX_FMT_RGBA, frame.width, frame.height, {.rgb = true, .fullRange = true})));
+  return renderer_.Upload(
+      *Premultiplied(toRGBA_.Convert(frame, PixelFormat::kRGBA, frame.width, frame.height, kRgbColors)));
 }
 
 void Compositor::_DrawShadow(int width, int height, double scale, const QVGDrawTextureParams& place) {
@@ -137,10 +135,10 @@ void Compositor::_DrawShadow(int width, int height, double scale, const QVGDrawT
   const int margin = std::max(2, static_cast<int>(height * kMargin / kReduce));
   if (!shadow_ || shadowWidth_ != width || shadowHeight_ != height) {
     const int innerWidth = std::max(1, width / kReduce), innerHeight = std::max(1, height / kReduce);
-    const FramePtr image = NewFrame(AV_PIX_FMT_RGBA, innerWidth + 2 * margin, innerHeight + 2 * margin);
+    const FramePtr image = NewPackedFrame(PixelFormat::kRGBA, innerWidth + 2 * margin, innerHeight + 2 * margin);
     const double radius = margin * 0.5;
     for (int y = 0; y < image->height; ++y) {
-      uint8_t* row = image->data[0] + static_cast<ptrdiff_t>(y) * image->linesize[0];
+      uint8_t* row = Row(*image, y);
       const double top = y + 0.5 - margin;
       const double vertical = Inside(top / radius) * Inside((innerHeight - top) / radius);
       for (int x = 0; x < image->width; ++x) {

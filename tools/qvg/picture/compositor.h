@@ -31,16 +31,16 @@ class Compositor {
   Compositor(const Renderer& renderer, const Layout& layout, int width, int height, UploadPath upload);
 
   /** From now on this picture, cut to the output's shape, fills the output below everything. Throws Error. */
-  void SetBackground(const AVFrame& image);
+  void SetBackground(const Frame& image);
 
   /** Every frame goes through the effect first, which must live as long as this object; null: through none. */
   void SetEffect(const Effect* effect) { effect_ = effect; }
 
   /** Draws a frame. @return the finished picture, in force until the next call. Throws Error. */
-  const Texture& Draw(const AVFrame& frame, int quarterTurns, bool alpha);
+  const Texture& Draw(const Frame& frame, int quarterTurns, bool alpha);
 
  private:
-  Texture _Upload(const AVFrame& frame, bool premultiplied);
+  Texture _Upload(const Frame& frame, bool premultiplied);
   void _DrawShadow(int width, int height, double scale, const QVGDrawTextureParams& place);
   void _DrawShadowOf(const Texture& picture, int width, int height, const QVGDrawTextureParams& place);
   void _DrawInto(const Texture& texture, const QVGDrawTextureParams& params);

@@ -27,20 +27,19 @@ bool ContactSheet::Wants(int64_t index) const {
   return index >= (total_ > 0 ? total_ * (2 * taken + 1) / (2 * kRows) : taken * 25);
 }
 
-FramePtr ContactSheet::_Tile(const AVFrame& frame, int width, int height) {
+FramePtr ContactSheet::_Tile(const Frame& frame, int width, int height) {
   const double scale = std::min(static_cast<double>(width) / frame.width, static_cast<double>(height) / frame.height);
   const int innerWidth = std::max(1, static_cast<int>(frame.width * scale));
   const int innerHeight = std::max(1, static_cast<int>(frame.height * scale));
   ColorConverter converter;
-  const AVFrame& inner =
-      converter.Convert(frame, AV_PIX_FMT_RGB24, innerWidth, innerHeight, {.rgb = true, .fullRange = true});
-  FramePtr tile = NewFrame(AV_PIX_FMT_RGB24, width, height);
-  std::memset(tile->data[0], 0, static_cast<size_t>(tile->linesize[0]) * static_cast<size_t>(height));
+  const Frame& inner = converter.Convert(frame, PixelFormat::kRGB, innerWidth, innerHeight, kRgbColors);
+  FramePtr tile = NewPackedFrame(PixelFormat::kRGB, width, height);
+  std::memset(tile->data[0], 0, static_cast<size_t>(tile->stride[0]) * static_cast<size_t>(height));
   Paste(inner, *tile, (width - innerWidth) / 2, (height - innerHeight) / 2);
   return tile;
 }
 
-void ContactSheet::Add(const AVFrame& before, const AVFrame& after, double seconds) {
+void ContactSheet::Add(const Frame& before, const Frame& after, double seconds) {
   rows_.push_back({_Tile(before, tileWidth_, tileHeight_), _Tile(after, tileWidth_, tileHeight_), seconds});
 }
 

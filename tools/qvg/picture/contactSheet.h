@@ -1,6 +1,9 @@
 // One picture with frames before and after, side by side and labelled.
 #pragma once
 
+#include <string>
+#include <vector>
+
 #include "media/colorConversion.h"
 #include "media/frameSource.h"
 
@@ -13,7 +16,7 @@ class ContactSheet {
 
   bool Wants(int64_t index) const;
   /** Takes copies. */
-  void Add(const AVFrame& before, const AVFrame& after, double seconds);
+  void Add(const Frame& before, const Frame& after, double seconds);
   /** Writes the PNG. @return false without frames. Throws Error. */
   bool Save();
 
@@ -22,7 +25,7 @@ class ContactSheet {
     FramePtr before, after;
     double seconds;
   };
-  FramePtr _Tile(const AVFrame& frame, int width, int height);
+  FramePtr _Tile(const Frame& frame, int width, int height);
 
   std::string path_;
   int64_t total_;

@@ -5,10 +5,7 @@
 #include <algorithm>
 
 #include "media/imageFiles.h"
-
-extern "C" {
-#include <libavutil/parseutils.h>
-}
+#include "media/parsing.h"
 
 namespace qvgtool {
 namespace {
@@ -59,10 +56,10 @@ ParamSetting ParamSetting::Switch(bool on) {
 ParamSetting ParamSetting::File(std::string path) { return {{QVG_PARAM_TEXT, {}}, std::move(path)}; }
 
 ParamSetting ParamSetting::Color(const std::string& text) {
-  uint8_t rgba[4];
-  if (av_parse_color(rgba, text.c_str(), -1, nullptr) < 0) throw Error(text + " is no colour (#rrggbb or a name)");
+  const auto rgba = ParseColor(text);
+  if (!rgba) throw Error(text + " is no colour (#rrggbb or a name)");
   ParamSetting setting = {{QVG_PARAM_COLOR, {}}, text};
-  for (size_t i = 0; i < 3; ++i) setting.value.value.color[i] = rgba[i] / 255.0;
+  for (size_t i = 0; i < 3; ++i) setting.value.value.color[i] = (*rgba)[i] / 255.0;
   return setting;
 }
 

@@ -25,9 +25,9 @@ Chroma ChromaOf(const uint8_t* rgb) {
   return {-0.1687 * r - 0.3313 * g + 0.5 * b, 0.5 * r - 0.4187 * g - 0.0813 * b};
 }
 
-const uint8_t* Pixel(const AVFrame& rgba, size_t index) {
+const uint8_t* Pixel(const Frame& rgba, size_t index) {
   const auto width = static_cast<size_t>(rgba.width);
-  return rgba.data[0] + static_cast<ptrdiff_t>(index / width) * rgba.linesize[0] +
+  return rgba.data[0] + static_cast<ptrdiff_t>(index / width) * rgba.stride[0] +
          static_cast<ptrdiff_t>(index % width) * 4;
 }
 
@@ -43,7 +43,7 @@ double Encoded(uint8_t value) {
   return v <= 0.0031308 ? 12.92 * v : 1.055 * std::pow(v, 1 / 2.4) - 0.055;
 }
 
-std::vector<float> Distances(const AVFrame& rgba, const double (&key)[3]) {
+std::vector<float> Distances(const Frame& rgba, const double (&key)[3]) {
   static const auto encoded = [] {
     std::array<double, 256> table;
     for (size_t i = 0; i < table.size(); ++i) table[i] = Encoded(static_cast<uint8_t>(i));
@@ -79,7 +79,7 @@ std::vector<const uint8_t*> Border(const std::vector<FramePtr>& pictures) {
     for (int y = 0; y < picture->height; ++y) {
       for (int x = 0; x < picture->width; ++x) {
         if (y < strip || x < strip || x >= picture->width - strip)
-          pixels.push_back(picture->data[0] + static_cast<ptrdiff_t>(y) * picture->linesize[0] + ptrdiff_t{4} * x);
+          pixels.push_back(picture->data[0] + static_cast<ptrdiff_t>(y) * picture->stride[0] + ptrdiff_t{4} * x);
       }
     }
   }
@@ -245,8 +245,7 @@ double KeyTuner::_Threshold(const Histogram& all) {
   return std::max(place, 0.08);
 }
 
-void KeyTuner::_Sort(const std::vector<float>& distances, int width, int height, double threshold,
-                     const AVFrame& rgba) {
+void KeyTuner::_Sort(const std::vector<float>& distances, int width, int height, double threshold, const Frame& rgba) {
   const int margin = std::max(4, height / 180);
   const auto nearest = Spread(distances, width, height, margin, [](float a, float b) { return std::min(a, b); });
   const auto furthest = Spread(distances, width, height, margin, [](float a, float b) { return std::max(a, b); });
@@ -306,7 +305,7 @@ KeyValues KeyTuner::Find() const {
   return {color_, thousandths(gone), thousandths(step), thousandths(spill)};
 }
 
-double KeyedShare(const AVFrame& picture, const EffectSettings& settings, const EffectTable& table) {
+double KeyedShare(const Frame& picture, const EffectSettings& settings, const EffectTable& table) {
   const auto value = [&](const std::string& name) -> QVGParamValue {
     if (const auto found = settings.find(name); found != settings.end()) return found->second.value;
     for (const QVGParamDescriptor& row : table.rows) {

@@ -35,7 +35,7 @@ class KeyTuner {
 
   static double _Quantile(const Histogram& histogram, double share);
   static double _Threshold(const Histogram& all);
-  void _Sort(const std::vector<float>& distances, int width, int height, double threshold, const AVFrame& rgba);
+  void _Sort(const std::vector<float>& distances, int width, int height, double threshold, const Frame& rgba);
 
   ParamSetting color_;
   // Well inside the screen and well inside what stands before it, where no pixel is a mixture of both; of the latter
@@ -44,6 +44,6 @@ class KeyTuner {
 };
 
 /** The share of the pictures' pixels that these settings make transparent, 0 to 1; settings may lack values. */
-double KeyedShare(const AVFrame& picture, const EffectSettings& settings, const EffectTable& table);
+double KeyedShare(const Frame& picture, const EffectSettings& settings, const EffectTable& table);
 
 }  // namespace qvgtool

@@ -2,7 +2,8 @@
 
 #include <fmt/format.h>
 
-#include "media/colorConversion.h"
+#include <algorithm>
+
 #include "media/imageFiles.h"
 
 namespace qvgtool {
@@ -11,15 +12,12 @@ namespace {
 // What a lent frame needs to give its memory back.
 struct Loan {
   const QVGGLRendererInterface* gl;
-  QVGPixelBuffer buffer;
+  QVGPixelBuffer buffer = {};
+  ~Loan() {
+    QVGPixelBuffer* lent = &buffer;
+    if (buffer.plane[0]) gl->ReleasePixelBuffer(&lent);
+  }
 };
-
-void EndLoan(void* opaque, uint8_t*) {
-  auto* loan = static_cast<Loan*>(opaque);
-  QVGPixelBuffer* buffer = &loan->buffer;
-  loan->gl->ReleasePixelBuffer(&buffer);
-  delete loan;
-}
 
 }  // namespace
 
@@ -32,16 +30,16 @@ Renderer::~Renderer() {
   QVG_ReleaseGLRendererInterface(&gl_);
 }
 
-Texture Renderer::Upload(const AVFrame& frame) const {
+Texture Renderer::Upload(const Frame& frame) const {
   QVGPixelBuffer buffer = {};
-  const auto format = UploadFormat(static_cast<AVPixelFormat>(frame.format));
+  const auto format = UploadFormat(frame.format);
   if (!format) throw Error("a frame of a format that the library does not take");
   buffer.format = *format;
   buffer.width = frame.width;
   buffer.height = frame.height;
   for (int plane = 0; plane < 3; ++plane) {
     buffer.plane[plane] = frame.data[plane];
-    buffer.stride[plane] = frame.linesize[plane];
+    buffer.stride[plane] = frame.stride[plane];
   }
   Texture texture(gl_, gl_->UploadPixelBufferToNewTexture(&buffer, false, false, {}));
   if (!texture) throw Error(fmt::format("a frame of {} x {} could not be uploaded", frame.width, frame.height));
@@ -64,30 +62,26 @@ FrameBuffer Renderer::NewFrameBuffer(const Texture& target) const {
   return frameBuffer;
 }
 
-FramePtr Renderer::ReadBack(const Texture& texture, AVPixelFormat format, bool flip) const {
-  auto loan = std::make_unique<Loan>(Loan{gl_, {}});
+FramePtr Renderer::ReadBack(const Texture& texture, PixelFormat format, bool flip) const {
+  const auto loan = std::make_shared<Loan>(gl_);
   QVGPixelBuffer& buffer = loan->buffer;
-  const bool read = format == AV_PIX_FMT_NV12   ? gl_->TextureToNV12PixelBuffer(texture.get(), &buffer, false)
-                    : format == AV_PIX_FMT_RGBA ? gl_->TextureToRGBAPixelBuffer(texture.get(), &buffer, flip)
-                                                : gl_->TextureToYUV420PixelBuffer(texture.get(), false, false, &buffer);
+  const bool read = format == PixelFormat::kNV12 ? gl_->TextureToNV12PixelBuffer(texture.get(), &buffer, false)
+                    : format == PixelFormat::kRGBA
+                        ? gl_->TextureToRGBAPixelBuffer(texture.get(), &buffer, flip)
+                        : gl_->TextureToYUV420PixelBuffer(texture.get(), false, false, &buffer);
   if (!read) throw Error("a frame could not be read back");
-  const size_t pixels = static_cast<size_t>(buffer.width) * static_cast<size_t>(buffer.height);
-  FramePtr frame = NewFrame();
-  frame->buf[0] = av_buffer_create(buffer.plane[0], format == AV_PIX_FMT_RGBA ? pixels * 4 : pixels * 3 / 2, EndLoan,
-                                   loan.get(), AV_BUFFER_FLAG_READONLY);
-  if (!frame->buf[0]) throw std::bad_alloc();
+  auto frame = std::make_unique<Frame>();
   frame->format = format;
   frame->width = buffer.width;
   frame->height = buffer.height;
-  for (int plane = 0; plane < 3; ++plane) {
-    frame->data[plane] = buffer.plane[plane];
-    frame->linesize[plane] = buffer.stride[plane];
-  }
   // NV12 strides are (w, w, 0): the second plane's is that of the pairs.
-  loan.release();
-  const bool rgb = format == AV_PIX_FMT_RGBA;
-  frame->color_range = rgb ? AVCOL_RANGE_JPEG : AVCOL_RANGE_MPEG;
-  frame->colorspace = rgb ? AVCOL_SPC_RGB : AVCOL_SPC_SMPTE170M;
+  std::copy_n(buffer.plane, 3, frame->data.begin());
+  std::copy_n(buffer.stride, 3, frame->stride.begin());
+  const bool rgb = format == PixelFormat::kRGBA;
+  frame->alpha = rgb;
+  frame->colors = rgb ? kRgbColors : ColorTags{.matrix = kMatrix601};
+  frame->chromaLeft = format == PixelFormat::kNV12;
+  frame->memory = loan;
   return frame;
 }
 

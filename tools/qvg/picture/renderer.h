@@ -5,7 +5,8 @@
 
 #include <utility>
 
-#include "media/ffmpegPtr.h"
+#include "media/error.h"
+#include "media/frame.h"
 
 namespace qvgtool {
 
@@ -49,16 +50,16 @@ class Renderer {
   const QVGGLRendererInterface& Table() const { return *gl_; }
 
   /** A frame that UploadConverter prepared, as a texture whose row 0 is the picture's top. Throws Error. */
-  Texture Upload(const AVFrame& frame) const;
+  Texture Upload(const Frame& frame) const;
 
   /** A texture of a size and a frame buffer that draws into it, the picture's top in row 0. Throws Error. */
   Texture NewTarget(int width, int height) const;
   FrameBuffer NewFrameBuffer(const Texture& target) const;
 
-  /** The picture as NV12 or yuv420p (limited-range BT.601) or RGBA. The frame lends the library's memory and gives it
+  /** The picture as NV12 or I420 (limited-range BT.601) or RGBA. The frame lends the library's memory and gives it
    *  back when its last reference goes, at the latest before this object. RGBA comes in the order of the texture's
    * rows, with flip the other way round. Throws Error. */
-  FramePtr ReadBack(const Texture& texture, AVPixelFormat format, bool flip = false) const;
+  FramePtr ReadBack(const Texture& texture, PixelFormat format, bool flip = false) const;
 
  private:
   const QVGGLRendererInterface* gl_;

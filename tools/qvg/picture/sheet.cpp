@@ -4,14 +4,9 @@
 
 #include <cstring>
 
-#include "media/colorConversion.h"
 #include "media/complain.h"
-#include "media/filters.h"
+#include "media/frameEdits.h"
 #include "media/mediaWriter.h"
-
-extern "C" {
-#include <libavutil/pixdesc.h>
-}
 
 namespace qvgtool {
 namespace {
@@ -20,45 +15,41 @@ constexpr uint8_t kPaper[3] = {24, 26, 31};
 
 }  // namespace
 
-void Paste(const AVFrame& tile, AVFrame& picture, int x, int y) {
+void Paste(const Frame& tile, Frame& picture, int x, int y) {
   for (int row = 0; row < tile.height; ++row) {
-    std::memcpy(picture.data[0] + static_cast<ptrdiff_t>(y + row) * picture.linesize[0] + static_cast<ptrdiff_t>(x) * 3,
-                tile.data[0] + static_cast<ptrdiff_t>(row) * tile.linesize[0], static_cast<size_t>(tile.width) * 3);
+    std::memcpy(Row(picture, y + row) + ptrdiff_t{3} * x, Row(tile, row), static_cast<size_t>(tile.width) * 3);
   }
 }
 
-Sheet::Sheet(int width, int height) : picture_(NewFrame(AV_PIX_FMT_RGB24, width, height)) {
+Sheet::Sheet(int width, int height) : picture_(NewPackedFrame(PixelFormat::kRGB, width, height)) {
   for (int y = 0; y < height; ++y) {
-    uint8_t* row = picture_->data[0] + static_cast<ptrdiff_t>(y) * picture_->linesize[0];
+    uint8_t* row = Row(*picture_, y);
     for (int x = 0; x < width * 3; ++x) row[x] = kPaper[x % 3];
   }
 }
 
-void Sheet::Paste(const AVFrame& tile, int x, int y) { qvgtool::Paste(tile, *picture_, x, y); }
+void Sheet::Paste(const Frame& tile, int x, int y) { qvgtool::Paste(tile, *picture_, x, y); }
 
-void Sheet::Label(int x, int y, std::string text, int size) { labels_.push_back({x, y, size, std::move(text)}); }
+void Sheet::Label(int x, int y, std::string text, int size) {
+  labels_.push_back({.text = std::move(text), .size = static_cast<double>(size), .x = x, .y = y});
+}
 
 void Sheet::Save(const std::string& path) {
-  MediaWriter writer(path, {});
-  if (!writer.SingleImage()) throw Error(path + ": the contact sheet must be an image, such as sheet.png");
-  std::string chain;
-  for (const Text& label : labels_) {
-    chain +=
-        fmt::format("{}drawtext=font=DejaVu Sans:fontsize={}:fontcolor=0xd8dbe2:expansion=none:x={}:y={}:text='{}'",
-                    chain.empty() ? "" : ",", label.size, label.x, label.y, label.text);
-  }
-  if (FramePtr labelled = Filtered(*picture_, chain)) {
+  const auto writer = MakeWriter(path, {});
+  if (!writer->SingleImage()) throw Error(path + ": the contact sheet must be an image, such as sheet.png");
+  std::string reason;
+  if (FramePtr labelled = WithCaptions(*picture_, labels_, reason)) {
     picture_ = std::move(labelled);
-  } else if (!chain.empty()) {
-    Complain(fmt::format("{} has no labels: {}", path, FfmpegError(AVERROR(ENOENT))));
+  } else {
+    Complain(fmt::format("{} has no labels: {}", path, reason));
   }
   picture_->pts = 0;
   VideoFormat format;
   format.width = picture_->width;
   format.height = picture_->height;
-  writer.Open(format, *picture_, nullptr, 0);
-  writer.Write(std::move(picture_));
-  writer.Finish(false);
+  writer->Open(format, *picture_, nullptr, 0);
+  writer->Write(std::move(picture_));
+  writer->Finish(false);
 }
 
 }  // namespace qvgtool

@@ -3,7 +3,7 @@
 
 #include <vector>
 
-#include "media/ffmpegPtr.h"
+#include "media/frameEdits.h"
 
 namespace qvgtool {
 
@@ -12,21 +12,17 @@ class Sheet {
   Sheet(int width, int height);
 
   /** An RGB24 picture that lies inside. */
-  void Paste(const AVFrame& tile, int x, int y);
+  void Paste(const Frame& tile, int x, int y);
   void Label(int x, int y, std::string text, int size = 19);
   /** Writes the PNG; without labels when the machine has no font. Throws Error. */
   void Save(const std::string& path);
 
  private:
-  struct Text {
-    int x, y, size;
-    std::string text;
-  };
   FramePtr picture_;
-  std::vector<Text> labels_;
+  std::vector<Caption> labels_;
 };
 
 /** Copies an RGB24 picture into another, where it must fit. */
-void Paste(const AVFrame& tile, AVFrame& picture, int x, int y);
+void Paste(const Frame& tile, Frame& picture, int x, int y);
 
 }  // namespace qvgtool

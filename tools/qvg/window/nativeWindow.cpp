@@ -8,7 +8,7 @@
 #include <cctype>
 #include <tuple>
 
-#include "media/ffmpegPtr.h"
+#include "media/error.h"
 
 // As GLFW's own header of native access has them, which wants more X11 headers than are needed.
 extern "C" Window glfwGetX11Window(GLFWwindow* window);

@@ -7,7 +7,8 @@
 #include <sstream>
 #include <utility>
 
-#include "media/filters.h"
+#include "media/complain.h"
+#include "media/frameEdits.h"
 #include "media/text.h"
 
 namespace qvgtool {
@@ -36,15 +37,6 @@ std::string InLines(const std::string& text) {
   return wrapped;
 }
 
-// y: a formula of FFmpeg's filter.
-std::string TextBox(const std::string& text, int width, int height, const char* y) {
-  const double size = FontSize(text, width, height);
-  return fmt::format(
-      "drawtext=font=DejaVu Sans Mono:fontsize={:.0f}:fontcolor=white:line_spacing={:.0f}:box=1:boxcolor=black@0.72"
-      ":boxborderw={:.0f}:expansion=none:x=(w-text_w)/2:y={}:text={}",
-      size, size * 0.2, size * 0.6, y, FilterText(text));
-}
-
 }  // namespace
 
 void Overlay::Say(const std::string& line, double until) {
@@ -59,20 +51,22 @@ bool Overlay::Expire(double now) {
 }
 
 const Texture& Overlay::Draw(int width, int height) {
-  std::string chain;
-  if (!help_.empty()) chain = TextBox(help_, width, height, "(h-text_h)/2");
-  if (!line_.empty()) chain += (chain.empty() ? "" : ",") + TextBox(line_, width, height, "h-text_h-1.5*lh");
-  const std::string wanted = fmt::format("{} {} {}", width, height, chain);
+  const std::string wanted = fmt::format("{} {} {}\n{}", width, height, help_, line_);
   if (wanted == drawn_) return texture_;
   drawn_ = wanted;
   texture_ = {};
-  if (chain.empty()) return texture_;
-  const FramePtr empty = NewFrame(AV_PIX_FMT_RGBA, width, height);
-  std::memset(empty->data[0], 0, static_cast<size_t>(empty->linesize[0]) * static_cast<size_t>(height));
-  if (const FramePtr text = Filtered(*empty, chain)) {
+  std::vector<Caption> captions;
+  for (const auto& [text, place] : {std::pair(&help_, Caption::kMiddle), std::pair(&line_, Caption::kBelow)}) {
+    if (!text->empty()) captions.push_back({place, *text, FontSize(*text, width, height)});
+  }
+  if (captions.empty()) return texture_;
+  const FramePtr empty = NewPackedFrame(PixelFormat::kRGBA, width, height);
+  std::memset(empty->data[0], 0, static_cast<size_t>(empty->stride[0]) * static_cast<size_t>(height));
+  std::string reason;
+  if (const FramePtr text = WithCaptions(*empty, captions, reason)) {
     texture_ = renderer_.Upload(*text);
   } else if (!std::exchange(failureTold_, true)) {
-    fmt::print(stderr, "qvg: no text in the window: {}\n", FfmpegError(AVERROR(ENOENT)));
+    Complain("no text in the window: " + reason);
   }
   return texture_;
 }
