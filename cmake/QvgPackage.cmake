@@ -43,25 +43,25 @@ else()
   set(CPACK_DEBIAN_LIBRARY_PACKAGE_RECOMMENDS "libgl1-mesa-dri")
   set(CPACK_COMPONENT_LIBRARY_DESCRIPTION
 "GPU renderer for live video frames
- Makes OpenGL textures of decoded frames (YUV planes or packed RGB), keys out
- coloured backgrounds, smooths skin, corrects colour, composes pictures, reads
- results back for an encoder, and shows them in windows.")
+Makes OpenGL textures of decoded frames (YUV planes or packed RGB), keys out
+coloured backgrounds, smooths skin, corrects colour, composes pictures, reads
+results back for an encoder, and shows them in windows.")
 
   set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libqvglrenderer-dev)
   set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
   set(CPACK_COMPONENT_DEVELOPMENT_DEPENDS library)
   set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION
 "GPU renderer for live video frames - development files
- The headers for C and C++, what CMake and pkg-config need to find the library,
- the guide, and examples.")
+The headers for C and C++, what CMake and pkg-config need to find the library,
+the guide, and examples.")
 
   set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME qvg-tools)
   set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION video)
   set(CPACK_COMPONENT_TOOLS_DEPENDS library)
   set(CPACK_COMPONENT_TOOLS_DESCRIPTION
 "GPU renderer for live video frames - command-line tool
- qvg renders clips and images through the library, finds values for keying,
- shows and tries effects live, and tests the machine's OpenGL driver.")
+qvg renders clips and images through the library, finds values for keying,
+shows and tries effects live, and tests the machine's OpenGL driver.")
 endif()
 
 include(CPack)
