@@ -330,9 +330,9 @@ typedef struct QVGFrameBufferDesc {
  *   highlight      percent; at present without an effect on the picture
  *   shadow         percent by which dark parts are lightened
  *   enable_bg      switch: background
- *   bgfile         path of an image for QVGDecodeImage, shown upright behind the frame and cut to its shape; null, an
- *                  empty path or an image that can't be read: none. A path is decoded once and kept, on the GPU, until
- *                  the library is released; a file that changes is not noticed.
+ *   bgfile         path of an image for QVGDecodeImage, shown upright behind the frame and stretched to its shape.
+ *                  Null, an empty path or an image that can't be read: none. A path is decoded once and kept, on the
+ *                  GPU, until the library is released; a file that changes is not noticed.
  *
  * Frames are taken, and outputs given, with premultiplied alpha. What a parameter of 0 leaves out costs nothing. A
  * program for the stages and parameters that are in use is compiled when one of them is set, if it is new: that may

@@ -1,0 +1,24 @@
+#!/bin/bash
+# tidy.sh [FILE]...: clang-tidy on the sources (else all of src, reference and tools, and the example hosts), with the
+# compile database of build/linux. Ends with the number of findings, and fails when there are some.
+set -eu
+cd "$(dirname "$0")/.."
+files=("$@")
+((${#files[@]})) || mapfile -t files < <(git ls-files 'src/*.cpp' 'reference/*.cpp' 'tools/*.cpp' 'examples/*.c' | grep -v '_win\.\|win32_\|wgl_')
+
+# Options of GCC that Clang does not have.
+mkdir -p build/tidy
+sed -E 's/ (-fno-gnu-unique|-Wduplicated-cond|-Wlogical-op|-ftrivial-auto-var-init=[a-z]+)//g' \
+  build/linux/compile_commands.json >build/tidy/compile_commands.json
+
+# The public header is judged as C, with the examples; the C++ one with everything else.
+tidy() {
+  local headers='.*/(src|reference|tools)/.*\.h|.*/include/qvGLRenderer/.*\.hpp'
+  [[ $1 != *.c ]] || headers='.*/include/qvGLRenderer/.*\.h'
+  clang-tidy -p build/tidy --quiet "--header-filter=$headers" "$1" 2>/dev/null
+}
+export -f tidy
+printf '%s\n' "${files[@]}" | xargs -d '\n' -P "$(nproc)" -I{} bash -c 'tidy "{}" || :' | tee build/tidy/findings.log
+found=$(grep -cE '(warning|error): .*\[[a-zA-Z0-9.,-]+\]$' build/tidy/findings.log || :)
+echo "${#files[@]} files, $found findings"
+((found == 0))
