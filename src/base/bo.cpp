@@ -57,7 +57,7 @@ bool BO::UnMap() {
   glBindBuffer(target_, id_);
   const bool kept = glUnmapBuffer(target_) == GL_TRUE;
   glBindBuffer(target_, 0);
-  // It says itself that it failed: what is asked for after every read-back needs no check of its own.
+  // The call itself reports a failure, so that unmapping after every read-back needs no error check.
   if (!kept) CheckGLError();
   usable_ = usable_ && kept;
   return kept;

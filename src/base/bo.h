@@ -14,7 +14,7 @@ class BO {
   BO(const BO&) = delete;
   BO& operator=(const BO&) = delete;
 
-  /// Makes the storage through the target's binding point. Once only: later calls change nothing and give true.
+  /// Allocates the storage through the target's binding point. Only once: later calls change nothing and return true.
   /// @param size bytes. @param data initial content or null.
   bool Allocate(int64_t size, GLenum usage, const void* data);
   bool UpdateData(int64_t offset, int64_t size, const void* data);
@@ -23,8 +23,8 @@ class BO {
   bool UnBind();
   /// Maps the whole buffer; the mapping does not need the binding. Null on failure.
   void* Map(GLbitfield access);
-  /// False after a GL error, or when the driver has lost what was in the buffer. Then it may still be mapped, and is
-  /// good for nothing but deletion.
+  /// False after a GL error, or when the driver has lost the buffer's contents. The buffer may then still be mapped,
+  /// and can only be deleted.
   bool UnMap();
   bool Usable() const { return usable_; }
 

@@ -22,7 +22,7 @@ const glm::mat4 kDefaultView(1, 0, 0, 0,  //
                              0, 0, 1, 0,  //
                              0, 0, -kEyeDistance, 1);
 
-// As GL defines it. The math library's own ends the process when a host's aspect is no number.
+// As GL defines it. The math library's function aborts the process when a host's aspect is not a number.
 glm::mat4 Perspective(float fovy, float aspect, float nearPlane, float farPlane) {
   const float halfHeight = std::tan(fovy / 2);
   glm::mat4 matrix(0);

@@ -3,7 +3,7 @@
 namespace qvg {
 
 ContentRect ContentRect::Centred(int storageWidth, int storageHeight, int width, int height) {
-  // A host may set any size: the difference of two ints may not fit, half of it does.
+  // A host may set any size: the difference of two ints may overflow, the difference of their halves doesn't.
   const auto margin = [](int storage, int content) { return static_cast<int>((int64_t{storage} - content) / 2); };
   return {storageWidth, storageHeight, margin(storageWidth, width), margin(storageHeight, height), width, height};
 }

@@ -15,7 +15,7 @@ struct ContentRect {
   int width = 0;
   int height = 0;
 
-  /// A rectangle of the size in the middle of the storage, rounding down.
+  /// A rectangle of that size in the middle of the storage, rounded down.
   static ContentRect Centred(int storageWidth, int storageHeight, int width, int height);
 
   /// Whether it has texels, and all of them lie in the storage.
@@ -32,14 +32,14 @@ struct ContentRect {
 /// Corners of a quad in the order top-left, bottom-left, bottom-right, top-right, y and v upwards.
 using QuadCorners = std::array<glm::vec2, 4>;
 
-/// Quarter turns as 0..3; they count modulo 4, so that -1 is 3.
+/// Quarter turns as 0 to 3, taken modulo 4: -1 is 3.
 inline int QuarterTurns(uint32_t rotation) { return static_cast<int>(rotation & 3u); }
 inline bool IsOddTurn(uint32_t rotation) { return (rotation & 1u) != 0; }
 
 /// Turns a coordinate of 0..1: 1 gives (1 - v, u), 2 gives (1 - u, 1 - v), 3 gives (v, 1 - u).
 glm::vec2 TurnTexCoord(glm::vec2 coord, int quarterTurns);
 
-/// Maps coordinates of 0..1 over a quad to storage coordinates of the content that stands on it turned, and then,
+/// Maps coordinates of 0..1 over a quad to storage coordinates of the content that is shown on it, turned and then, if
 /// flipped, upside down. For column vectors: matrix * (u, v, 1).
 glm::mat3 ContentTexMatrix(const ContentRect& content, int quarterTurns, bool flipped = false);
 

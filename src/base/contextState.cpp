@@ -24,13 +24,14 @@ struct ObjectName {
   uint32_t name;
 };
 
-/// What waits for a context to be current. Has room from the start, as it grows where nothing may be thrown.
+/// Names that wait for a context to be current. Space is reserved from the start, since it grows where nothing may
+/// throw.
 template <class Item>
 class WaitingList {
  public:
   explicit WaitingList(size_t room) { items_.reserve(room); }
 
-  /// False when there is no room, and no memory for more.
+  /// False when it is full, and there is no memory for more.
   bool Add(const Item& item) noexcept {
     try {
       items_.push_back(item);
@@ -39,7 +40,7 @@ class WaitingList {
     }
     return true;
   }
-  /// Moves some of it to where it is handled without a lock; how many.
+  /// Moves some of them to where they are handled without a lock; how many.
   size_t Take(std::span<Item> some) {
     const size_t count = std::min(some.size(), items_.size());
     std::copy(items_.end() - static_cast<ptrdiff_t>(count), items_.end(), some.begin());
@@ -71,7 +72,7 @@ struct Registry {
   std::optional<WaitingList<SharedObject>> waiting;  // as long as there are contexts
   std::atomic<bool> anyWaiting = false;
   ContextId lastId = 0;
-  // Changes with the map, so that a thread can tell whether what it remembers still holds.
+  // Changes with the map, so that a thread can tell whether what it remembers is still valid.
   std::atomic<uint64_t> generation = 1;
 
   Entry* Find(ContextId id) {
@@ -239,9 +240,9 @@ void DepartContext() noexcept {
   ContextState* const current = CurrentContext();
   if (current == nullptr || !current->worked) return;
   if (current->programs != nullptr) current->programs->GiveBack();
-  // Kept by a context that does nothing they would keep textures that were deleted elsewhere.
+  // An idle context that kept them would keep alive textures that were deleted elsewhere.
   current->targets.Clear();
-  // The older fence, swapped for it, ends behind the lock, which deleting it takes.
+  // The older fence, which was swapped for it, is destroyed after the lock is released: deleting it takes the lock.
   std::shared_ptr<const GpuFence> fence;
   try {
     fence = std::make_shared<const GpuFence>(GpuFence::Insert());
@@ -287,7 +288,7 @@ void DropContextObjects() noexcept {
   if (current == nullptr) return;
   FlushContextObjects();
   current->Distrust();
-  // Who takes up what it worked on can't wait for a context that is gone.
+  // Whoever continues its work can't wait for a context that is gone.
   glFinish();
 }
 

@@ -16,7 +16,7 @@ class Quad;
 /// gone. 0: none.
 using ContextId = uint64_t;
 
-/// What the library keeps for one of its GL contexts, so that a draw finds everything made. But for `attention` it is
+/// What the library keeps for one of its GL contexts, so that draws find everything ready. Except for `attention` it is
 /// used only on the thread on which the context is current.
 struct ContextState {
   explicit ContextState(ContextId number);
@@ -26,7 +26,7 @@ struct ContextState {
 
   /// A sampler that takes the nearest texel, clamped to the edge; 0 when the driver refuses.
   uint32_t NearestSampler();
-  /// An operation went wrong: drops what was made or remembered for later ones, as any of it may be half done.
+  /// After a failed operation: drops what was created or remembered for later ones, since any of it may be incomplete.
   void Distrust();
 
   const ContextId id;
@@ -50,8 +50,8 @@ ContextId CurrentContextId();
 /// By the platform's handle; 0 for one that is not the library's.
 ContextId ContextIdOf(const void* nativeContext);
 
-// What follows runs in destructors and while things are given back: it throws nothing, and allocates nothing as long as
-// fewer names wait than there was room made for.
+// What follows runs in destructors and when objects are given back: it doesn't throw, nor allocate as long as no more
+// names wait than space was reserved for.
 
 /// Kinds of GL names that belong to one context and are not shared with others.
 enum class ContextObject { kFrameBuffer, kVertexArray };
@@ -75,25 +75,25 @@ void DeleteSharedObject(const SharedObject& object) noexcept;
 /// Drops the frame buffers that every context keeps for a texture's storage, which is about to be deleted.
 void ForgetStorage(uint64_t storage) noexcept;
 
-/// Deletes what waited for the context that is current on the calling thread.
+/// Deletes the names that have been waiting for the calling thread's current context.
 void FlushContextObjects() noexcept;
 
-/// The calling thread's context, if it is one of the library's, is about to be made not current: what it holds and has
+/// To be called before the calling thread's context, if it is one of the library's, is unbound: what it holds and has
 /// submitted becomes available to others.
 void DepartContext() noexcept;
-/// Whether the context was made not current since it had been so that many times, or is gone.
+/// Whether the context has been unbound again since it had been that many times, or is gone.
 bool WasLeft(ContextId id, uint64_t departures);
-/// For an object that comes back on a thread without a context: what WasLeft is to be asked with, so that it covers all
-/// that the context has submitted up to now; nothing when that is done with.
+/// For an object that is given back on a thread without a context: the number to ask WasLeft with, so that it covers
+/// everything the context has submitted so far; nothing when all of that is finished.
 std::optional<uint64_t> DeparturesCovering(ContextId id);
-/// Lets the GPU finish what the context had submitted when it was last left.
+/// Makes the GPU wait for what the context had submitted when it was last unbound.
 void WaitForDeparture(ContextId id);
 
-/// Deletes what the library keeps for the calling thread's context, which is about to be destroyed, when its work is
-/// done: drivers that keep such names for all contexts in common would keep them for good.
+/// Deletes what the library keeps for the calling thread's context, which is about to be destroyed, once its work is
+/// done: drivers that keep such names in one place for all contexts would never free them.
 void DropContextObjects() noexcept;
 
-/// To be called with the platform's handle of a context right after it was made, and right before it is destroyed.
+/// To be called with the platform's handle of a context right after its creation and right before its destruction.
 /// Registering throws when there is no memory.
 void RegisterContext(const void* nativeContext);
 void ForgetContext(const void* nativeContext) noexcept;

@@ -4,8 +4,8 @@
 
 namespace qvg {
 
-/// Held while GL commands are issued: a lock, and one for all threads, only for drivers that need it (see
-/// Limits::NeedsTurns). One inside another takes no second one. Whoever holds it must not wait for another thread.
+/// Held while GL commands are issued: one lock for all threads, taken only for drivers that need it (see
+/// Limits::NeedsTurns). It may be nested. Whoever holds it must not wait for another thread.
 class DriverTurn {
  public:
   DriverTurn();

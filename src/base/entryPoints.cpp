@@ -11,13 +11,13 @@ namespace qvg {
 
 namespace {
 
-// Shaders of version 4.10, and immutable textures, which came with 4.2, are what everything is made of.
+// Everything is built on shaders of version 4.10, and on immutable textures, which came with 4.2.
 constexpr int32_t kLeastMajor = 4;
 constexpr int32_t kLeastMinor = 1;
 
 PFNGLGETSTRINGIPROC driversGetStringi = nullptr;
 
-// The generated loader measures every name, also one that a failing driver does not give.
+// The generated loader takes the length of every name, even of one that a failing driver doesn't return.
 const GLubyte* GLAD_API_PTR NameOrNothing(GLenum list, GLuint index) {
   const GLubyte* const name = driversGetStringi(list, index);
   return name != nullptr ? name : reinterpret_cast<const GLubyte*>("");
@@ -56,7 +56,7 @@ bool HasEntryPoints() {
   }
 #define QVG_ENTRY_POINT(name) \
   { #name, name != nullptr }
-  // Everything that is called; glTextureBarrier can be done without.
+  // Everything that is called, except glTextureBarrier, which is optional.
   const struct {
     const char* name;
     bool there;

@@ -57,7 +57,8 @@ bool FrameBuffer::Allocate(const FrameBufferSetting& setting) {
   }
   owner_ = CurrentContextId();
   if (owner_ == 0) return false;
-  // Names that were given up elsewhere would wait for long on a thread that makes its context current but once.
+  // On a thread that makes its context current only once, names that were given up elsewhere would wait for a long
+  // time.
   FlushContextObjects();
   glGenFramebuffers(1, &fbo_);
   if (fbo_ == 0) {
@@ -122,7 +123,7 @@ bool FrameBuffer::BindColorTexture(Texture* texture) {
   colorTexture_ = texture;
   const bool complete = (depthCovers || _AttachDepth(storage.width, storage.height)) && _Complete();
   if (!CheckGLError() || !complete) {
-    // What is attached now nobody knows.
+    // It is not known what is attached now.
     if (!depthCovers && depthBuffer_ != nullptr) surfaces_.ReleaseRenderBuffer(depthBuffer_);
     UnbindColorTexture();
     attached_ = false;
@@ -177,7 +178,7 @@ bool FrameBuffer::Bind() {
   if (!_OnOwnContext()) return false;
   const ContentRect content = Content();
   if (colorTexture_ != nullptr) {
-    // An upload since may have changed the content.
+    // An upload in the meantime may have changed the content.
     width_ = content.width;
     height_ = content.height;
   }

@@ -42,7 +42,7 @@ class FrameBuffer {
   bool UnbindColorTexture();
   /// Fills the content with a colour (r, g, b, a), and all of the depth buffer; the frame buffer stays bound in GL.
   bool Clear(const float color[4]);
-  // Passes and read-backs bind what they need themselves: nothing in the library calls these four.
+  // Passes and read-backs bind what they need themselves; nothing in the library calls these four.
   /// Binds with a viewport on the content.
   bool Bind();
   bool UnBind();
@@ -64,11 +64,11 @@ class FrameBuffer {
   int32_t Stored() const { return setting_.stored; }
 
   Camera camera;
-  /// Instead of the camera: one that sees what is drawn to in pixels, whatever its size.
+  /// Whether to replace the camera by one that shows the target in pixels, whatever its size.
   bool cameraFollows = false;
 
  private:
-  // The last argument is the operation on whose behalf they log.
+  // The last argument is the caller that a log line names.
   bool _OnOwnContext(SourceLocation where = SourceLocation::current()) const;
   bool _AttachDepth(int width, int height);
   bool _Complete(SourceLocation where = SourceLocation::current()) const;

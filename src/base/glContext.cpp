@@ -25,7 +25,7 @@ QVGLContextManager::~QVGLContextManager() { Uninit(); }
 
 bool QVGLContextManager::Init() {
   Uninit();
-  // Loading needs the context current: the calling thread may have one current that can't be left.
+  // Loading needs the context to be current, and the calling thread may have another one current that can't be unbound.
   service_.Run([this] { mainContext_ = _CreateDummyGLContext(nullptr, true, nullptr); });
   return mainContext_ != nullptr;
 }
@@ -107,12 +107,12 @@ void QVGLContextManager::_Destroy(QVGContextData* context) noexcept {
     DestroyContextData(context);
   };
   if (IsContextCurrent(*context)) return destroy(true);
-  // On a window that is gone making it current may wait for ever.
+  // Making a context current on a window that is gone may block forever.
   if (!IsWindowValid(*context)) return destroy(false);
   try {
     service_.Run([&] {
       const ContextBinding previous = CurrentBinding();
-      // One that is current elsewhere can't be had.
+      // Fails for one that is current on another thread.
       destroy(MakeContextCurrent(*context));
       RestoreBinding(previous);
     });
@@ -135,7 +135,7 @@ bool QVGLContextManager::DestroySharedContext(void*& handle) {
 QVGContextData* QVGLContextManager::_TakeIdle() {
   std::lock_guard lock(contextsMutex_);
   const auto oldest = std::min_element(contexts_.begin(), contexts_.end(), [](const Entry& a, const Entry& b) {
-    // One less, what is handed out is the largest.
+    // Minus one, the contexts that are handed out sort last.
     return a.released - 1 < b.released - 1;
   });
   if (oldest == contexts_.end() || oldest->released == 0) return nullptr;
@@ -160,7 +160,7 @@ bool QVGLContextManager::ReleaseSharedContext(void*& handle) {
     return false;
   }
   if (!IsHidden(*context) || !IsWindowValid(*context)) return DestroySharedContext(handle);
-  // Left current here it could not be used by the next thread that takes it.
+  // If it stayed current here, the next thread to take it could not use it.
   if (IsContextCurrent(*context)) {
     const DriverTurn turn;
     DepartContext();

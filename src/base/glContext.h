@@ -29,8 +29,8 @@ class QVGLContextManager {
   bool Init();
   /// Destroys every context, the main one last.
   void Uninit();
-  /// Destroys every shared context but that of the service thread. Drivers keep parts of an object for each context
-  /// that used it, and give them back only when those contexts go before the object.
+  /// Destroys every shared context except the service thread's. Drivers keep parts of an object for each context that
+  /// used it, and give them back only when those contexts go before the object.
   void DestroyOthers();
 
   /// @param reserved ignored.
@@ -56,7 +56,7 @@ class QVGLContextManager {
   void LeaveCurrent();
 
   /// Runs the work with a context of the library current: on the calling thread where one is, on the service thread
-  /// otherwise. False, without having run it, when there is none to be had.
+  /// otherwise. False, without having run it, when no context can be had.
   template <class Work>
   bool WithContext(Work&& work) {
     if (CurrentContext() != nullptr) {
@@ -73,7 +73,7 @@ class QVGLContextManager {
     });
     return ran;
   }
-  /// On the service thread: lets its own context be current there. False when there is none to be had.
+  /// On the service thread: makes its own context current there. False when it can't be created.
   bool EnterService();
 
  private:
@@ -89,7 +89,7 @@ class QVGLContextManager {
   /// Takes the record out of the map; false when it is not there.
   bool _TakeOut(void* handle, size_t* left);
   QVGContextData* _TakeIdle();
-  /// Destroys a record that is in the map no more. Takes no lock.
+  /// Destroys a record that has been taken out of the map. Takes no lock.
   void _Destroy(QVGContextData* context) noexcept;
   void _DestroyAll();
 

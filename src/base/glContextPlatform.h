@@ -14,7 +14,7 @@ struct QVGEglContextData;
 using QVGContextData = QVGEglContextData;
 #endif
 
-/// What is current on a thread as the platform knows it, also when it is not the library's.
+/// What is current on a thread according to the platform, even if it is not the library's.
 struct ContextBinding {
   void* display = nullptr;      ///< EGLDisplay; unused on Windows.
   void* drawSurface = nullptr;  ///< EGLSurface; on Windows the HDC.
@@ -42,19 +42,19 @@ const void* NativeContext(const QVGContextData& data);
 /// Whether the context is the one current on the calling thread.
 bool IsContextCurrent(const QVGContextData& data);
 bool MakeContextCurrent(const QVGContextData& data);
-/// Unbinds whatever is current on the calling thread, also what is not the library's.
+/// Unbinds whatever is current on the calling thread, even if it is not the library's.
 bool ReleaseCurrentContext();
-/// Whether the context has a surface of its own that nobody sees.
+/// Whether the context has a hidden surface of its own.
 bool IsHidden(const QVGContextData& data);
 /// Whether the context's window still exists; true for a hidden surface.
 bool IsWindowValid(const QVGContextData& data);
-/// Waits for as many refreshes of the display as the interval says, where the driver can.
+/// Waits for as many refreshes of the display as the interval says, where the driver supports it.
 bool SwapContextBuffers(QVGContextData& data, int interval);
 /// The error number of the last failed call of this thread: GetLastError() or eglGetError().
 uint32_t LastContextError();
 
 ContextBinding CurrentBinding();
-/// The context of CurrentBinding(), cheap enough to be asked for several times a frame.
+/// The context of CurrentBinding(), cheap enough to be queried several times a frame.
 void* CurrentNativeContext();
 /// Makes a binding current again; an empty one unbinds.
 void RestoreBinding(const ContextBinding& binding);
@@ -64,13 +64,13 @@ void LoadedGLVersion(int32_t* major, int32_t* minor);
 
 /// Keeps the library loaded, also when the host unloads it, until UnpinLibrary. Null where that is not possible.
 void* PinLibrary();
-/// Takes what PinLibrary gave, also null. Never the last reference of the library when called by its host.
+/// Takes what PinLibrary returned, including null. Never the last reference to the library when called by its host.
 void UnpinLibrary(void* pin);
 
 /// Calls the handler, once for each call of this, when the process begins to exit while its threads still run: before
-/// the handlers of what was loaded or started before this call. Nothing where other threads end first.
+/// the handlers of what was loaded or started before this call. Never, where other threads end first.
 void AtProcessExit(void (*handler)());
-/// Whether the process is past the point at which threads of the library can be counted on.
+/// Whether the process is so far into its exit that the library's threads may be gone.
 bool ProcessIsEnding();
 
 /// Ends what the platform keeps for the process between contexts (threads, window classes, display connections). Does

@@ -38,7 +38,7 @@ bool CheckGLError(SourceLocation where) noexcept {
 }
 
 uint32_t DrainGLErrors() noexcept {
-  // A context that is lost may answer its error for ever.
+  // A lost context may report its error forever.
   constexpr int kMost = 16;
   GLenum first = GL_NO_ERROR;
   for (int i = 0; i < kMost; ++i) {

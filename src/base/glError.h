@@ -14,7 +14,7 @@ std::string DecodeGLError(uint32_t code);
 /// and gives false. Older errors of unrelated work count too; the queue is not drained.
 bool CheckGLError(SourceLocation where = SourceLocation::current()) noexcept;
 
-/// Reads all pending errors and gives the first one. For where an operation of the table begins: what a host has left
+/// Reads all pending errors and returns the first one. For the beginning of an operation: what a host has left pending
 /// is not the operation's.
 uint32_t DrainGLErrors() noexcept;
 

@@ -12,7 +12,7 @@ GpuFence::~GpuFence() {
 GpuFence GpuFence::Insert() {
   GpuFence fence;
   fence.sync_ = glFenceSync(GL_SYNC_GPU_COMMANDS_COMPLETE, 0);
-  // What can't be waited for must be done.
+  // Without a fence to wait for, the work has to be finished now.
   if (fence.sync_ == nullptr) glFinish();
   // Without a flush another context could wait for a fence that never reaches the GPU.
   glFlush();

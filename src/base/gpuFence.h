@@ -15,11 +15,11 @@ class GpuFence {
     return *this;
   }
 
-  /// Behind all work submitted so far on the calling thread's context, which is one of the library's.
+  /// After all work submitted so far on the calling thread's context, which is one of the library's.
   static GpuFence Insert();
 
   bool Empty() const { return sync_ == nullptr; }
-  /// Lets the GPU finish the fenced work before what the calling thread's context submits next. Does not block the
+  /// Makes the GPU finish the fenced work before what the calling thread's context submits next. Doesn't block the
   /// thread.
   void Wait() const;
 

@@ -25,7 +25,7 @@ void HandOver::Take() {
 void HandOver::Give() {
   ContextState* const current = CurrentContext();
   if (current == nullptr) {
-    // Nothing can be fenced from here: what is pending is the taker's.
+    // No fence can be placed from here: whoever takes the object has to deal with what is pending.
     const std::optional<uint64_t> covering = user_ != 0 ? DeparturesCovering(user_) : std::nullopt;
     if (covering.has_value()) {
       departures_ = *covering;

@@ -16,7 +16,7 @@ namespace {
 
 enum class Answer : uint8_t { kUnknown, kNo, kYes };
 
-// Every driver can; a trial that goes wrong tells nothing.
+// Every driver can render to these; a trial that fails would say nothing.
 constexpr GLenum kAlwaysRenderable[] = {GL_R8, GL_RG8, GL_RGBA8};
 
 std::atomic<GLint> maxTextureSize = 0;
@@ -71,7 +71,7 @@ bool Limits::IsRenderable(GLenum internalFormat) {
 bool Limits::ReadsTooEarly() {
   if (readsTooEarly == Answer::kUnknown && CurrentContext() != nullptr) {
     const auto* const renderer = reinterpret_cast<const char*>(glGetString(GL_RENDERER));
-    // Until it is told, the worse is taken for true.
+    // Until it is known, the worse case is assumed.
     if (renderer == nullptr) return true;
     readsTooEarly = std::strstr(renderer, "llvmpipe") != nullptr ? Answer::kYes : Answer::kNo;
   }
