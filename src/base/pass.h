@@ -21,7 +21,7 @@ struct ContextState;
 enum class Sampling { kAsSet, kNearest };
 
 /// One draw of a quad: begins with its construction, and ends with its destruction, which leaves nothing bound and
-/// checks for a GL error, unless End has done so or the check is left to the operation that the pass is a step of.
+/// checks for a GL error, unless End has done so, or the operation that the pass is a step of will.
 class Pass {
  public:
   /// Uniforms that every kind of program has first.

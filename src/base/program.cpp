@@ -14,7 +14,7 @@ namespace qvg {
 
 namespace {
 
-// The value with another first part.
+// A value that differs in its first component.
 template <class Value>
 Value Different(Value value) {
   if constexpr (std::is_arithmetic_v<Value>) {
@@ -91,7 +91,7 @@ bool Program::SetKind(const ProgramKind& kind) {
     samplers_[i] = {};
     if (name != nullptr) samplers_[i].location = glGetUniformLocation(id_, name);
   }
-  // A location that could not be had looks like that of a uniform that the program does not have.
+  // A location that could not be queried looks like that of a uniform that the program doesn't have.
   kind_ = CheckGLError() ? &kind : nullptr;
   return kind_ != nullptr;
 }
@@ -114,8 +114,8 @@ bool Program::Bind() {
   glUseProgram(id_);
   const ContextId context = CurrentContextId();
   if (context != context_) {
-    // Mesa brings uniforms to a context when one of them changes there, and takes a value that another context has set
-    // for no change: everything is sent anew, over something different.
+    // Mesa hands uniforms to a context when one of them changes there, and doesn't notice a value that another context
+    // has set: so everything is sent again, after a different value.
     moved_ = context_ != 0;
     context_ = context;
     ForgetValues();
@@ -167,7 +167,7 @@ int Program::GetUniformLocation(const std::string& name) {
 template <class Value>
 bool Program::_Set(const std::string& name, const Value& value, SourceLocation where) {
   if (!_Loaded(where)) return false;
-  // Sent each time: the same uniform may have been set by its index.
+  // Always sent: the same uniform may have been set by its index.
   Uniform uniform;
   uniform.location = GetUniformLocation(name);
   _Upload(uniform, value);

@@ -32,7 +32,7 @@ class Program {
 
   bool Bind();
   bool UnBind();
-  /// Sends every value anew from the next Bind on: what was sent before may not have arrived.
+  /// Sends every value again from the next Bind on, since what was sent before may not have arrived.
   void ForgetValues();
 
   /// Sets a uniform of the kind; values are int, float, and glm's vectors and matrices. Checks no error: the
@@ -43,7 +43,7 @@ class Program {
   }
   const ProgramKind* Kind() const { return kind_; }
 
-  // By name, each with an error check of its own: nothing in the library draws so often that it would need them.
+  // By name, each with an error check of its own; the library's passes set their uniforms by index.
   /// -1 when the program has no such uniform.
   int GetUniformLocation(const std::string& name);
   bool SetUniform1i(const std::string& name, int value) { return _Set(name, value); }

@@ -51,7 +51,7 @@ ProgramCache::~ProgramCache() {
 
 Program* ProgramCache::Get(const std::string& name, const std::string& vertexSource,
                            const std::string& fragmentSource) {
-  // Without a context the program would be an empty one, and lent to all who come later.
+  // Without a context the program would be an empty one, and would be lent to everybody who comes later.
   const ContextId context = CurrentContextId();
   if (name.empty() || context == 0) return nullptr;
   std::lock_guard lock(mutex_);
@@ -129,7 +129,7 @@ Program* ProgramCache::Of(const ProgramKind& kind, uint32_t variant) {
   }
   ProgramTable& table = *context->programs;
   if (Program* const held = table.Find(kind, variant); held != nullptr) return held;
-  // Taken without a place in the table it would be nobody's.
+  // Reserved first: a program that is taken without a place in the table would be lost.
   if (table.entries_.size() == table.entries_.capacity()) table.entries_.reserve(2 * table.entries_.size() + 8);
   Program* const program = _Take(kind, variant);
   if (program != nullptr) table.entries_.push_back({&kind, variant, program});

@@ -28,7 +28,7 @@ class ProgramTable {
   Program* Find(const ProgramKind& kind, uint32_t variant) const;
   /// Gives all of them back to the cache.
   void GiveBack();
-  /// Lets each of them send its values anew.
+  /// Makes each of them send its values again.
   void ForgetValues();
 
  private:
@@ -57,13 +57,13 @@ class ProgramCache {
   /// none idle and a source is empty. Of several idle ones the one that the current context used last, else the one
   /// that came back first. Null, which is logged, for one that does not compile or link; the next call tries again.
   Program* Get(const std::string& name, const std::string& vertexSource, const std::string& fragmentSource);
-  /// The cache's from now on, and lent to the caller: for one that was made elsewhere and has its name for the cache.
+  /// Takes over a program that was linked elsewhere and has a name for the cache, and lends it to the caller.
   Program* Lend(std::unique_ptr<Program> program);
-  /// Takes a program back, also one that was never lent. False for null.
+  /// Takes a program back, even one that was never lent. False for null.
   bool Return(Program* program);
 
-  /// The current context's program of a variant, which stays with the context until that is made not current. Null
-  /// without a context, or when it can't be made.
+  /// The current context's program of a variant, which stays with the context until that is unbound. Null without a
+  /// context, or when the program can't be made.
   Program* Of(const ProgramKind& kind, uint32_t variant);
   /// Whether the current context has the variant's program, or can take one without compiling it.
   bool HasReady(const ProgramKind& kind, uint32_t variant);

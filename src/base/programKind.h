@@ -19,7 +19,7 @@ struct ProgramSampler {
 
 /// What a task needs to draw: the parts of its GLSL sources, and what it sets. A combination of values of the switches
 /// is a variant: a program of its own, whose name is the kind's with the switches that are on. Lists end at the first
-/// null. Kinds are static objects: the address is what they are known by.
+/// null. Kinds are static objects, identified by their address.
 struct ProgramKind {
   static constexpr int kMaxUniforms = 24;
 

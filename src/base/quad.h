@@ -15,9 +15,9 @@ class Quad {
  public:
   Quad();
 
-  /// Whether all of it could be made. Drawing without is not defined, not even as an error.
+  /// Whether all of it could be created. Drawing without it is undefined, and not even reported as an error.
   bool Ready() const { return ready_; }
-  /// Corner by corner, in the order of QuadCorners. Costs nothing when they are so already.
+  /// Corner by corner, in the order of QuadCorners. Costs nothing when nothing changes.
   bool SetTexCoords(const QuadCorners& corners);
   /// Leaves the vertex array bound.
   void Draw();

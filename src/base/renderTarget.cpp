@@ -30,7 +30,7 @@ bool ClearTarget(const RenderTarget& target, const float color[4], bool depth) {
   glBindFramebuffer(GL_FRAMEBUFFER, target.frameBuffer);
   glClearColor(color[0], color[1], color[2], color[3]);
   if (depth) {
-    // Everywhere: the next texture may have its content at another place.
+    // Everywhere, since the next texture may have its content at another place.
     glDepthMask(GL_TRUE);
     glClearDepth(1);
     glClear(GL_DEPTH_BUFFER_BIT);

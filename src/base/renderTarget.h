@@ -33,7 +33,7 @@ bool ClearTarget(const RenderTarget& target, const float color[4], bool depth);
 /// Copies exactly the target's content to the texture's content, which has the same size. Leaves no frame buffer bound.
 bool CopyContent(const RenderTarget& from, const Texture& to);
 
-/// A rectangle of a frame buffer that is to be read.
+/// A rectangle of a frame buffer to be read.
 struct PixelRead {
   GLuint frameBuffer = 0;
   GLenum attachment = GL_COLOR_ATTACHMENT0;
@@ -46,7 +46,7 @@ struct PixelRead {
   int rowLength = 0;   ///< Pixels from one row to the next in the buffer; 0: the width.
 };
 /// Starts reading them into a pixel-pack buffer, with the whole state of the transfer set. False when the buffer can't
-/// be bound: the pixels would go to an address in host memory.
+/// be bound: the pixels would be written to an address in host memory.
 bool SubmitReads(std::span<const PixelRead> reads, const BO& buffer);
 
 }  // namespace qvg

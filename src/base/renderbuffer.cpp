@@ -19,7 +19,7 @@ bool RenderBuffer::Allocate(const RenderBufferSetting& wanted) {
   } else {
     glRenderbufferStorage(GL_RENDERBUFFER, wanted.internalFormat, wanted.width, wanted.height);
   }
-  // Left bound, it would outlive its deletion on another context.
+  // If it stayed bound, it would survive its deletion on another context.
   glBindRenderbuffer(GL_RENDERBUFFER, 0);
   if (!CheckGLError() || id == 0) {
     glDeleteRenderbuffers(1, &id);

@@ -5,7 +5,7 @@
 
 namespace qvg {
 
-/// What a drawer draws into and how it looks at it.
+/// What a drawer draws into, and the camera that it uses.
 struct Scene {
   RenderTarget target;
   Camera camera;

@@ -12,8 +12,7 @@
 namespace qvg {
 
 /// A thread of the library's own: for what needs a context where none of the library's can be current, and for chores
-/// in the background. Starts with the first work. While the process exits it stays, asleep or not, and is never waited
-/// for.
+/// in the background. Starts with the first work. When the process exits it is neither ended nor waited for.
 class ServiceThread {
  public:
   ServiceThread() = default;
@@ -22,8 +21,8 @@ class ServiceThread {
   ServiceThread(const ServiceThread&) = delete;
   ServiceThread& operator=(const ServiceThread&) = delete;
 
-  /// Runs the work there and waits for it; what it throws is thrown here. On the thread itself it just runs. Allocates
-  /// nothing once the thread runs. Throws when no thread can be had.
+  /// Runs the work there and waits for it; what it throws is thrown here. Called on the thread itself, just runs it.
+  /// Doesn't allocate once the thread is running. Throws when the thread can't be started.
   template <class Work>
   void Run(Work&& work) {
     if (IsCurrent()) return static_cast<void>(work());
@@ -35,9 +34,9 @@ class ServiceThread {
   bool IsCurrent() const { return id_.load() == std::this_thread::get_id(); }
 
   /// From now on every WakeUp lets the thread do the chore, again after each pause for as long as it answers true. It
-  /// must not throw. An empty one: no chore; one that is at work is waited for.
+  /// must not throw. An empty function: no chore. Waits for a chore that is at work.
   void SetChore(std::function<bool()> chore, std::chrono::milliseconds pause);
-  /// Asks for the chore. Any thread; throws nothing. A thread that does not run yet is started by the next Run.
+  /// Asks for the chore. Any thread; doesn't throw. A thread that isn't running yet is started by the next Run.
   void WakeUp() noexcept;
 
   /// Ends the thread when its jobs are done. Not on the thread itself.

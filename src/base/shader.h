@@ -9,7 +9,7 @@ namespace qvg {
 /// The compile step of one stage while a program is loaded. Does not own the GL shader: the program's loader does.
 class Shader {
  public:
-  /// A source that does not compile is logged and still true; false means a pending GL error or no shader name.
+  /// Logs a source that doesn't compile, and still returns true; false means a GL error or no shader name.
   bool LoadFromContent(unsigned int type, const std::string& content);
   bool PrintShaderInfoLog();
 

@@ -23,7 +23,7 @@ int SwapPacer::IntervalFor(const void* window) {
     known = followers_.begin() + static_cast<ptrdiff_t>(next_++ % followers_.size());
     *known = {window, round_ - 1};
   }
-  // Shown twice while the leader was not, it follows nobody.
+  // Shown twice while the leader wasn't shown: it no longer follows.
   return std::exchange(known->round, round_) == round_ ? lead() : 0;
 }
 

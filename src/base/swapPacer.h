@@ -6,14 +6,15 @@
 
 namespace qvg {
 
-/// Decides which of the windows that a thread shows in turns waits for the display: one of them, so that a round takes
-/// one refresh, however many they are.
+/// Decides which of the windows that a thread shows in turns waits for the display: only one of them, so that a round
+/// takes one refresh, however many there are.
 class SwapPacer {
  public:
   /// That of the calling thread.
   static SwapPacer& OfThread();
 
-  /// How many refreshes showing the window waits for, 1 or 0. To be asked at each swap; the window is just a number.
+  /// How many refreshes showing the window waits for, 1 or 0. To be asked at each swap; the window is only an
+  /// identifier.
   int IntervalFor(const void* window);
 
  private:

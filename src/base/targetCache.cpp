@@ -44,7 +44,7 @@ uint32_t TargetCache::FrameBufferOf(std::span<const Texture* const> textures) {
   const bool complete = glCheckFramebufferStatus(GL_FRAMEBUFFER) == GL_FRAMEBUFFER_COMPLETE;
   glBindFramebuffer(GL_FRAMEBUFFER, 0);
   if (!complete) LogLocated(kLogError, "FrameBuffer is not complete");
-  // Without a name it was the window's own that was looked at.
+  // Without a name, the status was that of the window's own frame buffer.
   if (!CheckGLError() || !complete || entry.name == 0) {
     glDeleteFramebuffers(1, &entry.name);
     return 0;

@@ -10,8 +10,8 @@ namespace qvg {
 
 class Texture;
 
-/// The frame buffers through which one context draws to textures and reads them: made once for each combination, the
-/// least recently used one dropped when there are too many. Used with the context current.
+/// The frame buffers through which one context draws to textures and reads them: created once for each combination; the
+/// least recently used one is dropped when there are too many. Used with the context current.
 class TargetCache {
  public:
   static constexpr size_t kTextures = 4;

@@ -6,14 +6,14 @@
 
 namespace qvg {
 
-/// What the library knows of a sized internal format.
+/// What the library knows about a sized internal format.
 struct TexelFormat {
   GLenum internalFormat;
   int bytes;             ///< Of one texel, as counted in the pool's budget.
   bool integer = false;  ///< Sampled through an integer sampler.
 };
 
-// GL_RGB16 counts 4 bytes, as every format does that is not listed.
+// GL_RGB16 counts as 4 bytes, like every format that is not listed.
 inline constexpr TexelFormat kTexelFormats[] = {{GL_RGBA8, 4},          {GL_R8, 1},          {GL_RG8, 2},
                                                 {GL_RGB8, 3},           {GL_R3_G3_B2, 1},    {GL_R16UI, 2, true},
                                                 {GL_RG16UI, 4, true},   {GL_R8I, 1, true},   {GL_R8UI, 1, true},
@@ -42,7 +42,7 @@ constexpr int TexelFormatIndex(GLenum internalFormat) {
   return -1;
 }
 
-/// Formats that are not listed count 4 bytes and no integers.
+/// Formats that are not listed count as 4 bytes, and as not integer.
 constexpr TexelFormat TexelFormatOf(GLenum internalFormat) {
   const int index = TexelFormatIndex(internalFormat);
   return index < 0 ? TexelFormat{internalFormat, 4} : kTexelFormats[index];

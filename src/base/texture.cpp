@@ -127,7 +127,7 @@ void Texture::SubmitLoad(const HostPixels& image, Place place) {
   content_ = place == Place::kCentre
                  ? ContentRect::Centred(storage_.setting.width, storage_.setting.height, image.width, image.height)
                  : ContentRect{storage_.setting.width, storage_.setting.height, 0, 0, image.width, image.height};
-  // The buffer's path copies tightly packed rows.
+  // The path through the buffer copies tightly packed rows.
   const bool packed = image.rowLength == 0 || image.rowLength == image.width;
   glActiveTexture(GL_TEXTURE0);
   glBindTexture(storage_.target, storage_.id);
@@ -149,7 +149,7 @@ void Texture::SubmitLoad(const HostPixels& image, Place place) {
 }
 
 bool Texture::RemapRGBA(const Swizzle& swizzle) {
-  // Without a context GL would drop the call, and the next one be taken for done.
+  // Without a context GL would ignore the call, and the next one would be taken for done.
   if (CurrentContext() == nullptr) return false;
   if (swizzle == storage_.swizzle) return true;
   glActiveTexture(GL_TEXTURE0);

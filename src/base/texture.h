@@ -70,14 +70,14 @@ class Texture {
   /// it.
   enum class Place { kCentre, kOrigin };
   void SubmitLoad(const HostPixels& image, Place place);
-  /// Sets how the channels are read when sampled. Costs nothing when it is so already; after a failure nobody knows,
+  /// Sets how the channels are read when sampled. Costs nothing when it is set already; after a failure it is unknown,
   /// and the next call sets it in any case.
   bool RemapRGBA(const Swizzle& swizzle);
   /// Copies a rectangle of the source's storage into the centre of this one, channels as they are stored. A width or
-  /// height below 1 means the source's content size. Storage too small for the source's content is made anew. The copy
-  /// is complete when the call returns.
+  /// height below 1 means the source's content size. Storage that is too small for the source's content is replaced.
+  /// The copy is complete when the call returns.
   bool CopyFrom(const Texture* source, int x, int y, int width, int height);
-  /// The same without waiting: for what follows on the same context.
+  /// The same without waiting, for work that follows on the same context.
   bool SubmitCopyFrom(const Texture* source, int x, int y, int width, int height);
   /// Exchanges storage, setting and channel order with another texture; content and presentation stay.
   void ExchangeStorage(Texture& other);
@@ -85,7 +85,7 @@ class Texture {
   const ContentRect& Content() const { return content_; }
   void SetContentSize(int width, int height);
   void SetContentOrigin(int x, int y);
-  /// Lays a content rectangle of the size in the centre of the storage, rounding down.
+  /// Puts a content rectangle of that size into the centre of the storage, rounded down.
   void CentreContent(int width, int height);
 
   GLuint Id() const { return storage_.id; }
@@ -93,7 +93,7 @@ class Texture {
   const TextureSetting& Setting() const { return storage_.setting; }
   const Swizzle& CurrentSwizzle() const { return storage_.swizzle; }
   bool Allocated() const { return storage_.id != 0; }
-  /// The internal format that uploads know the texture by.
+  /// The internal format by which uploads know the texture.
   GLenum Format() const { return presentation.madeFor != 0 ? presentation.madeFor : storage_.setting.internalFormat; }
   /// Bytes of level 0.
   int64_t ByteSize() const { return storage_.bytes; }
@@ -102,13 +102,13 @@ class Texture {
   /// A pass of the current context reads the storage, or draws to it.
   void NoteSampled(const ContextState& context) const;
   void NoteDrawn(const ContextState& context) const;
-  /// Lets the GPU finish where reading the storage back could otherwise give what it was before (see
+  /// Waits for the GPU where reading the storage back could otherwise return older contents (see
   /// Limits::ReadsTooEarly).
   void SettleForReading(ContextState& context) const;
-  /// Some frame buffer keeps the storage from now on.
+  /// From now on some frame buffer is attached to the storage.
   void MarkAttached() const { storage_.attached = true; }
-  /// Loads go through this pixel-unpack buffer from now on, which is deleted with the texture. Nothing in the library
-  /// gives one: uploads are as fast without.
+  /// From now on loads go through this pixel-unpack buffer, which is deleted with the texture. Nothing in the library
+  /// sets one: uploads are as fast without.
   void SetUnpackBuffer(GLuint buffer) { unpackBuffer_ = buffer; }
 
   Presentation presentation;
@@ -122,7 +122,7 @@ class Texture {
     int64_t bytes = 0;
     uint64_t number = 0;
     mutable bool attached = false;
-    // What may be pending: sampled by that context, at that time of it, and drawn to since.
+    // What may be pending: sampled by that context at that point of its work, and drawn to since.
     mutable uint64_t sampledBy = 0;
     mutable uint64_t sampledAt = 0;
     mutable bool redrawn = false;
@@ -130,8 +130,8 @@ class Texture {
 
   void _Free();
   bool _MapAndLoad(const HostPixels& image);
-  /// Whether rows are read from where they lie. Where setting the alignment failed the driver would look for them, and
-  /// read, behind the image's end.
+  /// Whether rows are read from the right places: when setting the alignment failed, the driver would read behind the
+  /// image's end.
   bool _RowsAreRead(const HostPixels& image) const;
 
   StorageState storage_;

@@ -5,8 +5,8 @@
 
 namespace qvg {
 
-/// One GL vertex array. Its name belongs to the context on which it was made: binding it on another one fails, and it
-/// is deleted on its own.
+/// One GL vertex array. Its name belongs to the context on which it was created: binding it on another one fails, and
+/// it is deleted on its own one.
 class VAO {
  public:
   VAO();

@@ -24,7 +24,7 @@ class VBO {
     bool Store(const float* values, int64_t bytes);
   };
 
-  /// Three floats a vertex. False when there is not one vertex.
+  /// Three floats a vertex. False when there is no vertex.
   bool SetPositions(const std::vector<float>& positions);
   /// Two floats a vertex.
   bool SetTexCoords(const std::vector<float>& texCoords);

@@ -48,7 +48,7 @@ std::tm LocalTime(std::time_t seconds) {
   return local;
 }
 
-// The build maps source paths to start at the repository's root; lines leave the ending out.
+// The build makes source paths relative to the repository's root; log lines leave the ending out.
 std::string_view WithoutEnding(std::string_view path) { return path.substr(0, path.rfind('.')); }
 
 }  // namespace

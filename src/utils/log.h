@@ -43,13 +43,13 @@ class Logger {
 /// Writes prefix and message as one line; an empty message writes nothing. Levels outside LogLevel get no prefix.
 void DefaultLogSink(const std::string& message, int32_t level, intptr_t userContext);
 
-/// The threshold that a value of QVG_LOG_LEVEL stands for; that of debug lines for null and for what is none.
+/// The threshold that a value of QVG_LOG_LEVEL stands for; that of debug lines for null and for unknown values.
 int32_t ThresholdNamed(const char* name);
 
 /// Local time with milliseconds, "2025-03-31.08:05:09.007".
 std::string LogTimestamp(std::chrono::system_clock::time_point time);
 
-// Neither throws: a line that there is no memory for is lost.
+// Neither throws: without memory for it a line is lost.
 
 /// One line that says where it was written: timestamp, message, source line, function signature, source file.
 void LogLocated(int32_t level, std::string_view message, SourceLocation where = SourceLocation::current()) noexcept;

@@ -5,8 +5,8 @@
 
 namespace qvg {
 
-/// Room for an object of static lifetime that is made on first use and never destroyed: threads may still use it while
-/// the process exits. `static NeverDestroyed<T> instance;` in a function.
+/// Storage for an object of static lifetime that is created on first use and never destroyed, since threads may still
+/// use it while the process exits. `static NeverDestroyed<T> instance;` in a function.
 template <class T>
 class NeverDestroyed {
  public:

@@ -20,10 +20,10 @@ struct Refusal {
   uint64_t times;
 };
 
-/// The refusals that were seen last; a line can't be told from a new one when too many others came in between.
+/// The most recent refusals. One that comes again after too many others counts as new.
 class Refusals {
  public:
-  /// How often it was seen by now.
+  /// How often it has been seen, this time included.
   uint64_t Count(const char* slot, const char* argument, const char* expected) {
     std::lock_guard lock(mutex_);
     auto* const found = std::find_if(std::begin(seen_), std::end(seen_), [&](const Refusal& known) {

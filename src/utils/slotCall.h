@@ -4,7 +4,7 @@
 
 namespace qvg {
 
-/// Marks, for its life, which slot of the table the calling thread is in, so that lines about the call can name it.
+/// Marks, for its lifetime, which slot of the table the calling thread is in, so that log lines can name it.
 class SlotCall {
  public:
   /// @param name of static lifetime.
@@ -13,18 +13,18 @@ class SlotCall {
   SlotCall(const SlotCall&) = delete;
   SlotCall& operator=(const SlotCall&) = delete;
 
-  /// Of the innermost one of the calling thread; empty outside.
+  /// The calling thread's innermost slot; empty outside.
   static const char* Name() noexcept;
 
  private:
   const char* outer_;
 };
 
-/// Says in one warning line that the slot which the calling thread is in refuses its call: which argument, and what was
-/// expected of it. The same again is only counted: a line says so at the 10th, 100th, 1000th time. Texts are of static
+/// Logs one warning that the slot which the calling thread is in refuses its call: which argument, and what was
+/// expected of it. Repetitions are only counted, and logged at the 10th, 100th, 1000th time. Texts are of static
 /// lifetime.
 void Refuse(const char* argument, const char* expected) noexcept;
-/// For a start of the library: what is refused from now on is said anew.
+/// For a start of the library: from now on refusals are logged again.
 void ForgetRefusals() noexcept;
 
 /// Whether it holds; refuses the call where it doesn't.
