@@ -12,8 +12,8 @@ constinit thread_local int depth = 0;  // of the calling thread's calls, one ins
 
 }  // namespace
 
-// Whoever looks at inside_ has changed first what those who enter look at: the gate, or what runs behind it. All of it
-// is sequentially consistent, so that one of the two sees the other.
+// Whoever reads inside_ has first changed what entering threads read: the gate, or what runs behind it. All of it is
+// sequentially consistent, so that at least one side sees the other.
 bool CallGate::Enter() {
   ++inside_;
   if (closed_) {

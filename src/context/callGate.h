@@ -5,8 +5,8 @@
 
 namespace qvg {
 
-/// Counts the calls that are at work, so that a release can wait for those of other threads, and the end of the process
-/// can let them leave the driver. Never destroyed.
+/// Counts the calls in progress, so that a release can wait for those of other threads, and the end of the process can
+/// let them leave the driver. Never destroyed.
 class CallGate {
  public:
   /// False, and not counted, when the gate is closed.
@@ -17,7 +17,7 @@ class CallGate {
   static bool IsInside();
   /// Waits until nobody is inside. Not from inside.
   void WaitUntilEmpty() const;
-  /// Lets nobody in any more. Waits for those inside other than the calling thread, but no longer than that.
+  /// Lets nobody in any more. Waits for other threads inside, but no longer than the given time.
   void Close(std::chrono::milliseconds patience);
 
  private:

@@ -16,7 +16,7 @@ namespace {
 
 // Pauses between the textures that are destroyed in the background.
 constexpr std::chrono::milliseconds kTrimPause(10);
-// For calls of other threads to leave the driver before it goes, when the process ends.
+// How long calls of other threads get to leave the driver when the process ends.
 constexpr std::chrono::milliseconds kExitPatience(500);
 
 }  // namespace
@@ -56,7 +56,7 @@ bool QVGContext::_Start() {
   }
   ForgetRefusals();
   running_ = runtime.release();
-  // Again at each start: the driver may have been loaded anew, and its own handlers run after those that came later.
+  // At each start: the driver may have been loaded again, and handlers that were registered later run before its own.
   AtProcessExit(&_OnExit);
   return true;
 }

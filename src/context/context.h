@@ -14,8 +14,8 @@ namespace qvg {
 
 struct Runtime;
 
-/// The one process-wide object behind the function table: starts what runs behind it at the first use, tears it down,
-/// and starts it again, any number of times.
+/// The one process-wide object behind the function table: starts the runtime at the first use, tears it down, and
+/// starts it again, any number of times.
 class QVGContext {
  public:
   static constexpr int32_t kRequiredMajor = 4;
@@ -26,10 +26,10 @@ class QVGContext {
   QVGContext(const QVGContext&) = delete;
   QVGContext& operator=(const QVGContext&) = delete;
 
-  /// False when nothing runs afterwards, or the process ends.
+  /// False when nothing is running afterwards, or the process is ending.
   bool Init();
-  /// Waits for the calls of other threads that are at work. Does nothing, but for a line, inside a call of the table,
-  /// and nothing at all while the process ends, which takes everything with it.
+  /// Waits for calls of other threads that are in progress. Inside a call of the table it does nothing but log a line,
+  /// and nothing at all while the process ends, which frees everything.
   void Uninit();
 
   void SetConfig(const QVGConfig& config);
@@ -38,10 +38,10 @@ class QVGContext {
   void GetGLVersion(int32_t* major, int32_t* minor);
   static void GetRequiredGLVersion(int32_t* major, int32_t* minor);
 
-  /// A call of the table at work with what runs, which stays for the call's length.
+  /// A call of the table in progress; the runtime stays for as long.
   class Use {
    public:
-    /// @param start start what does not run.
+    /// @param start start the runtime when it isn't running.
     Use(QVGContext& context, bool start);
     ~Use();
     Use(const Use&) = delete;
@@ -59,7 +59,7 @@ class QVGContext {
   template <class T>
   friend class NeverDestroyed;
   QVGContext() = default;
-  // Never destroyed: the host may end the process without releasing, and nothing of GL may run then.
+  // Never destroyed: the host may end the process without a release, and no GL may run then.
   ~QVGContext() = default;
 
   static void _OnExit();

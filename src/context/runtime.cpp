@@ -43,7 +43,7 @@ ImageSource::Image* Runtime::CachedImages::Acquire(const std::string& path) {
   if (entry == nullptr) return nullptr;
   std::unique_ptr<CachedImage> image;
   try {
-    // Null: cached first as something else than an image.
+    // Null: it was first cached as something other than an image.
     if (entry->texture != nullptr) image = std::make_unique<CachedImage>(entry);
   } catch (...) {
     cache_.Release(entry, false);
@@ -54,7 +54,7 @@ ImageSource::Image* Runtime::CachedImages::Acquire(const std::string& path) {
 }
 
 void Runtime::CachedImages::Release(Image* image) {
-  // Kept until teardown, so that the next one need not decode it again.
+  // Kept until teardown, so that the next user doesn't decode it again.
   cache_.Release(static_cast<CachedImage*>(image)->entry, false);
   delete image;
 }
@@ -68,7 +68,7 @@ Runtime::Runtime(ServiceThread& service, const ResourceCache::Callbacks& callbac
       textures(kTexturePoolCapacity, std::move(overBudget)),
       resources(callbacks, textures, scratchBuffers) {}
 
-// The first thing that all other members' ends need. Without a context their names go with the main context.
+// First, as the destruction of all members needs it. Without a context their GL names go with the main context.
 Runtime::~Runtime() {
   try {
     contexts.EnterService();
@@ -95,7 +95,7 @@ void Runtime::DrawOnce() noexcept {
       DrawWhole(frames, *source, *target, {});
     }
     textures.Clear();
-    // The service thread's context draws no more.
+    // The service thread's context won't draw again.
     DropContextObjects();
   } catch (const std::exception& error) {
     LogLocated(kLogError, error.what());

@@ -17,8 +17,8 @@
 
 namespace qvg {
 
-/// Everything that runs between a start and a release; lives on the service thread. The order of the members is that
-/// of making them; they go in the opposite order, with the service thread's context current until the last thing of GL
+/// Everything that runs between a start and a release; lives on the service thread. Members are created in the order of
+/// their declaration and destroyed in reverse order, with the service thread's context current until the last GL object
 /// is gone.
 struct Runtime {
   /// @param overBudget see TexturePool.
@@ -27,12 +27,13 @@ struct Runtime {
   Runtime(const Runtime&) = delete;
   Runtime& operator=(const Runtime&) = delete;
 
-  /// False, which is logged, when there is no GL context to be had.
+  /// False, with a log line, when no GL context can be created.
   bool Start();
-  /// Destroys an idle texture when the pool is over its budget; whether there is more to do. On the service thread.
+  /// Destroys an idle texture when the pool is over its budget; returns whether there is more to do. On the service
+  /// thread.
   bool Trim() noexcept;
-  /// Draws something that nobody sees. A driver that compiles for the CPU registers exit handlers of its own with its
-  /// first draw; what has to run before them is to be registered after this.
+  /// Draws something invisible. A driver that compiles for the CPU registers exit handlers of its own at its first
+  /// draw; handlers that have to run before those must be registered after this.
   void DrawOnce() noexcept;
 
   /// Lends textures and render buffers of the pools.

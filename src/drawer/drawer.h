@@ -19,7 +19,7 @@ class Drawer {
   Drawer& operator=(const Drawer&) = delete;
 
  protected:
-  /// False, which is logged, without a scene. Every scene of the library is one; a caller may come without.
+  /// False, with a log line, for a null scene. The library always has one; a caller may not.
   static bool _HasScene(const Scene* scene, const char* message = "scene is null",
                         SourceLocation where = SourceLocation::current());
 

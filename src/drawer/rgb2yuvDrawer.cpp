@@ -86,7 +86,7 @@ bool RGB2YUVDrawer::DrawBlocks(const RenderTarget& target, const Parameters& par
   pass.SetTexture(0, *parameters.input);
   pass.Set(kInTexOrigin, glm::ivec2(in.x, in.y));
   pass.Set(kInTexSize, glm::ivec2(in.width, in.height));
-  // The quad as it is covers the viewport.
+  // Untransformed, the quad covers the viewport.
   pass.Draw(glm::mat4(1), glm::mat3(1));
   pass.EndUnchecked();
   return true;

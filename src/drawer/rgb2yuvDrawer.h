@@ -21,15 +21,16 @@ class RGB2YUVDrawer : public Drawer {
 
   using Drawer::Drawer;
 
-  /// One byte a texel, for every size: luma in the first two thirds of the scene's rows, chroma in the last, U left of
-  /// V unless they take turns. The scene has the input's width and 3/2 of its height. The caller checks for GL errors.
+  /// One byte per texel, for every size: luma in the first two thirds of the scene's rows, chroma in the last third, U
+  /// left of V unless they alternate. The scene has the input's width and 3/2 of its height. The caller checks for GL
+  /// errors.
   bool DrawBytes(const Scene* scene, const Parameters& parameters);
 
   /// Whether DrawBlocks can draw it.
   static bool FitsBlocks(const Parameters& parameters);
-  /// Blocks of 4 x 2 pixels, one a texel, from texel 0, 0 of several targets on: the luma bytes of the even rows, those
-  /// of the odd rows, and the chroma bytes; the latter in one target for NV12, in two of two channels, U and V,
-  /// otherwise. Several times as fast. The caller checks for GL errors.
+  /// Blocks of 4 x 2 pixels, one per texel, from texel 0, 0 of several targets: the luma bytes of the even rows, those
+  /// of the odd rows, and the chroma bytes; for NV12 those are in one target, otherwise U and V are in two targets of
+  /// two channels. Several times as fast. The caller checks for GL errors.
   /// @param target a frame buffer with the targets as its attachments; its content is what is drawn to.
   bool DrawBlocks(const RenderTarget& target, const Parameters& parameters);
 };

@@ -61,7 +61,7 @@ constexpr ProgramKind kBlendKind =
     TextureKind("TextureDrawerShaderProgram_Blend", textureMatte_glsl, textureBackground_glsl,
                 shaders::textureBlend_glsl, shaders::textureBlend_frag);
 
-// Those that blend in a way of their own; all others blend normally.
+// The types with a formula of their own; all others blend normally.
 constexpr int32_t kBlendTypes[] = {1, 6, 7, 8, 10, 11, 16, 19, 26, 27, 30, 31, 32, 33, 34, 35};
 
 bool DoesMatte(const TextureDrawer::Parameters& parameters) {
@@ -93,7 +93,8 @@ const ProgramKind& KindOf(const TextureDrawer::Parameters& parameters) {
   return parameters.blendType == TextureDrawer::kNormalBlend && simple ? kSimpleNormalBlendKind : kBlendKind;
 }
 
-// Whether every pixel's centre meets a texel's: then the nearest texel is what a linear filter would give, for less.
+// Whether every pixel's centre coincides with a texel's: then the nearest texel is what a linear filter would give, but
+// cheaper.
 bool MeetsTexels(const glm::mat4& mvp, const ContentRect& target, glm::vec2 picture) {
   constexpr float kTolerance = 1.0f / 1024;
   const auto isWhole = [](float value) { return std::abs(value - std::round(value)) < kTolerance; };

@@ -9,15 +9,15 @@ namespace qvg {
 class SurfaceSource;
 class Texture;
 
-/// Lays a texture over the scene with a transform, opacity, a matte, a centred crop and a blend with what is there.
-/// Textures whose colours are multiplied by their alpha are read as straight ones.
+/// Lays a texture over the scene with a transform, opacity, a matte, a centred crop and a blend with what is there
+/// already. Textures whose colours are multiplied by their alpha are read as straight ones.
 class TextureDrawer : public Drawer {
  public:
   static constexpr int32_t kNoBlend = -1;
   static constexpr int32_t kNormalBlend = 0;
 
   struct Parameters {
-    /// Not the scene's own. Null draws the vertex colour, as large as the scene; no slot does.
+    /// Not the scene's own. Null draws the vertex colour, as large as the scene; no slot does that.
     const Texture* mainTexture = nullptr;
     const Texture* matteTexture = nullptr;  ///< Its content lies over the scene's content. Null: no matte.
     int32_t blendType = kNoBlend;

@@ -20,8 +20,8 @@ class YUV2RGBDrawer : public Drawer {
 
   struct Parameters {
     int32_t format = kPlanar8;
-    /// Y, U or UV, V. A plane is its texture's content and lies at the origin of the storage. Sampling then stays on
-    /// the plane's own texels: the wrap mode keeps it from going below the first, the rate from beyond the last.
+    /// Y, U or UV, V. A plane is its texture's content and lies at the origin of the storage. So sampling stays on the
+    /// plane's own texels: the wrap mode keeps it from going before the first, the rate from going beyond the last.
     const Texture* planes[3] = {};
   };
 

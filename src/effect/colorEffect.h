@@ -4,8 +4,8 @@
 
 namespace qvg {
 
-/// The program of a colour-only effect: sharpens, then corrects colour as the general effect does. No group offers it;
-/// a class on TextureEffect can.
+/// The program of a colour-only effect: sharpens, then corrects colour as the general effect does. No group offers it
+/// yet; a class derived from TextureEffect can.
 struct ColorEffectProgram {
   static const ProgramKind kKind;
 

@@ -18,7 +18,7 @@ Texture* TextureEffect::_Draw(const Texture& frame, const ProgramKind& kind, uin
   if (!pass.Ready()) return nullptr;
   pass.SetTexture(sampler, frame, Sampling::kNearest);
   setUp(pass);
-  // The quad as it is covers the output.
+  // Untransformed, the quad covers the output.
   pass.Draw(glm::mat4(1), ContentTexMatrix(content, QuarterTurns(look.rotation), look.flipped));
   if (!pass.End()) return nullptr;
   output->presentation.alpha = AlphaForm::kPremultiplied;

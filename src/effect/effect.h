@@ -32,10 +32,10 @@ class Effect {
   Effect& operator=(const Effect&) = delete;
 
   virtual bool SetParam(const std::string& /*key*/, const ParamValue* /*value*/) { return false; }
-  /// The form with two inputs; gives the first one back.
+  /// The form with two inputs; returns the first one.
   virtual Texture* Process(Texture* first, Texture* /*second*/, float /*value*/) { return first; }
   /// The result's ownership passes to the caller, who gives it back to the texture pool. Null: nothing was drawn. The
-  /// base gives the frame itself back.
+  /// base class returns the frame itself.
   virtual Texture* Process(Texture* frame) { return frame; }
 
   const char* TypeName() const { return typeName_; }
@@ -51,8 +51,8 @@ class TextureEffect : public Effect {
   using Effect::Effect;
 
  protected:
-  /// Draws the frame as it presents, turned by its rotation and the right way up, texel for texel into a new texture
-  /// of its presented size. Null on failure.
+  /// Draws the frame as it is presented, turned by its rotation and the right way up, texel for texel into a new
+  /// texture of that size. Null on failure.
   /// @param sampler index of the frame's sampler in the kind. @param setUp sets everything else of the pass.
   Texture* _Draw(const Texture& frame, const ProgramKind& kind, uint32_t variant, int sampler,
                  const std::function<void(Pass&)>& setUp);

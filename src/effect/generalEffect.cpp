@@ -23,7 +23,7 @@ constexpr double kHighKelvin = 40000;
 constexpr double kLowKelvin = 1000;
 constexpr int kTrialSize = 6;  // no power of two, as frames are
 
-/// Offsets into a percent or per-mille integer are given by the divisor of its table row.
+/// What an integer in percent or per mille is divided by.
 constexpr float kPerMille = 1000;
 constexpr float kPercent = 100;
 
@@ -65,8 +65,8 @@ constexpr ProgramKind kKind = {
     .samplers = {{"main_texture", 1}, {"keyBGTexure", 3}},
     .switches = {{"KEY"}, {"BLUR"}, {"WHITTEN"}, {"HSV"}, {"CONTRAST"}, {"TEMPERATURE"}, {"LIGHT"}, {"BACKGROUND"}}};
 
-/// Maps texture coordinates of the frame to those of a background that stands upright in the presented frame and fills
-/// it. For row vectors: (u, v, 1) * matrix.
+/// Maps texture coordinates of the frame to those of a background that is upright in the presented frame and stretched
+/// over it. For row vectors: (u, v, 1) * matrix.
 glm::mat3 BackgroundMapping(const Texture& frame, const Texture& background) {
   const auto ofPresented = [](const Texture& texture) {
     return ContentTexMatrix(texture.Content(), QuarterTurns(texture.presentation.rotation),
@@ -76,7 +76,7 @@ glm::mat3 BackgroundMapping(const Texture& frame, const Texture& background) {
   return glm::transpose(ofPresented(background) * glm::inverse(ofPresented(frame)));
 }
 
-/// Whether the background's texels meet the frame's.
+/// Whether the background's texels coincide with the frame's.
 bool MeetsTexels(const Texture& frame, const Texture& background) {
   const auto presented = [](const Texture& texture) {
     const glm::ivec2 size(texture.Content().width, texture.Content().height);
@@ -187,7 +187,7 @@ GeneralEffect::~GeneralEffect() { _ReleaseBackground(); }
 
 void GeneralEffect::_SetKeyColor(const ParamValue& value) {
   const double(&c)[3] = value.value.color;
-  // Not std::clamp, which lets what is no number through.
+  // Not std::clamp, which lets NaN through.
   const auto unit = [](double part) { return part > 0 ? std::min(part, 1.0) : 0.0; };
   const double r = unit(c[0]);
   const double g = unit(c[1]);
@@ -198,7 +198,7 @@ void GeneralEffect::_SetKeyColor(const ParamValue& value) {
 
 void GeneralEffect::_SetBlur(float blur) {
   blur_ = blur;
-  // The percent as it was set: as a fraction it may have lost its last bit.
+  // The percentage as it was set: as a fraction it may have lost its last bit.
   const int radius = static_cast<int>(std::lround(blur * kPercent));
   blurRadius_ = static_cast<float>(radius);
   blurSumWeight_ = 0;
@@ -255,12 +255,12 @@ bool GeneralEffect::SetParam(const std::string& key, const ParamValue* value) {
 void GeneralEffect::_Prepare() {
   const uint32_t variant = _Variant();
   if (_Stages() == 0 || CurrentContext() == nullptr || services_.programs.HasReady(kKind, variant)) return;
-  // Some drivers compile the better part with the first draw, for each way of sampling. Nobody looks at these.
+  // Some drivers do most of the compiling at the first draw, for each way of sampling. These draws are not shown.
   const TextureLoan frame(services_.surfaces, kTrialSize, kTrialSize, GL_RGBA8);
   if (!frame) return;
   for (const Sampling sampling : {Sampling::kNearest, Sampling::kAsSet}) {
     Texture* output = _Apply(*frame, sampling);
-    // What the program has of its values is then known to nobody: it stays here.
+    // Which values the program has received is unknown then: it is not offered to other contexts.
     if (output == nullptr) return;
     services_.surfaces.ReleaseTexture(output);
     if ((_Stages() & kBackground) == 0) break;
@@ -301,7 +301,7 @@ uint32_t GeneralEffect::_Variant() const {
 
 void GeneralEffect::_SetUniforms(Pass& pass, const Texture& frame, Sampling ofBackground) const {
   const ContentRect& content = frame.Content();
-  // Steps to neighbours are texels of the storage.
+  // Steps to neighbours are in texels of the storage.
   const glm::vec2 size(content.storageWidth, content.storageHeight);
   pass.Set(kTextureSize, size);
   pass.Set(kTextureBounds, content.SampleBounds());

@@ -11,8 +11,8 @@
 namespace qvg {
 
 /// Keys out a coloured background, smooths and whitens skin, corrects colour and lays the picture over a background
-/// image, in this order and in one pass. Every stage has a switch; with all of them off nothing is drawn. What a
-/// parameter of 0 leaves out is not in the program either: there are at most 128 programs, compiled when a parameter
+/// image, in this order and in one pass. Every stage has a switch; with all of them off nothing is drawn. A part that a
+/// parameter of 0 switches off is left out of the program: there are at most 128 programs, compiled when a parameter
 /// asks for one.
 class GeneralEffect : public TextureEffect {
  public:
@@ -37,7 +37,7 @@ class GeneralEffect : public TextureEffect {
   void _SetBackground(const char* path);
   void _ReleaseBackground();
   int32_t _Stages() const;
-  /// The program that does what the parameters ask for and no more.
+  /// The program that does what the parameters ask for, and no more than that.
   uint32_t _Variant() const;
   /// Compiles that program now rather than with the next frame.
   void _Prepare();

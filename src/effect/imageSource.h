@@ -10,7 +10,7 @@ class Texture;
 /// of the share group current.
 class ImageSource {
  public:
-  /// What Acquire gave; its texture stays the source's.
+  /// An image that Acquire lent; its texture stays the source's.
   class Image {
    public:
     virtual ~Image() = default;

@@ -18,13 +18,13 @@ namespace {
 
 bool IsRenderable(const Texture& texture) { return Limits::IsRenderable(texture.Setting().internalFormat); }
 
-// For a copy of the content; none of one that the host has set beyond the storage, whatever its size.
+// For a copy of the content; empty when the host has set the content beyond the storage.
 TextureLease Lease(const FrameServices& services, const Texture& like, GLenum internalFormat) {
   if (!like.Content().IsInside()) return {};
   return TextureLease(services.textures, like.Content().width, like.Content().height, internalFormat);
 }
 
-// A copy of the content with the same look, whose channels are stored as the source's are where that is possible.
+// A copy of the content that looks the same; its channels are stored as the source's where that is possible.
 TextureLease Copy(const FrameServices& services, const Texture& source) {
   const ContentRect& content = source.Content();
   const bool asStored = IsRenderable(source);
@@ -43,7 +43,7 @@ bool CanBeTarget(const Texture& texture) {
          IsRenderable(texture);
 }
 
-// Gives the texture another one's storage, which can be drawn to, with what is in it.
+// Gives the texture the storage and contents of another one, which can be drawn to.
 void TakeStorage(Texture& texture, Texture& drawable) {
   const ContentRect content = texture.Content();
   texture.presentation.madeFor = texture.Format();
@@ -51,7 +51,7 @@ void TakeStorage(Texture& texture, Texture& drawable) {
   texture.CentreContent(content.width, content.height);
 }
 
-// What is drawn is stored as straight R, G, B, A: brings what is there into that form too, unless it is already.
+// What is drawn is stored as straight R, G, B, A: converts what is there into that form, too, unless it already has it.
 bool StoreForDrawing(const FrameServices& services, Texture& texture) {
   if (CanBeTarget(texture)) return true;
   const TextureLease look = Lease(services, texture, GL_RGBA8);
@@ -155,7 +155,7 @@ bool BindTextureToFrameBuffer(const FrameServices& services, FrameBuffer* frameB
 bool ClearFrameBuffer(const FrameServices& services, FrameBuffer* frameBuffer, const double rgba[4]) {
   if (frameBuffer == nullptr || rgba == nullptr) return false;
   Texture* texture = frameBuffer->ColorTexture();
-  // All of it becomes one colour: there is nothing to bring into another form.
+  // All of it becomes one colour: there is nothing to convert.
   if (texture != nullptr && IsRenderable(*texture)) {
     if (!texture->RemapRGBA(kSwizzleRGBA)) return false;
     texture->presentation.alpha = AlphaForm::kStraight;
@@ -167,7 +167,7 @@ bool ClearFrameBuffer(const FrameServices& services, FrameBuffer* frameBuffer, c
 
 FrameBuffer* CreateFrameBuffer(const FrameServices& services, const FrameBufferSetting& setting, const Camera& camera) {
   const int maxSize = Limits::MaxTextureSize();
-  // One that has no buffers takes the size of what is bound to it.
+  // A frame buffer without buffers of its own takes the size of what is bound to it.
   const int minSize = setting.colorRenderBuffer || setting.depthStencil ? 1 : 0;
   const auto fits = [&](int size) { return size >= minSize && size <= maxSize; };
   constexpr char kSize[] = "1 (0 without buffers of its own) to the driver's texture limit";
@@ -184,7 +184,7 @@ bool DrawTexture(const FrameServices& services, Texture* source, FrameBuffer* de
   parameters.mainTexture = source;
   Texture* const target = destination->ColorTexture();
   if (!StoreBoundForDrawing(services, *destination)) return false;
-  // What is drawn to can't be sampled at other places at the same time.
+  // A texture that is drawn to can't be sampled at other positions at the same time.
   TextureLease copy;
   if (target != nullptr && (source == target || parameters.matteTexture == target)) {
     copy = Copy(services, *target);

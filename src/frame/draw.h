@@ -9,7 +9,7 @@ namespace qvg {
 
 class Texture;
 
-/// Gives a texture whose format can't be drawn to other storage; what is in it is then undefined.
+/// Replaces the storage of a texture whose format can't be drawn to; its contents are then undefined.
 bool MakeRenderable(const FrameServices& services, Texture& texture);
 
 struct WholeDraw {
@@ -22,14 +22,14 @@ bool DrawWhole(const FrameServices& services, const Texture& source, const Textu
 
 /// A copy of the content, which looks and reads back as the source does.
 Texture* CloneTexture(const FrameServices& services, Texture* source);
-/// As GL takes it: what is no number counts as 0, what is beyond a float as the nearest one.
+/// As GL takes it: NaN counts as 0, values beyond a float's range as the nearest one.
 float ColorComponent(double value);
 bool ClearTexture(const FrameServices& services, Texture* texture, const double rgba[4]);
 
 /// Owned by the caller; null on failure.
 FrameBuffer* CreateFrameBuffer(const FrameServices& services, const FrameBufferSetting& setting, const Camera& camera);
-/// A texture that can't be drawn to as it is stored (its channel order, colours multiplied by their alpha, its format)
-/// is brought into a form that can first; it looks the same.
+/// A texture that can't be drawn to as it is stored (because of its channel order, premultiplied colours or its format)
+/// is converted first; it looks the same.
 bool BindTextureToFrameBuffer(const FrameServices& services, FrameBuffer* frameBuffer, Texture* texture);
 bool ClearFrameBuffer(const FrameServices& services, FrameBuffer* frameBuffer, const double rgba[4]);
 bool DrawTexture(const FrameServices& services, Texture* source, FrameBuffer* destination,

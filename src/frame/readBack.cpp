@@ -43,12 +43,12 @@ uint8_t* ReadBack(const FrameServices& services, int64_t size, GLenum usage, Fil
   if (buffer == nullptr || !fill(*buffer)) return nullptr;
   uint32_t mappedSize = 0;
   void* address = services.mapper.Map(buffer.get(), &mappedSize);
-  // Mapped, it is the mapper's until the host releases it.
+  // Once mapped, it belongs to the mapper until the host releases it.
   if (address != nullptr) buffer.release();
   return static_cast<uint8_t*>(address);
 }
 
-// A swizzle does not act on reading.
+// A swizzle doesn't apply to reading back.
 bool CanReadDirectly(const Texture& source) {
   return source.CurrentSwizzle() == kSwizzleRGBA && Limits::IsRenderable(source.Setting().internalFormat);
 }
@@ -133,7 +133,7 @@ bool SubmitBlocks(const FrameServices& services, const RGB2YUVDrawer::Parameters
   return SubmitReads(std::span(reads.data(), parts.size()), buffer);
 }
 
-// One byte a texel, for sizes that make no blocks.
+// One byte per texel, for sizes that can't be divided into blocks.
 bool SubmitBytes(const FrameServices& services, const RGB2YUVDrawer::Parameters& parameters, const YUVLayout& layout,
                  const BO& buffer) {
   const int width = layout.width;
@@ -178,7 +178,7 @@ uint8_t* ReadYUV(const FrameServices& services, const Texture& source, const YUV
   const int64_t size = (bytes + 3) / 4 * 4 + 4;
   uint8_t* const address = ReadBack(services, size, PixelBufferPool::kYUVUsage,
                                     [&](const BO& buffer) { return submit(services, parameters, layout, buffer); });
-  // What was just drawn is there: so is all that came before.
+  // What was just drawn has arrived, and so has everything before it.
   if (address != nullptr) ++CurrentContext()->finished;
   return address;
 }
@@ -231,7 +231,7 @@ void ReleasePixelBuffer(const FrameServices& services, QVGPixelBuffer& buffer) {
     BO* idle = mapped;
     services.pixelBuffers.Release(idle);
   } else {
-    // Deleted, it is unmapped at last.
+    // Deleting it unmaps it at last.
     services.pixelBuffers.Lose();
     delete mapped;
   }

@@ -15,7 +15,7 @@ bool TextureToNV12PixelBuffer(const FrameServices& services, Texture* source, QV
 bool TextureToRGBAPixelBuffer(const FrameServices& services, Texture* source, QVGPixelBuffer* out, bool flip);
 bool TextureToBGRAPixelBuffer(const FrameServices& services, Texture* source, QVGPixelBuffer* out, bool flip);
 
-/// Gives the memory of a read-back back and nulls the planes; nothing happens to what no read-back filled.
+/// Gives back the memory of a read-back and nulls the planes; does nothing to a descriptor that no read-back filled.
 void ReleasePixelBuffer(const FrameServices& services, QVGPixelBuffer& buffer);
 
 }  // namespace qvg

@@ -28,7 +28,7 @@ void SubmitPlane(const FrameServices& services, Texture& texture, const PlaneVie
   const PlaneFormat& format = plane.format;
   HostPixels image = {plane.width, plane.height, plane.pixels, format.format, format.type};
   if (plane.stride % format.bytesPerTexel == 0) {
-    // Never reads behind the last texel of the last row, which may lack its padding.
+    // Never reads beyond the last texel of the last row, which may lack padding.
     image.rowLength = static_cast<int>(plane.stride / format.bytesPerTexel);
     return texture.SubmitLoad(image, place);
   }
@@ -89,7 +89,7 @@ bool UploadRGB(const FrameServices& services, Texture& destination, const FrameV
   } else {
     const ContentRect before = destination.Content();
     Swizzle swizzle = frame.format->swizzle;
-    // Storage that had to become another one has room for a fourth byte that means nothing.
+    // Storage that had to be replaced by another format has a fourth byte without a meaning.
     if (storage.internalFormat != pixels.format.internalFormat && pixels.format.bytesPerTexel == 4) swizzle[3] = GL_ONE;
     SubmitPlane(services, destination, pixels, Texture::Place::kCentre);
     if (!CheckGLError() || !destination.RemapRGBA(swizzle)) {

@@ -8,17 +8,18 @@
 
 namespace qvg {
 
-/// The idle objects of a pool, smallest first. Has no lock: its pool has. Allocates only when room is made.
+/// The idle objects of a pool, smallest first. Has no lock of its own: its pool has. Allocates only when space is
+/// reserved.
 template <class T>
 class IdleList {
  public:
-  /// Makes room for one more object than there was room made for, so that giving it back allocates nothing.
+  /// Reserves space for one more object, so that giving it back doesn't allocate.
   void MakeRoom() {
-    // Not one by one.
+    // In larger steps than one.
     if (rooms_ >= entries_.capacity()) entries_.reserve(std::max<size_t>(16, 2 * rooms_));
     ++rooms_;
   }
-  /// An object for which room was made is no more.
+  /// An object for which space was reserved is gone.
   void LeaveRoom() { --rooms_; }
 
   /// Behind the last one that is not larger.
@@ -65,7 +66,7 @@ class IdleList {
   size_t rooms_ = 0;
 };
 
-/// Makes count objects and gives them all back, so that they are idle; stops at the first that can't be had.
+/// Makes count objects and gives them all back, so that they are idle; stops at the first one that can't be made.
 template <class Acquire, class Release>
 void MakeIdle(int32_t count, Acquire acquire, Release release) {
   std::vector<decltype(acquire())> objects;

@@ -26,7 +26,7 @@ void PixelBufferMapper::_Forget(const BO* buffer) {
 void* PixelBufferMapper::Map(BO* buffer, uint32_t* size) {
   if (buffer == nullptr) return nullptr;
   {
-    // First: a buffer that is mapped but not noted would be lost.
+    // Noted first: a buffer that is mapped but not noted would be lost.
     std::lock_guard lock(mutex_);
     mappings_.push_back({nullptr, buffer});
   }
@@ -60,7 +60,7 @@ PixelBufferMapper::UnMapped PixelBufferMapper::UnMap(const void* address) {
   // Outside the lock: the service thread may have something else to do first.
   bool intact = false;
   if (!contexts_.WithContext([&] { intact = buffer->UnMap(); })) {
-    // It stays ours, and goes with this.
+    // It stays here, and is deleted with the mapper.
     return {};
   }
   _Forget(buffer);

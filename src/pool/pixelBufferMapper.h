@@ -9,8 +9,8 @@ namespace qvg {
 class BO;
 class QVGLContextManager;
 
-/// Maps read-back buffers for the host and finds them again by their address. Any thread: what one without a context of
-/// the library asks for is done on the service thread.
+/// Maps read-back buffers for the host and finds them again by their address. Any thread: for one without a context of
+/// the library the service thread does it.
 class PixelBufferMapper {
  public:
   explicit PixelBufferMapper(QVGLContextManager& contexts) : contexts_(contexts) {}

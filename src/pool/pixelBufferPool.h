@@ -25,9 +25,9 @@ class PixelBufferPool {
   /// A buffer of at least size bytes; null when the driver refuses.
   BO* Acquire(int64_t size, GLenum usage, GLenum target);
   /// Takes back a buffer that is not mapped; one that could not be unmapped is deleted. Mapping has waited for the GPU,
-  /// so no work of its is pending.
+  /// so none of its work is pending.
   void Release(BO*& buffer);
-  /// A buffer of the pool was destroyed while it was out.
+  /// A buffer of the pool was destroyed while it was lent.
   void Lose();
   /// @param forRead for RGB read-backs; otherwise for those of YUV.
   void Preallocate(int64_t size, int32_t count, bool forRead);

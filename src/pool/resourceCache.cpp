@@ -63,7 +63,7 @@ bool ResourceCache::_LoadImage(Entry& entry) {
     return false;
   }
   entry.texture->presentation.flipped = true;
-  // Other contexts may draw with it at once, and its upload is nowhere to be waited for.
+  // Other contexts may draw with it at once, and nothing else waits for its upload.
   glFinish();
   return CheckGLError();
 }
@@ -71,7 +71,7 @@ bool ResourceCache::_LoadImage(Entry& entry) {
 bool ResourceCache::_LoadFile(Entry& entry) {
   const File file(std::fopen(entry.path.c_str(), "rb"));
   if (file == nullptr) return false;
-  // Nothing to read: an empty file, or a directory, which may tell any length.
+  // Nothing to read: an empty file, or a directory, which may report any length.
   if (std::fgetc(file.get()) == EOF || std::fseek(file.get(), 0, SEEK_END) != 0) return false;
   const long length = std::ftell(file.get());
   if (length <= 0 || std::fseek(file.get(), 0, SEEK_SET) != 0) return false;

@@ -37,7 +37,7 @@ class ResourceCache {
     std::string bytes;
   };
 
-  /// @param callbacks read at each use: the host may set others.
+  /// @param callbacks read at each use, since the host may set others.
   struct Callbacks {
     std::atomic<QVGDecodeImage> decodeImage = nullptr;
     std::atomic<QVGFreeImage> freeImage = nullptr;
@@ -50,8 +50,8 @@ class ResourceCache {
   ResourceCache(const ResourceCache&) = delete;
   ResourceCache& operator=(const ResourceCache&) = delete;
 
-  /// The entry of the path, with one more reference. One that is there already is given whatever kind it is of. Null on
-  /// any failure, which leaves nothing behind.
+  /// The entry of the path, with one more reference. An existing one is returned whatever its kind. Null on any
+  /// failure, which leaves nothing behind.
   Entry* Acquire(const std::string& path, int32_t kind);
   /// @param erase destroy the entry when that was the last reference; otherwise it stays for later.
   void Release(Entry* entry, bool erase);

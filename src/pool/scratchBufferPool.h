@@ -8,9 +8,9 @@
 
 namespace qvg {
 
-/// Recycles blocks of host memory. Any thread. A request takes the smallest idle block that holds it, unless it is more
-/// than twice as large, so that small requests don't occupy frames. Idle blocks beyond the bound go, those first that
-/// came back longest ago; the last one that came back stays in any case.
+/// Recycles blocks of host memory. Any thread. A request takes the smallest idle block that is large enough, unless it
+/// is more than twice as large, so that small requests don't occupy large blocks. Idle blocks beyond the limit are
+/// freed, oldest first; the one that came back last always stays.
 class ScratchBufferPool {
  public:
   /// One block, given back when it goes out of scope.

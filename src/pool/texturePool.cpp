@@ -80,7 +80,7 @@ Texture* TexturePool::Acquire(uint32_t width, uint32_t height, GLenum internalFo
   texture->CentreContent(static_cast<int>(width), static_cast<int>(height));
   texture->presentation = {};
   if (texture->RemapRGBA(kSwizzleRGBA)) return texture;
-  // What can't be brought into its first form is good for nothing.
+  // A texture that can't be reset to its first state is of no use.
   _Destroy(texture);
   return nullptr;
 }
@@ -137,7 +137,7 @@ bool TexturePool::Clear() {
 void TexturePool::Preallocate(uint32_t width, uint32_t height, int32_t count) {
   const auto acquire = [&]() -> Texture* {
     {
-      // More would only be made to be destroyed.
+      // Any more would be destroyed at once.
       std::lock_guard lock(mutex_);
       if (_IsOverBudget()) return nullptr;
     }

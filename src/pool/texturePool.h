@@ -13,7 +13,7 @@ class Texture;
 struct PooledTexture;
 
 /// Recycles textures. A texture that is handed out may have larger storage than asked for; its content is centred in
-/// it. Above the budget idle textures go, the one released first, one at each Trim. Any thread, with a context of the
+/// it. Above the budget idle textures are destroyed, oldest first, one at each Trim. Any thread, with a context of the
 /// share group current; destroyed with one current, after all textures came back.
 class TexturePool {
  public:
@@ -28,15 +28,16 @@ class TexturePool {
   Texture* Acquire(uint32_t width, uint32_t height, GLenum internalFormat);
   /// Takes a texture of this pool back and nulls the pointer.
   void Release(Texture*& texture);
-  /// Destroys the idle texture that was released first, if the budget is exceeded. Whether it still is and there is
-  /// another one.
+  /// Destroys the oldest idle texture, if the budget is exceeded. Returns whether it still is, and there is another
+  /// one.
   bool Trim();
-  /// Destroys every idle texture. Textures that are out are not counted from then on.
+  /// Destroys every idle texture. Textures that are lent are no longer counted from then on.
   bool Clear();
   void Preallocate(uint32_t width, uint32_t height, int32_t count);
   /// @param capacity budget in MiB; below 1: none.
   void SetCapacity(int32_t capacity);
-  /// The host's wish for a budget: some of it is kept in reserve, and there is a least one. Below 1 changes nothing.
+  /// The budget that the host asks for: a part of it is kept in reserve, and there is a minimum. Below 1 changes
+  /// nothing.
   void SetHostBudget(int32_t mebibytes);
 
  private:

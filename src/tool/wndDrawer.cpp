@@ -37,7 +37,7 @@ constexpr ProgramKind kBoundedKind = {.name = "WndDrawerBounded",
                                       .uniforms = {"bounds"},
                                       .samplers = {{"main_texture", 0}}};
 
-/// Texture coordinates at the corners of a quad on which the picture stands as it presents.
+/// Texture coordinates at the corners of a quad that shows the picture as it is to be presented.
 QuadCorners TexCoordsOf(const Texture& texture) {
   const glm::mat3 matrix =
       ContentTexMatrix(texture.Content(), QuarterTurns(texture.presentation.rotation), texture.presentation.flipped);
@@ -99,12 +99,12 @@ bool WndDrawer::Init(void* window) {
   auto tools = std::make_unique<Tools>(programs_);
   bool made = false;
   contexts_.WithContext([&] {
-    // What was left before is not this drawer's.
+    // Errors from before are not this drawer's.
     DrainGLErrors();
     tools->straight = _TakeProgram("WndDrawer", shaders::wnd_frag, kKind);
     tools->premultiplied = _TakeProgram("WndDrawerPremultiplied", shaders::wndPremultiplied_frag, kKind);
     made = tools->straight != nullptr && tools->premultiplied != nullptr;
-    // Other contexts take over only what is done.
+    // Other contexts may only take over finished work.
     glFinish();
     made = CheckGLError() && made;
   });
@@ -125,7 +125,7 @@ WndDrawer::Tools::~Tools() {
 
 Program* WndDrawer::_TakeProgram(const char* name, const char* fragment, const ProgramKind& kind) {
   if (Program* const idle = programs_.Get(name, "", ""); idle != nullptr) return idle;
-  // First, so that the name has an owner at once.
+  // Created first, so that the name has an owner at once.
   auto program = std::make_unique<Program>();
   const GLuint id = _CreateProgram(std::string(kVersion) + shaders::wnd_vert, std::string(kVersion) + fragment);
   if (id == 0) return nullptr;
@@ -190,7 +190,7 @@ GLuint WndDrawer::_CreateProgram(const std::string& vertexSource, const std::str
     if (program != 0 && shader != 0) glAttachShader(program, shader);
     whole = whole && shader != 0;
   }
-  // Linking what is not whole has crashed a driver's later draws.
+  // Linking an incomplete program has crashed later draws of a driver.
   const bool linked = CheckGLError() && whole && _Link(program);
   for (const GLuint shader : shaders) {
     if (shader != 0) glDeleteShader(shader);
@@ -271,7 +271,7 @@ bool WndDrawer::Draw(const Texture* texture) {
   ClearWindow(0, 0, 0);
   const bool drawn = !visible || (picture != nullptr && _DrawPicture(*picture, window));
   glViewport(0, 0, window.width, window.height);
-  // Also an error that a step on the way has found.
+  // Including errors that an earlier step has found.
   if (!CheckGLError() || !drawn || CurrentContext()->failed) {
     _Distrust();
     return false;

@@ -26,8 +26,8 @@ class WndDrawer {
   WndDrawer(const WndDrawer&) = delete;
   WndDrawer& operator=(const WndDrawer&) = delete;
 
-  /// On any thread, whatever is current there. False, with a line in the log, for a null window, or when no context can
-  /// be made on it.
+  /// On any thread, whatever is current there. False, with a log line, for a null window, or when no context can be
+  /// created on it.
   bool Init(void* window);
   bool Uninit();
   /// The window's size in pixels, not negative, for the next Draw. Any thread.
@@ -72,7 +72,7 @@ class WndDrawer {
   /// Null when it can't be had.
   const Texture* _WholeStorage(const Texture& texture);
   bool _DrawPicture(const Texture& texture, const Size& window);
-  /// A draw went wrong: drops what it may have left half done.
+  /// After a failed draw: drops what it may have left incomplete.
   void _Distrust();
 
   QVGLContextManager& contexts_;
