@@ -139,6 +139,7 @@ void Program::_Upload(Uniform& uniform, const Value& value) {
   static_assert(sizeof(Value) <= sizeof uniform.value && std::is_trivially_copyable_v<Value>);
   if (uniform.location < 0) return;
   const bool known = uniform.bytes == sizeof(Value);
+  // By their bytes, as they were sent. NOLINTNEXTLINE(bugprone-suspicious-memory-comparison)
   if (known && std::memcmp(uniform.value.data(), &value, sizeof(Value)) == 0) return;
   if (!known && moved_) Send(uniform.location, Different(value));
   Send(uniform.location, value);

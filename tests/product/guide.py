@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""guide_code.py BUILD_FOLDER PAGE...: the C and C++ of the pages compiles, and programs do what they show.
+"""guide.py BUILD_FOLDER PAGE...: the pages' C and C++ compiles, programs do what they show, links lead somewhere.
 
 A block with a main function is a program: it is run, and the last line that it prints stands on its page. All others
 are fragments, which only have to compile, among the names that FRAME declares.
@@ -52,6 +52,8 @@ def main():
     faults, blocks, programs = [], 0, 0
     for page in map(pathlib.Path, sys.argv[2:]):
         text = page.read_text(encoding="utf-8")
+        faults += [f"{page.name}: {link} is not there" for link in re.findall(r"\]\(([^)#:]+)[)#]", text)
+                   if not (page.parent / link).exists()]
         for found in re.finditer(r"^```(c|cpp)\n(.*?)^```$", text, re.M | re.S):
             language, code = found.groups()
             where = f"{page.name}:{text.count(chr(10), 0, found.start()) + 2}"
