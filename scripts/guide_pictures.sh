@@ -3,6 +3,8 @@
 # folder (else build/linux), on the software renderer, so that they come out alike on every machine.
 set -eu
 cd "$(dirname "$0")/.."
+source scripts/common.sh
+install_packages build run pictures
 build=$(realpath "${1:-build/linux}")
 images=$PWD/docs/guide/images
 work=$(mktemp -d)
@@ -76,8 +78,8 @@ strip effect-switches "$figure" "all off" "${switches[0]}" "enable_key" "${switc
 
 # ---- What lies in memory, by a program of its own.
 
-cc -std=c99 -O2 -I "$OLDPWD/include" "$OLDPWD/scripts/guide_pictures.c" -o pictures -L "$build" -lqvGLRenderer \
-  "-Wl,-rpath,$build" -lm
+cc -std=c99 -O2 -I "$OLDPWD/include" -I "$build/include/qvGLRenderer" "$OLDPWD/scripts/guide_pictures.c" -o pictures \
+  -L "$build" -lqvGLRenderer "-Wl,-rpath,$build" -lm
 convert frame.png -resize 640x360 frame.ppm
 ./pictures frame.ppm .
 all=640x360+0+0

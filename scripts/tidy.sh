@@ -3,6 +3,8 @@
 # compile database of build/linux. Ends with the number of findings, and fails when there are some.
 set -eu
 cd "$(dirname "$0")/.."
+source scripts/common.sh
+install_packages build tidy
 files=("$@")
 ((${#files[@]})) || mapfile -t files < <(git ls-files 'src/*.cpp' 'reference/*.cpp' 'tools/*.cpp' 'examples/*.c' | grep -v '_win\.\|win32_\|wgl_')
 
