@@ -1,23 +1,20 @@
-#include "bareGL.h"
+#include "bench/bareGL.h"
 
 #include <glad/gl.h>
 
 #include <array>
 #include <cmath>
-#include <cstdio>
-#include <cstdlib>
+#include <stdexcept>
 #include <string>
+#include <utility>
 
-#include "bareShaders.h"
+#include "bench/bareShaders.h"
 
 namespace bench {
 
 namespace {
 
-[[noreturn]] void Fail(const std::string& what) {
-  std::fprintf(stderr, "bare GL: %s\n", what.c_str());
-  std::exit(1);
-}
+[[noreturn]] void Fail(const std::string& what) { throw std::runtime_error("bare GL: " + what); }
 
 GLuint Compile(GLenum type, const std::string& source) {
   const GLuint shader = glCreateShader(type);
@@ -117,43 +114,12 @@ struct Target {
   }
 };
 
-/// Made on the thread that renders or before it begins; everything in it goes with it.
-class Context {
- public:
-  explicit Context(EGLDisplay display) : display_(display) {
-    eglBindAPI(EGL_OPENGL_API);
-    const EGLint wanted[] = {EGL_SURFACE_TYPE, EGL_PBUFFER_BIT, EGL_RENDERABLE_TYPE, EGL_OPENGL_BIT, EGL_NONE};
-    const EGLint version[] = {
-        EGL_CONTEXT_MAJOR_VERSION,           4,       EGL_CONTEXT_MINOR_VERSION, 2, EGL_CONTEXT_OPENGL_PROFILE_MASK,
-        EGL_CONTEXT_OPENGL_CORE_PROFILE_BIT, EGL_NONE};
-    EGLConfig config = nullptr;
-    EGLint count = 0;
-    if (!eglChooseConfig(display, wanted, &config, 1, &count) || count == 0) Fail("no configuration");
-    context_ = eglCreateContext(display, config, EGL_NO_CONTEXT, version);
-    if (context_ == EGL_NO_CONTEXT) Fail("no context");
-    MakeCurrent();
-  }
-  ~Context() {
-    if (eglGetCurrentContext() == context_) eglMakeCurrent(display_, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
-    eglDestroyContext(display_, context_);
-  }
-  Context(const Context&) = delete;
-  Context& operator=(const Context&) = delete;
-
-  void MakeCurrent() const {
-    eglBindAPI(EGL_OPENGL_API);
-    if (!eglMakeCurrent(display_, EGL_NO_SURFACE, EGL_NO_SURFACE, context_)) Fail("the context can't be made current");
-  }
-
- private:
-  EGLDisplay display_;
-  EGLContext context_ = EGL_NO_CONTEXT;
-};
-
 /// A context in which the state that all works share is set once.
 class Bare : public Renderer {
  public:
-  Bare(EGLDisplay display, Size size) : context_(display), size_(size), pictures_(PicturesOf(size)) {
+  Bare(std::unique_ptr<BareContext> context, Size size)
+      : context_(std::move(context)), size_(size), pictures_(PicturesOf(size)) {
+    context_->MakeCurrent();
     glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
     glPixelStorei(GL_PACK_ALIGNMENT, 1);
     glDisable(GL_DITHER);
@@ -166,7 +132,7 @@ class Bare : public Renderer {
     glBufferData(GL_PIXEL_PACK_BUFFER, static_cast<GLsizeiptr>(size.Pixels() * 4), nullptr, GL_DYNAMIC_READ);
   }
 
-  void MakeCurrent() override { context_.MakeCurrent(); }
+  void MakeCurrent() override { context_->MakeCurrent(); }
 
  protected:
   /// rowLength 0: as wide as the part.
@@ -194,14 +160,15 @@ class Bare : public Renderer {
 
   static void _DrawScreen() { glDrawArrays(GL_TRIANGLES, 0, 3); }
 
-  Context context_;
+  const std::unique_ptr<BareContext> context_;
   const Size size_;
   const Pictures& pictures_;
 };
 
 class UpAndDown : public Bare {
  public:
-  UpAndDown(EGLDisplay display, Size size) : Bare(display, size), picture_({GL_RGBA8}, size.width, size.height) {}
+  UpAndDown(std::unique_ptr<BareContext> context, Size size)
+      : Bare(std::move(context), size), picture_({GL_RGBA8}, size.width, size.height) {}
 
   int Frame(std::vector<uint8_t>* result) override {
     picture_.First().Load(GL_RGBA, pictures_.rgba.data());
@@ -215,8 +182,8 @@ class UpAndDown : public Bare {
 /// YUV into RGBA, perhaps the effect, and back.
 class Video : public Bare {
  public:
-  Video(EGLDisplay display, Work work, Size size)
-      : Bare(display, size),
+  Video(std::unique_ptr<BareContext> context, Work work, Size size)
+      : Bare(std::move(context), size),
         work_(work),
         planar_(work == Work::kI420ToI420),
         effect_(work == Work::kKeyToNV12 || work == Work::kAllToNV12),
@@ -351,8 +318,8 @@ class Video : public Bare {
 
 class Layers : public Bare {
  public:
-  Layers(EGLDisplay display, Work work, Size size)
-      : Bare(display, size),
+  Layers(std::unique_ptr<BareContext> context, Work work, Size size)
+      : Bare(std::move(context), size),
         target_({GL_RGBA8}, size.width, size.height),
         program_(kLayerVertex, kLayer, work == Work::kMultiplyLayers ? "#define MULTIPLY 1\n" : "#define MULTIPLY 0\n"),
         opacity_(program_.Find("opacity")),
@@ -390,15 +357,15 @@ class Layers : public Bare {
 
 }  // namespace
 
-std::unique_ptr<Renderer> MakeBareRenderer(EGLDisplay display, Work work, Size size) {
+std::unique_ptr<Renderer> MakeBareRenderer(std::unique_ptr<BareContext> context, Work work, Size size) {
   switch (work) {
     case Work::kRGBAToRGBA:
-      return std::make_unique<UpAndDown>(display, size);
+      return std::make_unique<UpAndDown>(std::move(context), size);
     case Work::kMultiplyLayers:
     case Work::kNormalLayers:
-      return std::make_unique<Layers>(display, work, size);
+      return std::make_unique<Layers>(std::move(context), work, size);
     default:
-      return std::make_unique<Video>(display, work, size);
+      return std::make_unique<Video>(std::move(context), work, size);
   }
 }
 

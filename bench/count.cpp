@@ -1,4 +1,4 @@
-#include "count.h"
+#include "bench/count.h"
 
 #include <EGL/egl.h>
 #include <dlfcn.h>
@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
+#include "bench/library.h"
 #include "glCalls.h"
 #include "heapCalls.h"
-#include "library.h"
 
 namespace {
 

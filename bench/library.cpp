@@ -1,7 +1,8 @@
-#include "library.h"
+#include "bench/library.h"
 
 #include <cstdio>
-#include <cstdlib>
+#include <stdexcept>
+#include <string>
 
 namespace bench {
 
@@ -134,9 +135,7 @@ const QVGGLRendererInterface* StartLibrary() {
 }
 
 void Check(bool ok, const char* what) {
-  if (ok) return;
-  std::fprintf(stderr, "%s failed\n", what);
-  std::exit(1);
+  if (!ok) throw std::runtime_error(std::string(what) + " failed");
 }
 
 QVGPixelBuffer Describe(const Pictures& pictures, Size size, int32_t format) {

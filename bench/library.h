@@ -2,14 +2,14 @@
 
 #include <memory>
 
+#include "bench/work.h"
 #include "qvGLRenderer/qvGLRenderer.h"
-#include "work.h"
 
 namespace bench {
 
 /// Starts the library, with a decoder that gives the background of the size that the path tells.
 const QVGGLRendererInterface* StartLibrary();
-/// Ends the program when a slot failed.
+/// Throws when a slot failed.
 void Check(bool ok, const char* what);
 /// A frame of PicturesOf in memory, of the formats RGBA, NV12 and I420.
 QVGPixelBuffer Describe(const Pictures& pictures, Size size, int32_t format);

@@ -10,6 +10,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 #include <functional>
 #include <map>
 #include <memory>
@@ -19,10 +20,11 @@
 #include <thread>
 #include <vector>
 
-#include "bareGL.h"
-#include "count.h"
-#include "library.h"
-#include "work.h"
+#include "bench/bareGL.h"
+#include "bench/count.h"
+#include "bench/eglContext.h"
+#include "bench/library.h"
+#include "bench/work.h"
 
 namespace bench {
 
@@ -172,7 +174,7 @@ class Bench {
   Bench(const QVGGLRendererInterface& table, EGLDisplay display, std::FILE* file)
       : file_(file),
         makeLibrary_([&table](Work work, Size size) { return MakeLibraryRenderer(table, work, size); }),
-        makeBare_([display](Work work, Size size) { return MakeBareRenderer(display, work, size); }) {}
+        makeBare_([display](Work work, Size size) { return MakeBareRenderer(MakeEglContext(display), work, size); }) {}
 
   /// Both renderers live for this row only: the library has no more contexts at work than the row needs.
   void Measure(const Row& row) {
@@ -315,4 +317,11 @@ int Main(int argc, char** argv) {
 
 }  // namespace bench
 
-int main(int argc, char** argv) { return bench::Main(argc, argv); }
+int main(int argc, char** argv) {
+  try {
+    return bench::Main(argc, argv);
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "%s\n", error.what());
+    return 1;
+  }
+}

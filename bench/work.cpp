@@ -1,4 +1,4 @@
-#include "work.h"
+#include "bench/work.h"
 
 #include <algorithm>
 #include <cmath>
