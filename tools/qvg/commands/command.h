@@ -8,7 +8,7 @@
 namespace qvgtool {
 
 /** Exit codes. */
-enum ExitCode { kDone = 0, kFailed = 1, kBadUsage = 2, kInterrupted = 130 };
+enum ExitCode { kDone = 0, kFailed = 1, kBadUsage = 2, kNoContext = 3, kInterrupted = 130 };
 
 class Command {
  public:
@@ -38,6 +38,7 @@ std::unique_ptr<Command> MakeProcess();
 std::unique_ptr<Command> MakeView();
 std::unique_ptr<Command> MakeTune();
 std::unique_ptr<Command> MakeInfo();
+std::unique_ptr<Command> MakeSelftest();
 std::unique_ptr<Command> MakeEffects();
 std::unique_ptr<Command> MakeCompletion();
 std::unique_ptr<Command> MakeMan();

@@ -14,6 +14,7 @@
 #include "picture/driver.h"
 #include "picture/logCapture.h"
 #include "picture/renderer.h"
+#include "selftest/platform.h"
 
 namespace qvgtool {
 namespace {
@@ -22,7 +23,7 @@ constexpr const char* kSoftwareRenderers[] = {"llvmpipe", "softpipe", "swrast", 
 
 struct Findings {
   std::string display;  // Empty: none.
-  std::vector<std::string> passedOver, errors;
+  std::vector<std::string> passedOver, errors, devices;
   bool ready = false, enough = false, software = false;
   DriverTexts driver;   // When ready.
   DriverTexts offered;  // When not: what EGL would give.
@@ -79,7 +80,9 @@ Findings Find(bool verbose) {
       findings.required = fmt::format("{}.{}", major, minor);
       if (findings.ready) findings.driver = AskDriver();
     }
-    if (!findings.ready) findings.offered = AskOfferedDriver();
+    findings.devices = selftest::DeviceNames();
+    // What other displays have says nothing where one is chosen.
+    if (!findings.ready && !std::getenv("QVG_CONTEXT")) findings.offered = AskOfferedDriver();
     if (const std::string& offered = findings.offered.version; !offered.empty()) {
       findings.found = offered.substr(0, offered.find(' '));
     }
@@ -95,7 +98,8 @@ Findings Find(bool verbose) {
 // What to look at when there is no driver, or not enough of one.
 std::vector<std::string> Hints(const Findings& findings) {
   if (findings.ready && findings.enough) return {};
-  constexpr const char* kVariables[] = {"__EGL_VENDOR_LIBRARY_FILENAMES",
+  constexpr const char* kVariables[] = {"QVG_CONTEXT",
+                                        "__EGL_VENDOR_LIBRARY_FILENAMES",
                                         "__EGL_VENDOR_LIBRARY_DIRS",
                                         "EGL_PLATFORM",
                                         "LIBGL_DRIVERS_PATH",
@@ -135,6 +139,8 @@ void PrintText(const Findings& findings, bool verbose) {
                             findings.enough           ? "enough"
                             : findings.found != "0.0" ? "not enough"
                                                       : "the library could not start"));
+  for (size_t i = 0; i < findings.devices.size(); ++i)
+    row(i == 0 ? "Devices" : "", fmt::format("device:{}  {}", i, findings.devices[i]));
   row("Capture", fmt::format("{}", fmt::join(CaptureFormats(), " ")));
   if (!verbose) rows("Error", findings.errors);
   rows("Hint", Hints(findings));
@@ -166,6 +172,7 @@ void PrintJson(const Findings& findings) {
       {"required", JsonQuoted(findings.required)},
       {"found", JsonQuoted(findings.found)},
       {"enough", findings.enough ? "true" : "false"},
+      {"devices", list(findings.devices)},
       {"captureFormats", list(CaptureFormats())},
       {"errors", list(findings.errors)},
       {"hints", list(Hints(findings))}};

@@ -29,6 +29,7 @@ constexpr CommandRow kCommands[] = {
     {"tune", "Finds values for keying a video or image and draws what they give", &MakeTune},
     {"effects", "Lists the effect's parameters, which qvg process takes as options", &MakeEffects},
     {"info", "Tells which display, driver and versions the library works with", &MakeInfo},
+    {"selftest", "Compares what the library draws here with what it should draw", &MakeSelftest},
     {"completion", "Prints a shell's completion of this command line", &MakeCompletion},
     {"man", "Prints the manual page", &MakeMan, true},
 };
