@@ -21,7 +21,7 @@ class RenderBuffer {
   RenderBuffer(const RenderBuffer&) = delete;
   RenderBuffer& operator=(const RenderBuffer&) = delete;
 
-  bool Allocate(const RenderBufferSetting& setting);
+  bool Allocate(const RenderBufferSetting& wanted);
 
   bool Allocated() const { return allocated_; }
 

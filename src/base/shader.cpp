@@ -17,7 +17,7 @@ bool Shader::LoadFromContent(unsigned int type, const std::string& content) {
     return false;
   }
   const GLchar* text = content.c_str();
-  const GLint length = static_cast<GLint>(content.size());
+  const auto length = static_cast<GLint>(content.size());
   glShaderSource(id_, 1, &text, &length);
   glCompileShader(id_);
   GLint status = 0;
