@@ -1,8 +1,8 @@
 /**
  * @file qvGLRenderer.h
- * GPU renderer for live video frames: the one header a host includes (C99 or C++).
+ * GPU renderer for live video frames: the one header that a C host includes (C99 or C++). The guide (docs/guide) has more.
  *
- * The library exports two functions. QVG_GetGLRendererInterface() starts it and gives a table of 64 function
+ * The library exports two functions. QVG_GetGLRendererInterface() starts it and returns a table of 64 function
  * pointers; QVG_ReleaseGLRendererInterface() takes the table back and tears everything down.
  *
  * Terms and rules that hold for every slot:
@@ -11,50 +11,51 @@
  *   [GL] issues GL commands: call it on a thread on which a context of this library is current (GetSharedContext,
  *   then MakeCurrentContext). Textures and pixel buffers are shared by all contexts of the library; a frame buffer
  *   works only on the context on which it was created. An object may be used on one thread at a time.
- *   Only contexts of this library count: where another one is current (the host's own GLX, EGL or WGL context), or
- * none, a [GL] slot answers its failure value, makes nothing, and issues no GL command. [any] slots, starting and
- * releasing work there, too: what needs a context then happens on a thread of the library's own. The host's contexts,
- * their objects, bindings and pending errors are never touched.
- * - State. What a slot needs of a context's state it sets itself, whatever the host has left: programs, vertex arrays,
- *   textures and samplers of its units, frame buffers, viewport, masks, tests, blending, culling, polygon mode, pack
- * and unpack state. A [GL] slot leaves the context with texture unit 0 active, with nothing bound to the units 0 to 11,
- *   to the frame buffer, vertex array, program, array, pack and unpack buffer bindings that it used, with blending,
- *   tests, culling and the logical operation off, colours written, polygons filled, an alignment of 1 and row lengths
- *   and skips of 0. Slots 43 and 44 leave their frame buffer bound, slots 50 and 52 the window's. A GL error that is
- *   pending when a [GL] slot begins is dropped with a warning, and is never taken for the slot's own.
+ *   Only contexts of this library count: where none is current, or another one (the host's own GLX, EGL or WGL
+ *   context), a [GL] slot answers its failure value, makes nothing, and issues no GL command. [any] slots, starting
+ *   and releasing work there, too: what needs a context then happens on a thread of the library's own. The host's
+ *   contexts, their objects, bindings and pending errors are never touched.
+ * - State. A slot sets all state of the context that it depends on, whatever the host has left: programs, vertex
+ *   arrays, textures and samplers of its units, frame buffers, viewport, masks, tests, blending, culling, polygon mode,
+ *   pack and unpack state. A [GL] slot leaves the context with texture unit 0 active, with nothing bound to the units 0
+ *   to 11, to the frame buffer, vertex array, program, array, pack and unpack buffer bindings that it used, with
+ *   blending, tests, culling and the logical operation off, colours written, polygons filled, an alignment of 1 and row
+ *   lengths and skips of 0. Slots 43 and 44 leave their frame buffer bound, slots 50 and 52 the window's. A GL error
+ *   that is pending when a [GL] slot begins is dropped with a warning, and never taken for the slot's own.
  * - Order between contexts. Work submitted on one context is seen by another only after Finish() on the first.
- *   Objects that the pools recycle are ordered by the library itself, when they are given back on the context that used
- *   them last (or after Finish() there). That costs a fence for an object that is taken on one context and given back
- *   on another, and nothing for one that stays.
- * - Rows. A frame in memory has row 0 first; texture row 0 is at the bottom of GL's coordinates. An upload stores
+ *   The library itself orders objects that its pools recycle, when they are given back on the context that used them
+ *   last (or after Finish() there). That costs a fence for an object that is taken on one context and given back on
+ *   another, and nothing for one that stays.
+ * - Rows. A frame in memory begins with row 0; texture row 0 is at the bottom of GL's coordinates. An upload stores
  *   frame row 0 as texture row 0, so a top-down frame lies upside down in GL's sense: the texture's "flipped" flag
- *   is then true. YUV read-backs write the picture's top row first, as that flag tells; RGB read-backs write texture
+ *   is then true. YUV read-backs write the picture's top row first, going by that flag; RGB read-backs write texture
  *   row 0 first unless told otherwise.
  * - Content. A texture's storage may be larger than its picture. The content rectangle (origin and size, in texels)
  *   says where the picture lies; every operation reads and writes that rectangle only.
- * - Alpha. Uploads are straight: colours are stored as they come. What an effect gives is premultiplied: its colours
- * are multiplied by their alpha. A texture knows which it is, and a copy of it too. Slot 45 (as source and as matte)
- * and slot 52 read both as straight colours, so that a keyed picture has no dark rim; read-backs and GetTextureId show
- *   what is stored.
+ * - Alpha. Uploads are straight: colours are stored as they come. The result of an effect is premultiplied: its
+ *   colours are multiplied by their alpha. A texture knows which it is, and so does a copy of it. Slot 45 (for source
+ *   and matte) and slot 52 take both, so that a keyed picture has no dark rim; read-backs and GetTextureId show what is
+ *   stored.
  * - Values. Colours and opacity are 0..1, sizes are pixels, strides are bytes, angles are degrees unless a field
  *   says otherwise. bool is one byte.
  * - Handles belong to the library. Give each back through the slot named with it; that slot writes null into your
  *   variable. Handles that are still held when the library is released become invalid, whichever thread holds them:
  *   stop your rendering threads, and release their contexts, before QVG_ReleaseGLRendererInterface(). A release waits
- *   for calls of other threads that are at work; one that comes later starts the library anew. Slots 24 to 34, 49 and
- *   51 only look at their handle: not while, nor after, it is given back or the library is released.
- * - Failure is false, null or 0. Where something went wrong inside, an error line in the log says what; a call that is
- *   refused says so in one warning line, with the slot, the argument and what was expected of it, and again only at the
- *   10th, 100th, 1000th time. No slot throws. Handles are checked for null only. What failed leaves nothing behind.
- * - The log goes to standard output, on Windows to the debugger too. QVG_LOG_LEVEL in the environment, read once, keeps
- *   lines back: error, warning, info, debug (all, also when it is not set), or off.
+ *   for calls in progress on other threads; a call that comes later starts the library again. Slots 24 to 34, 49 and
+ *   51 only look at their handle: don't call them while, or after, it is given back or the library is released.
+ * - Failure is false, null or 0. When something went wrong inside, an error line in the log says what; a call that is
+ *   refused is logged as one warning, with the slot, the argument and what was expected of it, and again only at the
+ *   10th, 100th, 1000th time. No slot throws. Handles are checked for null only. A call that fails leaves nothing
+ *   behind.
+ * - The log goes to standard output, on Windows to the debugger, too. QVG_LOG_LEVEL in the environment, read once,
+ *   limits it: off, error, warning, info or debug (everything, also when it is not set).
  * - The display. The library starts on the first one that works of: the X server that DISPLAY names, a GPU device of
  *   EGL, Mesa's surfaceless platform, a software device. QVG_CONTEXT in the environment, read at each start, allows one
  *   kind only: x11, device (a GPU or a software device), device:N (EGL's device of that number, from 0; qvg info lists
  *   them), or surfaceless. Windows has wgl alone.
  * - The end of the process. A host may return from main or call exit() at any time, with or without a release, also
- * while other threads render: calls that are at work get up to half a second to leave the driver, later ones fail at
- * once. A release from then on (from a static destructor, say) only writes null.
+ *   while other threads render: calls in progress get up to half a second to leave the driver, later ones fail at once.
+ *   A release from then on (from a static destructor, say) only writes null.
  */
 #ifndef QVGLRENDERER_QVGLRENDERER_H
 #define QVGLRENDERER_QVGLRENDERER_H
@@ -170,12 +171,12 @@ typedef struct QVGPixelBuffer {
  * Describes a frame that lies in one piece, for uploads: each plane begins where the one before it ends. [any]
  * @param buffer its strides, planes, size and format are filled, the rest is 0.
  * @param pixels the frame; null leaves the planes null. It is only read, though the descriptor can't say so.
- * @param stride bytes from one row of the first plane to the next; 0: as many as a row has. The other planes have what
- *        belongs to it, as V4L2 and most decoders lay frames out: as many bytes for the pairs of NV12 and YUV16_SP and
- *        for I444 and J444, half of them, rounded up, for the chroma of I420, J420, I422 and J422, and never less than
- * a row needs. Pairs of YUV16_SP are at half width. Fill strides that are otherwise yourself.
+ * @param stride bytes from one row of the first plane to the next; 0: as many as a row has. The other planes have the
+ *        strides that belong to it, as V4L2 and most decoders lay frames out: as many bytes for the pairs of NV12 and
+ *        YUV16_SP and for I444 and J444, half of them, rounded up, for the chroma of I420, J420, I422 and J422, and
+ *        never less than a row needs. Pairs of YUV16_SP are at half width. Fill in other strides yourself.
  * @return the bytes from the first pixel to the end of the last row, padding included. 0, with nothing filled, for
- * null, an unknown format, a width or height below 1, or a stride that is too small or too large.
+ *         null, an unknown format, a width or height below 1, or a stride that is too small or too large.
  */
 QVG_INLINE size_t QVG_PixelBufferFromPointer(QVGPixelBuffer* buffer, int32_t format, int32_t width, int32_t height,
                                              const void* pixels, int32_t stride) {
@@ -377,8 +378,8 @@ typedef struct QVGGLRendererInterface {
   void (*SetTexturePoolCapacity)(int32_t count);
   /** 1 [any] Does nothing. */
   void (*Reserved)(void);
-  /** 2 [GL] Makes count RGBA textures of the size and leaves them idle in the pool; fewer when its budget is exceeded
-   * or memory runs out. */
+  /** 2 [GL] Makes count RGBA textures of the size and leaves them idle in the pool; fewer when its budget is
+   *  exceeded or memory runs out. */
   void (*PreallocateTextures)(uint32_t width, uint32_t height, int32_t count);
   /** 3 [GL] Destroys every idle texture of the pool. @return true; false without a pool. */
   bool (*ClearTexturePool)(void);
@@ -389,8 +390,8 @@ typedef struct QVGGLRendererInterface {
   /** 6 [GL] Makes count pixel buffers of size bytes and leaves them idle in the pool. forRead: for RGBA and BGRA
    *  read-backs; otherwise for YUV read-backs. */
   void (*PreallocatePixelBuffers)(uint32_t size, int32_t count, bool forRead);
-  /** 7 [GL] Deletes every idle pixel buffer, and frees idle memory for repacking rows. @return true; false without a
-   * pool. */
+  /** 7 [GL] Deletes every idle pixel buffer, and frees idle memory for repacking rows. @return true; false without
+   *  a pool. */
   bool (*ClearPixelBufferPool)(void);
 
   /* Contexts */
@@ -500,8 +501,8 @@ typedef struct QVGGLRendererInterface {
   /* Frame buffers and drawing */
 
   /** 41 [GL] A frame buffer with an orthographic camera in pixels, origin in the centre. ownColor: with a colour buffer
-   *  of its own, whose size it keeps; otherwise bind a texture; a size of 0 then means that of what is bound. stored: a
-   * flag kept without a meaning. Give back with DestroyFrameBuffer. @return null on failure. */
+   *  of its own, whose size it keeps; otherwise bind a texture; a size of 0 then means that of what is bound. stored:
+   *  kept, without a meaning. Give back with DestroyFrameBuffer. @return null on failure. */
   QVGFrameBuffer* (*CreateFrameBuffer)(uint32_t width, uint32_t height, bool ownColor, bool stored);
   /** 42 [GL] The same from a full description; null gives null. */
   QVGFrameBuffer* (*CreateFrameBufferFromDesc)(const QVGFrameBufferDesc* desc);
