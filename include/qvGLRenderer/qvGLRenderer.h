@@ -1,6 +1,6 @@
 /**
  * @file qvGLRenderer.h
- * GPU renderer for live video frames: the one header that a C host includes (C99 or C++). The guide (docs/guide) has more.
+ * GPU renderer for live video frames: the one header that a C host includes (C99 or C++). docs/guide has more.
  *
  * The library exports two functions. QVG_GetGLRendererInterface() starts it and returns a table of 64 function
  * pointers; QVG_ReleaseGLRendererInterface() takes the table back and tears everything down.
