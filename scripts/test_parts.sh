@@ -105,6 +105,7 @@ run_gtest() {
 declare -A targets_of=(
   [asan]="qvg_tests qvg_unit_tests qvg_fault_tests qvg_fuzz"
   [tsan]="qvg_tests qvg_unit_tests qvg_races qvg_fuzz"
+  [clang]="qvg qvg_unit_tests"
 )
 
 # compile PRESET: configures and builds, one at a time.
@@ -118,7 +119,7 @@ compile() {
 compile_ahead() {
   local preset
   renice -n 10 "$BASHPID"
-  for preset in windows asan tsan; do
+  for preset in windows asan tsan clang; do
     [[ " ${parts[*]-} " != *" $preset "* ]] || compile "$preset"
   done
 }
@@ -196,19 +197,42 @@ part_product() {
   CTEST_PARALLEL_LEVEL=2 run_product linux "${headless[@]}"
 }
 
+# start_wine: an X server and Wine on it, for the rest of the part; with_wine then is the command prefix.
+start_wine() {
+  start_xvfb
+  with_wine=("${with_x[@]}" "${wine_environment[@]}")
+  check "wine prefix" "${with_wine[@]}" scripts/make_wine_prefix.sh || { stop_xvfb; return 1; }
+  "${with_wine[@]}" wineserver -p # Stays until it is told to go: starting it takes seconds.
+}
+
+stop_wine() {
+  "${with_wine[@]}" wineserver -k
+  stop_xvfb
+}
+
 part_windows() {
   build windows || return
-  start_xvfb
-  local run=("${with_x[@]}" "${wine_environment[@]}")
-  if check "wine prefix" "${run[@]}" scripts/make_wine_prefix.sh; then
-    "${run[@]}" wineserver -p # Stays until it is told to go: starting it takes seconds.
-    build_folder=windows suffix=.exe run_test_programs "${run[@]}" wine
-    QVG_FAULT_STRIDE=197 GTEST_FILTER='*Start*Driver:*Window*Driver:*Contexts*Driver:Mapping*' run_gtest failing_driver \
-      "${run[@]}" wine build/windows/qvg_fault_tests.exe
-    run_product windows "${run[@]}"
-    "${run[@]}" wineserver -k
-  fi
-  stop_xvfb
+  start_wine || return
+  local run=("${with_wine[@]}")
+  build_folder=windows suffix=.exe run_test_programs "${run[@]}" wine
+  QVG_FAULT_STRIDE=197 GTEST_FILTER='*Start*Driver:*Window*Driver:*Contexts*Driver:Mapping*' run_gtest failing_driver \
+    "${run[@]}" wine build/windows/qvg_fault_tests.exe
+  run_product windows "${run[@]}"
+  stop_wine
+}
+
+# The packages, and what somebody does with them.
+part_package() {
+  check "made" scripts/package.sh || return
+  start_wine || return
+  check "used" "${with_wine[@]}" "${mesa_only[@]}" tests/product/packages.sh build/packages cmake/mingw-w64.cmake
+  stop_wine
+}
+
+# Another compiler's opinion. Its programs need not be fast.
+part_clang() {
+  build clang || return
+  run_gtest qvg_unit_tests "${headless[@]}" build/clang/qvg_unit_tests
 }
 
 part_asan() {
