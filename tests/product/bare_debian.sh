@@ -29,7 +29,7 @@ inside sh -c 'apt-get -qq install -y /packages/*.deb </dev/null' >"$work/install
 inside sh -ec '
   cd /root
   cc -std=c99 /usr/share/doc/libqvglrenderer-dev/examples/headless_file.c -o example $(pkg-config --cflags --libs qvGLRenderer)
-  ./example
+  ./example out.pam
   qvg info
   qvg process -o out.png'
 if [[ $program ]]; then
