@@ -54,6 +54,9 @@ surfaceless surfaceless platform
 device software device
 device:0 device 0
 END
+expect "an unknown QVG_CONTEXT is told, and the usual display taken" "surfaceless True" "$(
+  QVG_CONTEXT=wayland "$qvg" selftest --only texture --quick --json >out.log
+  json 'd["display"].split()[0], d["passedOver"][0].startswith("QVG_CONTEXT is")' | tr -d "(),'")"
 selftest 3 --context x11
 grep -q '^NO CONTEXT' out.log && grep -q 'DISPLAY is not set' out.log
 verdict "no context, and why" $?
