@@ -33,7 +33,7 @@ bool VBO::VertexAttribute::Store(const float* values, int64_t bytes) {
 }
 
 bool VBO::SetPositions(const std::vector<float>& positions) {
-  const int64_t count = static_cast<int64_t>(positions.size() / 3);
+  const auto count = static_cast<int64_t>(positions.size() / 3);
   if (count == 0) return false;
   vertexCount_ = static_cast<int32_t>(count);
   VertexAttribute& attribute = attributes_[kPosition];
