@@ -57,7 +57,7 @@ bool RGB2YUVDrawer::DrawBytes(const Scene* scene, const Parameters& parameters) 
   Pass pass(programs_, parameters.nv12 ? kNV12Kind : kPlanarKind, VariantOf(parameters), scene->target);
   if (!pass.Ready()) return false;
   const ContentRect& in = parameters.input->Content();
-  const float outWidth = static_cast<float>(scene->target.content.width);
+  const auto outWidth = static_cast<float>(scene->target.content.width);
   pass.SetTexture(0, *parameters.input);
   pass.Set(kInOffset, in.Origin());
   pass.Set(kInScale, in.Extent());
@@ -66,7 +66,8 @@ bool RGB2YUVDrawer::DrawBytes(const Scene* scene, const Parameters& parameters) 
     pass.Set(kInWidth, static_cast<float>(in.storageWidth));
     pass.Set(kOutWidth, outWidth);
   } else {
-    pass.Set(kVStart, static_cast<float>(scene->target.content.width / 2) / outWidth);
+    const int startOfV = scene->target.content.width / 2;
+    pass.Set(kVStart, static_cast<float>(startOfV) / outWidth);
   }
   pass.Draw(SceneMatrix(*scene), glm::mat3(1));
   pass.EndUnchecked();
