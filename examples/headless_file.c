@@ -47,7 +47,8 @@ static QVGPixelBuffer readPpm(const char* path) {
   QVGPixelBuffer picture = {{NULL, NULL, NULL}, {0, 0, 0}, 0, 0, 0, 0, QVG_FORMAT_RGB};
   FILE* file = fopen(path, "rb");
   if (!file) return picture;
-  const bool known = fgetc(file) == 'P' && fgetc(file) == '6';
+  char type[2] = {0, 0};
+  const bool known = fread(type, 1, 2, file) == 2 && memcmp(type, "P6", 2) == 0;
   const int width = known ? readNumber(file) : 0, height = readNumber(file), largest = readNumber(file);
   const bool fits = width > 0 && width <= 16384 && height > 0 && height <= 16384 && largest == 255;
   if (fits && fgetc(file) != EOF) picture = makePicture(width, height);

@@ -3,6 +3,7 @@
 #define QVG_EXAMPLES_HOST_THREAD_H
 
 #include <stdbool.h>
+#include <stdint.h>
 
 /* What a thread does, and with what. */
 typedef struct HostWork {

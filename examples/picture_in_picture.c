@@ -77,8 +77,8 @@ int main(int argc, char** argv) {
   params.blendType = QVG_BLEND_NORMAL;
   params.opacity = 0.75;
   params.rotation[2] = 8;
-  params.translation[0] = (kWidth - kSmallWidth) / 2 - 24;
-  params.translation[1] = (kHeight - kSmallHeight) / 2 - 24;
+  params.translation[0] = (kWidth - kSmallWidth) / 2.0 - 24;
+  params.translation[1] = (kHeight - kSmallHeight) / 2.0 - 24;
   if (!gl->DrawTexture(small, target, &params)) return fail("drawing");
 
   QVGPixelBuffer nv12 = {{NULL, NULL, NULL}, {0, 0, 0}, 0, 0, 0, 0, 0};

@@ -46,7 +46,8 @@ static QVGTexture* pop(Queue* queue) {
   QVGTexture* texture = NULL;
   if (queue->count > 0) {
     texture = queue->textures[0];
-    memmove(queue->textures, queue->textures + 1, (size_t)--queue->count * sizeof texture);
+    --queue->count;
+    for (int i = 0; i < queue->count; ++i) queue->textures[i] = queue->textures[i + 1];
   }
   wakeAll(&queue->changed);
   unlock(&queue->guard);
@@ -150,7 +151,7 @@ int main(int argc, char** argv) {
     return EXIT_FAILURE;
   }
   static Host host = {.queue = {.guard = HOST_LOCK_INIT, .changed = HOST_CONDITION_INIT}};
-  host.gl = QVG_GetGLRendererInterface(NULL);
+  const QVGGLRendererInterface* gl = host.gl = QVG_GetGLRendererInterface(NULL);
   HostThread renderer, reader;
   HostWork rendering = {render, &host}, reading = {readBack, &host};
   if (!startThread(&renderer, &rendering)) return EXIT_FAILURE;
@@ -159,7 +160,7 @@ int main(int argc, char** argv) {
   closeQueue(&host.queue);
   joinThread(&renderer);
   /* Both threads are through: what they gave up is given back, and nothing of the library is in use any more. */
-  for (QVGTexture* left = pop(&host.queue); left; left = pop(&host.queue)) host.gl->ReleaseTexture(&left);
-  QVG_ReleaseGLRendererInterface(&host.gl);
+  for (QVGTexture* left = pop(&host.queue); left; left = pop(&host.queue)) gl->ReleaseTexture(&left);
+  QVG_ReleaseGLRendererInterface(&gl);
   return host.read == kFrames && writePpm(argv[1], &host) ? EXIT_SUCCESS : EXIT_FAILURE;
 }
