@@ -1,4 +1,4 @@
-// What the programs that abuse the library, or use it for long, have in common.
+// What the programs that abuse the library, or run it for a long time, have in common.
 #pragma once
 
 #include <cstddef>
@@ -11,15 +11,15 @@
 
 namespace qvg::test {
 
-/// Numbers from a command line of "--name value" pairs over their defaults; ends the program at anything else. From
-/// then on standard output, on which the library prints, is dropped.
+/// Reads numbers from a command line of "--name value" pairs over their defaults; ends the program at anything else.
+/// From then on standard output, to which the library prints, is discarded.
 std::map<std::string, int64_t> Options(int argc, char** argv, std::map<std::string, int64_t> defaults);
 
 /// Uploads a small picture, draws it and reads it back on the current context: "" when it came back byte for byte.
 const char* PictureFault(const QVGGLRendererInterface& gl, uint32_t seed);
 
-/// GL names by kind (see Names) with pools empty and all contexts gone but this one, which is made current. For when
-/// all handles were given back.
+/// GL names by kind (see Names), with the pools empty and all contexts gone except this one, which is made current. To
+/// be called when all handles have been given back.
 std::vector<size_t> CountsWhenIdle(const QVGGLRendererInterface& gl, QVGGLContext* context);
 
 }  // namespace qvg::test

@@ -1,5 +1,4 @@
-// Abuses the library until a number of calls or a time is over; a fault ends the program, and a sanitizer's finding
-// too.
+// Abuses the library for a number of calls or a time; a fault ends the program, and so does a finding of a sanitizer.
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -13,7 +12,7 @@ using Clock = std::chrono::steady_clock;
 
 int main(int argc, char** argv) {
   auto options = Options(argc, argv, {{"calls", INT64_MAX}, {"seed", 1}, {"threads", 1}, {"seconds", 86400}});
-  // What is drawn is small: threads of the driver would only wait.
+  // Pictures are small: the driver's threads would only wait.
   setenv("LP_NUM_THREADS", "0", 0);
   constexpr int64_t kCallsOfARound = 60000;
   const int64_t threads = std::max<int64_t>(1, options["threads"]), most = options["calls"];

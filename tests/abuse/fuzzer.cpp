@@ -29,7 +29,7 @@ using I = QVGGLRendererInterface;
 constexpr int kSequence = 96;
 constexpr char kEffect[] = "general_eff";
 
-// No object of the library: slots that promise to tell are handed this.
+// Not an object of the library: for slots that promise to detect that.
 template <class Handle>
 Handle* NoHandle() {
   static uint64_t something[64] = {};
@@ -70,7 +70,7 @@ struct Handles {
   std::vector<QVGWndDrawer*> drawers;
 };
 
-/// What the threads between one start of the library and its release have in common.
+/// What the threads share between a start of the library and its release.
 struct Round {
   const I& gl;
   SlotCounts& counts;
@@ -117,7 +117,7 @@ class Fuzzer {
     return taken;
   }
 
-  /// Gives one back where there are too many.
+  /// Gives one back when there are too many.
   template <class T, class Handle>
   bool Keep(std::vector<T>& all, size_t most, Handle* made) {
     if (made == nullptr) return false;
@@ -136,7 +136,7 @@ class Fuzzer {
   QVGTexture* Texture() { return Any(mine.textures, 24); }
   QVGWndDrawer* Drawer() { return Any(mine.drawers, 8); }
   QVGEffect* Effect() { return random.OneIn(16) ? NoHandle<QVGEffect>() : Any(mine.effects, 16); }
-  /// Without a handle where there is none, or none that can be drawn to.
+  /// Does without when there is none, or none that can be drawn to.
   DrawTarget& AnyTarget(bool drawn) {
     none_ = {};
     if (mine.targets.empty() || random.OneIn(24)) return none_;
@@ -144,7 +144,7 @@ class Fuzzer {
     return target.drawable || !drawn ? target : none_;
   }
 
-  /// Gives one to a slot that ends it.
+  /// Passes one to a slot that destroys it.
   template <class Handle, class Slot>
   bool Destroy(Slot slot, Handle* handle) {
     const bool hostile = handle == NoHandle<Handle>(), had = handle != nullptr && !hostile;
@@ -162,13 +162,13 @@ class Fuzzer {
 
   // ---- Values
 
-  /// One of two a round: what makes the driver compile something is drawn from few values.
+  /// One of two values a round: what makes the driver compile something is chosen from few values.
   int OfRound(int limit) {
     Hostile few(round.seed * 2 + random.Below(2));
     return few.Below(limit);
   }
   uint32_t Unsigned() { return static_cast<uint32_t>(random.Integer()); }
-  /// The value, or null one time in so many.
+  /// The value, or one time in so many null.
   template <class T>
   T* OrNull(T* value, int noneIn) {
     return random.OneIn(noneIn) ? nullptr : value;
@@ -267,7 +267,7 @@ class Fuzzer {
     QVGTexture* const texture = Texture();
     const auto slot = origin ? gl.SetTextureOrigin : gl.SetTextureSize;
     if (texture == nullptr || random.OneIn(3)) return slot(texture, Unsigned(), Unsigned());
-    // Often a possible rectangle in the storage, so that what is drawn is not always nothing.
+    // Often a valid rectangle in the storage, so that something is drawn now and then.
     const uint32_t width = gl.GetTextureAllocatedWidth(texture), height = gl.GetTextureAllocatedHeight(texture);
     return origin ? slot(texture, 0, 0) : slot(texture, 1 + random.Next() % width, 1 + random.Next() % height);
   }
@@ -338,7 +338,7 @@ class Fuzzer {
 
   bool SetParameter() {
     static constexpr QVGParamType kTypes[] = {QVG_PARAM_INTEGER, QVG_PARAM_BOOLEAN, QVG_PARAM_TEXT, QVG_PARAM_COLOR};
-    // The sizes of images, which may have no pixels, or what is none.
+    // Sizes of images, including invalid ones and empty ones.
     static constexpr const char* kPaths[] = {
         "5x3", "1x1", "unreadable", "4x4 ", "-4x4", "0x4", "2147483647x2147483647", "1048576x1", ""};
     const QVGParamDescriptor* table = nullptr;
@@ -379,7 +379,7 @@ class Fuzzer {
  private:
   void _Call(int slot);
 
-  // What else knows of an object that goes.
+  // Whatever else refers to an object that goes.
   template <class T>
   void _Forget(const T&) {}
   void _Forget(QVGTexture* texture) {
@@ -409,7 +409,7 @@ class Fuzzer {
     current_ = home_;
   }
 
-  // An object of each kind goes on another thread from here on, as the header allows it after Finish.
+  // From here on another thread uses an object of each kind, as the header allows after Finish.
   void _HandOver() {
     gl.Finish();
     const std::lock_guard lock(round.mutex);
@@ -539,7 +539,7 @@ void Fuzzer::_Call(int slot) {
 }
 
 void Fuzzer::Sequence() {
-  // Each slot as often as its weight tells.
+  // Each slot as often as its weight says.
   static const std::vector<int> weighted = [] {
     std::vector<int> slots;
     for (int i = 0; i < kSlotCount; ++i) slots.insert(slots.end(), static_cast<size_t>(kSlots[i].weight), i);
@@ -555,7 +555,7 @@ void Fuzzer::Sequence() {
   if (random.OneIn(32)) mine.GiveBackAll(gl);
 }
 
-/// Images for effects, and whether each that was handed out came back.
+/// Images for effects, and a count of those that have not come back.
 struct HostImages {
   static constexpr size_t kShown = 2;  ///< Paths in the fuzzer whose image can be shown. The library keeps them.
   static QVGHostImage* Decode(const char* path) {
@@ -581,7 +581,7 @@ void Demand(bool holds, const char* what, uint64_t seed) {
   std::abort();
 }
 
-// With all handles given back and no context that drew, only the images that effects show are there.
+// When all handles were given back and no context has drawn, only the images that effects show are left.
 void DemandBalance(Round& round) {
   const std::vector<size_t> left = CountsWhenIdle(round.gl, round.elsewhere);
   Demand(!left.empty() && glGetError() == 0, "the context can't be made current, or an error is pending", round.seed);

@@ -1,4 +1,4 @@
-// Values and frames as a careless or broken host hands them over, the same for the same seed.
+// Values and frames as a careless or broken host passes them; the same seed gives the same ones.
 #pragma once
 
 #include <array>
@@ -23,11 +23,11 @@ class Hostile {
     return *(std::begin(list) + Below(static_cast<int>(std::size(list))));
   }
 
-  /// Anything that an int may hold, mostly the ends of ranges.
+  /// Any int, mostly the ends of ranges.
   int32_t Integer();
-  /// Mostly a small size, else anything.
+  /// Mostly a small size, otherwise anything.
   int32_t Size() { return OneIn(8) ? Integer() : 1 + Below(24); }
-  /// A size of which few pixels come when both sides are possible ones.
+  /// A size of few pixels when both sides are valid.
   std::array<int32_t, 2> Area();
   double Real();
   /// Mostly 0..1.
@@ -38,7 +38,7 @@ class Hostile {
   uint64_t state_;
 };
 
-/// Frames whose planes end where reading faults. The memory of a frame is there until the next one.
+/// Frames whose planes end right before unreadable memory. A frame's memory stays until the next one.
 class HostileFrames {
  public:
   struct Frame {

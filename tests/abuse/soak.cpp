@@ -125,7 +125,7 @@ class Worker {
   QVGTexture* picture_ = nullptr;
 };
 
-/// What the process holds when all was given back, and how much more of it than at first is no growth.
+/// What the process holds when everything was given back, and how much more than at first doesn't count as growth.
 constexpr struct {
   const char* title;
   int64_t slack;
@@ -133,7 +133,7 @@ constexpr struct {
                 {"buffers", 0},     {"render buffers", 0}, {"frame buffers", 0}, {"programs", 8}};
 using Sample = std::array<int64_t, std::size(kColumns)>;
 
-/// Lets the threads begin, work and end, and measures what is left.
+/// Starts the threads, lets them work and end, and measures what is left.
 Sample Work(Shared& shared, QVGGLContext* context, double seconds) {
   const auto end = Clock::now() + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
   std::vector<std::thread> threads;
@@ -160,7 +160,7 @@ Sample Work(Shared& shared, QVGGLContext* context, double seconds) {
   return sample;
 }
 
-// Whether even the least of the last third is more than the most of the first: what only goes up and down is not.
+// Whether even the smallest value of the last third exceeds the largest of the first: values that go up and down don't.
 bool Grows(const std::vector<Sample>& samples, size_t column) {
   const auto third = static_cast<std::ptrdiff_t>(samples.size() / 3);
   const auto value = [column](const Sample& sample) { return sample[column]; };

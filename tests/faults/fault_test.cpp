@@ -34,7 +34,7 @@ std::string NameOf(const Subject& subject) {
 
 void PrintTo(const Subject& subject, std::ostream* out) { *out << NameOf(subject); }
 
-/// What the library is for the length of a scenario.
+/// The state of the library during a scenario.
 class Life {
  public:
   explicit Life(const Scenario& scenario)
@@ -68,7 +68,7 @@ class Life {
   }
 
  private:
-  // The table, which there is also while the library does not run.
+  // The table, which exists even while the library isn't running.
   static const QVGGLRendererInterface* Released() {
     const auto* table = &StartLibrary();
     ReleaseLibrary();
@@ -101,7 +101,7 @@ std::string FaultsOf(const Host& host, const Host& expected, FaultMode mode, boo
   return faults;
 }
 
-/// Where the program is, for who finds it dead.
+/// Where the program was, for whoever finds it dead.
 char place[160];
 [[maybe_unused]] const bool tellsPlace = [] {
   for (const int number : {SIGSEGV, SIGABRT}) {
@@ -120,13 +120,13 @@ class FaultTest : public testing::TestWithParam<Subject> {
  protected:
   void SetUp() override {
     if (scenario_.window && !HostWindow::Available()) GTEST_SKIP() << "no X server";
-    // Lines are made, as this takes memory, too.
+    // Lines are formatted, since that takes memory, too.
     Logger::Instance().SetSink([](const std::string&, int32_t, intptr_t) {}, 0);
     WatchHeap();
   }
   void TearDown() override { Logger::Instance().SetSink(&DefaultLogSink, 0); }
 
-  /// What is right: the scenario with nothing failing.
+  /// The expected result: the scenario without a failure.
   void Learn(bool warm) {
     Life life(scenario_);
     if (warm) life.RunUndisturbed();
@@ -162,7 +162,7 @@ class FaultTest : public testing::TestWithParam<Subject> {
     return faults.empty() ? "" : report.firstCall + ": " + faults;
   }
 
-  /// All calls of the scenario, or a sample that begins elsewhere each time.
+  /// All calls of the scenario, or a sample that begins at a different one each time.
   void RunAll(FaultMode mode, bool warm) {
     const std::string name =
         NameOf(GetParam()) + (mode == FaultMode::kOne ? ", one" : ", all from one on") + (warm ? ", done before" : "");
@@ -193,7 +193,7 @@ class FaultTest : public testing::TestWithParam<Subject> {
 
 TEST_P(FaultTest, EveryCallMayFail) {
   for (const bool warm : {false, true}) {
-    // Done before, the same work makes fewer calls.
+    // When it was done before, the same work makes fewer calls.
     if (warm && scenario_.begin != Scenario::kWithContext) break;
     ASSERT_NO_FATAL_FAILURE(Learn(warm));
     for (const FaultMode mode : {FaultMode::kOne, FaultMode::kFrom}) RunAll(mode, warm);

@@ -1,5 +1,5 @@
-// Faults of the driver, the platform and the heap on demand, what the library has made and not deleted, and mapped
-// memory that is the test's own.
+// Faults of the driver, the platform and the heap on demand; a count of what the library has created and not deleted;
+// and mapped memory of the test's own.
 #pragma once
 
 #include <array>
@@ -19,9 +19,9 @@ enum class FaultMode {
   kFrom  ///< All calls fail from one on, as when a GPU is reset.
 };
 
-/// From now on the calls of that kind are counted, on all threads, and the one with that number, the first being 1,
-/// fails as a driver fails it: it is not made and leaves an error, or says in its own way that it failed. What deletes
-/// is made all the same, and leaves an error. Allocations throw.
+/// From now on calls of that kind are counted, on all threads, and the one with that number, beginning with 1, fails as
+/// a driver lets it fail: it is not executed and leaves an error, or reports its failure in its own way. Deletions are
+/// executed all the same, and leave an error. Allocations throw.
 void ArmFault(FaultSource source, int at, FaultMode mode);
 
 struct FaultReport {
@@ -29,11 +29,11 @@ struct FaultReport {
   std::string firstCall;        ///< The first of them.
   bool platformFailed = false;  ///< One that is not of GL was among them: a context may not have been had.
 };
-/// What came of it up to now.
+/// The result so far.
 FaultReport Faults();
 FaultReport DisarmFault();
 
-/// While it lives nothing fails and nothing is counted.
+/// During its lifetime nothing fails and nothing is counted.
 class WithoutFaults {
  public:
   WithoutFaults();
@@ -47,7 +47,7 @@ bool FailsNow(const char* call);
 inline constexpr char kAllocation[] = "operator new";
 bool AllocationsMayFail();
 
-/// What lives: made and not deleted through the watched entry points.
+/// What is alive: created and not deleted through the watched entry points.
 enum Kind {
   kTextures,
   kBuffers,
@@ -71,7 +71,7 @@ void CountContextEnd(const void* context);
 /// How it differs; "" when it doesn't.
 std::string Difference(const Census& before, const Census& now);
 
-/// To be called when the library has started: its entry points may be new ones.
+/// To be called when the library has started, since its entry points may be new ones.
 void WatchGL();
 
 /// The block that stands for the mapped buffer at this address, with all bytes of the buffer; empty for others. Fresh

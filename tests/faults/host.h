@@ -1,4 +1,4 @@
-// A host whose calls may fail: what it notes of each, and what a texture and a read-back hold.
+// A host whose calls may fail: what it records of each call, and what a texture and a read-back hold.
 #pragma once
 
 #include <cstdint>
@@ -41,7 +41,7 @@ class Host {
 
   const Slots gl;
 
-  // Each notes a step right after the call it is about, and gives whether that was done.
+  // Each records a step right after its call, and returns whether the call succeeded.
   bool Did(bool done) { return _Note(done, {}); }
   /// Null, or a texture with the picture.
   bool Made(const QVGTexture* texture);
@@ -52,7 +52,7 @@ class Host {
   /// The window's picture, if it can be told.
   bool Showed(bool done, const class HostWindow& window);
 
-  /// What is wrong whatever the picture is.
+  /// What is wrong, whatever the picture is.
   void Blame(const std::string& fault) { faults += fault + "; "; }
 
   std::vector<Step> steps;
@@ -65,7 +65,7 @@ class Host {
   int failedBefore_ = 0;
 };
 
-/// A part of a scenario with that many steps: those that it leaves out are noted as not done.
+/// A part of a scenario with that many steps; those that it skips are recorded as not done.
 class Part {
  public:
   Part(Host& host, size_t steps) : host_(host), end_(host.steps.size() + steps) {}
