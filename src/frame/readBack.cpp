@@ -44,7 +44,7 @@ uint8_t* ReadBack(const FrameServices& services, int64_t size, GLenum usage, Fil
   uint32_t mappedSize = 0;
   void* address = services.mapper.Map(buffer.get(), &mappedSize);
   // Once mapped, it belongs to the mapper until the host releases it.
-  if (address != nullptr) buffer.release();
+  if (address != nullptr) static_cast<void>(buffer.release());
   return static_cast<uint8_t*>(address);
 }
 

@@ -32,7 +32,7 @@ void SubmitPlane(const FrameServices& services, Texture& texture, const PlaneVie
     image.rowLength = static_cast<int>(plane.stride / format.bytesPerTexel);
     return texture.SubmitLoad(image, place);
   }
-  const size_t rowBytes = static_cast<size_t>(plane.RowBytes());
+  const auto rowBytes = static_cast<size_t>(plane.RowBytes());
   const auto packed = services.scratchBuffers.Lend(rowBytes * static_cast<size_t>(plane.height));
   for (int row = 0; row < plane.height; ++row) {
     std::memcpy(packed.Data() + rowBytes * static_cast<size_t>(row), plane.pixels + plane.stride * row, rowBytes);
