@@ -44,7 +44,7 @@ RenderBuffer* RenderBufferPool::Acquire(int width, int height, GLenum internalFo
 }
 
 void RenderBufferPool::Release(RenderBuffer*& buffer) {
-  PooledRenderBuffer* pooled = static_cast<PooledRenderBuffer*>(buffer);
+  auto* pooled = static_cast<PooledRenderBuffer*>(buffer);
   buffer = nullptr;
   if (pooled == nullptr) return;
   pooled->handOver.Give();
