@@ -63,7 +63,7 @@ PooledTexture* TexturePool::_Create(int width, int height, GLenum internalFormat
 
 Texture* TexturePool::Acquire(uint32_t width, uint32_t height, GLenum internalFormat) {
   if (CurrentContext() == nullptr) return nullptr;
-  const uint32_t limit = static_cast<uint32_t>(Limits::MaxTextureSize());
+  const auto limit = static_cast<uint32_t>(Limits::MaxTextureSize());
   if (width < 1 || height < 1 || width > limit || height > limit) return nullptr;
   const int evenWidth = static_cast<int>(width + width % 2);
   const int evenHeight = static_cast<int>(height + height % 2);
@@ -95,7 +95,7 @@ void TexturePool::_Destroy(const PooledTexture* texture) {
 }
 
 void TexturePool::Release(Texture*& texture) {
-  PooledTexture* pooled = static_cast<PooledTexture*>(texture);
+  auto* pooled = static_cast<PooledTexture*>(texture);
   texture = nullptr;
   if (pooled == nullptr) return;
   pooled->handOver.Give();
