@@ -10,6 +10,8 @@ files=("$@")
 
 # Options of GCC that Clang does not have.
 mkdir -p build/tidy
+findings=$(mktemp)
+trap 'rm -f "$findings"' EXIT
 sed -E 's/ (-fno-gnu-unique|-Wduplicated-cond|-Wlogical-op|-ftrivial-auto-var-init=[a-z]+)//g' \
   build/linux/compile_commands.json >build/tidy/compile_commands.json
 
@@ -20,7 +22,7 @@ tidy() {
   clang-tidy -p build/tidy --quiet "--header-filter=$headers" "$1" 2>/dev/null
 }
 export -f tidy
-printf '%s\n' "${files[@]}" | xargs -d '\n' -P "$(nproc)" -I{} bash -c 'tidy "{}" || :' | tee build/tidy/findings.log
-found=$(grep -cE '(warning|error): .*\[[a-zA-Z0-9.,-]+\]$' build/tidy/findings.log || :)
+printf '%s\n' "${files[@]}" | xargs -d '\n' -P "$(nproc)" -I{} bash -c 'tidy "{}" || :' | tee "$findings"
+found=$(grep -cE '(warning|error): .*\[[a-zA-Z0-9.,-]+\]$' "$findings" || :)
 echo "${#files[@]} files, $found findings"
 ((found == 0))
