@@ -17,12 +17,12 @@ sed -E 's/ (-fno-gnu-unique|-Wduplicated-cond|-Wlogical-op|-ftrivial-auto-var-in
 
 # The public header is judged as C, with the examples; the C++ one with everything else.
 tidy() {
-  local headers='.*/(src|reference|tools)/.*\.h|.*/include/qvGLRenderer/.*\.hpp'
+  local headers='.*/(src|reference|tools|layers)/.*\.h|.*/include/qvGLRenderer/.*\.hpp'
   [[ $1 != *.c ]] || headers='.*/include/qvGLRenderer/.*\.h'
   clang-tidy -p build/tidy --quiet "--header-filter=$headers" "$1" 2>/dev/null
 }
 export -f tidy
 printf '%s\n' "${files[@]}" | xargs -d '\n' -P "$(nproc)" -I{} bash -c 'tidy "{}" || :' | tee "$findings"
-found=$(grep -cE '(warning|error): .*\[[a-zA-Z0-9.,-]+\]$' "$findings" || :)
+found=$(grep -cE ':[0-9]+:[0-9]+: (warning|error): ' "$findings" || :)
 echo "${#files[@]} files, $found findings"
 ((found == 0))
