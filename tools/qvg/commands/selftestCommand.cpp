@@ -56,7 +56,7 @@ class SelftestCommand : public Command {
     for (const CheckGroup& group : CheckGroups()) groups.emplace_back(group.name);
     if (choices.size() > 1) choices.emplace_back("device:N");
     app.add_option("--context", context_,
-                   "Display to start on, instead of the first that works; qvg info numbers devices")
+                   "Display to start on, as QVG_CONTEXT names it, instead of the first that works")
         ->type_name(fmt::format("{}", fmt::join(choices, "|")))
         ->check(CLI::Validator(ContextFault, ""));
     app.add_option("--only", only_, "Group of checks to run, without times; may be given several times")

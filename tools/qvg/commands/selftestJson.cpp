@@ -27,11 +27,15 @@ std::string ObjectOf(const Facts& facts) {
   return "{" + json + "}";
 }
 
+std::string FaultJson(const Fault& fault) {
+  return fmt::format(R"({{"case": {}, "fault": {}}})", JsonQuoted(fault.where), JsonQuoted(fault.what));
+}
+
 std::string CheckJson(const CheckResult& check) {
   return fmt::format(R"({{"group": {}, "name": {}, "passed": {}, "largestError": {:.4f}, "limit": {}, "compared": {}, )"
                      R"("milliseconds": {:.1f}, "faultCount": {}, "faults": {}}})",
                      JsonQuoted(check.group), JsonQuoted(check.name), Json(check.Passed()), check.largest, check.limit,
-                     check.compared, check.milliseconds, check.faultCount, ListOf(check.faults, JsonQuoted));
+                     check.compared, check.milliseconds, check.faultCount, ListOf(check.faults, FaultJson));
 }
 
 std::string TimingJson(const TimingResult& timing) {

@@ -2,7 +2,6 @@
 
 #include <fmt/format.h>
 
-#include <map>
 #include <string_view>
 #include <utility>
 
@@ -21,16 +20,15 @@ std::string Value(const Facts& facts, std::string_view name) {
   return "";
 }
 
-// "blend: multiply, screen; effect: blur"
+// "  blend: multiply, screen", a line a group.
 std::string ByGroup(const std::vector<const CheckResult*>& checks) {
-  std::map<std::string, std::string> groups;
+  std::string text, group;
   for (const CheckResult* check : checks) {
-    std::string& names = groups[check->group];
-    names += (names.empty() ? "" : ", ") + check->name;
+    const std::string before = std::exchange(group, check->group);
+    text += before == group ? ", " : fmt::format("{}  {}: ", text.empty() ? "" : "\n", group);
+    text += check->name;
   }
-  std::string text;
-  for (const auto& [group, names] : groups) text += fmt::format("  {}: {}\n", group, names);
-  return text;
+  return text + '\n';
 }
 
 std::string WhatToSend(const Report& report, const std::string& reportFile) {
@@ -74,7 +72,10 @@ void SelftestText::Begins(const Check& check) { _Print(fmt::format("  {:<40}", c
 void SelftestText::Ended(const CheckResult& result) {
   std::string text =
       fmt::format("{:>8.2f}{:>8.2f}  {}\n", result.largest, result.limit, result.Passed() ? "ok" : "FAILED");
-  for (const std::string& fault : result.faults) text += fmt::format("      {}\n", fault);
+  for (const auto& [where, what] : result.faults) {
+    if (!where.empty()) text += fmt::format("      {}\n", where);
+    text += fmt::format("        {}\n", what);
+  }
   const size_t more = result.faultCount - result.faults.size();
   if (more > 0) text += fmt::format("      and in {} more cases\n", more);
   _Print(text);
@@ -106,9 +107,7 @@ void SelftestText::End(const Report& report, const std::string& reportFile) {
     const std::vector<const CheckResult*> failed = report.Failed();
     text += fmt::format("FAILED: {} of {} checks, in {:.1f} s:\n{}", failed.size(), report.checks.size(),
                         report.seconds, ByGroup(failed));
-    text +=
-        "Another driver may help: a newer one, or on Linux Mesa's software renderer, with which the tool runs as\n"
-        "LIBGL_ALWAYS_SOFTWARE=1 qvg selftest.\n";
+    text += "Another driver may help: a newer one, or on Linux Mesa's software renderer (LIBGL_ALWAYS_SOFTWARE=1).\n";
   }
   _Print(text + WhatToSend(report, reportFile));
 }

@@ -5,22 +5,21 @@ namespace qvgtool::selftest {
 using namespace qvg::reference;
 
 void Comparison::Same(const Image& expected, const Image& actual, const std::vector<bool>& skip) {
-  Fault(Compare(expected, actual, limit_, errors, skip));
+  Record(Compare(expected, actual, limit_, errors, skip));
 }
 
 void Comparison::Same(const Planes& expected, const QVGPixelBuffer& actual) {
-  Fault(Compare(expected, actual, limit_, errors));
+  Record(Compare(expected, actual, limit_, errors));
 }
 
 void Comparison::Holds(bool condition, const std::string& what) {
   ++errors.compared;
-  if (!condition) Fault("not true that " + what);
+  if (!condition) Record("not true that " + what);
 }
 
-void Comparison::Fault(const std::string& text) {
+void Comparison::Record(const std::string& fault) {
   constexpr size_t kKept = 2;
-  if (text.empty() || ++faultCount > kKept) return;
-  faults.push_back(case_.empty() ? text : case_ + ": " + text);
+  if (!fault.empty() && ++faultCount <= kKept) faults.push_back({case_, fault});
 }
 
 const std::vector<CheckGroup>& CheckGroups() {

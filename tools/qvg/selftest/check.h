@@ -10,6 +10,12 @@
 
 namespace qvgtool::selftest {
 
+/** Something that was not as it should be. */
+struct Fault {
+  std::string where;  // the case; may be empty
+  std::string what;
+};
+
 /** Compares what the library gave with what it should have given, as often as a check likes. */
 class Comparison {
  public:
@@ -26,10 +32,10 @@ class Comparison {
   /** A condition that has no size; what: "the flag \"flipped\" is set". */
   void Holds(bool condition, const std::string& what);
   /** What was found in another way; "" is no fault. */
-  void Fault(const std::string& text);
+  void Record(const std::string& fault);
 
   qvg::reference::Errors errors;
-  std::vector<std::string> faults;  // "case: what"; the first few
+  std::vector<Fault> faults;  // the first few
   size_t faultCount = 0;
 
  private:

@@ -36,15 +36,15 @@ CheckResult Suite::_Run(const Check& check, LogCapture& log) const {
   Comparison comparison(check.limit, quick_);
   try {
     check.run(comparison);
-    if (comparison.errors.compared == 0) comparison.Fault("nothing was compared");
+    if (comparison.errors.compared == 0) comparison.Record("nothing was compared");
   } catch (const std::exception& error) {
-    comparison.Fault(error.what());
+    comparison.Record(error.what());
   }
   const std::chrono::duration<double, std::milli> taken = std::chrono::steady_clock::now() - begin;
   comparison.Case("the library's log");
   const std::vector<LogLine> lines = log.Lines();
   for (size_t i = linesBefore; i < lines.size(); ++i) {
-    if (lines[i].level != LogLine::kOther) comparison.Fault(lines[i].message);
+    if (lines[i].level != LogLine::kOther) comparison.Record(lines[i].message);
   }
   return {check.group,           check.name,        check.limit,  comparison.errors.largest, comparison.errors.compared,
           comparison.faultCount, comparison.faults, taken.count()};

@@ -14,7 +14,7 @@ struct CheckResult {
   double limit = 0, largest = 0;  // in steps of 1/255
   size_t compared = 0;            // pixels
   size_t faultCount = 0;
-  std::vector<std::string> faults;  // the first few
+  std::vector<Fault> faults;  // the first few
   double milliseconds = 0;
   bool Passed() const { return faultCount == 0; }
 };
