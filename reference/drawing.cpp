@@ -183,7 +183,7 @@ double MatteAlpha(int type, double alpha, const Color& m) {
 }  // namespace
 
 QVGCamera DefaultCamera(int width, int height) {
-  const float w = static_cast<float>(width), h = static_cast<float>(height);
+  const auto w = static_cast<float>(width), h = static_cast<float>(height);
   return {1,     -w / 2, w / 2, h / 2,        -h / 2,    0,        20000, 2 * std::atan(h / 2000),
           w / h, 1,      20000, {0, 0, 1000}, {0, 0, 0}, {0, 1, 0}};
 }

@@ -257,7 +257,7 @@ EffectResult ExpectedEffect(const EffectScene& scene) {
 }
 
 std::string CompareEffect(const EffectResult& expected, const Image& actual, Errors& errors) {
-  if (const std::string fault = SizeFault(expected.image, actual); !fault.empty()) return fault;
+  if (std::string fault = SizeFault(expected.image, actual); !fault.empty()) return fault;
   std::ostringstream text;
   size_t bad = 0;
   for (size_t i = 0; i < actual.texels.size(); ++i) {

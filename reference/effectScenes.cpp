@@ -51,8 +51,9 @@ std::vector<EffectCase> MakeCases() {
                  {"enable_color", "bright", {-100, 35}},      {"enable_color", "temperature", {-100, 1, 50}},
                  {"enable_color", "highlight", {1, 60, 100}}, {"enable_color", "shadow", {1, 40, 100}}};
   for (const auto& [stage, row, values] : numbers) {
-    if (std::none_of(cases.begin(), cases.end(), [&](const EffectCase& made) { return made.row == stage; }))
-      add(stage, {{stage, 1}, {row, 0}});
+    // Clang before 16 captures no bindings.
+    const auto isOfStage = [stage = stage](const EffectCase& made) { return made.row == stage; };
+    if (std::none_of(cases.begin(), cases.end(), isOfStage)) add(stage, {{stage, 1}, {row, 0}});
     for (const int value : values) add(row, {{stage, 1}, {row, value}});
   }
 
@@ -111,7 +112,7 @@ Image DarkPicture(int width, int height, int seed) {
   return Quantised(dark);
 }
 
-bool IsSwitch(const std::string& key) { return kSwitches.count(key) > 0; }
+bool IsSwitch(const std::string& key) { return kSwitches.contains(key); }
 
 void SetParameter(EffectSettings& settings, const std::string& key, int value) {
   if (IsSwitch(key)) {

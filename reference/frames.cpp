@@ -204,6 +204,7 @@ Frame MakeFlatFrame(const Memory& memory, const Layout& layout) {
 
 std::vector<bool> NotFlat() {
   std::vector<bool> skip;
+  skip.reserve(kFlatWidth * kFlatHeight);
   for (int i = 0; i < kFlatWidth * kFlatHeight; ++i)
     skip.push_back(i % kFlatWidth % kCell != kCell / 2 || i / kFlatWidth % kCell != kCell / 2);
   return skip;

@@ -121,7 +121,7 @@ std::string TexelFault(const Image& expected, const Image& actual, size_t i) {
 
 std::string Compare(const Image& expected, const Image& actual, double limit, Errors& errors,
                     const std::vector<bool>& skip) {
-  if (const std::string fault = SizeFault(expected, actual); !fault.empty()) return fault;
+  if (std::string fault = SizeFault(expected, actual); !fault.empty()) return fault;
   std::ostringstream text;
   size_t bad = 0;
   for (size_t i = 0; i < actual.texels.size(); ++i) {
