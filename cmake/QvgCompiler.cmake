@@ -45,7 +45,7 @@ if(QVG_SANITIZE)
   add_link_options("-fsanitize=${QVG_SANITIZE}")
 endif()
 
-# Hardening, where it doesn't meet the instrumentation. Fortified functions need an optimised build.
+# Hardening, where it doesn't conflict with instrumentation. Fortified functions need an optimised build.
 if(NOT QVG_SANITIZE)
   add_compile_options(-fstack-protector-strong)
   if(WIN32)

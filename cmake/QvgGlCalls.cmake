@@ -9,7 +9,7 @@ function(qvg_list_gl_calls target)
   endif()
   list(TRANSFORM calls REPLACE "${pattern}" "  X(\\1)")
   list(JOIN calls " \\\n" calls)
-  # The time stamp stays while the text does.
+  # The time stamp changes only with the text.
   file(CONFIGURE OUTPUT "${folder}/glCallList.h" CONTENT "#define QVG_FOR_EACH_GL_CALL(X) \\\n${calls}\n" @ONLY)
   target_include_directories(${target} PRIVATE "${folder}" "${PROJECT_SOURCE_DIR}/tests/support")
 endfunction()

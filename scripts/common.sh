@@ -1,6 +1,6 @@
 # Shared by ./test and ./demo. Sourced with the repository's root as the working directory.
 
-# Installs what is missing of the given groups of scripts/packages.
+# Installs the missing packages of the given groups of scripts/packages.
 install_packages() {
   local groups=" $* " group package missing=()
   while read -r group package; do

@@ -1,5 +1,5 @@
 #!/bin/bash
-# Makes $WINEPREFIX, once; an X server must be there. Several runs may call it at the same time.
+# Creates $WINEPREFIX, once; needs an X server. Several runs may call it at the same time.
 set -eu
 mkdir -p "$WINEPREFIX"
 exec 9>"$WINEPREFIX.lock"

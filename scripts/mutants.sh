@@ -1,6 +1,6 @@
 #!/bin/bash
-# Whether the tests find faults: each mutant of scripts/mutants.txt is put into a copy of the sources and must make a
-# test program fail. Ends with the names of those that no test found.
+# Checks that the tests find faults: each mutant of scripts/mutants.txt is put into a copy of the sources, and must make
+# a test program fail. Ends with the names of the mutants that no test found.
 #
 #   scripts/mutants.sh [NAME...]    those whose names contain one of the words; without any all of them
 #
@@ -13,7 +13,7 @@ programs=(qvg_unit_tests qvg_tests)
 headless=(env -u DISPLAY -u WAYLAND_DISPLAY LIBGL_ALWAYS_SOFTWARE=1)
 mkdir -p "$folder/tree"
 
-# The sources as they are, changed ones included; what is the same keeps its time, and what is gone goes.
+# Copies the sources as they are, with uncommitted changes; unchanged files keep their time, deleted ones go.
 git ls-files -z --cached --others --exclude-standard | while IFS= read -r -d '' file; do
   [[ -f $file ]] || continue
   cmp -s "$file" "$folder/tree/$file" || install -D -m "$(stat -c %a "$file")" "$file" "$folder/tree/$file"
@@ -36,7 +36,7 @@ run() {
   done
 }
 
-# Not optimised, as compiling is most of the time; linked libraries of the same interface relink nothing.
+# Not optimised, since compiling takes most of the time; a library whose interface is unchanged relinks nothing.
 cmake -S "$folder/tree" -B "$folder/build" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG=-O1 \
   -DCMAKE_LINK_DEPENDS_NO_SHARED=ON -DQVG_BUILD_TOOLS=OFF -DQVG_BUILD_BENCH=OFF -DQVG_BUILD_EXAMPLES=OFF >"$log" 2>&1 &&
   build || { tail -n 40 "$log"; exit 1; }

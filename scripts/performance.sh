@@ -18,7 +18,7 @@ cmake --build build/linux --target qvg_bench
 "${headless[@]}" build/linux/qvg_bench --count --table="$work/counts"
 "${headless[@]}" build/linux/qvg_bench --table="$work/times"
 
-# In turns, so that a machine that slows down slows down all.
+# In turns, so that a machine that slows down affects all of them.
 touch "$work/other" "$work/own"
 if [[ $peers ]]; then
   cp -r "$peers" "$work/peers"

@@ -1,6 +1,6 @@
 #!/bin/bash
-# The Windows test programs again and again, under Wine: scripts/repeat_windows.sh [ROUNDS]. No round may fail, and none
-# is repeated. Expects what ./test windows has built and installed.
+# repeat_windows.sh [ROUNDS]: runs the Windows test programs again and again, under Wine. No round may fail, and none is
+# repeated. Expects what ./test windows has built and installed.
 set -u
 cd "$(dirname "$0")/.." || exit 1
 source scripts/test_parts.sh

@@ -1,5 +1,5 @@
 #!/bin/bash
-# hardening.sh OBJDUMP BINARY...: what a binary promises the loader, and what its code is checked by.
+# hardening.sh OBJDUMP BINARY...: the hardening that binaries declare to the loader, and the checks in their code.
 set -u
 objdump=$1
 shift

@@ -9,7 +9,7 @@ source "$here/installed_checks.sh"
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
-# Moved after it was installed: nothing in it may know its first place.
+# Moved after it was installed: nothing in it may depend on its first place.
 cmake --install "$build" --prefix "$work/installed" >/dev/null
 mv "$work/installed" "$work/moved"
 if [[ $toolchain ]]; then

@@ -1,6 +1,6 @@
 #!/bin/bash
-# packages.sh FOLDER TOOLCHAIN_FILE: the packages of scripts/package.sh, unpacked into a folder, serve hosts; and they
-# say what they need. bare_debian.sh installs them for good.
+# packages.sh FOLDER TOOLCHAIN_FILE: the packages of scripts/package.sh, unpacked into a folder, serve hosts, and
+# name what they depend on. bare_debian.sh installs them for good.
 set -eu
 packages=$(realpath "$1")
 here=$(realpath "$(dirname "$0")")
