@@ -144,6 +144,7 @@ template <class Object, auto GiveBack>
 class Handle {
  public:
   Handle() = default;
+  Handle(std::nullptr_t) noexcept {}
   /// Takes over what a slot has given; null makes an empty handle.
   explicit Handle(Object* object) noexcept : object_(object) {}
   Handle(Handle&& other) noexcept : object_(other.release()) {}
@@ -155,6 +156,8 @@ class Handle {
 
   Object* get() const noexcept { return object_; }
   explicit operator bool() const noexcept { return object_ != nullptr; }
+  friend bool operator==(const Handle& handle, std::nullptr_t) noexcept { return !handle; }
+  friend bool operator!=(const Handle& handle, std::nullptr_t) noexcept { return static_cast<bool>(handle); }
   /// Hands the object to the caller, who gives it back.
   [[nodiscard]] Object* release() noexcept { return std::exchange(object_, nullptr); }
   /// Gives the object back and takes over another one.

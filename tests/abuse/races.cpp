@@ -28,7 +28,7 @@ void OnTwoThreads(const std::function<void()>& work) {
 // Through the library's own code, which is not told that the texture went to another thread.
 void TextureOnTwoThreads() {
   const CurrentContext context;
-  const TexturePtr texture(Table().AcquireTexture(8, 8));
+  const Texture texture(Table().AcquireTexture(8, 8));
   OnTwoThreads([&] {
     for (uint32_t i = 0; i < 100000; ++i)
       Table().SetTextureOrigin(texture.get(), i, Table().GetTextureWidth(texture.get()));
@@ -43,7 +43,7 @@ void FrameUnderUpload() {
     const QVGPixelBuffer frame = {{pixels.data()}, {32}, 8, 8, 0, 0, QVG_FORMAT_RGBA};
     for (int i = 0; i < 20; ++i) {
       pixels.fill(static_cast<uint8_t>(i));
-      TexturePtr texture(Table().UploadPixelBufferToNewTexture(&frame, false, false, {}));
+      Texture texture(Table().UploadPixelBufferToNewTexture(&frame, false, false, {}));
     }
   });
 }

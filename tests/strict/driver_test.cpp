@@ -39,7 +39,7 @@ bool DrawsToRgb() {
 }
 
 bool FreshStorageIsGarbage() {
-  const TexturePtr texture(Table().AcquireTexture(64, 64));
+  const Texture texture(Table().AcquireTexture(64, 64));
   const auto last = Storage(texture.get()).at(63, 63);
   unsigned buffer = 0, words = 0;
   glGenBuffers(1, &buffer);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <optional>
 #include <sstream>
 
 #include "platform.h"
@@ -9,19 +10,19 @@
 namespace qvg::test {
 namespace {
 
-const QVGGLRendererInterface* table = nullptr;
+std::optional<Library> library;
 
-class Library : public ::testing::Environment {
+class Release : public ::testing::Environment {
  public:
-  void TearDown() override { QVG_ReleaseGLRendererInterface(&table); }
+  void TearDown() override { library.reset(); }
 };
-[[maybe_unused]] ::testing::Environment* const library = ::testing::AddGlobalTestEnvironment(new Library);
+[[maybe_unused]] ::testing::Environment* const release = ::testing::AddGlobalTestEnvironment(new Release);
 
 }  // namespace
 
 const QVGGLRendererInterface& Table() {
-  if (table == nullptr) table = QVG_GetGLRendererInterface(nullptr);
-  return *table;
+  if (!library.has_value()) library.emplace();
+  return qvg::Table();
 }
 
 CurrentContext::CurrentContext() : handle(Table().GetSharedContext()) {
@@ -76,37 +77,36 @@ std::vector<size_t> NameCounts() {
   return counts;
 }
 
-TexturePtr Upload(const Frame& frame, bool flipped) {
-  return TexturePtr(Table().UploadPixelBufferToNewTexture(&frame.buffer, flipped, false, {}));
+Texture Upload(const Frame& frame, bool flipped) {
+  return Texture::FromFrame(frame.buffer, flipped ? Rows::kBottomUp : Rows::kTopDown);
 }
 
-TexturePtr Upload(const Image& picture) { return Upload(MakeFrame(QVG_FORMAT_RGBA, picture)); }
+Texture Upload(const Image& picture) { return Upload(MakeFrame(QVG_FORMAT_RGBA, picture)); }
 
-TexturePtr Premultiplied(const Image& picture) {
-  const TexturePtr frame = Upload(picture);
-  Table().SetTextureFlipped(frame.get(), false);
-  const EffectPtr effect(Table().CreateEffect("general_eff"));
-  const QVGParamValue on = {QVG_PARAM_INTEGER, {.integer = 1}};
-  EXPECT_TRUE(Table().SetEffectParameter(effect.get(), "enable_color", &on));
-  return TexturePtr(Table().ApplyEffect(effect.get(), frame.get()));
+Texture Premultiplied(const Image& picture) {
+  const Texture frame = Upload(picture);
+  frame.SetFlipped(false);
+  const Effect effect = Effect::New();
+  EXPECT_TRUE(effect.Set("enable_color", 1));
+  return effect.Apply(frame);
 }
 
 void LeaveGarbage(int code, int width, int height) {
   // Even differences on one axis and odd ones on the other: the origin of the next content is off the centre.
-  TexturePtr texture = Upload(MakeFrame(code, width + 27, height + 22, 77));
+  Texture texture = Upload(MakeFrame(code, width + 27, height + 22, 77));
   EXPECT_NE(texture, nullptr);
 }
 
-TexturePtr UploadAnew(const Frame& frame, bool recycled) {
+Texture UploadAnew(const Frame& frame, bool recycled) {
   ClearPools();
   if (recycled) LeaveGarbage(frame.buffer.format, frame.buffer.width, frame.buffer.height);
-  TexturePtr texture = Upload(frame);
-  EXPECT_EQ(Table().GetTextureAllocatedWidth(texture.get()) > frame.buffer.width + 1u, recycled);
-  EXPECT_EQ(Table().GetTextureAllocatedHeight(texture.get()) > frame.buffer.height + 1u, recycled);
+  Texture texture = Upload(frame);
+  EXPECT_EQ(texture.AllocatedWidth() > frame.buffer.width + 1u, recycled);
+  EXPECT_EQ(texture.AllocatedHeight() > frame.buffer.height + 1u, recycled);
   return texture;
 }
 
-TexturePtr UploadAnew(const Image& picture, bool recycled) {
+Texture UploadAnew(const Image& picture, bool recycled) {
   return UploadAnew(MakeFrame(QVG_FORMAT_RGBA, picture), recycled);
 }
 
@@ -115,15 +115,15 @@ void Refill(QVGTexture* texture, const Image& picture) {
   EXPECT_TRUE(Table().UploadPixelBufferToTexture(texture, &frame.buffer, false, false, {}));
 }
 
-FrameBufferPtr Target(QVGTexture* texture, const QVGCamera* camera, bool depth) {
+FrameBuffer Target(QVGTexture* texture, const QVGCamera* camera, bool depth) {
   QVGFrameBufferDesc description = {};
   description.width = static_cast<int>(Table().GetTextureWidth(texture));
   description.height = static_cast<int>(Table().GetTextureHeight(texture));
   description.depthStencil = depth;
   description.camera = camera != nullptr ? *camera : DefaultCamera(description.width, description.height);
-  FrameBufferPtr target(camera != nullptr || depth
-                            ? Table().CreateFrameBufferFromDesc(&description)
-                            : Table().CreateFrameBuffer(description.width, description.height, false, false));
+  FrameBuffer target(camera != nullptr || depth
+                         ? Table().CreateFrameBufferFromDesc(&description)
+                         : Table().CreateFrameBuffer(description.width, description.height, false, false));
   EXPECT_NE(target, nullptr);
   EXPECT_TRUE(Table().BindTextureToFrameBuffer(target.get(), texture));
   return target;

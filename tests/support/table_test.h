@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "frames.h"
-#include "qvGLRenderer/qvGLRenderer.h"
+#include "qvGLRenderer/qvGLRenderer.hpp"
 #include "reference/drawing.h"
 #include "reference/readBack.h"
 
@@ -17,15 +17,6 @@ namespace qvg::test {
 
 /// The table; the library is started by the first call and released when the program ends.
 const QVGGLRendererInterface& Table();
-
-struct GiveBack {
-  void operator()(QVGTexture* texture) const { Table().ReleaseTexture(&texture); }
-  void operator()(QVGFrameBuffer* frameBuffer) const { Table().DestroyFrameBuffer(&frameBuffer); }
-  void operator()(QVGEffect* effect) const { Table().DestroyEffect(&effect); }
-};
-using TexturePtr = std::unique_ptr<QVGTexture, GiveBack>;
-using FrameBufferPtr = std::unique_ptr<QVGFrameBuffer, GiveBack>;
-using EffectPtr = std::unique_ptr<QVGEffect, GiveBack>;
 
 /// A context of the library, current on the calling thread for this object's life. From the first one on the tests may
 /// call GL as a host might beside the library.
@@ -57,20 +48,20 @@ std::vector<unsigned> LiveNames(Names kind);
 /// How many live, kind by kind.
 std::vector<size_t> NameCounts();
 
-TexturePtr Upload(const Frame& frame, bool flipped = false);
+Texture Upload(const Frame& frame, bool flipped = false);
 /// A texture with these texels, texture row 0 first.
-TexturePtr Upload(const Image& picture);
+Texture Upload(const Image& picture);
 /// A premultiplied texture with these texels: what an effect with nothing to change gives.
-TexturePtr Premultiplied(const Image& picture);
+Texture Premultiplied(const Image& picture);
 /// Leaves idle textures in the pools, larger than this and full of something else, such as an upload of the format
 /// uses.
 void LeaveGarbage(int code, int width, int height);
 /// With empty pools: fresh storage, or larger storage full of something else.
-TexturePtr UploadAnew(const Frame& frame, bool recycled);
-TexturePtr UploadAnew(const Image& picture, bool recycled);
+Texture UploadAnew(const Frame& frame, bool recycled);
+Texture UploadAnew(const Image& picture, bool recycled);
 /// Puts a picture into a texture that has its size.
 void Refill(QVGTexture* texture, const Image& picture);
-FrameBufferPtr Target(QVGTexture* texture, const QVGCamera* camera = nullptr, bool depth = false);
+FrameBuffer Target(QVGTexture* texture, const QVGCamera* camera = nullptr, bool depth = false);
 
 /// What the texture's content holds as sampled, texture row 0 first.
 Image Content(QVGTexture* texture);

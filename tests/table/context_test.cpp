@@ -67,13 +67,13 @@ TEST_F(ContextTest, TexturesAreSharedAndFrameBuffersAreNot) {
   const std::vector<unsigned> before = LiveNames(kFrameBuffers);
   const Image picture = Picture(64, 48, 1);
   const Color red = {1, 0, 0, 1};
-  TexturePtr texture = Upload(picture), target = Upload(Picture(64, 48, 2)), second = Upload(Picture(64, 48, 3));
-  FrameBufferPtr mine = Target(target.get());
+  Texture texture = Upload(picture), target = Upload(Picture(64, 48, 2)), second = Upload(Picture(64, 48, 3));
+  FrameBuffer mine = Target(target.get());
   ASSERT_TRUE(gl_.ClearFrameBuffer(mine.get(), red.data()));
   gl_.Finish();
   {
     CurrentContext other;
-    const FrameBufferPtr its = Target(second.get());  // likely the same number as mine
+    const FrameBuffer its = Target(second.get());  // likely the same number as mine
     EXPECT_FALSE(gl_.BindTextureToFrameBuffer(mine.get(), texture.get()));
     EXPECT_FALSE(gl_.ClearFrameBuffer(mine.get(), red.data()));
     mine.reset();  // not the one of this context
@@ -83,7 +83,7 @@ TEST_F(ContextTest, TexturesAreSharedAndFrameBuffersAreNot) {
   ASSERT_TRUE(gl_.MakeCurrentContext(context_->handle, nullptr));
   EXPECT_EQ(Difference(Image(64, 48, red), Content(target.get())), "");
   // Those that the library keeps go with their textures, the one that was deleted elsewhere goes here.
-  for (TexturePtr* drawn : {&texture, &target, &second}) drawn->reset();
+  for (Texture* drawn : {&texture, &target, &second}) drawn->reset();
   ClearPools();
   { const CurrentContext other; }
   ASSERT_TRUE(gl_.MakeCurrentContext(context_->handle, nullptr));
@@ -112,11 +112,11 @@ void RenderFrames(int seed, int frames, std::atomic<int>& begun) {
   // Each has a context of its own: none takes over that of one which has ended already.
   for (++begun; begun < kThreads;) std::this_thread::yield();
   ASSERT_NE(context.handle, nullptr);
-  const TexturePtr target(Table().AcquireTexture(kWidth, kHeight));
-  const FrameBufferPtr frameBuffer = Target(target.get());
+  const Texture target(Table().AcquireTexture(kWidth, kHeight));
+  const FrameBuffer frameBuffer = Target(target.get());
   for (int i = 0; i < frames; ++i) {
     SCOPED_TRACE(::testing::Message() << "thread " << seed << ", frame " << i);
-    const TexturePtr source = Upload(pictures[i % 2]);
+    const Texture source = Upload(pictures[i % 2]);
     ASSERT_NE(source, nullptr);
     ASSERT_TRUE(Table().DrawTexture(source.get(), frameBuffer.get(), &scene.params));
     ReadBack read;

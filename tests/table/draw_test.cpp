@@ -12,8 +12,8 @@ namespace {
 class DrawTest : public TableTest {
  protected:
   // Draws the scene's source and compares. target and scene.params.matteTexture hold what the scene tells.
-  void ExpectDrawn(const DrawScene& scene, const TexturePtr& source, const FrameBufferPtr& frameBuffer,
-                   const TexturePtr& target, double limit = kDrawLimit) {
+  void ExpectDrawn(const DrawScene& scene, const Texture& source, const FrameBuffer& frameBuffer, const Texture& target,
+                   double limit = kDrawLimit) {
     ASSERT_TRUE(gl_.DrawTexture(source.get(), frameBuffer.get(), &scene.params));
     const DrawResult expected = ExpectedDraw(scene);
     EXPECT_EQ(Mismatch(expected.image, Content(target.get()), limit, expected.onEdge), "");
@@ -21,7 +21,7 @@ class DrawTest : public TableTest {
 
   // The same with textures of its own. What is recycled of a premultiplied source is its clone.
   void ExpectScene(DrawScene scene, bool recycled, double limit = kDrawLimit) {
-    TexturePtr source;
+    Texture source;
     if (scene.premultipliedSource) {
       ClearPools();
       if (recycled) LeaveGarbage(QVG_FORMAT_RGBA, scene.source.width, scene.source.height);
@@ -30,8 +30,8 @@ class DrawTest : public TableTest {
     } else {
       source = UploadAnew(scene.source, recycled);
     }
-    const TexturePtr target = UploadAnew(scene.target, recycled);
-    const TexturePtr matte = scene.matte.empty() ? nullptr : UploadAnew(scene.matte, recycled);
+    const Texture target = UploadAnew(scene.target, recycled);
+    const Texture matte = scene.matte.empty() ? nullptr : UploadAnew(scene.matte, recycled);
     ASSERT_TRUE(gl_.SetTextureRotation(source.get(), scene.quarterTurns));
     scene.params.matteTexture = matte.get();
     ExpectDrawn(scene, source, Target(target.get(), &scene.camera), target, limit);
@@ -77,12 +77,12 @@ TEST_F(DrawTest, PremultipliedTargetsBecomeStraight) {
     for (const std::string what : {"straight", "premultiplied", "itself", "after a clear", "after an upload"}) {
       SCOPED_TRACE("blend " + std::to_string(blend) + ", " + what);
       DrawScene scene = MakeScene(Cutout(37, 23, 1), Quantised(Straight(stored)));
-      const TexturePtr target = Premultiplied(stored);
+      const Texture target = Premultiplied(stored);
       if (what == "after an upload") {
         scene.target = Picture(64, 48, 5);
         Refill(target.get(), scene.target);
       }
-      const FrameBufferPtr frameBuffer = Target(target.get());
+      const FrameBuffer frameBuffer = Target(target.get());
       if (what == "after a clear") {
         scene.target = Quantised(Image(64, 48, {0.6, 0.2, 1, 0.5}));
         ASSERT_TRUE(gl_.ClearFrameBuffer(frameBuffer.get(), scene.target.texels[0].data()));
@@ -90,14 +90,14 @@ TEST_F(DrawTest, PremultipliedTargetsBecomeStraight) {
       scene.premultipliedSource = what == "premultiplied";
       const bool itself = what == "itself";
       if (itself) scene.source = scene.target;
-      const TexturePtr source = scene.premultipliedSource ? Premultiplied(scene.source) : Upload(scene.source);
+      const Texture source = scene.premultipliedSource ? Premultiplied(scene.source) : Upload(scene.source);
       scene.params.blendType = blend;
       // Mirrored, texel on texel. Where a straight value lies halfway between two steps either is stored.
       scene.params.scale[0] = -1;
       Set(scene.params.translation, itself ? 5 : 5.5, itself ? -3 : -3.5, 0);
       ExpectDrawn(scene, itself ? target : source, frameBuffer, target, 1.6);
 
-      const TexturePtr canvas = Upload(white);
+      const Texture canvas = Upload(white);
       DrawScene over = MakeScene(Content(target.get()), white);
       over.params.blendType = QVG_BLEND_NORMAL;
       ExpectDrawn(over, target, Target(canvas.get()), canvas, 1);
@@ -112,10 +112,10 @@ TEST_F(DrawTest, EveryBlendOfEveryAlphaAndForm) {
   const BlendCells& cells = EveryColour();
   DrawScene scene = MakeScene(cells.source, cells.target);
   const Image images[] = {cells.source, Multiplied(cells.source)}, mattes[] = {cells.matte, Multiplied(cells.matte)};
-  const TexturePtr textures[] = {UploadAnew(images[0], true), Premultiplied(images[1])};
-  const TexturePtr matteTextures[] = {UploadAnew(mattes[0], false), Premultiplied(mattes[1])};
-  const TexturePtr target = UploadAnew(scene.target, true);
-  const FrameBufferPtr frameBuffer = Target(target.get());
+  const Texture textures[] = {UploadAnew(images[0], true), Premultiplied(images[1])};
+  const Texture matteTextures[] = {UploadAnew(mattes[0], false), Premultiplied(mattes[1])};
+  const Texture target = UploadAnew(scene.target, true);
+  const FrameBuffer frameBuffer = Target(target.get());
 
   const std::set<int> some = {QVG_BLEND_NONE,       QVG_BLEND_NORMAL,     QVG_BLEND_MULTIPLY,   QVG_BLEND_SCREEN,
                               QVG_BLEND_SOFT_LIGHT, QVG_BLEND_LUMINOSITY, QVG_BLEND_ERASE_LUMA, QVG_BLEND_MASK_LUMA};
@@ -155,7 +155,7 @@ TEST_F(DrawTest, SourceOrMatteMayBeTheTarget) {
       scene.params.blendType = blend;
       Set(scene.params.rotation, 0, 0, 160);
       Set(scene.params.scale, 0.9, 0.7, 1);
-      const TexturePtr source = UploadAnew(scene.source, true), target = UploadAnew(scene.target, true);
+      const Texture source = UploadAnew(scene.source, true), target = UploadAnew(scene.target, true);
       scene.params.matteTexture = isMatte ? target.get() : nullptr;
       ExpectDrawn(scene, isSource ? target : source, Target(target.get()), target);
     }
@@ -166,13 +166,13 @@ TEST_F(DrawTest, DepthTestHidesWhatLiesBehind) {
   const Color clear = {0.2, 0.4, 0.6, 0.8};
   for (const bool recycled : {false, true}) {
     SCOPED_TRACE(recycled ? "recycled" : "fresh");
-    const TexturePtr target = UploadAnew(Picture(64, 48, 1), recycled);
+    const Texture target = UploadAnew(Picture(64, 48, 1), recycled);
     if (recycled) gl_.PreallocateRenderBuffers(190, 160, 1);
-    const FrameBufferPtr frameBuffer = Target(target.get(), nullptr, true);
+    const FrameBuffer frameBuffer = Target(target.get(), nullptr, true);
     ASSERT_TRUE(gl_.ClearFrameBuffer(frameBuffer.get(), clear.data()));
     DepthTarget expected(64, 48, clear);
     for (const DrawScene& scene : DepthScenes(64, 48)) {
-      const TexturePtr source = UploadAnew(scene.source, recycled);
+      const Texture source = UploadAnew(scene.source, recycled);
       ASSERT_TRUE(gl_.DrawTexture(source.get(), frameBuffer.get(), &scene.params));
       expected.Draw(scene);
     }
@@ -186,9 +186,9 @@ TEST_F(DrawTest, FrameBuffersWithBuffersTakeTexturesOfOneSize) {
     for (const bool color : {false, true}) {
       SCOPED_TRACE(::testing::Message() << (depth ? "depth " : "") << (color ? "colour" : ""));
       const QVGFrameBufferDesc description = {64, 48, 0, depth, color, DefaultCamera(64, 48)};
-      const FrameBufferPtr frameBuffer(gl_.CreateFrameBufferFromDesc(&description));
+      const FrameBuffer frameBuffer(gl_.CreateFrameBufferFromDesc(&description));
       const bool any = !depth && !color;
-      const TexturePtr first = Upload(Picture(64, 48, 1)), lower = Upload(Picture(64, 47, 4));
+      const Texture first = Upload(Picture(64, 48, 1)), lower = Upload(Picture(64, 47, 4));
       ASSERT_TRUE(gl_.BindTextureToFrameBuffer(frameBuffer.get(), first.get()));
       EXPECT_EQ(gl_.BindTextureToFrameBuffer(frameBuffer.get(), lower.get()), any);
       DrawScene scene = MakeScene(Picture(30, 20, 3), any ? Picture(64, 47, 4) : Picture(64, 48, 1));
@@ -208,7 +208,7 @@ TEST_F(DrawTest, TexturesOfThreeByteFormatsAreTargets) {
     SCOPED_TRACE(FormatOf(code).name);
     const bool cleared = code != QVG_FORMAT_RGB;
     DrawScene scene = MakeScene(picture, cleared ? Image(64, 48, clear) : before);
-    const TexturePtr target = Upload(MakeFrame(code, before)), source = Upload(MakeFrame(code, picture));
+    const Texture target = Upload(MakeFrame(code, before)), source = Upload(MakeFrame(code, picture));
     EXPECT_TRUE(!cleared || gl_.ClearTexture(target.get(), clear.data()));
     scene.params.blendType = QVG_BLEND_DARKEN;
     Set(scene.params.translation, 5.5, -3.5, 0);  // texel on texel

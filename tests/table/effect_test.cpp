@@ -60,13 +60,13 @@ QVGParamValue Boolean(bool boolean) {
   return value;
 }
 
-void Set(const EffectPtr& effect, const char* key, const QVGParamValue& value) {
+void Set(const Effect& effect, const char* key, const QVGParamValue& value) {
   EXPECT_TRUE(Table().SetEffectParameter(effect.get(), key, &value)) << key;
 }
 
 /// An effect together with what the reference knows of it.
 struct Tuned {
-  EffectPtr effect{Table().CreateEffect(kName)};
+  Effect effect{Table().CreateEffect(kName)};
   EffectSettings settings;
   Image background;
 
@@ -100,16 +100,16 @@ class EffectTest : public TableTest {
     EXPECT_EQ(host.lent, 0) << "images that were not given back";
   }
 
-  TexturePtr Apply(const EffectPtr& effect, const TexturePtr& frame) {
-    TexturePtr output(gl_.ApplyEffect(effect.get(), frame.get()));
+  Texture Apply(const Effect& effect, const Texture& frame) {
+    Texture output(gl_.ApplyEffect(effect.get(), frame.get()));
     EXPECT_NE(output, nullptr);
-    EXPECT_NE(output, frame);
+    EXPECT_NE(output.get(), frame.get());
     EXPECT_TRUE(gl_.GetTextureRotation(output.get()) == 0 && !gl_.GetTextureFlipped(output.get()));
     return output;
   }
 
   /// Draws the frame, which holds the picture, and compares.
-  void Check(const Tuned& tuned, const TexturePtr& frame, const Image& picture) {
+  void Check(const Tuned& tuned, const Texture& frame, const Image& picture) {
     const EffectScene scene = {tuned.settings, picture, static_cast<int>(gl_.GetTextureRotation(frame.get()) % 4),
                                gl_.GetTextureFlipped(frame.get()), tuned.background};
     EXPECT_EQ(CompareEffect(ExpectedEffect(scene), Content(Apply(tuned.effect, frame).get()), errors_), "");
@@ -122,7 +122,7 @@ class EffectTest : public TableTest {
     Check(tuned, EffectPicture(48, 32, 1));
     ClearPools();
     {  // for the frame and for the output
-      const TexturePtr first = Upload(Picture(64, 45, 71)), second = Upload(Picture(63, 44, 72));
+      const Texture first = Upload(Picture(64, 45, 71)), second = Upload(Picture(63, 44, 72));
     }
     Check(tuned, EffectPicture(37, 23, 2));
   }
@@ -163,7 +163,7 @@ TEST_F(EffectTest, EveryContextSeesWhatWasSetLast) {
 
 TEST_F(EffectTest, OnlyTheContentIsReadWhateverItsOrderAndPresentsUpright) {
   const Image whole = EffectPicture(60, 40, 4);
-  const TexturePtr frame = Upload(MakeFrame(QVG_FORMAT_BGRA, whole));
+  const Texture frame = Upload(MakeFrame(QVG_FORMAT_BGRA, whole));
   EXPECT_TRUE(gl_.SetTextureSize(frame.get(), 31, 19));
   EXPECT_TRUE(gl_.SetTextureOrigin(frame.get(), 7, 18));
   Tuned tuned;
@@ -178,13 +178,13 @@ TEST_F(EffectTest, OnlyTheContentIsReadWhateverItsOrderAndPresentsUpright) {
     }
   }
   // Another effect takes what one gives as it is.
-  const TexturePtr keyed = Apply(tuned.effect, frame), again = Apply(Tuned().With("enable_color").effect, keyed);
+  const Texture keyed = Apply(tuned.effect, frame), again = Apply(Tuned().With("enable_color").effect, keyed);
   EXPECT_EQ(Difference(Content(keyed.get()), Content(again.get())), "");
 }
 
 TEST_F(EffectTest, ParametersOutOfRangeCountAsTheNearestInRange) {
   constexpr double kInfinity = std::numeric_limits<double>::infinity();
-  const TexturePtr frame = Upload(EffectPicture(40, 30, 5));
+  const Texture frame = Upload(EffectPicture(40, 30, 5));
   const QVGParamDescriptor* rows = nullptr;
   uint32_t count = 0;
   ASSERT_TRUE(gl_.GetEffectParameterTable(kName, &rows, &count));
@@ -204,9 +204,9 @@ TEST_F(EffectTest, ParametersOutOfRangeCountAsTheNearestInRange) {
 }
 
 TEST_F(EffectTest, NothingIsDrawnWithoutAStageOrAFrame) {
-  const TexturePtr frame = Upload(EffectPicture(20, 10, 1));
+  const Texture frame = Upload(EffectPicture(20, 10, 1));
   Tuned tuned;
-  const auto draws = [&] { return TexturePtr(gl_.ApplyEffect(tuned.effect.get(), frame.get())) != nullptr; };
+  const auto draws = [&] { return Texture(gl_.ApplyEffect(tuned.effect.get(), frame.get())) != nullptr; };
   EXPECT_FALSE(draws());
   tuned.With("enable_bg");
   for (const char* path : {static_cast<const char*>(nullptr), "", "no such image"}) {
@@ -315,7 +315,7 @@ TEST_F(EffectTest, ParameterTableAndTypes) {
 }
 
 TEST_F(EffectTest, InstancesLiveOnceAndNullOnesDoNothing) {
-  const TexturePtr first = Upload(EffectPicture(8, 8, 1)), second = Upload(EffectPicture(8, 8, 2));
+  const Texture first = Upload(EffectPicture(8, 8, 1)), second = Upload(EffectPicture(8, 8, 2));
   const QVGParamValue on = Boolean(true);
   QVGEffect *effect = gl_.CreateEffect(kName), *destroyed = effect;
   EXPECT_EQ(gl_.ApplyEffectWith(effect, first.get(), second.get(), 0.5f), first.get());

@@ -127,7 +127,7 @@ class ForeignTest : public TableTest {
     EXPECT_EQ(host_->Changes(), "") << when;
   }
 
-  std::vector<TexturePtr> live_;
+  std::vector<Texture> live_;
   ForeignContext* foreign_ = nullptr;
   HostObjects* host_ = nullptr;
 };
@@ -135,8 +135,8 @@ class ForeignTest : public TableTest {
 TEST_F(ForeignTest, SlotsThatNeedAContextAnswerTheirFailure) {
   const Frame frame = MakeFrame(QVG_FORMAT_NV12, 16, 16, 1);
   const QVGParamValue on = {QVG_PARAM_INTEGER, {.integer = 1}};
-  const FrameBufferPtr target = Target(live_[0].get());
-  const EffectPtr effect(gl_.CreateEffect("general_eff"));
+  const FrameBuffer target = Target(live_[0].get());
+  const Effect effect(gl_.CreateEffect("general_eff"));
   QVGTexture* const texture = live_[0].get();
   QVGPixelBuffer out = {};
   const std::pair<const char*, std::function<bool()>> slots[] = {
@@ -165,14 +165,14 @@ TEST_F(ForeignTest, WhatIsGivenBackThereIsWholeAfterwards) {
     QVGGLContext *released = gl_.GetSharedContext(), *destroyed = gl_.CreateSharedContext(nullptr, nullptr, true);
     std::vector<size_t> buffers;
     for (int i = 0; i < 12; ++i) {
-      TexturePtr texture;
-      FrameBufferPtr frameBuffer;
-      EffectPtr effect;
+      Texture texture;
+      FrameBuffer frameBuffer;
+      Effect effect;
       ReadBack read;
       OnOurs([&] {
         texture = Upload(Picture(36, 28, 11));
         frameBuffer = Target(texture.get(), nullptr, true);
-        effect = EffectPtr(gl_.CreateEffect("general_eff"));
+        effect = Effect(gl_.CreateEffect("general_eff"));
         ASSERT_TRUE(gl_.DrawTexture(live_[0].get(), frameBuffer.get(), nullptr));
         ASSERT_TRUE(gl_.TextureToNV12PixelBuffer(texture.get(), &read.buffer, false));
         buffers.push_back(LiveNames(kBuffers).size());

@@ -40,7 +40,7 @@ TEST_F(LogTest, LinesOfErrorsNameTheirPlaceAndOthersDoNot) {
   EXPECT_EQ(Line(), "[INFO] [0000-00-00.00:00:00.000]Context count=0");
   gl_.DestroySharedContext(&context);
   // An error that the host left is not the operation's.
-  const TexturePtr texture(gl_.AcquireTexture(30, 20));
+  const Texture texture(gl_.AcquireTexture(30, 20));
   glBindTexture(0xBAD, 0);  // an invalid target
   EXPECT_TRUE(gl_.SetTextureChannelOrder(texture.get(), 0));
   EXPECT_NE(TakeLog().find("]SetTextureChannelOrder: context: "), std::string::npos);
@@ -53,9 +53,9 @@ TEST_F(LogTest, RefusedCallsNameSlotArgumentAndExpectation) {
   QVG_ReleaseGLRendererInterface(&ended);
   QVG_GetGLRendererInterface(nullptr);
   context_ = std::make_unique<CurrentContext>();
-  const TexturePtr texture(gl_.AcquireTexture(30, 20)), outside(gl_.AcquireTexture(30, 20));
+  const Texture texture(gl_.AcquireTexture(30, 20)), outside(gl_.AcquireTexture(30, 20));
   gl_.SetTextureOrigin(outside.get(), 5, 0);
-  const EffectPtr effect(gl_.CreateEffect("general_eff"));
+  const Effect effect(gl_.CreateEffect("general_eff"));
   QVGPixelBuffer out = {};
   Frame bad = MakeFrame(QVG_FORMAT_NV12, 30, 20, 1);
   bad.buffer.format = 999;

@@ -10,7 +10,7 @@ TEST_F(NullTest, EverySlotAnswersItsFailure) {
   ExpectErrorLines();
   const Color color = {};
   const Frame frame = MakeFrame(QVG_FORMAT_RGBA, 4, 4, 1);
-  const TexturePtr texture = Upload(frame);
+  const Texture texture = Upload(frame);
   EXPECT_EQ(gl_.CloneTexture(nullptr), nullptr);
   EXPECT_FALSE(gl_.SetTextureChannelOrder(nullptr, 1));
   for (const int order : {4, -1}) EXPECT_FALSE(gl_.SetTextureChannelOrder(texture.get(), order));

@@ -8,14 +8,14 @@ class ReadBackTest : public TableTest {
  protected:
   /// A texture whose content is the picture: its storage, or a part off the centre of larger storage, and larger
   /// storage for everything that a read-back takes from the pools.
-  TexturePtr Make(const Image& picture, bool larger) {
+  Texture Make(const Image& picture, bool larger) {
     ClearPools();
     if (!larger) return Upload(picture);
     gl_.PreallocateRenderBuffers(picture.width + 33, picture.height * 3 / 2 + 18, 2);
     gl_.PreallocatePixelBuffers(65536, 1, false);
     LeaveGarbage(QVG_FORMAT_RGBA, picture.width, picture.height * 2);
     const Image whole = Over(Picture(picture.width + 9, picture.height + 7, 99), picture, 2, 6);
-    TexturePtr texture = Upload(whole);
+    Texture texture = Upload(whole);
     const unsigned left = (gl_.GetTextureAllocatedWidth(texture.get()) - whole.width) / 2;
     const unsigned bottom = (gl_.GetTextureAllocatedHeight(texture.get()) - whole.height) / 2;
     EXPECT_TRUE(gl_.SetTextureOrigin(texture.get(), left + 2, bottom + 6));
@@ -46,7 +46,7 @@ TEST_F(ReadBackTest, EverySizePlaceOrderAndFlag) {
     const Image picture = Picture(width, height, 1);
     const int area = width * height, half = width / 2;
     for (const bool larger : {false, true}) {
-      const TexturePtr texture = Make(picture, larger);
+      const Texture texture = Make(picture, larger);
       ASSERT_NE(texture, nullptr);
       for (int flags = 0; flags < 32; ++flags) {
         const int order = flags / 8;
@@ -83,7 +83,7 @@ TEST_F(ReadBackTest, EverySizePlaceOrderAndFlag) {
 }
 
 TEST_F(ReadBackTest, TexturesOfOtherFormsAsTheyAreStored) {
-  const auto check = [&](const char* form, const TexturePtr& texture, const Image& stored) {
+  const auto check = [&](const char* form, const Texture& texture, const Image& stored) {
     SCOPED_TRACE(form);
     gl_.SetTextureFlipped(texture.get(), true);
     ReadBack nv12, bgra;
@@ -92,7 +92,7 @@ TEST_F(ReadBackTest, TexturesOfOtherFormsAsTheyAreStored) {
     EXPECT_EQ(Mismatch(ExpectedNV12(stored, false, false), nv12.buffer, kYuvReadBackLimit), "");
     EXPECT_EQ(Difference(FlippedRows(stored), PixelsOf(bgra.buffer)), "");
     EXPECT_EQ(Difference(stored, Content(texture.get())), "");
-    EXPECT_EQ(Difference(stored, Content(TexturePtr(gl_.CloneTexture(texture.get())).get())), "");
+    EXPECT_EQ(Difference(stored, Content(Texture(gl_.CloneTexture(texture.get())).get())), "");
   };
   check("premultiplied", Premultiplied(Cutout(64, 48, 1)), Cutout(64, 48, 1));
   for (const int code : {QVG_FORMAT_RGB, QVG_FORMAT_BGR, QVG_FORMAT_RGBX332}) {
@@ -104,12 +104,12 @@ TEST_F(ReadBackTest, TexturesOfOtherFormsAsTheyAreStored) {
 // Sampled by work that is still pending, and drawn to since.
 TEST_F(ReadBackTest, WhatWasDrawnLastIsRead) {
   constexpr int kWidth = 480, kHeight = 270;
-  const TexturePtr canvas(gl_.AcquireTexture(kWidth, kHeight));
-  const FrameBufferPtr target = Target(canvas.get());
+  const Texture canvas(gl_.AcquireTexture(kWidth, kHeight));
+  const FrameBuffer target = Target(canvas.get());
   const Image pictures[] = {Picture(kWidth, kHeight, 1), Picture(kWidth, kHeight, 2)};
-  const TexturePtr sources[] = {Upload(pictures[0]), Upload(pictures[1])};
-  const TexturePtr texture = Upload(pictures[1]);
-  const FrameBufferPtr onTexture = Target(texture.get());
+  const Texture sources[] = {Upload(pictures[0]), Upload(pictures[1])};
+  const Texture texture = Upload(pictures[1]);
+  const FrameBuffer onTexture = Target(texture.get());
   for (int i = 0; i < 20; ++i) {
     SCOPED_TRACE(i);
     ASSERT_TRUE(gl_.DrawTexture(texture.get(), target.get(), nullptr));

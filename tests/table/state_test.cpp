@@ -10,7 +10,7 @@ constexpr int kWidth = 37, kHeight = 23;
 
 struct Operation {
   std::string name;
-  std::function<TexturePtr(Image& read)> run;  // gives a texture, or null and what it read
+  std::function<Texture(Image& read)> run;  // gives a texture, or null and what it read
 };
 
 class StateTest : public TableTest {
@@ -30,7 +30,7 @@ class StateTest : public TableTest {
   std::vector<Operation> operations_;
 
  private:
-  void Add(const std::string& name, std::function<TexturePtr(Image&)> run) {
+  void Add(const std::string& name, std::function<Texture(Image&)> run) {
     operations_.push_back({name, std::move(run)});
   }
 
@@ -43,17 +43,17 @@ class StateTest : public TableTest {
       const auto frame = std::make_shared<Frame>(MakeFrame(Layouts(code, kWidth, kHeight + 40)[layout], 3));
       frame->buffer.height = kHeight;
       Add("upload of " + frame->layout.name, [this, frame, matte = layout == 2](Image&) {
-        return TexturePtr(gl_.UploadPixelBufferToNewTexture(&frame->buffer, false, matte, {}));
+        return Texture(gl_.UploadPixelBufferToNewTexture(&frame->buffer, false, matte, {}));
       });
     }
   }
 
   void AddReadBacks(int width, int height) {
-    const std::shared_ptr<QVGTexture> source = Upload(Picture(width, height, 1));
+    const auto source = std::make_shared<Texture>(Upload(Picture(width, height, 1)));
     const auto add = [&](const char* name, std::function<bool(QVGTexture*, QVGPixelBuffer*)> readBack) {
-      Add(Size(width, height) + ' ' + name, [=](Image& read) -> TexturePtr {
+      Add(Size(width, height) + ' ' + name, [=](Image& read) -> Texture {
         ReadBack back;
-        if (!readBack(source.get(), &back.buffer)) return nullptr;
+        if (!readBack(source->get(), &back.buffer)) return nullptr;
         if (back->plane[1] == nullptr) {
           read = PixelsOf(back.buffer);
         } else {
@@ -73,36 +73,37 @@ class StateTest : public TableTest {
   }
 
   void AddDraws() {
-    const std::shared_ptr<QVGTexture> source = Upload(Picture(kWidth, kHeight, 1)), matte = Upload(Picture(40, 40, 2));
+    const auto source = std::make_shared<Texture>(Upload(Picture(kWidth, kHeight, 1)));
+    const auto matte = std::make_shared<Texture>(Upload(Picture(40, 40, 2)));
     const Color color = {0.3, 0.6, 0.9, 0.7};
     Add("draws", [=, this](Image&) {
-      TexturePtr target = TexturePtr(gl_.AcquireTexture(80, 60));
-      const FrameBufferPtr frameBuffer = Target(target.get(), nullptr, true);
+      Texture target = Texture(gl_.AcquireTexture(80, 60));
+      const FrameBuffer frameBuffer = Target(target.get(), nullptr, true);
       EXPECT_TRUE(gl_.ClearFrameBuffer(frameBuffer.get(), color.data()));
       QVGDrawTextureParams params = DefaultParams();
       params.depthTest = true;
       params.rotation[1] = 30;  // the draws cross
-      EXPECT_TRUE(gl_.DrawTexture(source.get(), frameBuffer.get(), &params));
+      EXPECT_TRUE(gl_.DrawTexture(source->get(), frameBuffer.get(), &params));
       params.rotation[1] = -30;
       params.scale[0] = -0.9;
       params.opacity = 0.6;
       params.blendType = QVG_BLEND_SCREEN;
-      params.matteTexture = matte.get();
+      params.matteTexture = matte->get();
       params.matteType = QVG_MATTE_ALPHA;
-      EXPECT_TRUE(gl_.DrawTexture(source.get(), frameBuffer.get(), &params));
+      EXPECT_TRUE(gl_.DrawTexture(source->get(), frameBuffer.get(), &params));
       return target;
     });
     Add("effect", [=, this](Image&) {
-      const EffectPtr effect(gl_.CreateEffect("general_eff"));
+      const Effect effect(gl_.CreateEffect("general_eff"));
       for (const char* key : {"enable_key", "enable_beauty", "blur"}) {
         const QVGParamValue value = {QVG_PARAM_INTEGER, {.integer = 9}};
         EXPECT_TRUE(gl_.SetEffectParameter(effect.get(), key, &value));
       }
-      return TexturePtr(gl_.ApplyEffect(effect.get(), source.get()));
+      return Texture(gl_.ApplyEffect(effect.get(), source->get()));
     });
-    Add("clone", [=, this](Image&) { return TexturePtr(gl_.CloneTexture(source.get())); });
+    Add("clone", [=, this](Image&) { return Texture(gl_.CloneTexture(source->get())); });
     Add("clear", [=, this](Image&) {
-      TexturePtr texture(gl_.AcquireTexture(kWidth, kHeight));
+      Texture texture(gl_.AcquireTexture(kWidth, kHeight));
       EXPECT_TRUE(gl_.ClearTexture(texture.get(), color.data()));
       return texture;
     });
@@ -177,7 +178,7 @@ TEST_F(StateTest, WhatAHostLeavesChangesNoPicture) {
       if (state.enabled != 0) glEnable(state.enabled);
       state.set();
       Image read;
-      const TexturePtr texture = operations_[i].run(read);
+      const Texture texture = operations_[i].run(read);
       EXPECT_EQ(glGetError(), 0u);
       gl_.Finish();
       ASSERT_TRUE(gl_.MakeCurrentContext(context_->handle, nullptr));

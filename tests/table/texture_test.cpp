@@ -12,7 +12,7 @@ using PoolTest = TableTest;
 
 TEST_F(TextureTest, StorageHasEvenSizesAndNoneThatCannotBe) {
   ExpectErrorLines();
-  const TexturePtr texture(gl_.AcquireTexture(101, 99));
+  const Texture texture(gl_.AcquireTexture(101, 99));
   EXPECT_EQ(gl_.GetTextureAllocatedWidth(texture.get()), 102u);
   EXPECT_EQ(gl_.GetTextureAllocatedHeight(texture.get()), 100u);
   const std::vector<size_t> names = NameCounts();
@@ -31,14 +31,14 @@ TEST_F(TextureTest, StorageHasEvenSizesAndNoneThatCannotBe) {
 TEST_F(TextureTest, CloneLooksAndReadsAsItsSource) {
   for (int order = 0; order < 4; ++order) {
     SCOPED_TRACE(order);
-    const TexturePtr source = UploadAnew(Picture(64, 48, 4), order > 1);
+    const Texture source = UploadAnew(Picture(64, 48, 4), order > 1);
     // Content of odd size off the centre of its storage.
     gl_.SetTextureOrigin(source.get(), 21, 7);
     gl_.SetTextureSize(source.get(), 37, 23);
     gl_.SetTextureChannelOrder(source.get(), order);
     gl_.SetTextureFlipped(source.get(), order % 2 == 0);
     gl_.SetTextureRotation(source.get(), order);
-    const TexturePtr clone(gl_.CloneTexture(source.get()));
+    const Texture clone(gl_.CloneTexture(source.get()));
     ASSERT_NE(clone, nullptr);
     EXPECT_EQ(gl_.GetTextureFlipped(clone.get()), order % 2 == 0);
     EXPECT_EQ(gl_.GetTextureRotation(clone.get()), static_cast<unsigned>(order));
@@ -63,10 +63,9 @@ TEST_F(PoolTest, SmallestFittingTextureOfTheFormatIsReusedAndStartsAnew) {
     for (int times = 0; times < 2; ++times) gl_.ReleaseTexture(&textures[i]);
     EXPECT_EQ(textures[i], nullptr);
   }
-  const TexturePtr rgb = Upload(MakeFrame(QVG_FORMAT_RGB, 60, 60, 1));
+  const Texture rgb = Upload(MakeFrame(QVG_FORMAT_RGB, 60, 60, 1));
   for (const unsigned id : ids) EXPECT_NE(gl_.GetTextureId(rgb.get()), id);
-  const TexturePtr wide(gl_.AcquireTexture(101, 20)), same(gl_.AcquireTexture(100, 100)),
-      next(gl_.AcquireTexture(99, 99));
+  const Texture wide(gl_.AcquireTexture(101, 20)), same(gl_.AcquireTexture(100, 100)), next(gl_.AcquireTexture(99, 99));
   EXPECT_EQ(gl_.GetTextureId(wide.get()), ids[2]);
   EXPECT_EQ(gl_.GetTextureId(same.get()), ids[1]);
   EXPECT_EQ(gl_.GetTextureId(next.get()), ids[0]);
@@ -87,13 +86,13 @@ TEST_F(PoolTest, PreallocatedObjectsAreUsedAndClearedObjectsGo) {
   const std::vector<size_t> filled = counts();
   EXPECT_EQ(filled, (std::vector<size_t>{empty[0] + 2, empty[1] + 4, empty[2] + 1}));
   {
-    const TexturePtr first(gl_.AcquireTexture(80, 60)), second(gl_.AcquireTexture(10, 10));
-    const FrameBufferPtr frameBuffer(gl_.CreateFrameBuffer(80, 60, true, false));
+    const Texture first(gl_.AcquireTexture(80, 60)), second(gl_.AcquireTexture(10, 10));
+    const FrameBuffer frameBuffer(gl_.CreateFrameBuffer(80, 60, true, false));
     ReadBack read;
     ASSERT_TRUE(gl_.TextureToRGBAPixelBuffer(first.get(), &read.buffer, false));
     EXPECT_EQ(counts(), filled);
     ClearPools();  // spares what is out
-    for (const TexturePtr* texture : {&first, &second}) EXPECT_NE(glIsTexture(gl_.GetTextureId(texture->get())), 0);
+    for (const Texture* texture : {&first, &second}) EXPECT_NE(glIsTexture(gl_.GetTextureId(texture->get())), 0);
     std::thread([&] { read.Release(); }).join();  // a thread without a context
   }
   ClearPools();
@@ -103,7 +102,7 @@ TEST_F(PoolTest, PreallocatedObjectsAreUsedAndClearedObjectsGo) {
 TEST_F(PoolTest, TexturesThatCameBackFirstGoWhenTheBudgetIsExceeded) {
   gl_.SetTexturePoolCapacity(160);  // 100 MiB
   gl_.SetTexturePoolCapacity(-5);   // refused
-  std::vector<TexturePtr> textures;
+  std::vector<Texture> textures;
   std::vector<unsigned> ids;
   for (int i = 0; i < 16; ++i) {
     textures.emplace_back(gl_.AcquireTexture(2048, 1024));  // 8 MiB each

@@ -34,7 +34,7 @@ TEST_F(UploadTest, EveryFormatSizeAndStrideIntoNewTextures) {
     ForEachUpload(format.code, [&](const Layout& layout, bool recycled, bool flipped) {
       const unsigned width = layout.width, height = layout.height;
       Frame frame = MakeFrame(layout, flipped ? 1 : 2);
-      const TexturePtr texture = Upload(frame, flipped);
+      const Texture texture = Upload(frame, flipped);
       ASSERT_NE(texture, nullptr);
       // The library has no business with it any more.
       for (const Block& block : frame.memory) std::memset(block.bytes.get(), 0, block.size);
@@ -65,7 +65,7 @@ TEST_F(UploadTest, EveryFormatFromOnePointer) {
         const Frame frame = MakeFrame(layout, 3);
         for (int p = 0; p < format.planes; ++p)
           std::memcpy(buffer.plane[p], frame.memory[p].bytes.get(), frame.memory[p].size);
-        const TexturePtr texture(gl_.UploadPixelBufferToNewTexture(&buffer, false, false, {}));
+        const Texture texture(gl_.UploadPixelBufferToNewTexture(&buffer, false, false, {}));
         EXPECT_EQ(Mismatch(ExpectedUpload(frame, width, height), Content(texture.get()), UploadLimit(format)), "");
       }
     }
@@ -99,7 +99,7 @@ TEST_F(UploadTest, IntoATextureThatHoldsAnotherFrameAndIsTurned) {
     for (const auto& [width, height] : kSizes) {
       for (const Layout& layout : Layouts(format.code, width, height)) {
         SCOPED_TRACE(layout.name + ", " + Size(width, height));
-        const TexturePtr texture = Upload(MakeFrame(format.code, 71, 52, 5));
+        const Texture texture = Upload(MakeFrame(format.code, 71, 52, 5));
         ASSERT_NE(texture, nullptr);
         // A YUV frame is scaled to the content, a packed one becomes the content.
         const int contentWidth = format.yuv() ? 71 : width, contentHeight = format.yuv() ? 52 : height;
@@ -133,11 +133,11 @@ TEST_F(UploadTest, MatteKeysOneColourOut) {
       }
       const Frame frame = MakeFrame(layout, picture);
       const QVGColor matte = {key[0] + 0.002, key[1] + 0.002, key[2] + 0.002, key[3] + 0.002};
-      const TexturePtr made(gl_.UploadPixelBufferToNewTexture(&frame.buffer, flipped, true, matte));
-      const TexturePtr filled = Upload(Picture(64, 48, 9));  // takes the frame's size
+      const Texture made(gl_.UploadPixelBufferToNewTexture(&frame.buffer, flipped, true, matte));
+      const Texture filled = Upload(Picture(64, 48, 9));  // takes the frame's size
       EXPECT_TRUE(gl_.UploadPixelBufferToTexture(filled.get(), &frame.buffer, flipped, true, matte));
       const Image matted = Matted(picture, matte);
-      for (const TexturePtr* texture : {&made, &filled}) {
+      for (const Texture* texture : {&made, &filled}) {
         EXPECT_TRUE(gl_.GetTextureFlipped(texture->get()));
         EXPECT_EQ(Mismatch(flipped ? FlippedRows(matted) : matted, Content(texture->get()), 0.01), "");
       }
@@ -147,7 +147,7 @@ TEST_F(UploadTest, MatteKeysOneColourOut) {
   const Frame frame = MakeFrame(QVG_FORMAT_NV12, 20, 30, 8);
   const Image plain = ExpectedUpload(frame, 20, 30);
   const auto& [r, g, b, a] = plain.at(7, 9);
-  const TexturePtr texture(gl_.UploadPixelBufferToNewTexture(&frame.buffer, true, true, {r, g, b, a}));
+  const Texture texture(gl_.UploadPixelBufferToNewTexture(&frame.buffer, true, true, {r, g, b, a}));
   EXPECT_EQ(Difference(plain, Content(texture.get()), kYuvUploadLimit), "");
 }
 
@@ -169,7 +169,7 @@ TEST_F(UploadTest, BadFramesAreRefusedBeforeAnythingIsMade) {
       {"format 18", QVG_FORMAT_I420, [](auto& b) { b.format = 18; }},
   };
   const Image picture = Picture(40, 30, 1);
-  const TexturePtr texture = Upload(picture);
+  const Texture texture = Upload(picture);
   const std::vector<size_t> names = NameCounts();
   for (const auto& [what, code, spoil] : faults) {
     for (const bool matte : {false, true}) {

@@ -59,11 +59,11 @@ class View {
   View(const View&) = delete;
   View& operator=(const View&) = delete;
 
-  bool Draw(const TexturePtr& texture) {
+  bool Draw(const Texture& texture) {
     return OnItsContext([&] { return Table().DrawTextureToWnd(drawer, texture.get()); });
   }
   /// Draws the texture, which holds the content; "" once the window shows it.
-  std::string Presents(const TexturePtr& texture, const Image& content) {
+  std::string Presents(const Texture& texture, const Image& content) {
     const int turns = static_cast<int>(Table().GetTextureRotation(texture.get()) % 4);
     const bool flipped = Table().GetTextureFlipped(texture.get());
     return Draw(texture) ? Shows(Presented(content, turns, flipped, width_, height_)) : "not drawn";
@@ -136,7 +136,7 @@ TEST_F(WindowTest, BarsKeepTheAspectRatio) {
       return {(90 + Wave(x, y, 0, 3) / 2) / 255.0, (90 + Wave(x, y, 1, 3) / 2) / 255.0, 0.8, 1};
     });
     View view(windowWidth, windowHeight);
-    const TexturePtr texture = Upload(picture);
+    const Texture texture = Upload(picture);
     gl_.SetTextureRotation(texture.get(), turns);
     view.Clear(1, 1, 1);
     EXPECT_EQ(view.Presents(texture, picture), "");
@@ -146,7 +146,7 @@ TEST_F(WindowTest, BarsKeepTheAspectRatio) {
 TEST_F(WindowTest, EveryTurnAndFlipOfAPartOfEveryStorage) {
   View view(120, 66);
   for (const int code : {QVG_FORMAT_BGRA, QVG_FORMAT_RGB, QVG_FORMAT_RGBX332, QVG_FORMAT_NV12}) {
-    const TexturePtr texture = UploadAnew(MakeFrame(code, 48, 30, 5), true);
+    const Texture texture = UploadAnew(MakeFrame(code, 48, 30, 5), true);
     const Image content = Content(texture.get());
     EXPECT_EQ(view.Presents(texture, content), "");
     // A part of it, set by the host: the drawer's memory of the content has to follow.
@@ -168,13 +168,13 @@ TEST_F(WindowTest, EveryTurnAndFlipOfAPartOfEveryStorage) {
   const Image stored = Cutout(40, 30, 4);
   Image shown = stored;
   for (Color& color : shown.texels) color[3] = 1;
-  const TexturePtr texture = Premultiplied(stored);
+  const Texture texture = Premultiplied(stored);
   EXPECT_EQ(view.Presents(texture, shown), "");
-  EXPECT_EQ(view.Presents(TexturePtr(gl_.CloneTexture(texture.get())), shown), "");
+  EXPECT_EQ(view.Presents(Texture(gl_.CloneTexture(texture.get())), shown), "");
 }
 
 TEST_F(WindowTest, ClearsFillTheWindowAndDrawsOfNothingClearOnly) {
-  const TexturePtr texture = Upload(Picture(20, 20, 1, true)), empty = Upload(Picture(20, 20, 1, true));
+  const Texture texture = Upload(Picture(20, 20, 1, true)), empty = Upload(Picture(20, 20, 1, true));
   gl_.SetTextureSize(empty.get(), 0, 20);
   View view(50, 30);
   gl_.SetWndDrawerSize(view.drawer, 0xFFFFFFFF, 30);  // must leave no GL error behind
@@ -195,7 +195,7 @@ TEST_F(WindowTest, ClearsFillTheWindowAndDrawsOfNothingClearOnly) {
 TEST_F(WindowTest, ResizedBetweenFrames) {
   View view(120, 80);
   const Image picture = Picture(48, 32, 2);
-  const TexturePtr texture = Upload(picture);
+  const Texture texture = Upload(picture);
   for (const auto& [width, height] : {std::pair(61, 97), {300, 150}, {300, 151}, {33, 21}}) {
     SCOPED_TRACE(Size(width, height));
     view.Resize(width, height);
@@ -207,8 +207,8 @@ TEST_F(WindowTest, ResizedBetweenFrames) {
 
 TEST_F(WindowTest, EveryWindowDrawnOnAThreadOfItsOwn) {
   constexpr int kThreads = 3;
-  const TexturePtr source = Upload(Picture(40, 30, 1)), canvas = Upload(Picture(40, 30, 2));
-  const FrameBufferPtr target = Target(canvas.get());
+  const Texture source = Upload(Picture(40, 30, 1)), canvas = Upload(Picture(40, 30, 2));
+  const FrameBuffer target = Target(canvas.get());
   ASSERT_TRUE(gl_.DrawTexture(source.get(), target.get(), nullptr));
   std::vector<std::unique_ptr<View>> views;
   for (int i = 0; i < kThreads; ++i) views.push_back(std::make_unique<View>(60 + 20 * i, 50, 150 * i));
@@ -249,7 +249,7 @@ TEST_F(WindowTest, WhatCannotBePresentedInGivesNoDrawer) {
 
 TEST_F(WindowTest, NothingIsLeftOfDrawers) {
   ExpectAllIsWell();
-  const TexturePtr texture = UploadAnew(Picture(40, 30, 1), true);
+  const Texture texture = UploadAnew(Picture(40, 30, 1), true);
   HostWindow window(50, 50);
   const std::vector<size_t> names = NameCounts();
   std::string count;
@@ -275,7 +275,7 @@ TEST_F(WindowTest, NothingIsLeftOfDrawers) {
 
 TEST_F(WindowTest, WindowAndDrawerGoInAnyOrder) {
   ExpectErrorLines();
-  const TexturePtr texture = Upload(Picture(30, 20, 1));
+  const Texture texture = Upload(Picture(30, 20, 1));
   const double red[] = {1, 0, 0};
   gl_.Finish();
   // Each letter is a step: w the window dies, d the drawer does, c its context is made current, u nothing is, p the
@@ -307,7 +307,7 @@ TEST_F(WindowTest, WindowDiesWhileAnotherThreadDraws) {
     std::atomic<bool> gone = false;
     std::thread thread([&] {
       CurrentContext context;
-      const TexturePtr texture = Upload(Picture(64, 48, 1));
+      const Texture texture = Upload(Picture(64, 48, 1));
       Table().Finish();
       Table().MakeCurrentContext(Table().GetWndDrawerHandle(view.drawer), nullptr);
       for (int after = 0; after < 5; after += gone) {
