@@ -199,7 +199,9 @@ class CurrentContext {
   explicit CurrentContext(const Context& context) noexcept : CurrentContext(context.get()) {}
   /// One that is owned elsewhere, such as a WndDrawer's.
   explicit CurrentContext(QVGGLContext* context) noexcept
-      : current_(context != nullptr && Table().MakeCurrentContext(context, &previous_)) {}
+      : current_(context != nullptr && Table().MakeCurrentContext(context, &previous_)) {
+    if (!current_ && previous_ != nullptr) Table().MakeCurrentContext(previous_, nullptr);
+  }
   ~CurrentContext() {
     if (current_) Table().MakeCurrentContext(previous_, nullptr);
   }

@@ -70,7 +70,7 @@ Findings Find(bool verbose) {
     LogCapture log;
     {
       const Renderer renderer;
-      const QVGGLRendererInterface& gl = renderer.Table();
+      const QVGGLRendererInterface& gl = qvg::Table();
       int32_t major = 0, minor = 0;
       findings.ready = renderer.Ready();
       findings.enough = gl.IsGLVersionSupported();

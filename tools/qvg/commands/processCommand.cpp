@@ -46,7 +46,7 @@ VideoFormat OutputFormat(const VideoFormat& source, const ProcessOptions& option
     format.height = std::max(2, format.height & ~1);
   }
   const Layout& layout = options.layout;
-  const bool bare = layout.background.empty() && layout.backgroundColor[3] < 1;
+  const bool bare = layout.background.empty() && layout.backgroundColor.a < 1;
   const bool uncovered = layout.scale < 1 || layout.rotate != 0 || layout.move[0] != 0 || layout.move[1] != 0 ||
                          layout.opacity < 1 || options.size.has_value() || KeysOut(options.effect);
   format.alpha = writer.KeepsAlpha() && bare && (source.alpha || uncovered);
@@ -124,7 +124,7 @@ class Processing {
   void _OpenOutput() {
     WriteOptions write = options_.write;
     const Layout& layout = options_.layout;
-    write.alpha = KeysOut(options_.effect) && layout.background.empty() && layout.backgroundColor[3] < 1;
+    write.alpha = KeysOut(options_.effect) && layout.background.empty() && layout.backgroundColor.a < 1;
     if (options_.output == kStandardOutput) {
       write.standardOutput = log_.StandardOutput();
       if (isatty(write.standardOutput) != 0) throw Error("standard output is a terminal: pipe it on, or name a file");
@@ -167,10 +167,10 @@ class Processing {
     if (AnyStage(options_.effect)) {
       const bool lying = in.quarterTurns % 2 != 0;
       CutImagesTo(lying ? in.height : in.width, lying ? in.width : in.height);
-      effect_.emplace(*renderer_, options_.effect);
+      effect_.emplace(options_.effect);
     }
     Layout layout = options_.layout;
-    if (!out_.alpha) layout.backgroundColor[3] = 1;
+    if (!out_.alpha) layout.backgroundColor.a = 1;
     compositor_.emplace(*renderer_, layout, out_.width, out_.height, options_.upload);
     if (effect_) compositor_->SetEffect(&*effect_);
     if (options_.preview) {
@@ -186,7 +186,7 @@ class Processing {
       if (ends && (total_ == 0 || most < static_cast<double>(total_))) total_ = std::llround(most);
     }
     if (IsOn(options_.effect, "enable_key")) {
-      keyWatch_.emplace(options_.effect, AskEffectTable(renderer_->Table()), total_);
+      keyWatch_.emplace(options_.effect, AskEffectTable(), total_);
     }
     if (!options_.sheet.empty()) sheet_.emplace(options_.sheet, out_, total_);
   }

@@ -57,7 +57,8 @@ void AddMixing(CLI::App& app, ProcessOptions& options) {
            if (!rgba) {
              throw CLI::ValidationError("--background-color: " + text + " is no colour (#rrggbb, #rrggbbaa or a name)");
            }
-           for (size_t i = 0; i < 4; ++i) options.layout.backgroundColor[i] = (*rgba)[i] / 255.0;
+           const auto [red, green, blue, alpha] = *rgba;
+           options.layout.backgroundColor = {red / 255.0, green / 255.0, blue / 255.0, alpha / 255.0};
          },
          "Colour behind the frame: #rrggbb, #rrggbbaa or a name; else black, or transparent where the image keeps it")
       ->type_name("COLOUR")

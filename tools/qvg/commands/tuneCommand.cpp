@@ -82,7 +82,7 @@ std::string Tune(const TuneOptions& options, LogCapture& log) {
       values.*sweep.value = std::clamp<int64_t>(
           std::llround(static_cast<double>(found.*sweep.value) * std::pow(sweep.factor, step)), 1, 1000);
       const int x = kGap + column * (kTileWidth + kGap), y = kTitleHeight + kGap + row * rowHeight;
-      const Texture keyed = Effect(renderer, values.Settings()).Apply(texture);
+      const Texture keyed = Effect(values.Settings()).Apply(texture);
       sheet.Paste(*Tile(*renderer.ReadBack(keyed, PixelFormat::kRGBA, true), kTileWidth, tileHeight), x, y);
       sheet.Label(x + 2, y + 3 * tileHeight + 7,
                   fmt::format("{} {}{}", sweep.name, values.*sweep.value, step == 0 ? "   (found)" : ""), 16);

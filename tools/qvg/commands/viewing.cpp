@@ -69,7 +69,7 @@ void Viewing::_SetUp() {
   height_ = format.height;
   if (format.quarterTurns % 2 != 0) std::swap(width_, height_);
   CutImagesTo(width_, height_);
-  effect_.emplace(*renderer_, options_.effect);
+  effect_.emplace(options_.effect);
   compositor_.emplace(*renderer_, Layout(), width_, height_, UploadPath::kSharp);
   compositor_->SetEffect(&*effect_);
   window_.emplace(*renderer_, _Stem(), width_, height_, !options_.maxSpeed, Interrupted);

@@ -68,19 +68,18 @@ void Compositor::SetBackground(const Frame& image) {
 }
 
 const Texture& Compositor::Draw(const Frame& frame, int quarterTurns, bool alpha) {
-  const auto& gl = renderer_.Table();
   const Effect* effect = effect_ && effect_->On() ? effect_ : nullptr;
   Texture picture = _Upload(frame, alpha && effect);
   // The library counts quarter turns counter-clockwise where y points up, as in an effect's result; in the targets of
   // this class y points down.
-  gl.SetTextureRotation(picture.get(), static_cast<uint32_t>(effect ? quarterTurns : (4 - quarterTurns) % 4));
+  picture.SetRotation(static_cast<uint32_t>(effect ? quarterTurns : (4 - quarterTurns) % 4));
   if (effect) picture = effect->Apply(picture);
   const bool premultiplied = effect && effect->Transparent(alpha);
   const bool lying = quarterTurns % 2 != 0;
   const int width = lying ? frame.height : frame.width;
   const int height = lying ? frame.width : frame.height;
 
-  QVGDrawTextureParams params = QVG_DRAW_TEXTURE_PARAMS_INIT;
+  qvg::DrawParams params;
   double fit = std::min(static_cast<double>(width_) / width, static_cast<double>(height_) / height);
   // An output that lacks the odd row or column of the picture keeps its pixels where they are.
   const int lostX = width - width_, lostY = height - height_;
@@ -106,13 +105,9 @@ const Texture& Compositor::Draw(const Frame& frame, int quarterTurns, bool alpha
   params.blendType = replaces ? static_cast<int>(QVG_BLEND_NONE) : blendType_;
 
   if (!covers || params.blendType != QVG_BLEND_NONE) {
-    if (!backgroundCovers_ && !gl.ClearFrameBuffer(frameBuffer_.get(), layout_.backgroundColor.data())) {
-      throw Error("clearing failed");
-    }
+    if (!backgroundCovers_ && !frameBuffer_.Clear(layout_.backgroundColor)) throw Error("clearing failed");
     if (background_) {
-      QVGDrawTextureParams behind = QVG_DRAW_TEXTURE_PARAMS_INIT;
-      behind.blendType = backgroundCovers_ ? QVG_BLEND_NONE : QVG_BLEND_NORMAL;
-      _DrawInto(background_, behind);
+      _DrawInto(background_, qvg::DrawParams().Blend(backgroundCovers_ ? QVG_BLEND_NONE : QVG_BLEND_NORMAL));
     }
     if (layout_.shadow > 0) {
       premultiplied ? _DrawShadowOf(picture, width, height, params)
@@ -163,7 +158,6 @@ void Compositor::_DrawShadow(int width, int height, double scale, const QVGDrawT
 // The shadow of what is not transparent: the picture made small, which blurs it, and black.
 void Compositor::_DrawShadowOf(const Texture& picture, int width, int height, const QVGDrawTextureParams& place) {
   constexpr int kHalvings = 4;
-  const auto& gl = renderer_.Table();
   const auto small = [&](int halvings) {
     return renderer_.NewTarget(std::max(1, width >> halvings), std::max(1, height >> halvings));
   };
@@ -171,33 +165,22 @@ void Compositor::_DrawShadowOf(const Texture& picture, int width, int height, co
     for (int i = 1; i <= kHalvings; ++i) reduced_.push_back(small(i));
     black_ = small(kHalvings);
     keyedShadow_ = small(kHalvings);
-    constexpr double kBlack[4] = {0, 0, 0, 1};
-    if (!gl.ClearTexture(black_.get(), kBlack)) throw Error("clearing failed");
+    if (!black_.Clear({0, 0, 0, 1})) throw Error("clearing failed");
   }
   const auto drawAlone = [&](const Texture& texture, const Texture& target, const QVGDrawTextureParams& params) {
-    constexpr double kNothing[4] = {0, 0, 0, 0};
     const FrameBuffer frameBuffer = renderer_.NewFrameBuffer(target);
-    if (!gl.ClearFrameBuffer(frameBuffer.get(), kNothing) ||
-        !gl.DrawTexture(texture.get(), frameBuffer.get(), &params)) {
-      throw Error("drawing failed");
-    }
+    if (!frameBuffer.Clear({0, 0, 0, 0}) || !frameBuffer.Draw(texture, params)) throw Error("drawing failed");
   };
   const Texture* from = &picture;
   double fromWidth = width, fromHeight = height, upsideDown = -1;
   for (const Texture& half : reduced_) {
-    QVGDrawTextureParams params = QVG_DRAW_TEXTURE_PARAMS_INIT;
-    params.scale[0] = gl.GetTextureWidth(half.get()) / fromWidth;
-    params.scale[1] = upsideDown * gl.GetTextureHeight(half.get()) / fromHeight;
-    drawAlone(*from, half, params);
+    drawAlone(*from, half, qvg::DrawParams().Scale(half.Width() / fromWidth, upsideDown * half.Height() / fromHeight));
     from = &half;
-    fromWidth = gl.GetTextureWidth(half.get());
-    fromHeight = gl.GetTextureHeight(half.get());
+    fromWidth = half.Width();
+    fromHeight = half.Height();
     upsideDown = 1;
   }
-  QVGDrawTextureParams cut = QVG_DRAW_TEXTURE_PARAMS_INIT;
-  cut.matteTexture = from->get();
-  cut.matteType = QVG_MATTE_ALPHA;
-  drawAlone(black_, keyedShadow_, cut);
+  drawAlone(black_, keyedShadow_, qvg::DrawParams().Matte(*from, QVG_MATTE_ALPHA));
   QVGDrawTextureParams params = place;
   params.blendType = QVG_BLEND_NORMAL;
   params.opacity = layout_.shadow * layout_.opacity;
@@ -208,7 +191,7 @@ void Compositor::_DrawShadowOf(const Texture& picture, int width, int height, co
 }
 
 void Compositor::_DrawInto(const Texture& texture, const QVGDrawTextureParams& params) {
-  if (!renderer_.Table().DrawTexture(texture.get(), frameBuffer_.get(), &params)) throw Error("drawing failed");
+  if (!frameBuffer_.Draw(texture, params)) throw Error("drawing failed");
 }
 
 }  // namespace qvgtool

@@ -18,7 +18,7 @@ struct Layout {
   std::array<double, 2> move{0, 0};  // Pixels to the right and down.
   std::string blend;                 // Empty: over the background.
   std::string background;            // Image file; empty: none.
-  std::array<double, 4> backgroundColor{0, 0, 0, 0};
+  QVGColor backgroundColor = {0, 0, 0, 0};
   double shadow = 0;  // Opacity of a soft shadow below the frame.
 };
 

@@ -68,14 +68,11 @@ std::string ColorText(const double (&rgb)[3]) {
   return fmt::format("#{:02x}{:02x}{:02x}", byte(rgb[0]), byte(rgb[1]), byte(rgb[2]));
 }
 
-EffectTable AskEffectTable(const QVGGLRendererInterface& gl) {
-  const QVGParamDescriptor* rows = nullptr;
-  uint32_t count = 0;
-  if (!gl.GetEffectParameterTable(kEffectName, &rows, &count)) {
-    throw Error(fmt::format("the library has no effect named {}", kEffectName));
-  }
-  const char* displayName = gl.QueryEffect(kEffectName, "zh_CN");
-  return {kEffectName, displayName ? displayName : kEffectName, {rows, rows + count}};
+EffectTable AskEffectTable() {
+  const qvg::EffectParameters rows = qvg::Effect::Parameters(kEffectName);
+  if (rows.count == 0) throw Error(fmt::format("the library has no effect named {}", kEffectName));
+  const char* displayName = qvg::Table().QueryEffect(kEffectName, "zh_CN");
+  return {kEffectName, displayName ? displayName : kEffectName, {rows.begin(), rows.end()}};
 }
 
 std::string HelpOf(const QVGParamDescriptor& row) {
@@ -106,10 +103,7 @@ bool AnyStage(const EffectSettings& settings) {
 
 bool KeysOut(const EffectSettings& settings) { return IsOn(settings, "enable_key") && !IsOn(settings, "enable_bg"); }
 
-Effect::Effect(const Renderer& renderer, const EffectSettings& settings)
-    : renderer_(renderer),
-      effect_(&renderer.Table(), renderer.Table().CreateEffect(kEffectName)),
-      table_(AskEffectTable(renderer.Table())) {
+Effect::Effect(const EffectSettings& settings) : effect_(qvg::Effect::New(kEffectName)), table_(AskEffectTable()) {
   if (!effect_) throw Error(fmt::format("the library gives no instance of {}", kEffectName));
   for (const QVGParamDescriptor& row : table_.rows) {
     const auto wanted = settings.find(row.name);
@@ -120,7 +114,7 @@ Effect::Effect(const Renderer& renderer, const EffectSettings& settings)
 void Effect::Set(const std::string& name, const ParamSetting& setting) {
   QVGParamValue value = setting.value;
   if (value.type == QVG_PARAM_TEXT) value.value.text = setting.text.c_str();
-  const bool taken = renderer_.Table().SetEffectParameter(effect_.get(), name.c_str(), &value);
+  const bool taken = effect_.Set(name.c_str(), value);
   // A file that can't be decoded is no failure to the library.
   if (const std::string error = TakeImageError(); !error.empty()) throw Error(error);
   if (!taken) throw Error(fmt::format("the library does not take this value for {}", name));
@@ -132,8 +126,7 @@ bool Effect::CanSwitchOn(const std::string& stage) const {
 }
 
 Texture Effect::Apply(const Texture& frame) const {
-  const auto& gl = renderer_.Table();
-  Texture result(&gl, gl.ApplyEffect(effect_.get(), frame.get()));
+  Texture result = effect_.Apply(frame);
   if (!result) throw Error("the effect failed");
   return result;
 }

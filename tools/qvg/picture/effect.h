@@ -1,10 +1,10 @@
-// The library's effect: its parameters as its own table tells them, and an instance of it.
+// The library's effect: values for its parameters, and an instance of it.
 #pragma once
 
 #include <map>
 #include <string>
-#include <vector>
 
+#include "picture/effectTable.h"
 #include "picture/renderer.h"
 
 namespace qvgtool {
@@ -24,17 +24,6 @@ using EffectSettings = std::map<std::string, ParamSetting>;  // By the parameter
 
 /** "#rrggbb" */
 std::string ColorText(const double (&rgb)[3]);
-
-struct EffectTable {
-  std::string name, displayName;
-  std::vector<QVGParamDescriptor> rows;
-};
-
-/** The table, from a library that runs. Throws Error. */
-EffectTable AskEffectTable(const QVGGLRendererInterface& gl);
-
-/** The table, from a library that is started and stopped for it. Throws Error when it can't start. */
-EffectTable LoadEffectTable();
 
 /** What a parameter does, in English where the tool knows it; else its label. */
 std::string HelpOf(const QVGParamDescriptor& row);
@@ -57,7 +46,7 @@ bool KeysOut(const EffectSettings& settings);
 class Effect {
  public:
   /** Parameters that the settings leave out get the table's defaults. Throws Error. */
-  Effect(const Renderer& renderer, const EffectSettings& settings);
+  explicit Effect(const EffectSettings& settings);
 
   /** Throws Error, and leaves everything as it was, for what the library does not take. */
   void Set(const std::string& name, const ParamSetting& setting);
@@ -79,8 +68,7 @@ class Effect {
   bool Transparent(bool frameHasAlpha) const;
 
  private:
-  const Renderer& renderer_;
-  Handle<QVGEffect, &QVGGLRendererInterface::DestroyEffect> effect_;
+  qvg::Effect effect_;
   EffectTable table_;
   EffectSettings settings_;
 };

@@ -7,7 +7,7 @@ EffectTable LoadEffectTable() {
   LogCapture log;
   const Renderer renderer;
   if (!renderer.Ready()) throw Error(NoContextReason(log));
-  return AskEffectTable(renderer.Table());
+  return AskEffectTable();
 }
 
 }  // namespace qvgtool

@@ -27,7 +27,7 @@ PreviewWindow::PreviewWindow(const Renderer& renderer, const std::string& name, 
       driver_(AskDriver().renderer),
       stopped_(std::move(stopped)),
       window_("qvg: " + name, width, height),
-      drawer_(&renderer.Table(), renderer.Table().CreateWndDrawer(window_.Handle())),
+      drawer_(qvg::WndDrawer::On(window_.Handle())),
       playback_(paced),
       overlay_(renderer),
       screen_(renderer) {
@@ -225,7 +225,7 @@ Move PreviewWindow::TakeMove() {
 }
 
 void PreviewWindow::Show(const Texture& picture, double time) {
-  picture_ = picture.get();
+  picture_ = &picture;
   before_ = nullptr;
   _Present();
   playback_.Shown(time, NativeWindow::Now());
@@ -236,39 +236,38 @@ void PreviewWindow::_Present() {
   dirty_ = false;
   const auto [width, height] = window_.Size();
   if (!picture_ || width < 1 || height < 1) return;
-  const QVGGLRendererInterface& gl = renderer_.Table();
-  gl.SetWndDrawerSize(drawer_.get(), static_cast<uint32_t>(width), static_cast<uint32_t>(height));
+  drawer_.SetSize(static_cast<uint32_t>(width), static_cast<uint32_t>(height));
   const Texture& text = overlay_.Draw(width, height);
   const bool split = split_ && tasks_.before;
   if (split || text) {
-    if (split && !before_) before_ = tasks_.before().get();
+    if (split && !before_) before_ = &tasks_.before();
     const Place place = _Place();
     const int column = place.x + static_cast<int>(std::lround(splitAt_ * place.width));
-    return _ShowInWindow(
-        screen_.Compose(width, height, view_, picture_, split ? before_ : nullptr, column, text.get()).get());
+    return _ShowInWindow(screen_.Compose(width, height, view_, *picture_, split ? before_ : nullptr, column, text));
   }
-  const uint32_t turns = gl.GetTextureRotation(picture_);
-  const bool flipped = gl.GetTextureFlipped(picture_);
+  const uint32_t turns = picture_->Rotation();
+  const bool flipped = picture_->Flipped();
   const unsigned wanted = view_.quarterTurns;
-  gl.SetTextureRotation(picture_, (view_.flipped ? 4 - turns % 4 + wanted : turns + wanted) % 4);
-  gl.SetTextureFlipped(picture_, flipped != view_.flipped);
-  _ShowInWindow(picture_);
-  gl.SetTextureRotation(picture_, turns);
-  gl.SetTextureFlipped(picture_, flipped);
+  picture_->SetRotation((view_.flipped ? 4 - turns % 4 + wanted : turns + wanted) % 4);
+  picture_->SetFlipped(flipped != view_.flipped);
+  _ShowInWindow(*picture_);
+  picture_->SetRotation(turns);
+  picture_->SetFlipped(flipped);
 }
 
-void PreviewWindow::_ShowInWindow(QVGTexture* texture) {
-  const QVGGLRendererInterface& gl = renderer_.Table();
-  gl.Finish();  // The window's context samples what this one has drawn.
-  QVGGLContext* const own = gl.GetCurrentContext();
-  // A window that has died under its drawer counts as closed.
-  if (gl.MakeCurrentContext(gl.GetWndDrawerHandle(drawer_.get()), nullptr)) {
-    gl.DrawTextureToWnd(drawer_.get(), texture);
-    gl.Finish();  // The next picture may overwrite the texture.
-  } else {
-    closed_ = true;
+void PreviewWindow::_ShowInWindow(const Texture& texture) {
+  qvg::Finish();  // The window's context samples what this one has drawn.
+  {
+    const qvg::CurrentContext current(drawer_.ContextHandle());
+    closed_ = !current || closed_;  // A window that has died under its drawer counts as closed.
+    if (current) {
+      drawer_.Draw(texture);
+      qvg::Finish();  // The next picture may overwrite the texture.
+    }
   }
-  if (!gl.MakeCurrentContext(own, nullptr)) throw Error("the renderer's context could not be made current again");
+  if (qvg::Table().GetCurrentContext() == nullptr) {
+    throw Error("the renderer's context could not be made current again");
+  }
 }
 
 }  // namespace qvgtool

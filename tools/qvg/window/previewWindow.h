@@ -75,8 +75,6 @@ class PreviewWindow {
   bool Closed() const { return closed_; }
 
  private:
-  using Drawer = Handle<QVGWndDrawer, &QVGGLRendererInterface::DestroyWndDrawer>;
-
   void _TakeStrokes();
   void _Act(const KeyRow& row, int steps);
   void _MoveTo(const KeyRow& row, int steps);
@@ -90,7 +88,7 @@ class PreviewWindow {
   /** @return nothing when there is nothing but time to wait for. */
   std::optional<Served> _Serve(double timeout);
   void _Present();
-  void _ShowInWindow(QVGTexture* texture);
+  void _ShowInWindow(const Texture& texture);
   Place _Place() const;
   void _UpdateTitle(bool now);
 
@@ -98,7 +96,7 @@ class PreviewWindow {
   std::string name_, driver_, state_, title_;
   std::function<bool()> stopped_;
   NativeWindow window_;
-  Drawer drawer_;
+  qvg::WndDrawer drawer_;
   Playback playback_;
   Overlay overlay_;
   Screen screen_;
@@ -107,7 +105,7 @@ class PreviewWindow {
   std::optional<ParameterKeys> parameters_;
   std::deque<Stroke> strokes_;
   std::optional<Move> move_;
-  QVGTexture *picture_ = nullptr, *before_ = nullptr;
+  const Texture *picture_ = nullptr, *before_ = nullptr;
   double splitAt_ = 0.5;  // Of the picture's width as it is seen.
   bool split_ = false, dragging_ = false;
   bool dirty_ = false, effectChanged_ = false, closed_ = false;

@@ -6,7 +6,6 @@
 namespace qvgtool {
 namespace {
 
-constexpr double kBlack[4] = {0, 0, 0, 1};
 constexpr int kLineWidth = 2;
 
 }  // namespace
@@ -44,16 +43,16 @@ void Screen::_Clear(Layer& layer, int width, int height) {
     layer.width = width;
     layer.height = height;
   }
-  if (!renderer_.Table().ClearFrameBuffer(layer.frameBuffer.get(), kBlack)) throw Error("clearing failed");
+  if (!layer.frameBuffer.Clear({0, 0, 0, 1})) throw Error("clearing failed");
 }
 
-void Screen::_Draw(QVGTexture* texture, const Layer& layer, const QVGDrawTextureParams& params) {
-  if (!renderer_.Table().DrawTexture(texture, layer.frameBuffer.get(), &params)) throw Error("drawing failed");
+void Screen::_Draw(const Texture& texture, const Layer& layer, const QVGDrawTextureParams& params) {
+  if (!layer.frameBuffer.Draw(texture, params)) throw Error("drawing failed");
 }
 
-void Screen::_DrawPicture(QVGTexture* picture, const View& view, const Place& place, const Layer& layer) {
+void Screen::_DrawPicture(const Texture& picture, const View& view, const Place& place, const Layer& layer) {
   const bool lying = view.quarterTurns % 2 != 0;
-  QVGDrawTextureParams params = QVG_DRAW_TEXTURE_PARAMS_INIT;
+  qvg::DrawParams params;
   params.blendType = QVG_BLEND_NORMAL;
   params.scale[0] = static_cast<double>(lying ? place.height : place.width) / view.width;
   params.scale[1] = static_cast<double>(lying ? place.width : place.height) / view.height * (view.flipped ? -1 : 1);
@@ -63,32 +62,27 @@ void Screen::_DrawPicture(QVGTexture* picture, const View& view, const Place& pl
   _Draw(picture, layer, params);
 }
 
-const Texture& Screen::Compose(int width, int height, const View& view, QVGTexture* picture, QVGTexture* before,
-                               int column, QVGTexture* text) {
+const Texture& Screen::Compose(int width, int height, const View& view, const Texture& picture, const Texture* before,
+                               int column, const Texture& text) {
   const Place place = PlaceOf(view, width, height);
   _Clear(whole_, width, height);
   _DrawPicture(picture, view, place, whole_);
   if (before) {
     const int cut = std::clamp(column, 1, width);
     _Clear(left_, cut, height);
-    _DrawPicture(before, view, place, left_);
-    QVGDrawTextureParams params = QVG_DRAW_TEXTURE_PARAMS_INIT;
+    _DrawPicture(*before, view, place, left_);
+    qvg::DrawParams params;
     params.translation[0] = 0.5 * (cut - width);
-    _Draw(left_.texture.get(), whole_, params);
+    _Draw(left_.texture, whole_, params);
     if (!white_) {
       white_ = renderer_.NewTarget(kLineWidth, kLineWidth);
-      constexpr double kWhite[4] = {1, 1, 1, 1};
-      if (!renderer_.Table().ClearTexture(white_.get(), kWhite)) throw Error("clearing failed");
+      if (!white_.Clear({1, 1, 1, 1})) throw Error("clearing failed");
     }
     params.translation[0] = cut - 0.5 * width;
     params.scale[1] = static_cast<double>(place.height) / kLineWidth;
-    _Draw(white_.get(), whole_, params);
+    _Draw(white_, whole_, params);
   }
-  if (text) {
-    QVGDrawTextureParams params = QVG_DRAW_TEXTURE_PARAMS_INIT;
-    params.blendType = QVG_BLEND_NORMAL;
-    _Draw(text, whole_, params);
-  }
+  if (text) _Draw(text, whole_, qvg::DrawParams().Blend(QVG_BLEND_NORMAL));
   return whole_.texture;
 }
 

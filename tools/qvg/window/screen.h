@@ -28,10 +28,10 @@ class Screen {
  public:
   explicit Screen(const Renderer& renderer) : renderer_(renderer) {}
 
-  /** before: shown left of the column, with a line between; null: nothing is. text: over all; may be null. @return in
+  /** before: shown left of the column, with a line between; null: nothing is. text: over all; may be empty. @return in
    *  force until the next call. Throws Error. */
-  const Texture& Compose(int width, int height, const View& view, QVGTexture* picture, QVGTexture* before, int column,
-                         QVGTexture* text);
+  const Texture& Compose(int width, int height, const View& view, const Texture& picture, const Texture* before,
+                         int column, const Texture& text);
 
  private:
   struct Layer {
@@ -40,8 +40,8 @@ class Screen {
     int width = 0, height = 0;
   };
   void _Clear(Layer& layer, int width, int height);
-  void _Draw(QVGTexture* texture, const Layer& layer, const QVGDrawTextureParams& params);
-  void _DrawPicture(QVGTexture* picture, const View& view, const Place& place, const Layer& layer);
+  void _Draw(const Texture& texture, const Layer& layer, const QVGDrawTextureParams& params);
+  void _DrawPicture(const Texture& picture, const View& view, const Place& place, const Layer& layer);
 
   const Renderer& renderer_;
   Layer whole_, left_;
