@@ -1,6 +1,7 @@
 /**
  * @file qvGLRenderer.h
- * GPU renderer for live video frames: the one header that a C host includes (C99 or C++). docs/guide has more.
+ * GPU renderer for live video frames: the one header that a C host includes (C99 or C++). docs/guide has more;
+ * qvGLRenderer.hpp is the same for C++17, with handles that give themselves back.
  *
  * The library exports two functions. QVG_GetGLRendererInterface() starts it and returns a table of 64 function
  * pointers; QVG_ReleaseGLRendererInterface() takes the table back and tears everything down.
@@ -28,16 +29,29 @@
  *   another, and nothing for one that stays.
  * - Rows. A frame in memory begins with row 0; texture row 0 is at the bottom of GL's coordinates. An upload stores
  *   frame row 0 as texture row 0, so a top-down frame lies upside down in GL's sense: the texture's "flipped" flag
- *   is then true. YUV read-backs write the picture's top row first, going by that flag; RGB read-backs write texture
- *   row 0 first unless told otherwise.
+ *   is then true. YUV read-backs write the picture's top row first, going by that flag, and slot 52 and effects go by
+ *   it, too; RGB read-backs write texture row 0 first unless told otherwise, and slot 45 lays row on row. So the
+ *   argument `flipped` of slots 21 and 22, which says that the frame is bottom-up, leads to the flag false.
  * - Content. A texture's storage may be larger than its picture. The content rectangle (origin and size, in texels)
  *   says where the picture lies; every operation reads and writes that rectangle only.
  * - Alpha. Uploads are straight: colours are stored as they come. The result of an effect is premultiplied: its
  *   colours are multiplied by their alpha. A texture knows which it is, and so does a copy of it. Slot 45 (for source
  *   and matte) and slot 52 take both, so that a keyed picture has no dark rim; read-backs and GetTextureId show what is
- *   stored.
+ *   stored. Slot 61 takes its input for premultiplied, whatever the texture knows: for opaque frames that is the same;
+ *   colours of transparent ones the host multiplies by their alpha before the upload.
+ * - Range. YUV frames are taken as full-range BT.601, NV12 and I420 are written as limited-range BT.601: a frame that
+ *   goes through unchanged comes out pale, black at 30 of 255 and white at 218. Frames of video, which are mostly
+ *   limited-range, the host expands first (luma: (Y - 16) * 255 / 219, chroma: 128 + (C - 128) * 255 / 224), or uploads
+ *   as RGB. What is read back is told to the encoder as limited-range BT.601. Who wants full range reads RGBA or BGRA
+ *   and converts that: slot 35's fullRange leaves out the chroma's offset.
+ * - Cost. Most [GL] slots submit work and return; it is done when somebody asks for its result. These wait: slots 35 to
+ *   38, for the GPU to finish what the picture depends on; slots 18 and 47; slots 13, 50 and 52, for the display, once
+ *   a frame. Slots 8, 9, 41, 42, 48 and 59, and a first upload or read-back of a size, make objects: before the loop.
+ *   A first use of a kind of draw compiles a program, for effects slot 60 does: a tenth of a second on a software
+ *   renderer. [any] slots of textures (24 to 34) cost nothing.
  * - Values. Colours and opacity are 0..1, sizes are pixels, strides are bytes, angles are degrees unless a field
- *   says otherwise. bool is one byte.
+ *   says otherwise. bool is one byte. Of an integer given for a switch (slot 60) the first byte counts, as of a bool:
+ *   256 is off. Use 0 and 1, or QVG_PARAM_BOOLEAN.
  * - Handles belong to the library. Give each back through the slot named with it; that slot writes null into your
  *   variable. Handles that are still held when the library is released become invalid, whichever thread holds them:
  *   stop your rendering threads, and release their contexts, before QVG_ReleaseGLRendererInterface(). A release waits
@@ -267,7 +281,8 @@ enum QVGBlendType {
 };
 
 /**
- * How DrawTexture draws. A null pointer means the defaults given here. Positions are pixels of the target with the
+ * How DrawTexture draws. A null pointer means the defaults given here; begin with QVG_DRAW_TEXTURE_PARAMS_INIT, as one
+ * that is all zero has scale 0 and opacity 0, and draws nothing. Positions are pixels of the target with the
  * origin in its centre, x to the right, y towards the last texture row, z towards the eye.
  */
 typedef struct QVGDrawTextureParams {
@@ -286,7 +301,7 @@ typedef struct QVGDrawTextureParams {
   double sizeFactor[2];      /**< 1 */
 } QVGDrawTextureParams;
 
-/** Initialises a QVGDrawTextureParams with the defaults; all zero it would draw nothing. */
+/** Initialises a QVGDrawTextureParams with the defaults. */
 /* clang-format off */
 #define QVG_DRAW_TEXTURE_PARAMS_INIT \
   {0, QVG_BLEND_NONE, QVG_MATTE_NONE, false, false, false, 1, {0, 0, 0}, {0, 0, 0}, {1, 1, 1}, {0, 0, 0}, {1, 1}, {1, 1}}
@@ -374,7 +389,7 @@ typedef struct QVGGLRendererInterface {
   /* Pools */
 
   /** 0 [any] Sets the texture pool's budget to max(count - 60, 100) MiB; count < 1 changes nothing. Above the budget
-   *  idle textures are destroyed in the background, oldest first. */
+   *  idle textures are destroyed in the background, oldest first; textures that the host holds count, but stay. */
   void (*SetTexturePoolCapacity)(int32_t count);
   /** 1 [any] Does nothing. */
   void (*Reserved)(void);
@@ -388,7 +403,8 @@ typedef struct QVGGLRendererInterface {
   /** 5 [GL] Deletes every idle render buffer. @return true; false without a pool. */
   bool (*ClearRenderBufferPool)(void);
   /** 6 [GL] Makes count pixel buffers of size bytes and leaves them idle in the pool. forRead: for RGBA and BGRA
-   *  read-backs; otherwise for YUV read-backs. */
+   *  read-backs; otherwise for YUV read-backs. Pixel buffers and render buffers have no budget: what was used once
+   *  stays, until slot 7 or 5 or the release. A host whose sizes change clears them then. */
   void (*PreallocatePixelBuffers)(uint32_t size, int32_t count, bool forRead);
   /** 7 [GL] Deletes every idle pixel buffer, and frees idle memory for repacking rows. @return true; false without
    *  a pool. */
@@ -484,11 +500,15 @@ typedef struct QVGGLRendererInterface {
 
   /** 35 [GL] Reads the content as planar 4:2:0: strides (w, w/2, w/2), w/2 x h/2 chroma, integer division. fullRange:
    *  format J420, with chroma values not raised to 0.5; otherwise format I420, limited range. mirror: left and right
-   *  exchanged. The picture's top row comes first. @return false on failure; the planes in out are then null. */
+   *  exchanged. The picture's top row comes first. Widths that are no multiple of 4 and odd heights are
+   *  slower, and fail for heights above two thirds of the driver's texture limit. Alpha is left out.
+   *  @return false on failure; the planes in out are then null. */
   bool (*TextureToYUV420PixelBuffer)(QVGTexture* source, bool fullRange, bool mirror, QVGPixelBuffer* out);
-  /** 36 [GL] Reads the content as NV12, limited-range BT.601, strides (w, w, 0). As slot 35 otherwise. */
+  /** 36 [GL] Reads the content as NV12, limited-range BT.601, strides (w, w, 0). As slot 35 otherwise; mirrored it
+   *  is as slow as an odd size. */
   bool (*TextureToNV12PixelBuffer)(QVGTexture* source, QVGPixelBuffer* out, bool mirror);
-  /** 37 [GL] Reads the content as R, G, B, A bytes, stride 4 * w, texture row 0 first; flip: last row first. */
+  /** 37 [GL] Reads the content as R, G, B, A bytes, stride 4 * w, texture row 0 first; flip: last row first. That
+   *  is the picture's top for flipped textures (uploads), and its bottom for others (results of effects). */
   bool (*TextureToRGBAPixelBuffer)(QVGTexture* source, QVGPixelBuffer* out, bool flip);
   /** 38 [GL] The same as B, G, R, A bytes. */
   bool (*TextureToBGRAPixelBuffer)(QVGTexture* source, QVGPixelBuffer* out, bool flip);
@@ -517,8 +537,11 @@ typedef struct QVGGLRendererInterface {
    *  failure. */
   bool (*ClearFrameBuffer)(QVGFrameBuffer* frameBuffer, const double rgba[4]);
   /** 45 [GL] Draws the texture's content, turned by its rotation, into the frame buffer; null params mean the
-   *  defaults. Source or matte may be the target itself. @return false when source or destination is null, when the
-   *  frame buffer belongs to another context, or on failure. */
+   *  defaults. The flipped flags are not read: row 0 of the source comes to row 0 of the target. Where one of the two
+   *  is flipped and the other is not, as with the result of an effect over an uploaded frame, give a scale[1] of -1, or
+   *  it stands on its head. A target of slot 20 is not flipped: draw uploads into it as they are and set its flag
+   *  (slot 33), as its row 0 is then the top. Source or matte may be the target itself. @return false when source or
+   * destination is null, when the frame buffer belongs to another context, or on failure. */
   bool (*DrawTexture)(QVGTexture* source, QVGFrameBuffer* destination, const QVGDrawTextureParams* params);
   /** 46 [any] Destroys a frame buffer and writes null. On another context than its own the GL name waits until that
    *  one is next used. @return false for null. */
