@@ -67,6 +67,9 @@
  *   EGL, Mesa's surfaceless platform, a software device. QVG_CONTEXT in the environment, read at each start, allows one
  *   kind only: x11, device (a GPU or a software device), device:N (EGL's device of that number, from 0; qvg info lists
  *   them), or surfaceless. Windows has wgl alone.
+ * - Debuggers of OpenGL. With QVG_GL_LABELS=1 in the environment, read at each start, GL objects have names and slots
+ *   and passes are groups of calls (KHR_debug), as in debug contexts and under tools that announce themselves
+ *   (GL_EXT_debug_tool); QVG_GL_LABELS=0 turns that off. Otherwise it costs nothing.
  * - The end of the process. A host may return from main or call exit() at any time, with or without a release, also
  *   while other threads render: calls in progress get up to half a second to leave the driver, later ones fail at once.
  *   A release from then on (from a static destructor, say) only writes null.

@@ -1,6 +1,7 @@
 #include "base/bo.h"
 
 #include "base/contextState.h"
+#include "base/debugLabels.h"
 #include "base/glError.h"
 
 namespace qvg {
@@ -16,6 +17,7 @@ bool BO::Allocate(int64_t size, GLenum usage, const void* data) {
   glBufferData(target_, size, data, usage);
   glBindBuffer(target_, 0);
   if (!CheckGLError()) return false;
+  LabelObject(GL_BUFFER, id_, "buffer of {} bytes", size);
   size_ = size;
   usage_ = usage;
   allocated_ = true;

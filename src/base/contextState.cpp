@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/debugLabels.h"
 #include "base/gl.h"
 #include "base/glContextPlatform.h"
 #include "base/gpuFence.h"
@@ -138,6 +139,7 @@ uint32_t ContextState::NearestSampler() {
     for (const GLenum wrap : {GL_TEXTURE_WRAP_S, GL_TEXTURE_WRAP_T, GL_TEXTURE_WRAP_R}) {
       glSamplerParameteri(nearestSampler_, wrap, GL_CLAMP_TO_EDGE);
     }
+    LabelObject(GL_SAMPLER, nearestSampler_, "nearest texel");
   }
   return nearestSampler_;
 }

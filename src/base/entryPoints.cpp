@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "base/debugLabels.h"
 #include "base/glContextPlatform.h"
 #include "utils/format.h"
 #include "utils/log.h"
@@ -42,6 +43,7 @@ int LoadEntryPoints(GLADuserptrloadfunc find, void* user) {
   Finder finder = {find, user};
   const int version = gladLoadGLUserPtr(&Find, &finder);
   if (glGetStringi != nullptr) glGetStringi = driversGetStringi;
+  if (version != 0) debug_labels::LookForTools();
   return version;
 }
 

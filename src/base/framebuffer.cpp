@@ -1,6 +1,7 @@
 #include "base/framebuffer.h"
 
 #include "base/bo.h"
+#include "base/debugLabels.h"
 #include "base/glError.h"
 #include "base/renderbuffer.h"
 #include "base/surfaceSource.h"
@@ -94,6 +95,7 @@ bool FrameBuffer::Allocate(const FrameBufferSetting& setting) {
     if (!CheckGLError()) return false;
   }
   glBindFramebuffer(GL_FRAMEBUFFER, 0);
+  LabelObject(GL_FRAMEBUFFER, fbo_, "the host's frame buffer {} x {}", setting.width, setting.height);
   allocated_ = attached_ = true;
   setting_ = setting;
   width_ = setting.width;

@@ -34,6 +34,7 @@ Pass::~Pass() {
 
 void Pass::_Begin(const RenderTarget& target) {
   begun_ = true;
+  group_.Open(DebugGroupKind::kPass, program_->CacheName().c_str());
   context_->worked = true;
   SetDrawState();
   glBindFramebuffer(GL_FRAMEBUFFER, target.frameBuffer);
@@ -81,6 +82,7 @@ void Pass::_Unbind() {
   glUseProgram(0);
   glBindVertexArray(0);
   glBindFramebuffer(GL_FRAMEBUFFER, 0);
+  group_.Close();
 }
 
 }  // namespace qvg

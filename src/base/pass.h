@@ -5,6 +5,7 @@
 #include <glm/glm.hpp>
 
 #include "base/content.h"
+#include "base/debugLabels.h"
 #include "base/gl.h"
 #include "base/program.h"
 #include "base/renderTarget.h"
@@ -70,6 +71,7 @@ class Pass {
   size_t textureCount_ = 0;
   bool ready_ = false;
   bool begun_ = false;
+  DebugGroup group_;
 };
 
 }  // namespace qvg

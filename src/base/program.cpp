@@ -5,6 +5,7 @@
 #include <type_traits>
 #include <vector>
 
+#include "base/debugLabels.h"
 #include "base/glError.h"
 #include "base/shader.h"
 #include "utils/format.h"
@@ -67,6 +68,11 @@ bool Program::LoadFromContent(const std::string& vs, const std::string& fs, cons
 void Program::Adopt(GLuint id) {
   id_ = id;
   loaded_ = id != 0;
+}
+
+void Program::SetCacheName(const std::string& name) {
+  cacheName_ = name;
+  LabelObject(GL_PROGRAM, id_, "{}", name);
 }
 
 bool Program::PrintProgramInfoLog() {

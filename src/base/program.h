@@ -60,7 +60,7 @@ class Program {
   HandOver handOver;
 
   const std::string& CacheName() const { return cacheName_; }
-  void SetCacheName(const std::string& name) { cacheName_ = name; }
+  void SetCacheName(const std::string& name);
 
  private:
   struct Uniform {

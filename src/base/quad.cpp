@@ -1,5 +1,7 @@
 #include "base/quad.h"
 
+#include "base/debugLabels.h"
+
 namespace qvg {
 
 Quad::Quad() {
@@ -8,6 +10,7 @@ Quad::Quad() {
                     ebo_.LoadIndices({0, 1, 2, 2, 3, 0}) && ebo_.Bind();
   glBindBuffer(GL_ARRAY_BUFFER, 0);
   ready_ = vao_.UnBind() && made;
+  if (ready_) LabelObject(GL_VERTEX_ARRAY, vao_.Id(), "quad");
 }
 
 bool Quad::SetTexCoords(const QuadCorners& corners) {

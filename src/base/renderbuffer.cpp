@@ -1,6 +1,7 @@
 #include "base/renderbuffer.h"
 
 #include "base/contextState.h"
+#include "base/debugLabels.h"
 #include "base/glError.h"
 
 namespace qvg {
@@ -26,6 +27,8 @@ bool RenderBuffer::Allocate(const RenderBufferSetting& wanted) {
     id = 0;
     return false;
   }
+  LabelObject(GL_RENDERBUFFER, id, "pooled render buffer {} x {}, {}", wanted.width, wanted.height,
+              debug_labels::FormatName(wanted.internalFormat));
   setting = wanted;
   allocated_ = true;
   return true;

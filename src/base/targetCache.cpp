@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "base/debugLabels.h"
 #include "base/gl.h"
 #include "base/glError.h"
 #include "base/texture.h"
@@ -49,6 +50,7 @@ uint32_t TargetCache::FrameBufferOf(std::span<const Texture* const> textures) {
     glDeleteFramebuffers(1, &entry.name);
     return 0;
   }
+  LabelObject(GL_FRAMEBUFFER, entry.name, "target: texture {}", textures[0]->Id());
   entries_.push_back(entry);
   count_ = entries_.size();
   return entry.name;

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "base/contextState.h"
+#include "base/debugLabels.h"
 #include "base/glError.h"
 #include "base/limits.h"
 #include "base/texelFormat.h"
@@ -53,6 +54,8 @@ bool Texture::Allocate(const TextureSetting& setting) {
   }
   storage_ = made;
   content_ = {setting.width, setting.height, 0, 0, setting.width, setting.height};
+  LabelObject(GL_TEXTURE, made.id, "{} {} x {}, {}", setting.purpose, setting.width, setting.height,
+              debug_labels::FormatName(setting.internalFormat));
   if (UpdateSetting(setting)) return true;
   _Free();
   return false;

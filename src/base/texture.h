@@ -22,7 +22,8 @@ struct TextureSetting {
   GLenum wrapS = GL_CLAMP_TO_EDGE;
   GLenum wrapT = GL_CLAMP_TO_EDGE;
   GLenum wrapR = GL_CLAMP_TO_EDGE;
-  bool generateMipmap = false;  ///< Regenerate the mipmaps after each Load.
+  const char* purpose = "texture";  ///< For who looks at a trace.
+  bool generateMipmap = false;      ///< Regenerate the mipmaps after each Load.
   int levels = 1;
 };
 

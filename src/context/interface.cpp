@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "base/contextState.h"
+#include "base/debugLabels.h"
 #include "base/driverTurn.h"
 #include "base/framebuffer.h"
 #include "base/glError.h"
@@ -122,6 +123,7 @@ class Operation {
   void Succeed() { succeeded_ = true; }
 
  private:
+  const DebugGroup group_{DebugGroupKind::kSlot, SlotCall::Name()};
   ContextState& context_;
   bool succeeded_ = false;
 };

@@ -17,6 +17,7 @@
 #include "pool/pixelBufferMapper.h"
 #include "pool/pixelBufferPool.h"
 #include "pool/textureLease.h"
+#include "utils/slotCall.h"
 
 namespace qvg {
 
@@ -138,6 +139,8 @@ bool SubmitBytes(const FrameServices& services, const RGB2YUVDrawer::Parameters&
                  const BO& buffer) {
   const int width = layout.width;
   const int height = layout.height;
+  const bool fits = height * 3 / 2 <= Limits::MaxTextureSize();
+  if (!Expect(fits, "source", "at most two thirds of the texture limit in height, for this width")) return false;
   const TextureLease drawn(services.textures, width, height * 3 / 2, GL_R8);
   if (!drawn) return false;
   const Scene scene = Scene::On(*drawn);

@@ -4,6 +4,7 @@
 
 #include "base/bo.h"
 #include "base/contextState.h"
+#include "base/debugLabels.h"
 
 namespace qvg {
 
@@ -28,6 +29,7 @@ BO* PixelBufferPool::Acquire(int64_t size, GLenum usage, GLenum target) {
     return nullptr;
   }
   buffer->SetTarget(target);
+  LabelObject(GL_BUFFER, buffer->Id(), "read-back buffer of {} bytes", buffer->Size());
   return buffer.release();
 }
 

@@ -42,6 +42,7 @@ PooledTexture* TexturePool::_Create(int width, int height, GLenum internalFormat
   setting.width = width;
   setting.height = height;
   setting.internalFormat = internalFormat;
+  setting.purpose = "pooled texture";
   // Integer textures with linear filters count as incomplete and sample zero.
   if (TexelFormatOf(internalFormat).integer) setting.minFilter = setting.magFilter = GL_NEAREST;
   auto texture = std::make_unique<PooledTexture>();

@@ -222,6 +222,7 @@ const Texture* WndDrawer::_WholeStorage(const Texture& texture) {
     TextureSetting setting;
     setting.width = from.width;
     setting.height = from.height;
+    setting.purpose = "copy for a window";
     content_ = std::make_unique<Texture>();
     if (!content_->Allocate(setting)) content_.reset();
   }

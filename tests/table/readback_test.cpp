@@ -102,6 +102,18 @@ TEST_F(ReadBackTest, TexturesOfOtherFormsAsTheyAreStored) {
 }
 
 // Sampled by work that is still pending, and drawn to since.
+// Sizes that make no blocks go through a texture half as high again.
+TEST_F(ReadBackTest, TallPicturesNeedWholeBlocks) {
+  GLint limit = 0;
+  glGetIntegerv(GL_MAX_TEXTURE_SIZE, &limit);
+  const unsigned height = static_cast<unsigned>(limit / 4 * 3);
+  for (const bool mirror : {false, true}) {
+    EXPECT_EQ(static_cast<bool>(Texture::Acquire(4, height).ReadNV12(mirror)), !mirror);
+    EXPECT_FALSE(Texture::Acquire(2, height).ReadYUV420(false, mirror));
+    EXPECT_TRUE(Texture::Acquire(4, height).ReadYUV420(false, mirror));
+  }
+}
+
 TEST_F(ReadBackTest, WhatWasDrawnLastIsRead) {
   constexpr int kWidth = 480, kHeight = 270;
   const Texture canvas(gl_.AcquireTexture(kWidth, kHeight));
