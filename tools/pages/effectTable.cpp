@@ -1,6 +1,6 @@
 // The effect's table from the library's code: the pages are made where there may be no driver to start the library on.
-#include "effect/generalEffect.h"
 #include "picture/effectTable.h"
+#include "effect/generalEffect.h"
 
 namespace qvgtool {
 
