@@ -39,7 +39,11 @@ namespace debug_labels {
 
 void LookForTools() {
   on = false;
-  if (glObjectLabel == nullptr || glPushDebugGroup == nullptr || glPopDebugGroup == nullptr) return;
+  // Nothing has been checked for yet (HasEntryPoints).
+  if (glObjectLabel == nullptr || glPushDebugGroup == nullptr || glPopDebugGroup == nullptr ||
+      glGetIntegerv == nullptr || glGetStringi == nullptr) {
+    return;
+  }
   const char* const choice = std::getenv("QVG_GL_LABELS");
   on = choice != nullptr && *choice != '\0' ? std::strcmp(choice, "0") != 0 : IsDebugContext() || ToolIsThere();
 }
