@@ -48,8 +48,12 @@ std::tm LocalTime(std::time_t seconds) {
   return local;
 }
 
-// The build makes source paths relative to the repository's root; log lines leave the ending out.
-std::string_view WithoutEnding(std::string_view path) { return path.substr(0, path.rfind('.')); }
+/// The source's path below the root, without its ending. A compiler cache may have made it relative to the build's
+/// folder.
+std::string_view PlaceOf(std::string_view path) {
+  while (path.starts_with("../")) path.remove_prefix(3);
+  return path.substr(0, path.rfind('.'));
+}
 
 }  // namespace
 
@@ -114,7 +118,7 @@ std::string LogTimestamp(std::chrono::system_clock::time_point time) {
 void LogLocated(int32_t level, std::string_view message, SourceLocation where) noexcept {
   try {
     Logger::Instance().Log(Format("[{}]{},line={},func={},file={}", LogTimestamp(std::chrono::system_clock::now()),
-                                  message, where.line(), where.function_name(), WithoutEnding(where.file_name())),
+                                  message, where.line(), where.function_name(), PlaceOf(where.file_name())),
                            level);
   } catch (...) {  // Without memory for a line there is nothing left to say.
   }
