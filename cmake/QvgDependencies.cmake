@@ -1,4 +1,4 @@
-# Libraries of the distribution, as two targets: qvg_header_only (fmt, glm) and qvg_platform (windows and contexts).
+# Libraries of the distribution, as two targets: qvg_header_only (fmt, glm, and what the tool needs) and qvg_platform (windows and contexts).
 
 set(THREADS_PREFER_PTHREAD_FLAG ON)
 find_package(Threads REQUIRED)
@@ -8,9 +8,9 @@ if(CMAKE_CROSSCOMPILING)
   # The host's /usr/include must stay out of the search path: only these folders of it are shown to the compiler.
   set(shared_headers "${PROJECT_BINARY_DIR}/host-headers")
   file(MAKE_DIRECTORY "${shared_headers}")
-  foreach(folder fmt glm)
+  foreach(folder fmt glm CLI stb)
     if(NOT IS_DIRECTORY "/usr/include/${folder}")
-      message(FATAL_ERROR "/usr/include/${folder} is missing (packages libfmt-dev, libglm-dev)")
+      message(FATAL_ERROR "/usr/include/${folder} is missing (packages libfmt-dev, libglm-dev, libcli11-dev, libstb-dev)")
     endif()
     file(CREATE_LINK "/usr/include/${folder}" "${shared_headers}/${folder}" SYMBOLIC)
   endforeach()

@@ -7,6 +7,7 @@
 #include <sstream>
 
 #include "commands/command.h"
+#include "commands/options.h"
 #include "media/complain.h"
 #include "media/error.h"
 #include "media/parsing.h"
@@ -66,9 +67,12 @@ std::vector<CommandText> CommandTexts() {
     } catch (const Error& error) {
       missing = error.what();
     }
+    HideMissing(app);
     CommandText& text =
         texts.emplace_back(CommandText{row.name, row.summary, app.get_description(), app.get_footer(), {}});
-    for (const CLI::Option* option : app.get_options()) text.options.push_back(Describe(*option));
+    for (const CLI::Option* option : app.get_options()) {
+      if (!option->get_group().empty()) text.options.push_back(Describe(*option));
+    }
   }
   if (!missing.empty()) Complain("the effect's options are left out: " + missing);
   return texts;

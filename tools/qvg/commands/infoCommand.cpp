@@ -14,6 +14,7 @@
 #include "picture/driver.h"
 #include "picture/logCapture.h"
 #include "picture/renderer.h"
+#include "platform/console.h"
 #include "selftest/platform.h"
 
 namespace qvgtool {
@@ -39,13 +40,13 @@ std::string WithErrorName(std::string text) {
   size_t digits = 0;
   const size_t begin = found + kBefore.size();
   const unsigned long code = std::stoul(text.substr(begin), &digits, 16);
-  return text.replace(begin - 2, digits + 2, EglErrorText(static_cast<unsigned>(code)));
+  return text.replace(begin - 2, digits + 2, DriverErrorText(static_cast<unsigned>(code)));
 }
 
 // Lines of the platform about displays: "<prefix><display>: <what>", the chosen one as "<prefix>display: <display>
 // ...".
 void SortLines(Findings& findings, bool repeated) {
-  const std::string prefix = "glContext_egl: ", chosen = prefix + "display: ";
+  const std::string prefix = Platform().logPrefix, chosen = prefix + "display: ";
   std::vector<LogLine> lines = std::move(findings.log);
   findings.log.clear();
   // A start that failed is tried again by every slot that needs it.
@@ -65,7 +66,7 @@ void SortLines(Findings& findings, bool repeated) {
 
 Findings Find(bool verbose) {
   Findings findings;
-  unsetenv("QVG_LOG_LEVEL");  // What the library logs is what is looked at.
+  ForgetVariable("QVG_LOG_LEVEL");  // What the library logs is what is looked at.
   {
     LogCapture log;
     {
@@ -98,21 +99,12 @@ Findings Find(bool verbose) {
 // What to look at when there is no driver, or not enough of one.
 std::vector<std::string> Hints(const Findings& findings) {
   if (findings.ready && findings.enough) return {};
-  constexpr const char* kVariables[] = {"QVG_CONTEXT",
-                                        "__EGL_VENDOR_LIBRARY_FILENAMES",
-                                        "__EGL_VENDOR_LIBRARY_DIRS",
-                                        "EGL_PLATFORM",
-                                        "LIBGL_DRIVERS_PATH",
-                                        "MESA_LOADER_DRIVER_OVERRIDE",
-                                        "GALLIUM_DRIVER",
-                                        "MESA_GL_VERSION_OVERRIDE",
-                                        "LD_LIBRARY_PATH"};
   std::vector<std::string> hints;
-  for (const char* name : kVariables) {
+  for (const char* name : Platform().variables) {
     const char* const value = std::getenv(name);
     if (value != nullptr) hints.push_back(fmt::format("{} is set to \"{}\": try without it", name, value));
   }
-  hints.push_back("Mesa's drivers are in the packages libegl1, libegl-mesa0 and libgl1-mesa-dri");
+  hints.push_back(Platform().hint);
   return hints;
 }
 
@@ -122,8 +114,8 @@ void PrintText(const Findings& findings, bool verbose) {
     for (const std::string& text : texts) row(std::exchange(title, ""), text);
   };
   const DriverTexts& driver = findings.driver;
-  row("Platform", "Linux, EGL");
-  row("Display", findings.display.empty() ? "none" : findings.display);
+  row("Platform", Platform().name);
+  if (Platform().displays) row("Display", findings.display.empty() ? "none" : findings.display);
   rows("Passed over", findings.passedOver);
   if (findings.ready) {
     row("Vendor", driver.vendor);
@@ -131,7 +123,7 @@ void PrintText(const Findings& findings, bool verbose) {
     row("", findings.software ? "a software renderer: the CPU does the work" : "a GPU");
     row("Version", driver.version);
     row("GLSL", driver.glsl);
-    row("EGL", driver.eglVersion + ", " + driver.eglVendor);
+    if (!driver.eglVersion.empty()) row("EGL", driver.eglVersion + ", " + driver.eglVendor);
   }
   const DriverTexts& offered = findings.offered;
   if (!offered.version.empty()) row("Offered", fmt::format("OpenGL {}, {}", offered.version, offered.renderer));
@@ -141,7 +133,8 @@ void PrintText(const Findings& findings, bool verbose) {
                                                       : "the library could not start"));
   for (size_t i = 0; i < findings.devices.size(); ++i)
     row(i == 0 ? "Devices" : "", fmt::format("device:{}  {}", i, findings.devices[i]));
-  row("Capture", fmt::format("{}", fmt::join(CaptureFormats(), " ")));
+  const std::vector<std::string> formats = CaptureFormats();
+  if (!formats.empty()) row("Capture", fmt::format("{}", fmt::join(formats, " ")));
   if (!verbose) rows("Error", findings.errors);
   rows("Hint", Hints(findings));
   for (const LogLine& line : findings.log) {
@@ -157,7 +150,7 @@ void PrintJson(const Findings& findings) {
   };
   const DriverTexts& driver = findings.driver;
   const std::pair<const char*, std::string> members[] = {
-      {"platform", JsonQuoted("Linux, EGL")},
+      {"platform", JsonQuoted(Platform().name)},
       {"display", findings.display.empty() ? "null" : JsonQuoted(findings.display)},
       {"passedOver", list(findings.passedOver)},
       {"ready", findings.ready ? "true" : "false"},

@@ -3,11 +3,11 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <filesystem>
 #include <numeric>
 
 #include "media/frameSamples.h"
 #include "picture/keyTuner.h"
+#include "platform/paths.h"
 
 namespace qvgtool {
 
@@ -24,7 +24,7 @@ std::string FindKey(const std::string& key, EffectSettings& effect, const std::s
   if (key.empty() || !IsOn(effect, "enable_key")) return {};
   if (key != kAutomaticKey && effect.contains("similarity")) return {};
   std::vector<FramePtr> pictures;
-  if (std::error_code error; std::filesystem::is_regular_file(input, error)) {
+  if (std::error_code error; std::filesystem::is_regular_file(PathOf(input), error)) {
     pictures = SamplesOf(input, options);
   } else {
     auto ahead = std::make_unique<ReadAhead>(std::move(source));

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <iterator>
 #include <string>
+#include <vector>
 
 #include "commands/command.h"
 #include "commands/options.h"
@@ -15,6 +16,7 @@
 #include "media/error.h"
 #include "media/mediaLog.h"
 #include "media/text.h"
+#include "platform/console.h"
 
 #ifndef QVG_VERSION
 #define QVG_VERSION "1.0.0"
@@ -109,10 +111,14 @@ int Main(int argc, char** argv) {
       const auto isHelp = [](const char* word) { return std::strcmp(word, "--help") == 0; };
       if (!std::any_of(argv, argv + argc, isHelp)) return kFailed;
     }
+    HideMissing(*sub);
   }
   try {
     app.parse(argc, argv);
-    if (command) command->Complete(*app.get_subcommands().front());
+    if (command) {
+      RefuseMissing(*app.get_subcommands().front());
+      command->Complete(*app.get_subcommands().front());
+    }
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() == 0) return app.exit(error);
     Complain(Complaint(app, error, argc, argv));
@@ -127,4 +133,11 @@ std::span<const CommandRow> Commands() { return kCommands; }
 
 }  // namespace qvgtool
 
-int main(int argc, char** argv) { return qvgtool::Main(argc, argv); }
+int main(int argc, char** argv) {
+  qvgtool::PrepareConsole();
+  std::vector<std::string> arguments = qvgtool::Arguments(argc, argv);
+  std::vector<char*> words;
+  for (std::string& argument : arguments) words.push_back(argument.data());
+  words.push_back(nullptr);
+  return qvgtool::Main(static_cast<int>(arguments.size()), words.data());
+}

@@ -6,10 +6,23 @@
 #include <numeric>
 #include <vector>
 
+#include "media/abilities.h"
 #include "media/parsing.h"
 
 namespace qvgtool {
 namespace {
+
+// What an option needs of the backend.
+constexpr struct {
+  const char* option;
+  bool Abilities::*ability;
+} kNeeds[] = {
+    {"--capture", &Abilities::capture},        {"--capture-size", &Abilities::capture},
+    {"--capture-rate", &Abilities::capture},   {"--no-sound", &Abilities::sound},
+    {"--no-subtitles", &Abilities::subtitles}, {"--codec", &Abilities::encoders},
+    {"--preset", &Abilities::encoders},        {"--format", &Abilities::encoders},
+    {"--gpu-yuv", &Abilities::gpuYuv},
+};
 
 // How many letters differ (Levenshtein, 1966).
 size_t Distance(const std::string& a, const std::string& b) {
@@ -64,6 +77,21 @@ CLI::Option* AddTime(CLI::App& app, const std::string& name, double& seconds, co
 
 CLI::Option* AddInput(CLI::App& app, std::string& input) {
   return app.add_option("INPUT", input, "Video, image, or - for a stream (such as Y4M) on standard input");
+}
+
+void HideMissing(CLI::App& app) {
+  for (const auto& [name, ability] : kNeeds) {
+    CLI::Option* const option = app.get_option_no_throw(name);
+    if (option && !(MediaAbilities().*ability)) option->group("");
+  }
+}
+
+void RefuseMissing(const CLI::App& app) {
+  for (const auto& [name, ability] : kNeeds) {
+    const CLI::Option* const option = app.get_option_no_throw(name);
+    if (!option || MediaAbilities().*ability || option->count() == 0) continue;
+    throw CLI::ValidationError(fmt::format("{}: this build of qvg, which is without FFmpeg's libraries, can't", name));
+  }
 }
 
 void AddCapture(CLI::App& app, std::string& input, ReadOptions& read) {

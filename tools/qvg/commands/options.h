@@ -25,6 +25,10 @@ CLI::Option* AddVerbose(CLI::App& app, bool& verbose);
 /** An INPUT of no letters, such as an empty variable of a shell, is no wish for the tool's own clip. Throws. */
 void RefuseEmptyInput(const CLI::App& app, const std::string& input);
 
+/** Options for what this build can't do are left out of the help, and refused when they are given; that throws. */
+void HideMissing(CLI::App& app);
+void RefuseMissing(const CLI::App& app);
+
 /** The option of the command that is spelt most like this word; empty when none is near. */
 std::string NearestOption(const CLI::App& app, const std::string& word);
 

@@ -1,7 +1,4 @@
 #include <fmt/format.h>
-#include <unistd.h>
-
-#include <filesystem>
 
 #include "commands/command.h"
 #include "commands/keying.h"
@@ -17,6 +14,8 @@
 #include "media/sequence.h"
 #include "picture/contactSheet.h"
 #include "picture/logCapture.h"
+#include "platform/files.h"
+#include "platform/paths.h"
 #include "window/previewWindow.h"
 
 namespace qvgtool {
@@ -25,10 +24,10 @@ namespace {
 void RefuseToOverwrite(const ProcessOptions& options) {
   std::error_code error;
   for (const std::string& input : options.inputs) {
-    if (!std::filesystem::equivalent(input, options.output, error)) continue;
+    if (!std::filesystem::equivalent(PathOf(input), PathOf(options.output), error)) continue;
     throw Error(fmt::format("{} is the input: choose another name for the output", options.output));
   }
-  if (!options.overwrite && std::filesystem::is_regular_file(options.output, error)) {
+  if (!options.overwrite && std::filesystem::is_regular_file(PathOf(options.output), error)) {
     throw Error(fmt::format("{} exists, and --no-overwrite was given", options.output));
   }
 }
@@ -127,7 +126,7 @@ class Processing {
     write.alpha = KeysOut(options_.effect) && layout.background.empty() && layout.backgroundColor.a < 1;
     if (options_.output == kStandardOutput) {
       write.standardOutput = log_.StandardOutput();
-      if (isatty(write.standardOutput) != 0) throw Error("standard output is a terminal: pipe it on, or name a file");
+      if (IsTerminal(write.standardOutput)) throw Error("standard output is a terminal: pipe it on, or name a file");
     }
     writer_ = MakeWriter(options_.output, write);
     if (!layout.background.empty()) background_.emplace(layout.background);
@@ -146,7 +145,7 @@ class Processing {
       throw Error(fmt::format("nothing is left of the inputs from {:.2f} s on", options_.read.from));
     }
     // A stream can't be opened again.
-    if (std::error_code error; !std::filesystem::is_regular_file(options_.input, error)) {
+    if (std::error_code error; !std::filesystem::is_regular_file(PathOf(options_.input), error)) {
       throw Error(fmt::format("{}: nothing is left from {:.2f} s on", options_.input, options_.read.from));
     }
     const VideoFormat format = OpenMedia(options_.input, {.sound = false})->Format();

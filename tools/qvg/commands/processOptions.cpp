@@ -3,12 +3,13 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <filesystem>
 
 #include "commands/effectOptions.h"
 #include "commands/options.h"
+#include "media/abilities.h"
 #include "media/demoClip.h"
 #include "media/parsing.h"
+#include "platform/paths.h"
 
 namespace qvgtool {
 namespace {
@@ -167,28 +168,14 @@ void AddProcessOptions(CLI::App& app, ProcessOptions& options) {
   app.description(
       "Takes every frame of a video or image through the library and writes the result.\n"
       "Without INPUT it makes a clip of its own: somebody who waves in front of a green screen.");
-  app.footer(
-      "Examples:\n"
-      "  qvg process clip.mp4 -o out.mp4                          the clip as it is\n"
-      "  qvg process clip.mp4 -o out.mp4 --scale 0.8 --rotate 5 --background beach.jpg --drop-shadow 0.6\n"
-      "  qvg process photo.jpg -o out.png --size 640x480\n"
-      "  qvg process title.png first.mp4 second.mp4 -o out.mp4    one after the other\n"
-      "  qvg process screen.mp4 -o out.mp4 --key auto --background beach.jpg --blur 60\n"
-      "  ffmpeg -i clip.mkv -f yuv4mpegpipe - | qvg process - -o out.mp4\n"
-      "  qvg process screen.mp4 -o - --key auto --background-color gray | ffplay -\n"
-      "Colours come out as they went in; the output is tagged as limited-range BT.601. High dynamic range is brought "
-      "to\n"
-      "the standard one. Sound, subtitles, chapters and titles are kept as far as the output can hold them; of "
-      "several\n"
-      "inputs the sound, and times such as --from count through all of them.\n"
-      "Exit code: 0 done, 1 failed or input damaged, 2 wrong usage, 130 interrupted (a capture: 0).");
+  const Abilities& media = MediaAbilities();
+  app.footer(std::string("Examples:\n") + media.examples + media.notes +
+             "Exit code: 0 done, 1 failed or input damaged, 2 wrong usage, 130 interrupted (a capture: 0).");
   app.add_option("INPUT", options.inputs,
-                 "Video, image, numbered images (frame%03d.png), or - for a stream (such as Y4M) on standard input; "
-                 "several are shown one after the other, fitted into the first one's size, an image for 5 s");
+                 std::string(media.inputs) +
+                     "; several are shown one after the other, fitted into the first one's size, an image for 5 s");
   AddCapture(app, options.input, options.read);
-  app.add_option("-o,--output", options.output,
-                 "Video (.mp4, .mkv, .webm ...), image (.png, .jpg ...: the first frame) or numbered images "
-                 "(frame%03d.png), or - for a stream on standard output; without INPUT out/demo.mp4")
+  app.add_option("-o,--output", options.output, fmt::format("{}; without INPUT {}", media.outputs, media.ownOutput))
       ->type_name("FILE");
 
   AddPlacing(app, options);
@@ -220,13 +207,13 @@ void CompleteProcessOptions(const CLI::App& app, ProcessOptions& options) {
     return;
   }
   if (options.output.empty()) {
-    options.output = "out/demo.mp4";
+    options.output = MediaAbilities().ownOutput;
     std::error_code ignored;
     std::filesystem::create_directories("out", ignored);
   }
-  const std::filesystem::path path(options.output);
+  const std::filesystem::path path = PathOf(options.output);
   if (options.sheet.empty() && options.output != kStandardOutput) {
-    options.sheet = (path.parent_path() / (path.stem().string() + "-sheet.png")).string();
+    options.sheet = NameOf(path.parent_path() / PathOf(NameOf(path.stem()) + "-sheet.png"));
   }
 }
 

@@ -1,7 +1,6 @@
 #include "commands/progress.h"
 
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -16,6 +15,7 @@ namespace qvgtool {
 namespace {
 
 constexpr std::chrono::milliseconds kPause(200);
+constexpr int kStandardError = 2;
 
 }  // namespace
 
@@ -26,10 +26,8 @@ std::string ClockText(double seconds) {
 }
 
 Progress::Progress(const ProgressOptions& options)
-    : json_(options.format == "json"),
-      terminal_(options.format == "auto" && isatty(STDERR_FILENO) == 1),
-      file_(nullptr, &std::fclose) {
-  if (!options.file.empty()) file_.reset(std::fopen(options.file.c_str(), "we"));
+    : json_(options.format == "json"), terminal_(options.format == "auto" && IsTerminal(kStandardError)) {
+  if (!options.file.empty()) file_ = OpenFile(options.file, "w");
   if (!options.file.empty() && !file_) throw Error(fmt::format("cannot write {}: {}", options.file, strerror(errno)));
   Begin(0);
 }

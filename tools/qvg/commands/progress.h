@@ -3,9 +3,9 @@
 
 #include <chrono>
 #include <cstdint>
-#include <cstdio>
-#include <memory>
 #include <string>
+
+#include "platform/files.h"
 
 namespace qvgtool {
 
@@ -36,8 +36,6 @@ class Progress {
   double Seconds() const;
 
  private:
-  using FilePtr = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
-
   double _Rate() const;
   double _Remaining() const;
   std::string _Line() const;

@@ -1,6 +1,5 @@
 #include <fmt/format.h>
 
-#include <unistd.h>
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
@@ -17,6 +16,7 @@
 #include "commands/selftestJson.h"
 #include "commands/selftestText.h"
 #include "picture/logCapture.h"
+#include "platform/files.h"
 #include "selftest/images.h"
 #include "selftest/platform.h"
 #include "selftest/report.h"
@@ -25,11 +25,6 @@ namespace qvgtool {
 namespace {
 
 using namespace selftest;
-
-struct CloseFile {
-  void operator()(std::FILE* file) const { std::fclose(file); }
-};
-using FilePtr = std::unique_ptr<std::FILE, CloseFile>;
 
 // "device:1" has no end of numbers.
 std::string ContextFault(const std::string& text) {
@@ -77,7 +72,7 @@ class SelftestCommand : public Command {
     }
     FilePtr reportFile;
     if (!reportFile_.empty()) {
-      reportFile.reset(std::fopen(reportFile_.c_str(), "w"));
+      reportFile = OpenFile(reportFile_, "w");
       if (!reportFile) throw std::runtime_error(fmt::format("{}: {}", reportFile_, std::strerror(errno)));
     }
     SetEnvironment("QVG_LOG_LEVEL", nullptr);  // What the library logs is looked at.
@@ -85,7 +80,7 @@ class SelftestCommand : public Command {
     Report report;
     report.quick = quick_;
     LogCapture log;
-    const FilePtr output(fdopen(dup(log.StandardOutput()), "w"));
+    const FilePtr output = OpenDescriptor(log.StandardOutput());
     if (!output) throw std::runtime_error("standard output is closed");
     _Run(report, log, output.get(), reportFile.get());
     if (json_) std::fputs(SelftestJson(report).c_str(), output.get());

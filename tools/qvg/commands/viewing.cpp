@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <filesystem>
 
 #include "commands/command.h"
 #include "commands/effectOptions.h"
@@ -17,6 +16,7 @@
 #include "media/imageFiles.h"
 #include "media/mediaWriter.h"
 #include "picture/keyTuner.h"
+#include "platform/paths.h"
 
 namespace qvgtool {
 namespace {
@@ -28,14 +28,14 @@ std::unique_ptr<FrameSource> Open(const ViewOptions& options) {
 
 bool IsFile(const std::string& path) {
   std::error_code error;
-  return std::filesystem::is_regular_file(path, error);
+  return std::filesystem::is_regular_file(PathOf(path), error);
 }
 
 // stem.png, or the first of stem-2.png, stem-3.png ... that is free.
 std::string FreeName(const std::string& stem) {
   std::string name = stem + ".png";
   std::error_code error;
-  for (int i = 2; std::filesystem::exists(name, error); ++i) name = fmt::format("{}-{}.png", stem, i);
+  for (int i = 2; std::filesystem::exists(PathOf(name), error); ++i) name = fmt::format("{}-{}.png", stem, i);
   return name;
 }
 
@@ -171,11 +171,11 @@ bool Viewing::_Go(const Move& move) {
 
 std::string Viewing::_Stem() const {
   if (options_.input.empty()) return "own clip";
-  return options_.input == "-" ? "standard input" : std::filesystem::path(options_.input).filename().string();
+  return options_.input == "-" ? "standard input" : NameOf(PathOf(options_.input).filename());
 }
 
 std::string Viewing::_Print() const {
-  const std::string stem = std::filesystem::path(_Stem()).stem().string();
+  const std::string stem = NameOf(PathOf(_Stem()).stem());
   std::string line = "qvg process " + ShellWord(options_.input.empty() ? "INPUT" : options_.input);
   line += " -o " + ShellWord(stem + (clip_->Source().Format().still ? "-effect.png" : "-effect.mp4"));
   if (options_.read.from > 0) line += fmt::format(" --from {}", options_.read.from);
@@ -188,7 +188,7 @@ std::string Viewing::_Print() const {
 std::string Viewing::_Save() const {
   const VideoFormat& in = clip_->Source().Format();
   const double time = options_.read.from + shownTime_;
-  const std::string stem = std::filesystem::path(_Stem()).stem().string();
+  const std::string stem = NameOf(PathOf(_Stem()).stem());
   // Rounded down, so that --from with this time finds the frame.
   const std::string path =
       FreeName(in.still ? stem + "-effect" : fmt::format("{}-{:.3f}s", stem, std::floor(time * 1000 + 1e-3) / 1000));

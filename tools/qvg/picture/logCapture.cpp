@@ -8,6 +8,7 @@
 #include <stdexcept>
 
 #include "media/complain.h"
+#include "platform/files.h"
 
 namespace qvgtool {
 namespace {
@@ -39,7 +40,7 @@ LogCapture::LogCapture() {
   int ends[2];
   std::fflush(stdout);
   realStdout_ = dup(STDOUT_FILENO);
-  if (realStdout_ < 0 || pipe(ends) != 0) throw std::runtime_error("no file descriptors left");
+  if (realStdout_ < 0 || !OpenPipe(ends)) throw std::runtime_error("no file descriptors left");
   dup2(ends[1], STDOUT_FILENO);
   close(ends[1]);
   reader_ = std::thread([this, pipe = ends[0]] { _ReadLines(pipe); });
@@ -59,8 +60,9 @@ void LogCapture::_ReadLines(int pipe) {
     if (size < 0 && errno != EINTR) break;
     pending.append(block, static_cast<size_t>(std::max<ssize_t>(size, 0)));
     for (size_t end; (end = pending.find('\n')) != std::string::npos; pending.erase(0, end + 1)) {
-      const std::string text = pending.substr(0, end);
+      std::string text = pending.substr(0, end);
       const std::scoped_lock lock(mutex_);
+      if (text.ends_with('\r')) text.pop_back();
       if (text == kMark) {
         ++marks_;
         marked_.notify_all();

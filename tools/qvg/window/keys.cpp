@@ -1,8 +1,6 @@
 #include "window/keys.h"
 
 #include <fmt/format.h>
-#define GLFW_INCLUDE_NONE
-#include <GLFW/glfw3.h>
 
 #include <algorithm>
 #include <iterator>
@@ -20,27 +18,27 @@ constexpr KeyRow kKeys[] = {
     {kPause, 0, kAlways, false, {' '}, "Space", "pause, go on"},
     {kStep, 1, kAlways, true, {'.'}, "Point", "one frame on"},
     {kStep, -1, kTravel, true, {','}, "Comma", "one frame back"},
-    {kSeek, 5, kTravel, true, {GLFW_KEY_PAGE_DOWN}, "Page Down, Page Up", "5 seconds on, back (Shift: 50)"},
-    {kSeek, -5, kTravel, true, {GLFW_KEY_PAGE_UP}, nullptr, nullptr},
-    {kStart, 0, kTravel, false, {GLFW_KEY_HOME}, "Home", "to the start"},
+    {kSeek, 5, kTravel, true, {kKeyPageDown}, "Page Down, Page Up", "5 seconds on, back (Shift: 50)"},
+    {kSeek, -5, kTravel, true, {kKeyPageUp}, nullptr, nullptr},
+    {kStart, 0, kTravel, false, {kKeyHome}, "Home", "to the start"},
     {kStage, 0, kEffect, false, {'1'}, "1 2 3 4", "key, beauty, colour, background: on or off"},
     {kStage, 1, kEffect, false, {'2'}, nullptr, nullptr},
     {kStage, 2, kEffect, false, {'3'}, nullptr, nullptr},
     {kStage, 3, kEffect, false, {'4'}, nullptr, nullptr},
-    {kChoose, 1, kEffect, true, {GLFW_KEY_DOWN}, "Down, Up", "choose a parameter of the effect"},
-    {kChoose, -1, kEffect, true, {GLFW_KEY_UP}, nullptr, nullptr},
-    {kChange, 1, kEffect, true, {GLFW_KEY_RIGHT, '+'}, "Right, Left or + -", "change it (Shift with arrows: tenfold)"},
-    {kChange, -1, kEffect, true, {GLFW_KEY_LEFT, '-'}, nullptr, nullptr},
-    {kDefault, 0, kEffect, false, {GLFW_KEY_BACKSPACE}, "Backspace", "its default"},
+    {kChoose, 1, kEffect, true, {kKeyDown}, "Down, Up", "choose a parameter of the effect"},
+    {kChoose, -1, kEffect, true, {kKeyUp}, nullptr, nullptr},
+    {kChange, 1, kEffect, true, {kKeyRight, '+'}, "Right, Left or + -", "change it (Shift with arrows: tenfold)"},
+    {kChange, -1, kEffect, true, {kKeyLeft, '-'}, nullptr, nullptr},
+    {kDefault, 0, kEffect, false, {kKeyBackspace}, "Backspace", "its default"},
     {kSplit, 0, kTasks, false, {'b'}, "b", "before and after; the mouse draws the line"},
     {kPrint, 0, kTasks, false, {'p'}, "p", "print a command that renders with these settings"},
     {kSave, 0, kTasks, false, {'s'}, "s", "save the picture as PNG"},
     {kTurn, 1, kAlways, false, {'r'}, "r", "turn the view a quarter"},
     {kFlip, 0, kAlways, false, {'f'}, "f", "flip the view upside down"},
-    {kFullScreen, 0, kAlways, false, {GLFW_KEY_F11}, "F11", "full screen"},
-    {kHelp, 0, kAlways, false, {'h', GLFW_KEY_F1}, "h, F1", "these keys"},
+    {kFullScreen, 0, kAlways, false, {kKeyF11}, "F11", "full screen"},
+    {kHelp, 0, kAlways, false, {'h', kKeyF1}, "h, F1", "these keys"},
     {kClose, 0, kAlways, false, {'q'}, "q, Escape", "close"},
-    {kLeave, 0, kAlways, false, {GLFW_KEY_ESCAPE}, nullptr, nullptr},
+    {kLeave, 0, kAlways, false, {kKeyEscape}, nullptr, nullptr},
 };
 
 }  // namespace

@@ -5,7 +5,22 @@
 
 namespace qvgtool {
 
-/** A key that went down. code: the character it types, a letter as a small one, or a code of GLFW's above those. */
+/** Keys that type nothing; above all characters. */
+enum Key : unsigned {
+  kKeyEscape = 1u << 24,
+  kKeyBackspace,
+  kKeyRight,
+  kKeyLeft,
+  kKeyDown,
+  kKeyUp,
+  kKeyPageUp,
+  kKeyPageDown,
+  kKeyHome,
+  kKeyF1,
+  kKeyF11
+};
+
+/** A key that went down. code: the character it types, a letter as a small one, or a Key. */
 struct Stroke {
   unsigned code = 0;
   bool shift = false, repeated = false;

@@ -8,8 +8,6 @@
 
 #include "window/keys.h"
 
-struct GLFWwindow;
-
 namespace qvgtool {
 
 struct WindowEvents {
@@ -29,7 +27,7 @@ class NativeWindow {
   NativeWindow(const NativeWindow&) = delete;
   NativeWindow& operator=(const NativeWindow&) = delete;
 
-  void Listen(WindowEvents events) { events_ = std::move(events); }
+  void Listen(WindowEvents events);
 
   /** For the library. */
   void* Handle() const;
@@ -46,25 +44,11 @@ class NativeWindow {
   /** Seconds. */
   static double Now();
 
+  /** The platform's. */
+  struct State;
+
  private:
-  struct Glfw {
-    Glfw();
-    ~Glfw();
-  };
-  struct Destroy {
-    void operator()(GLFWwindow* window) const;
-  };
-
-  static WindowEvents& _EventsOf(GLFWwindow* window);
-  static NativeWindow& _Of(GLFWwindow* window);
-  void _TakeEvents();
-
-  Glfw glfw_;
-  std::unique_ptr<GLFWwindow, Destroy> window_;
-  WindowEvents events_;
-  Stroke stroke_;  // The last key that went down; what it types comes after it.
-  bool pressed_ = false;
-  int place_[4] = {};  // Before it filled the screen.
+  std::unique_ptr<State> state_;
 };
 
 }  // namespace qvgtool

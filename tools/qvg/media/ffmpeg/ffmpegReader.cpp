@@ -3,13 +3,12 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cctype>
 #include <cmath>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 
 #include "media/ffmpeg/avFrame.h"
+#include "media/numberedNames.h"
 
 extern "C" {
 #include <libavutil/display.h>
@@ -23,11 +22,6 @@ namespace {
 // FFmpeg reads any text file as terminal art: nobody means that here.
 constexpr const char* kNotMedia[] = {"tty", "bin"};
 
-bool IsNumbered(const std::string& path) {
-  std::error_code error;
-  return av_filename_number_test(path.c_str()) && !std::filesystem::exists(path, error);
-}
-
 constexpr unsigned kDevicePause = 2000;  // Microseconds, while a device has no picture.
 
 std::string Url(const std::string& path) {
@@ -39,24 +33,6 @@ std::string Url(const std::string& path) {
   if (!std::filesystem::exists(status)) throw Error(fmt::format("{}: no such file", path));
   if (std::filesystem::is_directory(status)) throw Error(fmt::format("{}: is a directory", path));
   return "file:" + path;
-}
-
-// The lowest number in the folder under which the pattern names a file; none: nothing there is named so.
-std::optional<int> FirstNumber(const std::string& pattern) {
-  const std::filesystem::path folder = std::filesystem::path(pattern).parent_path();
-  std::optional<int> first;
-  std::error_code error;
-  for (const auto& entry : std::filesystem::directory_iterator(folder.empty() ? "." : folder, error)) {
-    const std::string name = (folder / entry.path().filename()).string();
-    for (size_t i = 0; i < name.size(); ++i) {
-      if (std::isdigit(static_cast<unsigned char>(name[i])) == 0) continue;
-      const int number = std::atoi(name.c_str() + i);
-      char numbered[4096];
-      const bool named = av_get_frame_filename(numbered, sizeof numbered, pattern.c_str(), number) >= 0;
-      if (named && name == numbered && (!first || number < *first)) first = number;
-    }
-  }
-  return first;
 }
 
 AVDictionary* NumberedImages(const std::string& pattern, double rate) {

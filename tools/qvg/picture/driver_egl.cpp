@@ -1,10 +1,10 @@
-#include "picture/driver.h"
-
 #include <EGL/egl.h>
 #include <EGL/eglext.h>
 #include <fmt/format.h>
 
 #include <iterator>
+
+#include "picture/driver.h"
 
 namespace qvgtool {
 
@@ -49,7 +49,23 @@ DriverTexts AskOfferedDriver() {
   return AskDriverOf(eglGetPlatformDisplay(EGL_PLATFORM_SURFACELESS_MESA, EGL_DEFAULT_DISPLAY, nullptr));
 }
 
-std::string EglErrorText(unsigned code) {
+const DriverPlatform& Platform() {
+  static constexpr const char* kVariables[] = {"QVG_CONTEXT",
+                                               "__EGL_VENDOR_LIBRARY_FILENAMES",
+                                               "__EGL_VENDOR_LIBRARY_DIRS",
+                                               "EGL_PLATFORM",
+                                               "LIBGL_DRIVERS_PATH",
+                                               "MESA_LOADER_DRIVER_OVERRIDE",
+                                               "GALLIUM_DRIVER",
+                                               "MESA_GL_VERSION_OVERRIDE",
+                                               "LD_LIBRARY_PATH"};
+  static constexpr DriverPlatform kPlatform = {
+      "Linux, EGL", "glContext_egl: ", true, kVariables,
+      "Mesa's drivers are in the packages libegl1, libegl-mesa0 and libgl1-mesa-dri"};
+  return kPlatform;
+}
+
+std::string DriverErrorText(unsigned code) {
   // In the order of their numbers.
   constexpr const char* kNames[] = {"SUCCESS",       "NOT_INITIALIZED", "BAD_ACCESS",        "BAD_ALLOC",
                                     "BAD_ATTRIBUTE", "BAD_CONFIG",      "BAD_CONTEXT",       "BAD_CURRENT_SURFACE",
