@@ -82,7 +82,9 @@ CLI::Option* AddInput(CLI::App& app, std::string& input) {
 void HideMissing(CLI::App& app) {
   for (const auto& [name, ability] : kNeeds) {
     CLI::Option* const option = app.get_option_no_throw(name);
-    if (option && !(MediaAbilities().*ability)) option->group("");
+    if (!option || MediaAbilities().*ability) continue;
+    option->group("");
+    if (CLI::Option* const input = app.get_option_no_throw("INPUT")) input->remove_excludes(option);
   }
 }
 
