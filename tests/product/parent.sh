@@ -2,10 +2,11 @@
 # parent.sh SOURCES [whole]: another project can take the library in from its sources. Only a first part of it is
 # compiled, unless the whole is asked for: the rest is no different there.
 set -eu
+here=$(realpath "$(dirname "$0")")
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
-cmake -S "$(dirname "$0")/parent" -B "$work" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo "-DQVG_SOURCES=$1" >/dev/null
-cmake --build "$work" --target qvg_utils host_object >/dev/null
+cmake -S "$here/parent" -B "$work" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo "-DQVG_SOURCES=$1" >/dev/null
+cmake --build "$work" --target qvg_utils >/dev/null
 if [[ ${2-} == whole ]]; then
   cmake --build "$work" >/dev/null
   "$work/host"
