@@ -22,8 +22,7 @@ constexpr double kGrip = 12;  // Pixels on each side of the split's line.
 
 PreviewWindow::PreviewWindow(const Renderer& renderer, const std::string& name, int width, int height, bool paced,
                              std::function<bool()> stopped)
-    : renderer_(renderer),
-      name_(name),
+    : name_(name),
       driver_(AskDriver().renderer),
       stopped_(std::move(stopped)),
       window_("qvg: " + name, width, height),

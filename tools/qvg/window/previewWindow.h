@@ -92,7 +92,6 @@ class PreviewWindow {
   Place _Place() const;
   void _UpdateTitle(bool now);
 
-  const Renderer& renderer_;
   std::string name_, driver_, state_, title_;
   std::function<bool()> stopped_;
   NativeWindow window_;

@@ -22,6 +22,8 @@ namespace {
 // FFmpeg reads any text file as terminal art: nobody means that here.
 constexpr const char* kNotMedia[] = {"tty", "bin"};
 
+// What AV_TIME_BASE_Q says in C.
+constexpr AVRational kMicroseconds{1, AV_TIME_BASE};
 constexpr unsigned kDevicePause = 2000;  // Microseconds, while a device has no picture.
 
 std::string Url(const std::string& path) {
@@ -183,7 +185,7 @@ bool FfmpegReader::Seek(double seconds) {
   target_ = target;
   before_ = 0;
   lastPts_ = AV_NOPTS_VALUE;
-  firstPts_ = ahead > 0 || origin_ > 0 ? av_rescale_q(ahead, AV_TIME_BASE_Q, unit_) : INT64_MIN;
+  firstPts_ = ahead > 0 || origin_ > 0 ? av_rescale_q(ahead, kMicroseconds, unit_) : INT64_MIN;
   return true;
 }
 
@@ -223,11 +225,11 @@ bool FfmpegReader::_SetTime(AVFrame& frame) {
   const int64_t step = std::max<int64_t>(1, av_rescale_q(1, av_inv_q(rate_), unit_));
   int64_t pts = frame.best_effort_timestamp;
   if (pts != AV_NOPTS_VALUE) {
-    pts -= av_rescale_q(origin_, AV_TIME_BASE_Q, unit_);
+    pts -= av_rescale_q(origin_, kMicroseconds, unit_);
     if (pts < firstPts_) return false;
     if (cut_ && !begun_) {
       // All that goes along begins with this picture.
-      origin_ += av_rescale_q(pts, unit_, AV_TIME_BASE_Q);
+      origin_ += av_rescale_q(pts, unit_, kMicroseconds);
       pts = 0;
     }
   }
@@ -269,7 +271,7 @@ bool FfmpegReader::_FeedDecoder() {
 /// Containers without an index lead to any packet: one to begin with has to be looked for.
 bool FfmpegReader::_SeekFurtherBack(const AVPacket& first) {
   const int64_t time = first.dts != AV_NOPTS_VALUE ? first.dts : first.pts;
-  const bool early = time == AV_NOPTS_VALUE || av_compare_ts(time, video_->time_base, target_, AV_TIME_BASE_Q) <= 0;
+  const bool early = time == AV_NOPTS_VALUE || av_compare_ts(time, video_->time_base, target_, kMicroseconds) <= 0;
   const int64_t start = input_->start_time != AV_NOPTS_VALUE ? input_->start_time : 0;
   // Frames may be decoded before the first is shown: even the start lies behind a beginning.
   const bool nothingBefore = before_ > target_ - start + AV_TIME_BASE;
@@ -295,7 +297,7 @@ CompanionPacket FfmpegReader::TakePacket() {
     CompanionPacket taken = std::move(packets_.front());
     packets_.pop_front();
     AVPacket& packet = *taken.packet;
-    const int64_t origin = av_rescale_q(origin_, AV_TIME_BASE_Q, taken.stream->time_base);
+    const int64_t origin = av_rescale_q(origin_, kMicroseconds, taken.stream->time_base);
     if (packet.pts != AV_NOPTS_VALUE) packet.pts -= origin;
     if (packet.dts != AV_NOPTS_VALUE) packet.dts -= origin;
     if (cut_ && packet.pts != AV_NOPTS_VALUE && packet.pts + LeadOf(taken) <= 0) continue;
