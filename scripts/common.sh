@@ -1,5 +1,8 @@
 # Shared by ./test and ./demo. Sourced with the repository's root as the working directory.
 
+# The builds share what the compiler cache has of the sources that they have in common, and so do checkouts.
+export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1
+
 # Installs the missing packages of the given groups of scripts/packages.
 install_packages() {
   local groups=" $* " group package missing=()
