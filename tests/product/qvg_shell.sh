@@ -115,9 +115,12 @@ done
 # A stream in which nothing comes, and one that nobody reads on.
 mkfifo silent
 exec 5<>silent
+printf x >&5
 "$qvg" process - -o out.mkv <silent >out.log 2>err.log &
 tool=$!
-sleep 1
+# It has taken what there was, and sleeps.
+waits() { ! read -r -t 0 -u 5 && grep -q '^State:.S' "/proc/$tool/status"; }
+within 200 waits
 kill -TERM $tool
 wait $tool
 expect "SIGTERM while the input is silent" "130 1" "$? $(lines err.log)"
