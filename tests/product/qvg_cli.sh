@@ -20,8 +20,8 @@ refused() {
 # difference A B [FILTER FOR A]: mean absolute difference of luma and chroma, the largest of the three.
 difference() {
   ffmpeg -nostdin -v error -i "$1" -i "$2" -filter_complex \
-    "[0]${3:-null},format=yuv420p,setpts=N[a];[1]format=yuv420p,setpts=N[b];[a][b]blend=all_mode=difference:shortest=1,
-     signalstats,metadata=print:file=-" -f null - |
+    "[0]${3:-null},format=yuv420p,settb=AVTB,setpts=N[a];[1]format=yuv420p,settb=AVTB,setpts=N[b];
+     [a][b]blend=all_mode=difference:shortest=1,signalstats,metadata=print:file=-" -f null - |
     awk -F= '/YAVG/{y+=$2; ++n} /UAVG/{u+=$2} /VAVG/{v+=$2}
              END{if (!n) {print 999; exit} m=y; if (u>m) m=u; if (v>m) m=v; printf "%.3f", m/n}'
 }
@@ -153,6 +153,8 @@ for row in "own.mp4;" "hd.mp4;$to601" "tagged.mp4;$to601" "full.mp4;scale=$exact
   process "$clip" -o back.mp4 --gpu-yuv
   close "colours of $clip with --gpu-yuv" 4 "$clip" back.mp4 "${row#*;}"
 done
+process hd.mp4 -o back.y4m
+close "colours of hd.mp4 as Y4M, whose matrix is guessed" 2 hd.mp4 back.y4m
 
 # A stream on standard output, and nothing else there; parts of a clip, and other rates.
 "$qvg" process clip.mp4 -o - 2>err.log >piped

@@ -23,11 +23,13 @@ const Abilities& MediaAbilities() {
           "  ffmpeg -i clip.mkv -f yuv4mpegpipe - | qvg process - -o out.mp4\n"
           "  qvg process screen.mp4 -o - --key auto --background-color gray | ffplay -\n",
       .notes =
-          "Colours come out as they went in; the output is tagged as limited-range BT.601. High dynamic range is "
-          "brought to\n"
-          "the standard one. Sound, subtitles, chapters and titles are kept as far as the output can hold them; of "
-          "several\n"
-          "inputs the sound, and times such as --from count through all of them.\n"};
+          "Colours come out as they went in; the output is tagged as limited-range BT.601, but for Y4M, which has no "
+          "tags and\n"
+          "is BT.709 above 576 lines. High dynamic range is brought to the standard one. Sound, subtitles, chapters "
+          "and titles\n"
+          "are kept as far as the output can hold them; of several inputs the sound, and times such as --from count "
+          "through\n"
+          "all of them.\n"};
   return kAbilities;
 }
 

@@ -201,7 +201,7 @@ bool FfmpegWriter::_OpenEncoder(const AVCodec* codec, const VideoFormat& format,
   const bool yuv = IsYuv(encoderFormat_);
   const bool jpeg = image_ && yuv;
   encoder->color_range = yuv && !jpeg ? AVCOL_RANGE_MPEG : AVCOL_RANGE_JPEG;
-  encoder->colorspace = yuv ? AVCOL_SPC_SMPTE170M : AVCOL_SPC_RGB;
+  encoder->colorspace = yuv ? static_cast<AVColorSpace>(matrix_) : AVCOL_SPC_RGB;
   // The matrix is changed on the way, primaries and transfer are not.
   encoder->color_primaries = static_cast<AVColorPrimaries>(colorSource.primaries);
   encoder->color_trc = static_cast<AVColorTransferCharacteristic>(colorSource.transfer);
@@ -216,6 +216,8 @@ bool FfmpegWriter::_OpenEncoder(const AVCodec* codec, const VideoFormat& format,
 void FfmpegWriter::Open(const VideoFormat& format, const Frame& colorSource, FrameSource* source, double end) {
   sourceTimeBase_ = ToAv(format.timeBase);
   along_ = AlongWith(source);
+  // Y4M has no tag for the matrix: readers guess it from the size.
+  if (!std::strcmp(output_->oformat->name, "yuv4mpegpipe")) matrix_ = GuessedMatrix(format.height);
   const bool opened = std::any_of(codecs_.begin(), codecs_.end(),
                                   [&](const AVCodec* codec) { return _OpenEncoder(codec, format, colorSource); });
   encoderName_ = encoder_->codec->name;
@@ -223,6 +225,8 @@ void FfmpegWriter::Open(const VideoFormat& format, const Frame& colorSource, Fra
     throw Error(fmt::format("{}: {} does not take {} x {}: {}", path_, LongerName(codecs_.front()), format.width,
                             format.height, FfmpegError(AVERROR(EINVAL))));
   }
+  // The library reads back as BT.601 only.
+  if (matrix_ != kMatrix601) frameFormat_ = AV_PIX_FMT_RGBA;
   _AddStreams(format, end);
 
   int result = _OpenOutput();
@@ -277,7 +281,7 @@ void FfmpegWriter::Write(FramePtr frame) {
   if (const PixelFormat wanted = FromAv(encoderFormat_); frame->format != wanted) {
     const bool yuv = IsYuv(encoderFormat_);
     source = &converter_.Convert(*frame, wanted, frame->width, frame->height,
-                                 {.rgb = !yuv, .fullRange = !yuv || image_, .matrix = kMatrix601});
+                                 {.rgb = !yuv, .fullRange = !yuv || image_, .matrix = matrix_});
   }
   const AvFramePtr send = ToAv(*source);
   send->pts = av_rescale_q(frame->pts, sourceTimeBase_, encoder_->time_base);

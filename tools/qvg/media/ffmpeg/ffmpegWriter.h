@@ -50,6 +50,7 @@ class FfmpegWriter : public MediaWriter {
   CompanionTracks companions_;
   std::string encoderName_;
   AVPixelFormat frameFormat_ = AV_PIX_FMT_NONE, encoderFormat_ = AV_PIX_FMT_NONE;
+  int matrix_ = kMatrix601;  // Of YUV.
   ColorConverter converter_;
   AVRational sourceTimeBase_{1, 25};
   int64_t lastPts_ = AV_NOPTS_VALUE;
