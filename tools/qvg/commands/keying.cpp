@@ -32,14 +32,14 @@ std::string FindKey(const std::string& key, EffectSettings& effect, const std::s
     source = std::move(ahead);
   }
   if (pictures.empty()) return {};
-  KeyValues found = KeyTuner(pictures, key == kAutomaticKey ? std::string() : key).Find();
+  KeyValues found = TuneKey(pictures, key == kAutomaticKey ? std::string() : key);
   const std::pair<const char*, int64_t*> values[] = {
       {"similarity", &found.similarity}, {"smoothness", &found.smoothness}, {"anti-spill", &found.spill}};
   for (const auto& [name, value] : values) {
     if (const auto given = effect.find(name); given != effect.end()) *value = given->second.value.value.integer;
   }
-  for (auto& [name, setting] : found.Settings()) effect.insert_or_assign(name, setting);
-  return "the screen is keyed out by " + found.OptionLine();
+  for (auto& [name, setting] : SettingsOf(found)) effect.insert_or_assign(name, setting);
+  return "the screen is keyed out by " + OptionLine(found);
 }
 
 KeyWatch::KeyWatch(EffectSettings effect, EffectTable table, int64_t frames)

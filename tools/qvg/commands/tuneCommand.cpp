@@ -65,7 +65,7 @@ std::string Tune(const TuneOptions& options, LogCapture& log) {
   const Renderer renderer;
   if (!renderer.Ready()) throw Error(NoContextReason(log));
   log.Forward(false);
-  const KeyValues found = KeyTuner(samples, options.key).Find();
+  const KeyValues found = TuneKey(samples, options.key);
   const Texture texture = renderer.Upload(*frame);
 
   const int tileHeight = std::clamp(
@@ -73,7 +73,7 @@ std::string Tune(const TuneOptions& options, LogCapture& log) {
   const int rowHeight = 3 * tileHeight + kLabelHeight + kGap;
   constexpr int kRows = static_cast<int>(std::size(kSweeps));
   Sheet sheet(kColumns * (kTileWidth + kGap) + kGap, kTitleHeight + kRows * rowHeight + kGap);
-  sheet.Label(kGap, 12, "found   " + found.OptionLine(), 20);
+  sheet.Label(kGap, 12, "found   " + OptionLine(found), 20);
   for (int row = 0; row < kRows; ++row) {
     const Sweep& sweep = kSweeps[row];
     for (int column = 0; column < kColumns; ++column) {
@@ -82,14 +82,14 @@ std::string Tune(const TuneOptions& options, LogCapture& log) {
       values.*sweep.value = std::clamp<int64_t>(
           std::llround(static_cast<double>(found.*sweep.value) * std::pow(sweep.factor, step)), 1, 1000);
       const int x = kGap + column * (kTileWidth + kGap), y = kTitleHeight + kGap + row * rowHeight;
-      const Texture keyed = Effect(values.Settings()).Apply(texture);
+      const Texture keyed = Effect(SettingsOf(values)).Apply(texture);
       sheet.Paste(*Tile(*renderer.ReadBack(keyed, PixelFormat::kRGBA, true), kTileWidth, tileHeight), x, y);
       sheet.Label(x + 2, y + 3 * tileHeight + 7,
                   fmt::format("{} {}{}", sweep.name, values.*sweep.value, step == 0 ? "   (found)" : ""), 16);
     }
   }
   sheet.Save(options.sheet);
-  return found.OptionLine();
+  return OptionLine(found);
 }
 
 class TuneCommand : public Command {

@@ -234,9 +234,9 @@ std::string Viewing::_Pick(double x, double y) {
   effect_->Set("color", ParamSetting::Color(color));
   effect_->Set("enable_key", ParamSetting::Switch(true));
   try {
-    const KeyValues found = KeyTuner(_Samples(), color).Find();
-    for (const auto& [name, setting] : found.Settings()) effect_->Set(name, setting);
-    return "keyed out: " + found.OptionLine();
+    const KeyValues found = TuneKey(_Samples(), color);
+    for (const auto& [name, setting] : SettingsOf(found)) effect_->Set(name, setting);
+    return "keyed out: " + OptionLine(found);
   } catch (const Error& error) {
     return fmt::format("color: {}\n{}", color, error.what());
   }

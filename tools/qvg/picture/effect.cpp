@@ -12,33 +12,6 @@ namespace {
 
 constexpr char kEffectName[] = "general_eff";
 
-// What the table doesn't tell: English, and the stage a parameter belongs to. A parameter without a row works as well.
-constexpr struct {
-  const char *name, *help, *stage;
-} kGlosses[] = {
-    {"color", "Key colour, that of the screen behind the person", "enable_key"},
-    {"similarity", "Colours up to this distance from the key colour become transparent", "enable_key"},
-    {"smoothness", "Width of the soft step from transparent to opaque", "enable_key"},
-    {"anti-spill", "Colours up to this distance beyond the keyed ones lose their tint", "enable_key"},
-    {"bgfile", "Image that the effect lays behind the frame, cut to its shape", "enable_bg"},
-    {"whitten", "Whitens skin", "enable_beauty"},
-    {"blur", "Smooths skin", "enable_beauty"},
-    {"bright", "Exposure", "enable_color"},
-    {"temperature", "Colour temperature: cooler below 0, warmer above", "enable_color"},
-    {"highlight", "Without effect at present", "enable_color"},
-    {"shadow", "Lightens the shadows", "enable_color"},
-    {"enable_key", "Keying on or off; else on when one of its parameters is given", nullptr},
-    {"enable_beauty", "Beauty on or off; else on when one of its parameters is given", nullptr},
-    {"enable_color", "Colour correction on or off; else on when one of its parameters is given", nullptr},
-    {"enable_bg", "Background image on or off; else on when it is given", nullptr},
-};
-
-const auto* GlossOf(const std::string& name) {
-  const auto* gloss =
-      std::find_if(std::begin(kGlosses), std::end(kGlosses), [&](const auto& g) { return g.name == name; });
-  return gloss == std::end(kGlosses) ? nullptr : gloss;
-}
-
 }  // namespace
 
 ParamSetting ParamSetting::Integer(int64_t number) {
@@ -75,19 +48,10 @@ EffectTable AskEffectTable() {
   return {kEffectName, displayName ? displayName : kEffectName, {rows.begin(), rows.end()}};
 }
 
-std::string HelpOf(const QVGParamDescriptor& row) {
-  const auto* gloss = GlossOf(row.name);
-  return gloss ? gloss->help : row.label;
-}
-
-const char* StageOf(const std::string& parameter) {
-  const auto* gloss = GlossOf(parameter);
-  return gloss ? gloss->stage : nullptr;
-}
-
 void ImplySwitches(EffectSettings& settings) {
-  for (const auto& gloss : kGlosses) {
-    if (gloss.stage && settings.contains(gloss.name)) settings.try_emplace(gloss.stage, ParamSetting::Switch(true));
+  const EffectSettings given = settings;
+  for (const auto& [name, setting] : given) {
+    if (const char* stage = StageOf(name)) settings.try_emplace(stage, ParamSetting::Switch(true));
   }
 }
 

@@ -1,6 +1,8 @@
 // The library's effect: values for its parameters, and an instance of it.
 #pragma once
 
+#include <effectKit/parameterTexts.h>
+
 #include <map>
 #include <string>
 
@@ -25,11 +27,8 @@ using EffectSettings = std::map<std::string, ParamSetting>;  // By the parameter
 /** "#rrggbb" */
 std::string ColorText(const double (&rgb)[3]);
 
-/** What a parameter does, in English where the tool knows it; else its label. */
-std::string HelpOf(const QVGParamDescriptor& row);
-
-/** The switch of the stage that a parameter belongs to; null for none. */
-const char* StageOf(const std::string& parameter);
+using qvg::effectkit::HelpOf;
+using qvg::effectkit::StageOf;
 
 /** Switches on the stages whose parameters are set, where the settings don't say anything about the switch. */
 void ImplySwitches(EffectSettings& settings);

@@ -1,0 +1,51 @@
+// Finds values with which a screen behind a person disappears and the person stays.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <stdexcept>
+
+namespace qvg::effectkit {
+
+/// An upright picture of R, G, B and A bytes.
+struct PictureView {
+  const uint8_t* rgba;
+  ptrdiff_t stride;  ///< Bytes from a row to the next.
+  int width, height;
+
+  const uint8_t* Pixel(int x, int y) const { return rgba + y * stride + ptrdiff_t{4} * x; }
+};
+
+struct KeyValues {
+  double color[3];                        ///< R, G, B from 0 to 1, as the effect takes them.
+  int64_t similarity, smoothness, spill;  ///< In thousandths of colour distance, likewise.
+};
+
+/// Why no values are found, in words for the user.
+class KeyError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/// No colour stands out; it may help to name the screen's.
+class NoScreenError : public KeyError {
+ public:
+  using KeyError::KeyError;
+};
+
+/// pictures: at least one; they may show different things, or nothing but the screen.
+/// named: about the screen's colour; without it, it is found along the pictures' left, right and upper borders.
+/// Throws KeyError when no colour stands out there, none that can be keyed, or when the screen's colours reach into
+/// those of what stands before it.
+///
+/// It runs on the calling thread alone, for about 5 ms per picture of 480 x 270, which is as much as it needs of a
+/// frame; the time grows with the pixels.
+KeyValues FindKey(std::span<const PictureView> pictures, std::optional<std::array<uint8_t, 3>> named = std::nullopt);
+
+/// The share of a picture's pixels that these values make transparent, 0 to 1.
+double KeyedShare(const PictureView& picture, std::span<const double, 3> color, int64_t similarity);
+
+}  // namespace qvg::effectkit
