@@ -1,0 +1,137 @@
+#include "core/frameUpload.h"
+
+#include <cmath>
+
+namespace qvgst {
+namespace {
+
+/// What a byte of alpha wants of an upload.
+enum class Alpha { kNone, kKept, kUnused };
+
+struct Format {
+  GstVideoFormat format;
+  QVGPixelFormat upload;
+  Alpha alpha = Alpha::kNone;
+};
+
+constexpr Format kFormats[] = {
+    {GST_VIDEO_FORMAT_NV12, QVG_FORMAT_NV12},
+    {GST_VIDEO_FORMAT_I420, QVG_FORMAT_I420},
+    {GST_VIDEO_FORMAT_YV12, QVG_FORMAT_I420},
+    {GST_VIDEO_FORMAT_P010_10LE, QVG_FORMAT_YUV16_SP},
+    {GST_VIDEO_FORMAT_P012_LE, QVG_FORMAT_YUV16_SP},
+    {GST_VIDEO_FORMAT_P016_LE, QVG_FORMAT_YUV16_SP},
+    {GST_VIDEO_FORMAT_Y42B, QVG_FORMAT_I422},
+    {GST_VIDEO_FORMAT_Y444, QVG_FORMAT_I444},
+    {GST_VIDEO_FORMAT_RGBA, QVG_FORMAT_RGBA, Alpha::kKept},
+    {GST_VIDEO_FORMAT_BGRA, QVG_FORMAT_BGRA, Alpha::kKept},
+    {GST_VIDEO_FORMAT_ARGB, QVG_FORMAT_ARGB, Alpha::kKept},
+    {GST_VIDEO_FORMAT_ABGR, QVG_FORMAT_ABGR, Alpha::kKept},
+    {GST_VIDEO_FORMAT_RGBx, QVG_FORMAT_RGBA, Alpha::kUnused},
+    {GST_VIDEO_FORMAT_BGRx, QVG_FORMAT_BGRA, Alpha::kUnused},
+    {GST_VIDEO_FORMAT_xRGB, QVG_FORMAT_ARGB, Alpha::kUnused},
+    {GST_VIDEO_FORMAT_xBGR, QVG_FORMAT_ABGR, Alpha::kUnused},
+    {GST_VIDEO_FORMAT_RGB, QVG_FORMAT_RGB},
+    {GST_VIDEO_FORMAT_BGR, QVG_FORMAT_BGR},
+};
+
+const Format& FormatOf(GstVideoFormat format) {
+  for (const Format& row : kFormats) {
+    if (row.format == format) return row;
+  }
+  static constexpr Format kUnknown = {GST_VIDEO_FORMAT_UNKNOWN, QVGPixelFormat{}};
+  return kUnknown;
+}
+
+/// How the frames become RGB, where the library would take their colours for others than they are.
+std::optional<YuvMatrix> ConversionOf(const GstVideoInfo& info) {
+  if (!GST_VIDEO_INFO_IS_YUV(&info)) return {};
+  const bool full = info.colorimetry.range == GST_VIDEO_COLOR_RANGE_0_255;
+  double red = 0.299, blue = 0.114;  // ITU-R BT.601
+  gst_video_color_matrix_get_Kr_Kb(info.colorimetry.matrix, &red, &blue);
+  if (full && std::abs(red - 0.299) < 1e-4 && std::abs(blue - 0.114) < 1e-4) return {};
+  return YuvMatrix::Of(red, blue, full);
+}
+
+}  // namespace
+
+GstCaps* FrameUpload::Caps() {
+  GValue formats = G_VALUE_INIT;
+  gst_value_list_init(&formats, std::size(kFormats));
+  for (const Format& row : kFormats) {
+    GValue name = G_VALUE_INIT;
+    g_value_init(&name, G_TYPE_STRING);
+    g_value_set_static_string(&name, gst_video_format_to_string(row.format));
+    gst_value_list_append_and_take_value(&formats, &name);
+  }
+  GstCaps* caps = gst_caps_from_string("video/x-raw, width = [ 1, 16384 ], height = [ 1, 16384 ], framerate = [ 0/1, 2147483647/1 ]");
+  gst_caps_set_value(caps, "format", &formats);
+  g_value_unset(&formats);
+  return caps;
+}
+
+FrameUpload::FrameUpload(const GstVideoInfo& info) : info_(info), conversion_(ConversionOf(info)) {}
+
+qvg::PixelBuffer FrameUpload::Describe(const GstVideoFrame& frame) const {
+  qvg::PixelBuffer buffer;
+  buffer.format = FormatOf(GST_VIDEO_FRAME_FORMAT(&frame)).upload;
+  buffer.width = GST_VIDEO_FRAME_WIDTH(&frame);
+  buffer.height = GST_VIDEO_FRAME_HEIGHT(&frame);
+  if (GST_VIDEO_FRAME_N_PLANES(&frame) < 3) {
+    for (int plane = 0; plane < static_cast<int>(GST_VIDEO_FRAME_N_PLANES(&frame)); ++plane) {
+      buffer.plane[plane] = static_cast<uint8_t*>(GST_VIDEO_FRAME_PLANE_DATA(&frame, plane));
+      buffer.stride[plane] = GST_VIDEO_FRAME_PLANE_STRIDE(&frame, plane);
+    }
+  } else {
+    // By component, as YV12 has V before U.
+    for (int part = 0; part < 3; ++part) {
+      buffer.plane[part] = static_cast<uint8_t*>(GST_VIDEO_FRAME_COMP_DATA(&frame, part));
+      buffer.stride[part] = GST_VIDEO_FRAME_COMP_STRIDE(&frame, part);
+    }
+  }
+  return buffer;
+}
+
+qvg::PixelBuffer FrameUpload::ConvertColors(const GstVideoFrame& frame) {
+  const GstVideoFormatInfo* format = frame.info.finfo;
+  const auto plane = [&frame](int part) {
+    return ReadRows{static_cast<const uint8_t*>(GST_VIDEO_FRAME_COMP_DATA(&frame, part)),
+                    GST_VIDEO_FRAME_COMP_STRIDE(&frame, part)};
+  };
+  const YuvFrame yuv = {GST_VIDEO_FRAME_WIDTH(&frame),
+                        GST_VIDEO_FRAME_HEIGHT(&frame),
+                        format->pixel_stride[0],
+                        format->pixel_stride[1],
+                        1 << format->w_sub[1],
+                        1 << format->h_sub[1],
+                        (frame.info.chroma_site & GST_VIDEO_CHROMA_SITE_H_COSITED) != 0,
+                        plane(GST_VIDEO_COMP_Y),
+                        plane(GST_VIDEO_COMP_U),
+                        plane(GST_VIDEO_COMP_V)};
+  scratch_.resize(QVG_PixelBufferSize(QVG_FORMAT_RGBA, yuv.width, yuv.height, 0));
+  const qvg::PixelBuffer buffer(QVG_FORMAT_RGBA, yuv.width, yuv.height, scratch_.data());
+  ConvertToRGBA(*conversion_, yuv, {buffer.plane[0], buffer.stride[0]});
+  return buffer;
+}
+
+void FrameUpload::PrepareAlpha(const GstVideoFrame& frame, AlphaForm form, qvg::PixelBuffer& buffer) {
+  const Alpha alpha = FormatOf(GST_VIDEO_FRAME_FORMAT(&frame)).alpha;
+  if (alpha == Alpha::kNone || (alpha == Alpha::kKept && form == AlphaForm::kStraight)) return;
+  const int alphaByte = buffer.format == QVG_FORMAT_ARGB || buffer.format == QVG_FORMAT_ABGR ? 0 : 3;
+  const ReadRows from = {buffer.plane[0], buffer.stride[0]};
+  if (AllOpaque(from, buffer.width, buffer.height, alphaByte)) return;
+  buffer.stride[0] = 4 * buffer.width;
+  scratch_.resize(static_cast<size_t>(buffer.stride[0]) * static_cast<size_t>(buffer.height));
+  buffer.plane[0] = scratch_.data();
+  const auto copy = alpha == Alpha::kUnused ? &CopyOpaque : &CopyPremultiplied;
+  copy(from, {buffer.plane[0], buffer.stride[0]}, buffer.width, buffer.height, alphaByte);
+}
+
+qvg::Texture FrameUpload::Upload(const GstVideoFrame& frame, AlphaForm form) {
+  if (conversion_) return qvg::Texture::FromFrame(ConvertColors(frame));
+  qvg::PixelBuffer buffer = Describe(frame);
+  PrepareAlpha(frame, form, buffer);
+  return qvg::Texture::FromFrame(buffer);
+}
+
+}  // namespace qvgst

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <gst/video/video.h>
+#include <qvGLRenderer/qvGLRenderer.hpp>
+
+#include <optional>
+#include <vector>
+
+#include "core/pixelLoops.h"
+
+namespace qvgst {
+
+/// Whether colours come multiplied by their alpha.
+enum class AlphaForm { kStraight, kPremultiplied };
+
+/// Makes textures of GStreamer's frames of one format. Planes go to the library as they lie in memory, with their
+/// strides; only what the library takes otherwise is brought into another form first, in memory of this object: YUV frames
+/// that are not full-range BT.601 (those of JPEG cameras are) are converted to RGB, pixels of formats that have a byte
+/// for alpha, but none in it, get it, and colours are multiplied by their alpha where that is wanted and not 1.
+class FrameUpload {
+ public:
+  /// The formats that are taken, of any size. To be unreferenced.
+  static GstCaps* Caps();
+
+  explicit FrameUpload(const GstVideoInfo& info);
+
+  const GstVideoInfo& Info() const { return info_; }
+
+  /// On a rendering thread. The frame is not read after the call. Empty on failure.
+  qvg::Texture Upload(const GstVideoFrame& frame, AlphaForm form);
+
+ private:
+  qvg::PixelBuffer Describe(const GstVideoFrame& frame) const;
+  qvg::PixelBuffer ConvertColors(const GstVideoFrame& frame);
+  void PrepareAlpha(const GstVideoFrame& frame, AlphaForm form, qvg::PixelBuffer& buffer);
+
+  GstVideoInfo info_;
+  std::optional<YuvMatrix> conversion_;
+  std::vector<uint8_t> scratch_;
+};
+
+}  // namespace qvgst

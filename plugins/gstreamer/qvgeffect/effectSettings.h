@@ -1,0 +1,60 @@
+#pragma once
+
+#include <gst/gst.h>
+#include <qvGLRenderer/qvGLRenderer.hpp>
+
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace qvgst {
+
+/// The values of an effect's parameters, and these as properties of a GObject. Any thread.
+class EffectSettings {
+ public:
+  EffectSettings();
+
+  /// The property of a row of the effect's table.
+  static GParamSpec* NewProperty(const QVGParamDescriptor& row);
+
+  void SetProperty(size_t row, const GValue* value);
+  void GetProperty(size_t row, GValue* value) const;
+
+  /// Sets a row to what the element has found, unless its property was set: that stays.
+  void Find(std::string_view name, const QVGParamValue& value);
+  /// Whether a row's property was set.
+  bool IsGiven(std::string_view name) const;
+  /// A path; empty for none.
+  std::string TextOf(std::string_view name) const;
+
+  /// A switch that nobody has set is on when a parameter of its stage is set.
+  bool IsOn(std::string_view name) const;
+  bool AnyStageOn() const;
+
+  /// Sends what has changed since the last call with this object to the instance. [GL] pathPrefix: put before paths. @return
+  /// false when the library refuses one.
+  bool Send(const qvg::Effect& effect, const std::string& pathPrefix);
+  /// The next Send() is to a new instance: everything.
+  void Forget();
+
+ private:
+  struct Setting {
+    QVGParamValue value = {};
+    std::string text;
+    bool isSet = false;    ///< To something, by anybody.
+    bool isGiven = false;  ///< By its property.
+    bool isSent = false;
+  };
+
+  static std::optional<size_t> IndexOf(std::string_view name);
+  bool IsOnLocked(size_t row) const;
+  void Put(size_t row, const QVGParamValue& value, std::string text);
+
+  mutable std::mutex mutex_;
+  std::vector<Setting> settings_;
+  std::string sentPrefix_;
+};
+
+}  // namespace qvgst
