@@ -31,5 +31,5 @@ install_packages() {
 
 # All C and C++ files, one a line.
 list_sources() {
-  find include src reference effectKit tests tools bench examples -name '*.h' -o -name '*.hpp' -o -name '*.cpp' -o -name '*.c'
+  find include src reference effectKit plugins tests tools bench examples -name '*.h' -o -name '*.hpp' -o -name '*.cpp' -o -name '*.c'
 }

@@ -1,12 +1,12 @@
 #!/bin/bash
-# tidy.sh [FILE]...: clang-tidy on the sources (else all of src, reference, effectKit and tools, and the example hosts), with the
+# tidy.sh [FILE]...: clang-tidy on the sources (else all of src, reference, effectKit, plugins and tools, and the example hosts), with the
 # compile database of build/linux. Ends with the number of findings, and fails when there are some.
 set -eu
 cd "$(dirname "$0")/.."
 source scripts/common.sh
 install_packages build tidy
 files=("$@")
-((${#files[@]})) || mapfile -t files < <(git ls-files 'src/*.cpp' 'reference/*.cpp' 'effectKit/*.cpp' 'tools/*.cpp' 'examples/*.c' | grep -v '_win\.\|win32_\|wgl_')
+((${#files[@]})) || mapfile -t files < <(git ls-files 'src/*.cpp' 'reference/*.cpp' 'effectKit/*.cpp' 'plugins/*.cpp' 'tools/*.cpp' 'examples/*.c' | grep -v '_win\.\|win32_\|wgl_')
 
 # Options of GCC that Clang does not have.
 mkdir -p build/tidy
@@ -17,7 +17,7 @@ sed -E 's/ (-fno-gnu-unique|-Wduplicated-cond|-Wlogical-op|-ftrivial-auto-var-in
 
 # The public header is judged as C, with the examples; the C++ one with everything else.
 tidy() {
-  local headers='.*/(src|reference|effectKit|tools|layers)/.*\.h|.*/include/qvGLRenderer/.*\.hpp'
+  local headers='.*/(src|reference|effectKit|plugins|tools|layers)/.*\.h|.*/include/qvGLRenderer/.*\.hpp'
   [[ $1 != *.c ]] || headers='.*/include/qvGLRenderer/.*\.h'
   clang-tidy -p build/tidy --quiet "--header-filter=$headers" "$1" 2>/dev/null
 }

@@ -126,7 +126,8 @@ GstCaps* FrameOutput::Choose(GstCaps* caps, const GstVideoInfo& source, bool alp
     }
   }
   for (const GstVideoFormat format : wanted) {
-    GstCaps* one = gst_caps_new_simple("video/x-raw", "format", G_TYPE_STRING, gst_video_format_to_string(format), nullptr);
+    GstCaps* one =
+        gst_caps_new_simple("video/x-raw", "format", G_TYPE_STRING, gst_video_format_to_string(format), nullptr);
     GstCaps* chosen = gst_caps_intersect(caps, one);
     gst_caps_unref(one);
     if (!gst_caps_is_empty(chosen)) {
@@ -172,14 +173,14 @@ GstBuffer* FrameOutput::Lend(qvg::ReadBack read, const std::shared_ptr<qvg::Libr
     offsets[plane] = static_cast<gsize>(planes.plane[plane] - planes.plane[0]);
     strides[plane] = planes.stride[plane];
     size = offsets[plane] + static_cast<gsize>(planes.stride[plane]) *
-                                static_cast<gsize>(GST_VIDEO_FORMAT_INFO_SCALE_HEIGHT(
-                                    info_.finfo, plane == 0 ? 0 : 1, GST_VIDEO_INFO_HEIGHT(&info_)));
+                                static_cast<gsize>(GST_VIDEO_FORMAT_INFO_SCALE_HEIGHT(info_.finfo, plane == 0 ? 0 : 1,
+                                                                                      GST_VIDEO_INFO_HEIGHT(&info_)));
   }
   auto lent = std::make_unique<Lent>(Lent{library, std::move(read)});
   GstBuffer* buffer = gst_buffer_new();
-  gst_buffer_append_memory(
-      buffer, gst_memory_new_wrapped(GST_MEMORY_FLAG_READONLY, planes.plane[0], size, 0, size, lent.get(),
-                                     [](gpointer data) { delete static_cast<Lent*>(data); }));
+  gst_buffer_append_memory(buffer,
+                           gst_memory_new_wrapped(GST_MEMORY_FLAG_READONLY, planes.plane[0], size, 0, size, lent.get(),
+                                                  [](gpointer data) { delete static_cast<Lent*>(data); }));
   static_cast<void>(lent.release());
   if (metaAllowed_) {
     gst_buffer_add_video_meta_full(buffer, GST_VIDEO_FRAME_FLAG_NONE, GST_VIDEO_INFO_FORMAT(&info_),
@@ -201,8 +202,8 @@ GstBuffer* FrameOutput::Copy(const QVGPixelBuffer& read, bool straighten) const 
                         GST_VIDEO_FRAME_PLANE_STRIDE(&frame, 0)};
   if (GST_VIDEO_INFO_IS_YUV(&info_)) {
     for (guint plane = 0; plane < GST_VIDEO_INFO_N_PLANES(&info_); ++plane) {
-      const int rows = GST_VIDEO_FRAME_COMP_HEIGHT(&frame, plane), bytes = GST_VIDEO_FRAME_COMP_WIDTH(&frame, plane) *
-                                                                          GST_VIDEO_FRAME_COMP_PSTRIDE(&frame, plane);
+      const int rows = GST_VIDEO_FRAME_COMP_HEIGHT(&frame, plane),
+                bytes = GST_VIDEO_FRAME_COMP_WIDTH(&frame, plane) * GST_VIDEO_FRAME_COMP_PSTRIDE(&frame, plane);
       for (int y = 0; y < rows; ++y) {
         std::memcpy(static_cast<uint8_t*>(GST_VIDEO_FRAME_PLANE_DATA(&frame, plane)) +
                         ptrdiff_t{y} * GST_VIDEO_FRAME_PLANE_STRIDE(&frame, plane),

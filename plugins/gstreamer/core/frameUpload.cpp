@@ -64,7 +64,8 @@ GstCaps* FrameUpload::Caps() {
     g_value_set_static_string(&name, gst_video_format_to_string(row.format));
     gst_value_list_append_and_take_value(&formats, &name);
   }
-  GstCaps* caps = gst_caps_from_string("video/x-raw, width = [ 1, 16384 ], height = [ 1, 16384 ], framerate = [ 0/1, 2147483647/1 ]");
+  GstCaps* caps = gst_caps_from_string(
+      "video/x-raw, width = [ 1, 16384 ], height = [ 1, 16384 ], framerate = [ 0/1, 2147483647/1 ]");
   gst_caps_set_value(caps, "format", &formats);
   g_value_unset(&formats);
   return caps;

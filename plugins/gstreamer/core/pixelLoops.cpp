@@ -204,7 +204,8 @@ template <int Bytes, int Step>
 void Convert(const YuvMatrix& matrix, const YuvFrame& frame, WriteRows to) {
   const Factors factors = {Factor(matrix.luma), Factor(matrix.redOfCr), Factor(matrix.greenOfCb),
                            Factor(matrix.greenOfCr), Factor(matrix.blueOfCb)};
-  const int count = (frame.width + frame.across - 1) / frame.across, rows = (frame.height + frame.down - 1) / frame.down;
+  const int count = (frame.width + frame.across - 1) / frame.across,
+            rows = (frame.height + frame.down - 1) / frame.down;
   Shares narrow(static_cast<size_t>(count)), wide(static_cast<size_t>(count) * 2);
   const Shares& shares = frame.across == 2 ? wide : narrow;
   for (int y = 0; y < frame.height; ++y) {
@@ -236,8 +237,8 @@ YuvMatrix YuvMatrix::Of(double red, double blue, bool full) {
 
 void ConvertToRGBA(const YuvMatrix& matrix, const YuvFrame& frame, WriteRows to) {
   const bool pairs = frame.step == 2 * frame.bytes;
-  const auto convert = frame.bytes == 2 ? (pairs ? &Convert<2, 4> : &Convert<2, 2>)
-                                        : (pairs ? &Convert<1, 2> : &Convert<1, 1>);
+  const auto convert =
+      frame.bytes == 2 ? (pairs ? &Convert<2, 4> : &Convert<2, 2>) : (pairs ? &Convert<1, 2> : &Convert<1, 1>);
   convert(matrix, frame, to);
 }
 

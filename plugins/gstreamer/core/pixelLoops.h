@@ -32,8 +32,8 @@ void CopyStraight(ReadRows from, WriteRows to, int width, int height);
 /// The first three bytes of each pixel of four.
 void CopyWithoutAlpha(ReadRows from, WriteRows to, int width, int height);
 
-/// How YCbCr becomes RGB: with y from black at 0, and cb and cr about 0, all in 255ths, R = y * luma + cr * redOfCr, and
-/// so on. (ITU-R BT.601, BT.709, BT.2020, by their weights of red and blue.)
+/// How YCbCr becomes RGB: with y from black at 0, and cb and cr about 0, all in 255ths, R = y * luma + cr * redOfCr,
+/// and so on. (ITU-R BT.601, BT.709, BT.2020, by their weights of red and blue.)
 struct YuvMatrix {
   int black;
   double luma, redOfCr, greenOfCb, greenOfCr, blueOfCb;

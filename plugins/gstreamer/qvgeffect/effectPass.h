@@ -15,7 +15,8 @@
 
 namespace qvgst {
 
-/// Takes frames through an effect, from memory to memory. One thread at a time; GL work happens on its rendering thread.
+/// Takes frames through an effect, from memory to memory. One thread at a time; GL work happens on its rendering
+/// thread.
 class EffectPass {
  public:
   explicit EffectPass(EffectSettings& settings) : settings_(settings) {}

@@ -33,8 +33,8 @@ class EffectSettings {
   bool IsOn(std::string_view name) const;
   bool AnyStageOn() const;
 
-  /// Sends what has changed since the last call with this object to the instance. [GL] pathPrefix: put before paths. @return
-  /// false when the library refuses one.
+  /// Sends what has changed since the last call with this object to the instance. [GL] pathPrefix: put before paths.
+  /// @return false when the library refuses one.
   bool Send(const qvg::Effect& effect, const std::string& pathPrefix);
   /// The next Send() is to a new instance: everything.
   void Forget();

@@ -85,7 +85,8 @@ GstCaps* TransformCaps(GstBaseTransform* base, GstPadDirection direction, GstCap
   GstCaps* any = gst_caps_new_empty();
   for (guint i = 0; i < gst_caps_get_size(caps); ++i) {
     GstCapsFeatures* features = gst_caps_get_features(caps, i);
-    if (!gst_caps_features_is_any(features) && !gst_caps_features_is_equal(features, GST_CAPS_FEATURES_MEMORY_SYSTEM_MEMORY)) {
+    if (!gst_caps_features_is_any(features) &&
+        !gst_caps_features_is_equal(features, GST_CAPS_FEATURES_MEMORY_SYSTEM_MEMORY)) {
       continue;
     }
     GstStructure* structure = gst_structure_copy(gst_caps_get_structure(caps, i));
@@ -173,7 +174,8 @@ gboolean Stop(GstBaseTransform* base) {
 
 void Warn(GstBaseTransform* base, const std::string& text) {
   State& state = StateOf(base);
-  if (std::exchange(state.warning, text) != text) GST_ELEMENT_WARNING(base, STREAM, FAILED, ("%s", text.c_str()), (nullptr));
+  if (std::exchange(state.warning, text) != text)
+    GST_ELEMENT_WARNING(base, STREAM, FAILED, ("%s", text.c_str()), (nullptr));
 }
 
 /// What has been set since the last frame, as far as it is more than a value.
@@ -212,15 +214,16 @@ void Report(GstBaseTransform* base, const qvgst::EffectPass::Answer& answer) {
   }
   guint color = 0;
   gint similarity = 0, smoothness = 0, spill = 0;
-  g_object_get(base, "color", &color, "similarity", &similarity, "smoothness", &smoothness, "anti-spill", &spill, nullptr);
+  g_object_get(base, "color", &color, "similarity", &similarity, "smoothness", &smoothness, "anti-spill", &spill,
+               nullptr);
   for (const char* name : {"color", "similarity", "smoothness", "anti-spill"}) g_object_notify(G_OBJECT(base), name);
   state.warning.clear();
   gst_element_post_message(
       GST_ELEMENT(base),
-      gst_message_new_element(GST_OBJECT(base),
-                              gst_structure_new("qvg-key-found", "color", G_TYPE_UINT, color, "similarity", G_TYPE_INT,
-                                                similarity, "smoothness", G_TYPE_INT, smoothness, "anti-spill",
-                                                G_TYPE_INT, spill, nullptr)));
+      gst_message_new_element(
+          GST_OBJECT(base),
+          gst_structure_new("qvg-key-found", "color", G_TYPE_UINT, color, "similarity", G_TYPE_INT, similarity,
+                            "smoothness", G_TYPE_INT, smoothness, "anti-spill", G_TYPE_INT, spill, nullptr)));
 }
 
 GstFlowReturn GenerateOutput(GstBaseTransform* base, GstBuffer** output) {
@@ -282,11 +285,11 @@ static void gst_qvg_effect_class_init(GstQvgEffectClass* type) {
   object->finalize = &Finalize;
   g_object_class_install_property(
       object, kKey,
-      g_param_spec_string("key", "key",
-                          "Makes a screen of this colour transparent: #rrggbb or a name; auto finds the colour. The "
-                          "values are found in the frames, unless similarity is set",
-                          nullptr,
-                          static_cast<GParamFlags>(G_PARAM_READWRITE | G_PARAM_STATIC_STRINGS | GST_PARAM_MUTABLE_PLAYING)));
+      g_param_spec_string(
+          "key", "key",
+          "Makes a screen of this colour transparent: #rrggbb or a name; auto finds the colour. The "
+          "values are found in the frames, unless similarity is set",
+          nullptr, static_cast<GParamFlags>(G_PARAM_READWRITE | G_PARAM_STATIC_STRINGS | GST_PARAM_MUTABLE_PLAYING)));
   guint id = kFirstRow;
   for (const QVGParamDescriptor& row : qvgst::EffectTable()) {
     g_object_class_install_property(object, id++, qvgst::EffectSettings::NewProperty(row));
