@@ -2,10 +2,12 @@
 
 #include "core/log.h"
 #include "qvgeffect/element.h"
+#include "qvgsink/element.h"
 
 static gboolean Init(GstPlugin* plugin) {
   qvgst::TakeLibraryLog();
-  return gst_element_register(plugin, "qvgeffect", GST_RANK_NONE, gst_qvg_effect_get_type());
+  return gst_element_register(plugin, "qvgeffect", GST_RANK_NONE, gst_qvg_effect_get_type()) &&
+         gst_element_register(plugin, "qvgsink", GST_RANK_NONE, gst_qvg_sink_get_type());
 }
 
 #define PACKAGE "qvGLRenderer"

@@ -240,10 +240,10 @@ static void gst_qvg_sink_class_init(GstQvgSinkClass* type) {
   object->set_property = &SetProperty;
   object->get_property = &GetProperty;
   object->finalize = &Finalize;
-  g_object_class_install_property(object, kForceAspectRatio,
-                                  g_param_spec_boolean("force-aspect-ratio", "Force aspect ratio",
-                                                       "Keeps the proportions of the video, with black beside it",
-                                                       TRUE, kFlags));
+  g_object_class_install_property(
+      object, kForceAspectRatio,
+      g_param_spec_boolean("force-aspect-ratio", "Force aspect ratio",
+                           "Keeps the proportions of the video, with black beside it", TRUE, kFlags));
   g_object_class_install_property(
       object, kHandleEvents,
       g_param_spec_boolean("handle-events", "Handle events",

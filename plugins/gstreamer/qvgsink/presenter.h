@@ -81,7 +81,7 @@ class Presenter {
   std::unique_ptr<SinkWindow> window_;
   qvg::WndDrawer drawer_;
   std::optional<FrameUpload> upload_;
-  qvg::Texture frame_;     // The last one.
+  qvg::Texture frame_;       // The last one.
   GstVideoInfo shown_ = {};  // Of that.
   std::string failure_;
 };
