@@ -1,13 +1,22 @@
 #include <gst/gst.h>
 
 #include "core/log.h"
+#include "qvgcompositor/element.h"
 #include "qvgeffect/element.h"
 #include "qvgsink/element.h"
 
 static gboolean Init(GstPlugin* plugin) {
   qvgst::TakeLibraryLog();
-  return gst_element_register(plugin, "qvgeffect", GST_RANK_NONE, gst_qvg_effect_get_type()) &&
-         gst_element_register(plugin, "qvgsink", GST_RANK_NONE, gst_qvg_sink_get_type());
+  const struct {
+    const char* name;
+    GType type;
+  } elements[] = {{"qvgeffect", gst_qvg_effect_get_type()},
+                  {"qvgcompositor", gst_qvg_compositor_get_type()},
+                  {"qvgsink", gst_qvg_sink_get_type()}};
+  for (const auto& [name, type] : elements) {
+    if (gst_element_register(plugin, name, GST_RANK_NONE, type) == FALSE) return FALSE;
+  }
+  return TRUE;
 }
 
 #define PACKAGE "qvGLRenderer"

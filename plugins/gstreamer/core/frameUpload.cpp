@@ -1,5 +1,6 @@
 #include "core/frameUpload.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace qvgst {
@@ -73,34 +74,45 @@ GstCaps* FrameUpload::Caps() {
 
 FrameUpload::FrameUpload(const GstVideoInfo& info) : info_(info), conversion_(ConversionOf(info)) {}
 
-qvg::PixelBuffer FrameUpload::Describe(const GstVideoFrame& frame) const {
+FrameUpload::Area FrameUpload::AreaOf(const GstVideoFrame& frame, const Crop& crop) {
+  const GstVideoFormatInfo* format = frame.info.finfo;
+  const int width = GST_VIDEO_FRAME_WIDTH(&frame), height = GST_VIDEO_FRAME_HEIGHT(&frame);
+  const int across = (1 << format->w_sub[1]) - 1, down = (1 << format->h_sub[1]) - 1;
+  const int x = std::clamp(crop.left, 0, width - 1) & ~across, y = std::clamp(crop.top, 0, height - 1) & ~down;
+  const int right = std::clamp(width - crop.right, x + 1, width),
+            bottom = std::clamp(height - crop.bottom, y + 1, height);
+  return {x, y, std::min((right + across) & ~across, width) - x, std::min((bottom + down) & ~down, height) - y};
+}
+
+qvg::PixelBuffer FrameUpload::Describe(const GstVideoFrame& frame, const Area& area) const {
+  const GstVideoFormatInfo* format = frame.info.finfo;
   qvg::PixelBuffer buffer;
   buffer.format = FormatOf(GST_VIDEO_FRAME_FORMAT(&frame)).upload;
-  buffer.width = GST_VIDEO_FRAME_WIDTH(&frame);
-  buffer.height = GST_VIDEO_FRAME_HEIGHT(&frame);
-  if (GST_VIDEO_FRAME_N_PLANES(&frame) < 3) {
-    for (int plane = 0; plane < static_cast<int>(GST_VIDEO_FRAME_N_PLANES(&frame)); ++plane) {
-      buffer.plane[plane] = static_cast<uint8_t*>(GST_VIDEO_FRAME_PLANE_DATA(&frame, plane));
-      buffer.stride[plane] = GST_VIDEO_FRAME_PLANE_STRIDE(&frame, plane);
-    }
-  } else {
-    // By component, as YV12 has V before U.
-    for (int part = 0; part < 3; ++part) {
-      buffer.plane[part] = static_cast<uint8_t*>(GST_VIDEO_FRAME_COMP_DATA(&frame, part));
-      buffer.stride[part] = GST_VIDEO_FRAME_COMP_STRIDE(&frame, part);
-    }
+  buffer.width = area.width;
+  buffer.height = area.height;
+  const int planes = static_cast<int>(GST_VIDEO_FRAME_N_PLANES(&frame));
+  for (int part = 0; part < planes; ++part) {
+    // Three planes by component, as YV12 has V before U.
+    const int plane = planes == 3 ? format->plane[part] : part;
+    buffer.stride[part] = GST_VIDEO_FRAME_PLANE_STRIDE(&frame, plane);
+    buffer.plane[part] = static_cast<uint8_t*>(GST_VIDEO_FRAME_PLANE_DATA(&frame, plane)) +
+                         ptrdiff_t{area.y >> format->h_sub[part]} * buffer.stride[part] +
+                         ptrdiff_t{area.x >> format->w_sub[part]} * format->pixel_stride[part];
   }
   return buffer;
 }
 
-qvg::PixelBuffer FrameUpload::ConvertColors(const GstVideoFrame& frame) {
+qvg::PixelBuffer FrameUpload::ConvertColors(const GstVideoFrame& frame, const Area& area) {
   const GstVideoFormatInfo* format = frame.info.finfo;
-  const auto plane = [&frame](int part) {
-    return ReadRows{static_cast<const uint8_t*>(GST_VIDEO_FRAME_COMP_DATA(&frame, part)),
-                    GST_VIDEO_FRAME_COMP_STRIDE(&frame, part)};
+  const auto plane = [&](int part) {
+    const int stride = GST_VIDEO_FRAME_COMP_STRIDE(&frame, part);
+    return ReadRows{static_cast<const uint8_t*>(GST_VIDEO_FRAME_COMP_DATA(&frame, part)) +
+                        ptrdiff_t{area.y >> format->h_sub[part]} * stride +
+                        ptrdiff_t{area.x >> format->w_sub[part]} * format->pixel_stride[part],
+                    stride};
   };
-  const YuvFrame yuv = {GST_VIDEO_FRAME_WIDTH(&frame),
-                        GST_VIDEO_FRAME_HEIGHT(&frame),
+  const YuvFrame yuv = {area.width,
+                        area.height,
                         format->pixel_stride[0],
                         format->pixel_stride[1],
                         1 << format->w_sub[1],
@@ -128,9 +140,10 @@ void FrameUpload::PrepareAlpha(const GstVideoFrame& frame, AlphaForm form, qvg::
   copy(from, {buffer.plane[0], buffer.stride[0]}, buffer.width, buffer.height, alphaByte);
 }
 
-qvg::Texture FrameUpload::Upload(const GstVideoFrame& frame, AlphaForm form) {
-  if (conversion_) return qvg::Texture::FromFrame(ConvertColors(frame));
-  qvg::PixelBuffer buffer = Describe(frame);
+qvg::Texture FrameUpload::Upload(const GstVideoFrame& frame, AlphaForm form, const Crop& crop) {
+  const Area area = AreaOf(frame, crop);
+  if (conversion_) return qvg::Texture::FromFrame(ConvertColors(frame, area));
+  qvg::PixelBuffer buffer = Describe(frame, area);
   PrepareAlpha(frame, form, buffer);
   return qvg::Texture::FromFrame(buffer);
 }

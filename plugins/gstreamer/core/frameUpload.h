@@ -13,6 +13,13 @@ namespace qvgst {
 /// Whether colours come multiplied by their alpha.
 enum class AlphaForm { kStraight, kPremultiplied };
 
+/// Pixels to leave away at each side of a frame.
+struct Crop {
+  int left = 0, top = 0, right = 0, bottom = 0;
+
+  friend bool operator==(const Crop&, const Crop&) = default;
+};
+
 /// Makes textures of GStreamer's frames of one format. Planes go to the library as they lie in memory, with their
 /// strides; only what the library takes otherwise is brought into another form first, in memory of this object: YUV
 /// frames that are not full-range BT.601 (those of JPEG cameras are) are converted to RGB, pixels of formats that have
@@ -26,12 +33,18 @@ class FrameUpload {
 
   const GstVideoInfo& Info() const { return info_; }
 
-  /// On a rendering thread. The frame is not read after the call. Empty on failure.
-  qvg::Texture Upload(const GstVideoFrame& frame, AlphaForm form);
+  /// On a rendering thread. The frame is not read after the call. What is left away begins and ends with whole samples
+  /// of chroma; at least one pixel stays. Empty on failure.
+  qvg::Texture Upload(const GstVideoFrame& frame, AlphaForm form, const Crop& crop = {});
 
  private:
-  qvg::PixelBuffer Describe(const GstVideoFrame& frame) const;
-  qvg::PixelBuffer ConvertColors(const GstVideoFrame& frame);
+  /// What is left of a frame.
+  struct Area {
+    int x, y, width, height;
+  };
+  static Area AreaOf(const GstVideoFrame& frame, const Crop& crop);
+  qvg::PixelBuffer Describe(const GstVideoFrame& frame, const Area& area) const;
+  qvg::PixelBuffer ConvertColors(const GstVideoFrame& frame, const Area& area);
   void PrepareAlpha(const GstVideoFrame& frame, AlphaForm form, qvg::PixelBuffer& buffer);
 
   GstVideoInfo info_;

@@ -2,6 +2,4 @@
 
 #include <gst/gst.h>
 
-G_BEGIN_DECLS
 GType gst_qvg_effect_get_type();
-G_END_DECLS
