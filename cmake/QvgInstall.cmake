@@ -1,4 +1,5 @@
-# What is installed, in three components: "library" (to run programs), "development" (to build them) and "tools".
+# What is installed, in four components: "library" (to run programs), "development" (to build them), "tools", and
+# "gstreamer" (the plugin).
 
 include(CMakePackageConfigHelpers)
 

@@ -36,6 +36,9 @@ else()
   if(QVG_BUILD_TOOLS)
     list(APPEND CPACK_COMPONENTS_ALL tools)
   endif()
+  if(QVG_BUILD_GSTREAMER)
+    list(APPEND CPACK_COMPONENTS_ALL gstreamer)
+  endif()
   set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
   set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
   set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
@@ -72,6 +75,16 @@ the guide, and examples.")
 "GPU renderer for live video frames - command-line tool
 qvg renders clips and images through the library, finds values for keying,
 shows and tries effects live, and tests the machine's OpenGL driver.")
+
+  set(CPACK_DEBIAN_GSTREAMER_PACKAGE_NAME gstreamer1.0-qvg)
+  set(CPACK_DEBIAN_GSTREAMER_PACKAGE_SECTION video)
+  set(CPACK_DEBIAN_GSTREAMER_PACKAGE_RECOMMENDS "libgl1-mesa-dri, gstreamer1.0-plugins-good")
+  set(CPACK_DEBIAN_GSTREAMER_PACKAGE_SUGGESTS "gstreamer1.0-tools, gstreamer1.0-plugins-bad, gstreamer1.0-plugins-ugly")
+  set(CPACK_COMPONENT_GSTREAMER_DESCRIPTION
+"GPU renderer for live video frames - GStreamer plugin
+The elements qvgeffect (keys out a coloured background, smooths skin, corrects
+colour), qvgcompositor (lays pictures over each other) and qvgsink (shows video
+in a window), for pipelines of live video.")
 endif()
 
 include(CPack)

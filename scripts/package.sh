@@ -6,7 +6,7 @@ source scripts/common.sh
 
 kinds=("$@")
 ((${#kinds[@]})) || kinds=(debian windows)
-install_packages build package
+install_packages build package gstreamer
 
 packages=build/packages
 mkdir -p "$packages"

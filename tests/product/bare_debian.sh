@@ -32,11 +32,13 @@ inside sh -ec '
   ./example out.pam
   qvg info
   qvg process -o out.png'
+inside apt-get -qq install -y gstreamer1.0-tools gstreamer1.0-plugins-base </dev/null >/dev/null
+inside gst-launch-1.0 -q videotestsrc num-buffers=5 ! qvgeffect bright=20 ! qvgcompositor ! fakesink
 if [[ $program ]]; then
   cp "$program" "$root/root/program"
   inside /root/program
 fi
-inside apt-get -qq purge -y --auto-remove libqvglrenderer1 libqvglrenderer-dev qvg-tools >/dev/null
+inside apt-get -qq purge -y --auto-remove libqvglrenderer1 libqvglrenderer-dev qvg-tools gstreamer1.0-qvg >/dev/null
 files >"$work/after"
 if diff "$work/before" "$work/after" | grep -i qvg; then
   echo "left behind"
