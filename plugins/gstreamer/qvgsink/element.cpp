@@ -207,16 +207,14 @@ std::string Title() {
 GstFlowReturn ShowFrame(GstVideoSink* sink, GstBuffer* buffer) {
   State& state = StateOf(sink);
   if (state.closed) return GST_FLOW_ERROR;
-  if (!state.presenter.HasWindow()) {
-    gst_video_overlay_prepare_window_handle(GST_VIDEO_OVERLAY(sink));
-    try {
-      if (const auto own = state.presenter.MakeWindow(Title())) {
-        gst_video_overlay_got_window_handle(GST_VIDEO_OVERLAY(sink), *own);
-      }
-    } catch (const std::exception& error) {
-      GST_ELEMENT_ERROR(sink, RESOURCE, OPEN_WRITE, ("Video can't be shown in the window."), ("%s", error.what()));
-      return GST_FLOW_ERROR;
+  if (state.presenter.IsWithoutWindow()) gst_video_overlay_prepare_window_handle(GST_VIDEO_OVERLAY(sink));
+  try {
+    if (const auto own = state.presenter.MakeWindow(Title())) {
+      gst_video_overlay_got_window_handle(GST_VIDEO_OVERLAY(sink), *own);
     }
+  } catch (const std::exception& error) {
+    GST_ELEMENT_ERROR(sink, RESOURCE, OPEN_WRITE, ("Video can't be shown in the window."), ("%s", error.what()));
+    return GST_FLOW_ERROR;
   }
   if (state.presenter.Show(buffer)) return GST_FLOW_OK;
   GST_ELEMENT_ERROR(sink, RESOURCE, WRITE, ("A frame could not be shown."), ("%s", state.presenter.Failure().c_str()));

@@ -100,9 +100,9 @@ void Presenter::SetTakesInput(bool takesInput) {
   if (window_) window_->SetTakesInput(takesInput);
 }
 
-bool Presenter::HasWindow() {
+bool Presenter::IsWithoutWindow() {
   const std::lock_guard lock(mutex_);
-  return window_ != nullptr;
+  return !window_ && place_.host == XCB_WINDOW_NONE;
 }
 
 std::optional<xcb_window_t> Presenter::MakeWindow(const std::string& title) {

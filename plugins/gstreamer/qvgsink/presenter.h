@@ -39,9 +39,10 @@ class Presenter {
   void SetHost(xcb_window_t host);
   void SetRectangle(const std::optional<Rectangle>& rectangle);
   void SetTakesInput(bool takesInput);
-  bool HasWindow();
-  /// Makes the window, of the host's or of its own, in the size of the format. @return its id if it is one of its own.
-  /// Throws std::runtime_error.
+  /// A window of its own is to be made, unless a host's is given before.
+  bool IsWithoutWindow();
+  /// Makes the window where there is none, of the host's or of its own, that in the size of the format. @return its id
+  /// if it is one of its own and new. Throws std::runtime_error.
   std::optional<xcb_window_t> MakeWindow(const std::string& title);
   /// Nothing is shown in the window any more: it is gone, or about to be.
   void Drop();
