@@ -187,6 +187,7 @@ part_x11() {
   GTEST_FILTER='Window*' "${with_x[@]}" "${run[@]}" QVG_TEST_DRIVER=rgb build/linux/qvg_strict_tests \
     >build/results/x11-shaders.log 2>&1 </dev/null
   check "glslangValidator" scripts/validate_shaders.sh "$texts"
+  run_gtest qvg_gst_sink_tests "${with_x[@]}" "${mesa_only[@]}" build/linux/qvg_gst_sink_tests
   check "soak" "${with_x[@]}" "${mesa_only[@]}" build/linux/qvg_soak --seconds 30
   stop_xvfb
 }
