@@ -123,7 +123,7 @@ def check(case, pipelines, folder):
 def main():
     if "DISPLAY" not in os.environ:
         screen = ["xvfb-run", "-a", "-s", "-screen 0 1280x1024x24 -nolisten tcp -noreset"]
-        os.execvp(screen[0], [*screen, *sys.argv])
+        os.execvp(screen[0], [*screen, sys.executable, *sys.argv])
     text = pathlib.Path(sys.argv[2]).read_text(encoding="utf-8")
     pipelines = [block.replace("\\\n", " ").strip() for block in re.findall(r"^```sh\n(.*?)^```$", text, re.M | re.S)
                  if "gst-launch-1.0" in block]
