@@ -1,4 +1,5 @@
-// The effect's table from the library's code: the pages are made where there may be no driver to start the library on.
+// The effect's table, linked in from the library's code: where the pages are built, there may be no driver to start the
+// library on.
 #include "picture/effectTable.h"
 #include "effect/generalEffect.h"
 

@@ -1,4 +1,4 @@
-// What a command of the tool is to the command line.
+// The commands of the tool, as the command line knows them.
 #pragma once
 
 #include <CLI/CLI.hpp>
@@ -15,10 +15,10 @@ class Command {
   virtual ~Command() = default;
 
   virtual void AddOptions(CLI::App& app) = 0;
-  /** Once the line has been read: defaults that depend on it, and wishes that exclude each other. Throws
-   *  CLI::ParseError. */
+  /** Called when the line has been parsed: sets defaults that depend on it, and refuses options that exclude each
+   * other. Throws CLI::ParseError. */
   virtual void Complete(const CLI::App& /*app*/) {}
-  /** Whether every line of the library's and the media's logs is to be printed. */
+  /** Whether to print every line of the library's and the media backend's logs. */
   virtual bool Verbose() const { return false; }
   /** @return the exit code. Throws Error. */
   virtual int Run() = 0;
@@ -28,7 +28,7 @@ struct CommandRow {
   const char* name;
   const char* summary;
   std::unique_ptr<Command> (*make)();
-  bool hidden = false;  // From the help.
+  bool hidden = false;  // Not in the help.
 };
 
 /** All of them, in the order of the help. */

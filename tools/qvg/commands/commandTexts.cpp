@@ -25,7 +25,7 @@ std::vector<std::string> Split(const std::string& text, char separator) {
   return parts;
 }
 
-// A value is "NAME", "NAME:{a,b}" with what CLI::IsMember lets pass, or words that it may be, "COLOUR|auto".
+// typeName is "NAME", "NAME:{a,b}" with what CLI::IsMember accepts, or a list of words, "COLOUR|auto".
 void TakeValue(const std::string& typeName, OptionText& text) {
   const size_t set = typeName.find(":{");
   text.value = typeName.substr(0, set);

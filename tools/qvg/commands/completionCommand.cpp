@@ -15,7 +15,7 @@ std::string Escaped(const std::string& text, const std::string& special) {
   return escaped;
 }
 
-// In single quotes of a shell.
+// In a shell's single quotes.
 std::string Quoted(const std::string& text) {
   std::string quoted = "'";
   for (const char c : text) quoted += c == '\'' ? "'\\''" : std::string(1, c);

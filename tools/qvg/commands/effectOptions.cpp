@@ -16,7 +16,7 @@ std::string OptionName(std::string name) {
   return "--" + name;
 }
 
-// The value as an option takes it; empty when it is the default, or a switch.
+// The value in the form that its option takes; empty for the default, and for a switch.
 std::string OptionValue(const QVGParamDescriptor& row, const ParamSetting& setting) {
   const auto &value = setting.value.value, &standard = row.defaultValue.value;
   switch (row.valueType) {
@@ -31,7 +31,7 @@ std::string OptionValue(const QVGParamDescriptor& row, const ParamSetting& setti
   }
 }
 
-// Turns a setting that can't be made into an error of the command line.
+// Reports a setting that can't be made as an error of the command line.
 void Put(EffectSettings& settings, const std::string& name, const std::string& option, const std::string& color) {
   try {
     settings[name] = ParamSetting::Color(color);

@@ -7,17 +7,17 @@
 
 namespace qvgtool {
 
-/** An option for each row of the table, in groups; what the user gives goes into the settings. key: what was given for
- *  --key, a colour, which is set as well, or kAutomaticKey. */
+/** Adds an option for each row of the table, in groups; the values that the user gives go into the settings. key: the
+ *  value of --key, which is a colour (and then set as well) or kAutomaticKey. */
 void AddEffectOptions(CLI::App& app, const EffectTable& table, EffectSettings& settings, std::string& key);
 
-/** Options that make these settings of the table's defaults, as a shell takes them. */
+/** The options that lead from the table's defaults to these settings, quoted for a shell. */
 std::string OptionLine(const EffectSettings& settings, const EffectTable& table);
 
-/** A word that a shell takes as it is. */
+/** The text as one word for a shell, quoted where needed. */
 std::string ShellWord(const std::string& text);
 
-/** Switches on what was given values. Throws CLI::ParseError for a background without a file. */
+/** Switches on the stages that were given values. Throws CLI::ParseError for a background without a file. */
 void CompleteEffect(EffectSettings& settings);
 
 }  // namespace qvgtool

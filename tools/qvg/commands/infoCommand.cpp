@@ -27,12 +27,12 @@ struct Findings {
   std::vector<std::string> passedOver, errors, devices;
   bool ready = false, enough = false, software = false;
   DriverTexts driver;   // When ready.
-  DriverTexts offered;  // When not: what EGL would give.
+  DriverTexts offered;  // When not: what EGL would offer.
   std::string required, found;
   std::vector<LogLine> log;
 };
 
-// The library tells EGL's errors as numbers.
+// The library logs EGL's errors as numbers.
 std::string WithErrorName(std::string text) {
   constexpr std::string_view kBefore = "error 0x";
   const size_t found = text.find(kBefore);
@@ -43,13 +43,13 @@ std::string WithErrorName(std::string text) {
   return text.replace(begin - 2, digits + 2, DriverErrorText(static_cast<unsigned>(code)));
 }
 
-// Lines of the platform about displays: "<prefix><display>: <what>", the chosen one as "<prefix>display: <display>
-// ...".
+// The platform's lines about displays are "<prefix><display>: <what>", and for the one that was chosen
+// "<prefix>display: <display> ...".
 void SortLines(Findings& findings, bool repeated) {
   const std::string prefix = Platform().logPrefix, chosen = prefix + "display: ";
   std::vector<LogLine> lines = std::move(findings.log);
   findings.log.clear();
-  // A start that failed is tried again by every slot that needs it.
+  // Every slot that needs the library started retries a failed start, and logs the same lines again.
   std::set<std::string> seen;
   for (const LogLine& line : lines) {
     if (!seen.insert(line.message).second && !repeated) continue;
@@ -66,7 +66,7 @@ void SortLines(Findings& findings, bool repeated) {
 
 Findings Find(bool verbose) {
   Findings findings;
-  ForgetVariable("QVG_LOG_LEVEL");  // What the library logs is what is looked at.
+  ForgetVariable("QVG_LOG_LEVEL");  // The findings come from the library's log.
   {
     LogCapture log;
     {
@@ -82,7 +82,7 @@ Findings Find(bool verbose) {
       if (findings.ready) findings.driver = AskDriver();
     }
     findings.devices = selftest::DeviceNames();
-    // What other displays have says nothing where one is chosen.
+    // When a display has been chosen, what others offer is irrelevant.
     if (!findings.ready && !std::getenv("QVG_CONTEXT")) findings.offered = AskOfferedDriver();
     if (const std::string& offered = findings.offered.version; !offered.empty()) {
       findings.found = offered.substr(0, offered.find(' '));
@@ -96,7 +96,7 @@ Findings Find(bool verbose) {
   return findings;
 }
 
-// What to look at when there is no driver, or not enough of one.
+// What to check when there is no driver, or one that is too old.
 std::vector<std::string> Hints(const Findings& findings) {
   if (findings.ready && findings.enough) return {};
   std::vector<std::string> hints;

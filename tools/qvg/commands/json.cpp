@@ -7,7 +7,7 @@
 namespace qvgtool {
 namespace {
 
-// The bytes of the character that the text begins with; 0 when it is none in UTF-8.
+// The size in bytes of the text's first character; 0 when it is not valid UTF-8.
 size_t CharacterSize(std::string_view text) {
   const auto byte = [&](size_t i) { return static_cast<unsigned char>(text[i]); };
   if (byte(0) < 0x80) return 1;
@@ -27,7 +27,7 @@ std::string JsonQuoted(const std::string& text) {
     const size_t size = CharacterSize(rest);
     const char first = rest.front();
     if (size == 0) {
-      result += "\\ufffd";  // Names of files and variables may be of any bytes.
+      result += "\\ufffd";  // Names of files and variables may hold any bytes.
     } else if (first == '"' || first == '\\') {
       result += '\\';
       result += first;

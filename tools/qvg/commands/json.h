@@ -1,11 +1,11 @@
-// JSON's way to write what commands print.
+// JSON for what commands print.
 #pragma once
 
 #include <string>
 
 namespace qvgtool {
 
-/** In quotation marks, with what needs it escaped. */
+/** In quotation marks, escaped where needed. */
 std::string JsonQuoted(const std::string& text);
 
 }  // namespace qvgtool

@@ -13,9 +13,9 @@ namespace qvgtool {
 
 namespace {
 
-constexpr int kLooks = 6;             // At frames of a clip.
+constexpr int kLooks = 6;             // Frames of a clip that are looked at.
 constexpr int64_t kStepUnknown = 25;  // Between them where the clip's length is unknown.
-constexpr int kLookWidth = 480;       // A share needs few pixels.
+constexpr int kLookWidth = 480;       // A share can be told from few pixels.
 
 }  // namespace
 

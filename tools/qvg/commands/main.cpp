@@ -40,7 +40,7 @@ constexpr CommandRow kCommands[] = {
 class WrappingFormatter : public CLI::Formatter {
  public:
   WrappingFormatter() { column_width(28); }
-  // Without the values of a type that has a name.
+  // Without the list of values where the type has a name.
   std::string make_option_opts(const CLI::Option* option) const override {
     std::string text = CLI::Formatter::make_option_opts(option);
     if (const size_t set = text.find(":{"); set != std::string::npos) text.erase(set, text.find('}', set) + 1 - set);
@@ -101,7 +101,7 @@ int Main(int argc, char** argv) {
   for (const CommandRow& row : kCommands) {
     CLI::App* const sub = app.add_subcommand(row.name, row.summary);
     if (row.hidden) sub->group("");
-    // Options of the others are not needed; some take a driver to be asked.
+    // The other commands' options are not needed, and for some of them a driver has to be asked.
     if (argc < 2 || std::strcmp(argv[1], row.name) != 0) continue;
     command = row.make();
     try {

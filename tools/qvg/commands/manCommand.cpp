@@ -13,9 +13,9 @@
 namespace qvgtool {
 namespace {
 
-constexpr char kFirstGroup[] = "Options";  // Of those that were given none.
+constexpr char kFirstGroup[] = "Options";  // Of options without a group of their own.
 
-// Text in which roff finds nothing to obey.
+// Text in which roff finds no commands.
 std::string Plain(const std::string& text) {
   std::string plain;
   for (const char c : text) {
@@ -59,7 +59,7 @@ void PrintCommand(const CommandText& command) {
   PrintLines(command.footer);
 }
 
-// Packagers set it, for the same page from each build.
+// Packagers set SOURCE_DATE_EPOCH, so that every build gives the same page.
 std::time_t PageTime() {
   const char* const epoch = std::getenv("SOURCE_DATE_EPOCH");
   return epoch ? std::strtoll(epoch, nullptr, 10) : std::time(nullptr);

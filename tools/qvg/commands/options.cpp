@@ -12,7 +12,7 @@
 namespace qvgtool {
 namespace {
 
-// What an option needs of the backend.
+// The abilities of the backend that options need.
 constexpr struct {
   const char* option;
   bool Abilities::*ability;
@@ -24,7 +24,7 @@ constexpr struct {
     {"--gpu-yuv", &Abilities::gpuYuv},
 };
 
-// How many letters differ (Levenshtein, 1966).
+// The Levenshtein distance.
 size_t Distance(const std::string& a, const std::string& b) {
   std::vector<size_t> row(b.size() + 1);
   std::iota(row.begin(), row.end(), size_t{0});
@@ -45,7 +45,7 @@ CLI::Validator Between(double low, double high) {
   return CLI::Validator(
       [low, high](const std::string& text) {
         double value = 0;
-        // Written so that no comparison holds for what is no number.
+        // Written so that NaN fails, too.
         if (CLI::detail::lexical_cast(text, value) && value >= low && value <= high) return std::string();
         return fmt::format("{} is no number from {:g} to {:g}", text, low, high);
       },

@@ -8,7 +8,7 @@
 
 namespace qvgtool {
 
-/** Refuses what lies outside, and what is no number. */
+/** Refuses values outside, and what is not a number. */
 CLI::Validator Between(double low, double high);
 
 /** "1280x720", or a name such as "hd720". Throws CLI::ValidationError with the option's name. */
@@ -18,18 +18,19 @@ std::pair<int, int> ParsedSize(const std::string& option, const std::string& tex
 CLI::Option* AddTime(CLI::App& app, const std::string& name, double& seconds, const std::string& help);
 
 CLI::Option* AddInput(CLI::App& app, std::string& input);
-/** A device as the input, after AddInput. */
+/** Adds the options for a device as the input; to be called after AddInput. */
 void AddCapture(CLI::App& app, std::string& input, ReadOptions& read);
 CLI::Option* AddVerbose(CLI::App& app, bool& verbose);
 
-/** An INPUT of no letters, such as an empty variable of a shell, is no wish for the tool's own clip. Throws. */
+/** Throws for an INPUT that is given but empty, such as an unset shell variable: it doesn't ask for the tool's own
+ *  clip. */
 void RefuseEmptyInput(const CLI::App& app, const std::string& input);
 
-/** Options for what this build can't do are left out of the help, and refused when they are given; that throws. */
+/** Leaves options for what this build can't do out of the help, and throws when they are given. */
 void HideMissing(CLI::App& app);
 void RefuseMissing(const CLI::App& app);
 
-/** The option of the command that is spelt most like this word; empty when none is near. */
+/** The command's option that is spelt most like this word; empty when none is close. */
 std::string NearestOption(const CLI::App& app, const std::string& word);
 
 }  // namespace qvgtool

@@ -32,7 +32,7 @@ void RefuseToOverwrite(const ProcessOptions& options) {
   }
 }
 
-// What the output is like, for the source and the wishes.
+// The output's format, from the source's and the options.
 VideoFormat OutputFormat(const VideoFormat& source, const ProcessOptions& options, const MediaWriter& writer) {
   VideoFormat format = source;
   if (source.quarterTurns % 2 != 0) {
@@ -57,7 +57,7 @@ bool LosesARow(const VideoFormat& in, const VideoFormat& out) {
   return (lying ? in.height : in.width) != out.width || (lying ? in.width : in.height) != out.height;
 }
 
-// What is told when everything is closed and standard output is the user's again.
+// What is reported when everything is closed and standard output is the user's again.
 struct Outcome {
   std::vector<std::string> summary, complaints;
   int exitCode = kDone;
@@ -102,7 +102,7 @@ class Processing {
       source_ = std::make_unique<DemoClip>(width, height);
     } else if (options_.inputs.size() > 1) {
       source_ = std::make_unique<Sequence>(options_.inputs, options_.read);
-      // Their rates may differ, and not every container takes what is uneven.
+      // Their rates may differ, and not every container takes uneven times.
       if (options_.fps <= 0) options_.fps = Value(source_->Format().frameRate);
     } else {
       source_ = OpenMedia(options_.input, options_.read);
@@ -115,7 +115,7 @@ class Processing {
     if (found.empty()) return;
     outcome_.summary.push_back(found);
     if (!options_.read.capture) return;
-    // What was looked at was now too long ago. A device is open once.
+    // By now the frames that were looked at are too old; and a device can be opened only once.
     source_.reset();
     source_ = OpenMedia(options_.input, options_.read);
   }
@@ -144,7 +144,7 @@ class Processing {
     if (options_.inputs.size() > 1) {
       throw Error(fmt::format("nothing is left of the inputs from {:.2f} s on", options_.read.from));
     }
-    // A stream can't be opened again.
+    // A stream can't be opened twice.
     if (std::error_code error; !std::filesystem::is_regular_file(PathOf(options_.input), error)) {
       throw Error(fmt::format("{}: nothing is left from {:.2f} s on", options_.input, options_.read.from));
     }
@@ -199,14 +199,14 @@ class Processing {
     return compositor_->Draw(frame, in.quarterTurns, in.alpha);
   }
 
-  /// @return false when the input goes on.
+  /// @return false when it stopped before the input's end.
   bool _DrawAll() {
     FramePtr frame = std::move(first_), before;
     progress_.Begin(total_);
     const double frames = limit_ > 0 ? static_cast<double>(limit_) : HUGE_VAL;
     writer_->Open(out_, *frame, source_.get(), std::min(options_.End(), frames * Value(Inverse(out_.frameRate))));
     if (window_) window_->SetTasks({.redraw = [&] { _Draw(*before); }});
-    // A file that was begun gets a frame: without one nothing could read it.
+    // A file that was begun gets at least one frame: nothing could read it without.
     while (frame && (!Interrupted() || done_ == 0) && _Seconds(*frame) < options_.End() - 1e-6) {
       if (window_ && before && window_->WaitFor(_Seconds(*frame)) == Served::kEnd) break;
       if (background_) {
@@ -214,7 +214,7 @@ class Processing {
       }
       _Write(*frame);
       progress_.Update(++done_, _Seconds(*frame));
-      before = std::move(frame);  // The preview may draw it again.
+      before = std::move(frame);  // The preview may have to draw it again.
       if (limit_ > 0 && done_ >= limit_) break;
       frame = source_->Read();
       writer_->TakeAlong();
@@ -256,7 +256,7 @@ class Processing {
     for (const std::string& line : writer_->LeftOut()) {
       outcome_.complaints.push_back(fmt::format("{}, which {} can't hold", line, path));
     }
-    // A capture has no other end.
+    // A capture has no other end than an interruption.
     if (Interrupted() && !options_.read.capture) {
       outcome_.complaints.push_back(fmt::format("interrupted: {} holds {} frames", path, done_));
       outcome_.exitCode = kInterrupted;
@@ -270,7 +270,7 @@ class Processing {
   LogCapture& log_;
   Progress& progress_;
   Outcome outcome_;
-  std::optional<Renderer> renderer_;  // Outlives the writer, whose encoder may hold frames that the library lent.
+  std::optional<Renderer> renderer_;  // Outlives the writer, whose encoder may hold frames lent by the library.
   std::unique_ptr<FrameSource> source_;
   std::unique_ptr<MediaWriter> writer_;
   std::optional<BackgroundClip> background_;

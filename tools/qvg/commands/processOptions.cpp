@@ -145,7 +145,7 @@ void AddWriting(CLI::App& app, ProcessOptions& options) {
       ->group(write);
 }
 
-// The own clip: keyed over a picture, with beauty, unless options say otherwise.
+// The tool's own clip is keyed over a picture and beautified, unless options say otherwise.
 void CompleteDemo(const CLI::App& app, ProcessOptions& options) {
   const auto add = [&](const char* name, ParamSetting setting) {
     options.effect.try_emplace(name, std::move(setting));

@@ -1,4 +1,4 @@
-// What qvg process is told.
+// The options of qvg process.
 #pragma once
 
 #include <CLI/CLI.hpp>
@@ -16,7 +16,7 @@
 
 namespace qvgtool {
 
-/** For -o: the stream goes to standard output, and nothing else. */
+/** For -o: writes the stream to standard output, and nothing else goes there. */
 inline constexpr char kStandardOutput[] = "-";
 
 struct ProcessOptions {
@@ -29,25 +29,25 @@ struct ProcessOptions {
   EffectSettings effect;
   Layout layout;
   UploadPath upload = UploadPath::kSharp;
-  std::string key;  // Of the screen to be keyed out: its colour, or kAutomaticKey; empty: as the effect is told.
-  std::optional<std::pair<int, int>> size;  // Of the output; the own clip's as well.
+  std::string key;  // The screen's colour, or kAutomaticKey; empty: as the effect's own options say.
+  std::optional<std::pair<int, int>> size;  // Of the output, and of the tool's own clip.
   int64_t frames = 0;                       // At most; 0: all.
   double to = 0, duration = 0;              // Seconds, of the input and from its first frame; 0: to its end.
   double fps = 0;                           // Of the output; 0: the input's.
   bool overwrite = true;
-  bool preview = false;   // A window shows each frame
-  bool maxSpeed = false;  // and does not wait for the clip's own rate.
+  bool preview = false;   // A window shows each frame ...
+  bool maxSpeed = false;  // ... without waiting for the clip's own rate.
   ProgressOptions progress;
   bool quiet = false;
   bool verbose = false;
 
-  /** Where it ends, in seconds after the first frame. */
+  /** The end, in seconds after the first frame. */
   double End() const { return duration > 0 ? duration : to > 0 ? to - read.from : HUGE_VAL; }
 };
 
 void AddProcessOptions(CLI::App& app, ProcessOptions& options);
 
-/** Defaults that depend on what was given, and wishes that exclude each other. Throws CLI::ParseError. */
+/** Sets defaults that depend on other options, and refuses options that exclude each other. Throws CLI::ParseError. */
 void CompleteProcessOptions(const CLI::App& app, ProcessOptions& options);
 
 }  // namespace qvgtool

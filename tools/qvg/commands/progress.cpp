@@ -59,7 +59,7 @@ std::string Progress::_Json() const {
       known && done_ > 0 ? fmt::format("{:.3f}", _Remaining()) : "null");
 }
 
-// A terminal that was closed and a reader that left are no reason to end.
+// A closed terminal and a reader that left are no reason to stop.
 void Progress::_Tell(const std::string& text) const {
   std::FILE* const told = file_ ? file_.get() : stderr;
   std::fputs(text.c_str(), told);

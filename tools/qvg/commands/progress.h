@@ -1,4 +1,4 @@
-// Tells how far a command has come: in a line on the terminal, or as JSON for programs.
+// Shows how far a command has come: as a line on the terminal, or as JSON for programs.
 #pragma once
 
 #include <chrono>
@@ -23,16 +23,16 @@ class Progress {
   explicit Progress(const ProgressOptions& options);
   ~Progress() { Clear(); }
 
-  /** The clock starts. total: frames expected, 0 when unknown. */
+  /** Starts the clock. total: the expected number of frames, 0 when unknown. */
   void Begin(int64_t total);
   /** seconds: the frame's time in the clip. */
   void Update(int64_t done, double seconds);
-  /** Removes the line, to make room for another. */
+  /** Removes the line, to make room for another text. */
   void Clear();
-  /** The last word for programs. error: what went wrong, if anything did. */
+  /** Writes the last object. error: what went wrong, if anything did. */
   void End(int exitCode, const std::string& error);
 
-  /** Since the beginning. */
+  /** Since Begin. */
   double Seconds() const;
 
  private:

@@ -26,7 +26,7 @@ namespace {
 
 using namespace selftest;
 
-// "device:1" has no end of numbers.
+// Any number may follow "device:".
 std::string ContextFault(const std::string& text) {
   const std::vector<std::string> choices = DisplayChoices();
   const std::string device = "device:";
@@ -75,7 +75,7 @@ class SelftestCommand : public Command {
       reportFile = OpenFile(reportFile_, "w");
       if (!reportFile) throw std::runtime_error(fmt::format("{}: {}", reportFile_, std::strerror(errno)));
     }
-    SetEnvironment("QVG_LOG_LEVEL", nullptr);  // What the library logs is looked at.
+    SetEnvironment("QVG_LOG_LEVEL", nullptr);  // The checks look at the library's log.
     if (!context_.empty()) SetEnvironment("QVG_CONTEXT", context_.c_str());
     Report report;
     report.quick = quick_;
@@ -89,7 +89,7 @@ class SelftestCommand : public Command {
   }
 
  private:
-  // What is written to the file goes there at once: a driver may end the process.
+  // The report file is written at once, line by line: a driver may end the process.
   void _Run(Report& report, LogCapture& log, std::FILE* output, std::FILE* reportFile) const {
     std::vector<SelftestText> texts;
     if (!json_) texts.emplace_back(output);

@@ -12,7 +12,7 @@ namespace {
 
 const char* Json(bool value) { return value ? "true" : "false"; }
 
-// Each element by the function, in brackets; a line each.
+// A JSON array with a line for each element, as the function gives it.
 template <class List, class Element>
 std::string ListOf(const List& list, const Element& element) {
   std::string json;

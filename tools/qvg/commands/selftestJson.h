@@ -1,4 +1,4 @@
-// A self-test for programs.
+// A self-test's report for programs.
 #pragma once
 
 #include <string>

@@ -20,7 +20,7 @@ std::string Value(const Facts& facts, std::string_view name) {
   return "";
 }
 
-// "  blend: multiply, screen", a line a group.
+// A line for each group, "  blend: multiply, screen".
 std::string ByGroup(const std::vector<const CheckResult*>& checks) {
   std::string text, group;
   for (const CheckResult* check : checks) {

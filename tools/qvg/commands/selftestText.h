@@ -1,4 +1,4 @@
-// A self-test in words, line by line as it goes.
+// A self-test's report in words, printed line by line while it runs.
 #pragma once
 
 #include <cstdio>
@@ -19,7 +19,7 @@ class SelftestText : public selftest::Listener {
   void Begins(const selftest::Check& check) override;
   void Ended(const selftest::CheckResult& result) override;
   void Timed(const selftest::TimingResult& result);
-  /** What came of it and what to do; reportFile: where a report was written, empty for none. */
+  /** The verdict, and what to do; reportFile: where a report was written, empty for none. */
   void End(const selftest::Report& report, const std::string& reportFile);
 
   void Section(const std::string& title, const selftest::Facts& facts);

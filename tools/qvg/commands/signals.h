@@ -3,7 +3,7 @@
 
 namespace qvgtool {
 
-/** Makes SIGINT, SIGTERM and SIGHUP tell Interrupted(), for commands that ask. */
+/** From now on SIGINT, SIGTERM and SIGHUP only set Interrupted(), which commands ask for. */
 void CatchSignals();
 bool Interrupted();
 

@@ -10,7 +10,7 @@ std::atomic<bool> interrupted = false;
 
 void OnSignal(int number) {
   interrupted = true;
-  // A second one ends a program that hangs.
+  // A second signal ends a program that hangs.
   std::signal(number, SIG_DFL);
 }
 
@@ -19,16 +19,16 @@ void OnSignal(int number) {
 bool Interrupted() { return interrupted; }
 
 void CatchSignals() {
-  // Without SA_RESTART: what waits for an input or a reader is to look at the end.
+  // Without SA_RESTART: a read or write that blocks has to return, so that its caller can ask Interrupted().
   struct sigaction action = {};
   action.sa_handler = OnSignal;
   for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
     struct sigaction before = {};
     sigaction(number, &action, &before);
-    // nohup is to hold.
+    // Under nohup SIGHUP stays ignored.
     if (number == SIGHUP && before.sa_handler == SIG_IGN) sigaction(number, &before, nullptr);
   }
-  // A reader that leaves a pipe, and a file that grows too large, show as a failed write.
+  // A reader that leaves a pipe and a file that grows too large are seen as failed writes.
   for (const int number : {SIGPIPE, SIGXFSZ}) std::signal(number, SIG_IGN);
 }
 

@@ -24,7 +24,7 @@ struct TuneOptions {
 
 constexpr int kColumns = 5, kTileWidth = 300, kGap = 14, kLabelHeight = 30, kTitleHeight = 34;
 
-// What is swept: the value, in words, and how far apart the columns lie, as a factor.
+// A value that is varied: which one, its name, and the factor from one column to the next.
 struct Sweep {
   const char* name;
   int64_t KeyValues::*value;
@@ -34,7 +34,7 @@ constexpr Sweep kSweeps[] = {{"similarity", &KeyValues::similarity, 1.35},
                              {"smoothness", &KeyValues::smoothness, 2.0},
                              {"anti-spill", &KeyValues::spill, 2.0}};
 
-// Of a premultiplied picture: over grey, over a check pattern, and its alpha, one below the other.
+// A premultiplied picture over grey, over a check pattern, and its alpha, one below the other.
 FramePtr Tile(const Frame& keyed, int width, int height) {
   ColorConverter converter;
   const Frame& small = converter.Convert(keyed, PixelFormat::kRGBA, width, height, kRgbColors);
@@ -59,7 +59,7 @@ FramePtr Tile(const Frame& keyed, int width, int height) {
 
 std::string Tune(const TuneOptions& options, LogCapture& log) {
   const std::vector<FramePtr> samples = SamplesOf(options.input, {.from = options.from, .sound = false});
-  // One from the middle of the clip is drawn.
+  // The sheet shows a frame from the middle of the clip.
   const FramePtr& frame = samples[samples.size() / 2];
 
   const Renderer renderer;

@@ -31,7 +31,7 @@ bool IsFile(const std::string& path) {
   return std::filesystem::is_regular_file(PathOf(path), error);
 }
 
-// stem.png, or the first of stem-2.png, stem-3.png ... that is free.
+// stem.png, or the first of stem-2.png, stem-3.png ... that doesn't exist.
 std::string FreeName(const std::string& stem) {
   std::string name = stem + ".png";
   std::error_code error;
@@ -128,7 +128,7 @@ void Viewing::_TakeSound() {
   }
 }
 
-/// @return true when the clip had come to its end.
+/// @return true when the clip came to its end.
 bool Viewing::_Play() {
   const bool still = clip_->Source().Format().still;
   for (bool another = true;;) {
@@ -144,7 +144,7 @@ bool Viewing::_Play() {
   }
 }
 
-// At the end of a clip that is to be shown again and again: before its first frame.
+// At the end of a clip that loops: goes before its first frame.
 bool Viewing::_BeginAgain() {
   const VideoFormat format = clip_->Source().Format();
   if (!options_.loop || format.still || options_.input == "-" || !clip_->Source().Damage().empty()) return false;
@@ -208,7 +208,7 @@ std::string Viewing::_Save() const {
 
 std::array<uint8_t, 3> Viewing::_ColorAt(double x, double y) const {
   const FramePtr rgba = Sample(*shown_, clip_->Source().Format().quarterTurns);
-  constexpr int kReach = 1;  // About the pixel: noise averages out.
+  constexpr int kReach = 1;  // Pixels on each side: noise averages out.
   const int column = static_cast<int>(x * rgba->width), row = static_cast<int>(y * rgba->height);
   std::array<int, 3> sum = {};
   int count = 0;

@@ -21,14 +21,14 @@ struct ViewOptions {
   std::string input;  // Empty: the tool's own clip.
   ReadOptions read;
   EffectSettings effect;
-  std::string key;  // What was given for --key.
+  std::string key;  // The value of --key.
   bool loop = false;
   bool maxSpeed = false;
   bool verbose = false;
 };
 
 struct Viewed {
-  std::string told;    // Of the key, if it was found.
+  std::string told;    // The line about the key, if one was found.
   std::string damage;  // What was wrong with the input; empty when nothing was.
 };
 
@@ -36,7 +36,7 @@ class Viewing {
  public:
   Viewing(const ViewOptions& options, LogCapture& log) : options_(options), log_(log) {}
 
-  /** Until the window is closed. Throws Error. */
+  /** Returns when the window is closed. Throws Error. */
   Viewed Run();
 
  private:
@@ -65,13 +65,13 @@ class Viewing {
   std::optional<Effect> effect_;
   std::optional<Compositor> compositor_, plain_;  // With the effect and without.
   std::optional<PreviewWindow> window_;
-  std::unique_ptr<SoundOutput> sound_;  // null: the source has none, or none is wanted.
+  std::unique_ptr<SoundOutput> sound_;  // null: the source has no sound, or none is wanted.
   int width_ = 0, height_ = 0;          // Upright.
   const Texture* picture_ = nullptr;
   FramePtr shown_;
   double shownTime_ = 0;  // In the clip.
   std::vector<FramePtr> samples_;
-  double start_ = 0;  // In the time of the window, which goes on when the clip begins again.
+  double start_ = 0;  // In the window's time, which goes on when the clip begins again.
 };
 
 }  // namespace qvgtool

@@ -1,12 +1,12 @@
-// What the backend can do, for the command line: options for what it can't are refused.
+// What the backend can do. The command line refuses options for what it can't.
 #pragma once
 
 namespace qvgtool {
 
 struct Abilities {
   bool capture = false, sound = false, subtitles = false;
-  bool encoders = false;  // There is a choice of them, of containers and of effort.
-  bool gpuYuv = false;    // It can leave YUV to the library.
+  bool encoders = false;  // There is a choice of encoders, containers and presets.
+  bool gpuYuv = false;    // YUV can be left to the library to convert.
   const char* inputs;     // What can be read and written, for the help.
   const char* outputs;
   const char* ownOutput;  // Where the tool's own clip goes.

@@ -22,7 +22,7 @@ FramePtr BackgroundClip::At(double seconds) {
   double end = start_;
   while (next_) {
     const double begins = start_ + static_cast<double>(next_->pts) * Value(format.timeBase);
-    // Of a frame that begins with the picture's own, up to rounding, that one.
+    // A frame that begins at the picture's own time, up to rounding, is the one to show.
     if (begins > seconds + frameSeconds / 100) break;
     end = begins + frameSeconds;
     shown = std::move(next_);

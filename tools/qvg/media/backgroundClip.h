@@ -1,4 +1,4 @@
-// What is shown behind the frames: an image, or a clip that begins again when it ends.
+// What is shown behind the frames: an image, or a clip that loops.
 #pragma once
 
 #include <string>
@@ -12,8 +12,8 @@ class BackgroundClip {
   /** Throws Error when the file holds no picture. */
   explicit BackgroundClip(const std::string& path);
 
-  /** The picture for this time, in seconds from the beginning; times never fall. @return null while it is the one
-   *  that was given last. */
+  /** The picture for this time, in seconds from the beginning; times never decrease. @return null while it is still the
+   *  one that was returned last. */
   FramePtr At(double seconds);
 
  private:
@@ -22,7 +22,7 @@ class BackgroundClip {
   std::string path_;
   std::unique_ptr<FrameSource> reader_;
   FramePtr next_;
-  double start_ = 0;  // When the clip began this time.
+  double start_ = 0;  // When the current round of the clip began.
 };
 
 }  // namespace qvgtool

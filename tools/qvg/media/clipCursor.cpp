@@ -51,7 +51,7 @@ bool ClipCursor::GoTo(double seconds) {
   return _Read() || _GoBefore(HUGE_VAL);
 }
 
-// Onto the last frame before a time, or the first one of all: read from a second before, or from as far as it takes.
+// Goes to the last frame before a time, or to the first of all: reads from a second before, or from as far as it takes.
 bool ClipCursor::_GoBefore(double seconds) {
   const VideoFormat& format = source_->Format();
   const double end = static_cast<double>(format.frameCount) * Value(Inverse(format.frameRate));

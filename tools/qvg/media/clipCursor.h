@@ -1,4 +1,4 @@
-// A place in a clip that goes on and back.
+// A place in a clip that can move forwards and back.
 #pragma once
 
 #include <deque>
@@ -10,7 +10,7 @@ namespace qvgtool {
 
 class ClipCursor {
  public:
-  /** Stands before the first frame. */
+  /** The cursor is before the first frame. */
   explicit ClipCursor(std::unique_ptr<FrameSource> source) : source_(std::move(source)) {}
 
   FrameSource& Source() const { return *source_; }
@@ -20,13 +20,13 @@ class ClipCursor {
   /** The frame after it; null at the end. Throws Error. */
   const Frame* Next();
 
-  /** Onto the next frame, or the one before; past a time, or back to it: onto the first frame at that time or later,
-   *  else the last one. @return false, and stays, when there is none or the source can't go there. Throws Error. */
+  /** Moves to the next frame or the one before; forwards or back to a time: to the first frame at that time or later,
+   *  else the last one. @return false, without moving, when there is none or the source can't seek. Throws Error. */
   bool Advance();
   bool GoBack();
   bool GoTo(double seconds);
 
-  /** When a frame is due, in seconds. */
+  /** A frame's time in the clip, in seconds. */
   double TimeOf(const Frame& frame) const;
 
  private:
@@ -35,7 +35,7 @@ class ClipCursor {
   bool _GoBefore(double seconds);
 
   std::unique_ptr<FrameSource> source_;
-  std::deque<FramePtr> frames_;  // Some before the cursor and after it.
+  std::deque<FramePtr> frames_;  // Some before the cursor and some after it.
   size_t current_ = SIZE_MAX;
 };
 

@@ -1,4 +1,4 @@
-// What the library's uploads expect, and how every decoded frame is brought there.
+// Converts decoded frames to what the library's uploads expect.
 #pragma once
 
 #include "media/frame.h"
@@ -7,8 +7,8 @@ namespace qvgtool {
 
 /** How frames travel to the library. */
 enum class UploadPath {
-  // In their own format where the library has it; YUV that is limited-range or not BT.601 is brought to full-range
-  // BT.601 within that format first.
+  // In their own format where the library has it; YUV that is limited-range or not BT.601 is first converted to
+  // full-range BT.601 within that format.
   kNative,
   // RGB in its own format, YUV as RGBA: the library's YUV conversion samples planes up to a pixel beside the pixel's
   // middle, which softens a picture; the scaler's does not.
@@ -30,12 +30,13 @@ class ColorConverter {
   std::unique_ptr<State> state_;
 };
 
-/** Brings decoded frames to what the library takes: full-range BT.601 or RGB, in one of its formats. */
+/** Converts decoded frames to what the library takes: full-range BT.601 or RGB, in one of its formats. */
 class UploadConverter {
  public:
   explicit UploadConverter(UploadPath path) : path_(path) {}
 
-  /** The frame itself when it fits, else a converted one, valid until the next call. Throws Error. */
+  /** @return the frame itself when it can be uploaded, else a converted one, valid until the next call. Throws Error.
+   */
   const Frame& Prepare(const Frame& frame);
 
  private:

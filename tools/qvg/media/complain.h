@@ -1,4 +1,4 @@
-// One line to the user.
+// One-line messages to the user.
 #pragma once
 
 #include <cstdio>
@@ -6,7 +6,7 @@
 
 namespace qvgtool {
 
-/** Writes a line to standard error. A terminal that was closed is no reason to fail. */
+/** Writes a line to standard error. A closed terminal is no reason to fail. */
 inline void Complain(const std::string& text) { std::fputs(("qvg: " + text + "\n").c_str(), stderr); }
 
 }  // namespace qvgtool

@@ -9,7 +9,7 @@ namespace {
 
 constexpr float kPi = 3.14159265f;
 
-// Positions: the picture's height is 1, x is 0 in the middle, y is 0 at the top and grows downwards.
+// Coordinates: the picture's height is 1, x is 0 in the middle, y is 0 at the top and grows downwards.
 struct Point {
   float x, y;
   Point operator+(Point o) const { return {x + o.x, y + o.y}; }
@@ -51,7 +51,7 @@ float Random(int x, int y, int z) {
   return static_cast<float>(Hash(static_cast<uint32_t>(x), static_cast<uint32_t>(y), static_cast<uint32_t>(z)) >> 8) /
          16777216.0f;
 }
-// Smooth random values, one a unit.
+// Smooth noise with one random value per unit.
 float Noise(float x, float y, int seed) {
   const float fx = std::floor(x), fy = std::floor(y);
   const int ix = static_cast<int>(fx), iy = static_cast<int>(fy);
@@ -70,7 +70,7 @@ struct Limb {  // A rod with round ends.
   Point a, b;
   float ra, rb;
 };
-// outwards: how far, and where to, the point lies from the rod's middle, in radii.
+// outwards: the vector from the rod's middle line to the point, in radii.
 float Distance(const Limb& limb, Point p, Point* outwards = nullptr) {
   const Point axis = limb.b - limb.a, q = p - limb.a;
   const float t = std::clamp(Dot(q, axis) / Dot(axis, axis), 0.0f, 1.0f);
@@ -84,7 +84,7 @@ float SmoothUnion(float a, float b, float k) {
   return std::min(a, b) - h * h * k / 4;
 }
 
-// Light comes from above, left and the front.
+// Light comes from above, from the left and from the front.
 float Lit(Point n, float flatness, float roundness = 0.85f) {
   const float nz = std::sqrt(std::max(0.0f, 1 - Dot(n, n))) + flatness;
   const float length = std::sqrt(roundness * roundness * Dot(n, n) + nz * nz);
@@ -159,7 +159,7 @@ class Person {
 
   bool _Near(Point p) const { return p.x > body_.x - 0.45f && p.x < body_.x + 0.80f && p.y > 0.12f; }
 
-  // Of the shadow on the screen.
+  // For the shadow on the screen.
   float _Silhouette(Point p) const {
     const float body = std::min(_Torso(p), Ellipse(p - head_, 0.15f, 0.20f));
     return std::min(body, std::min(Distance(upperArm_, p), Distance(sleeve_, p)));
@@ -239,7 +239,7 @@ class Person {
     const float nx = q.x / rx, ny = q.y / ry;
     const float nz = std::sqrt(std::max(0.0f, 1 - nx * nx - ny * ny));
     float lit = Lit(nx * 0.95f, ny * 0.70f, nz + 0.22f);
-    // Sockets, nose, the fold beside it, the hollow below the lip, the hair's shadow.
+    // Eye sockets, nose, the fold beside it, the hollow below the lip, the hair's shadow.
     for (const float s : {-1.0f, 1.0f}) {
       lit -= 0.13f * Blob({q.x - s * 0.043f, (q.y + 0.020f) * 1.5f}, 0.030f);
       lit -= 0.05f * Blob(Turned(q - Point{s * 0.040f, 0.062f}, s * 0.5f), 0.012f);
@@ -336,13 +336,13 @@ class Person {
 
   Color _PaintFringe(Point q, Color c) const {
     const float cap = Ellipse(q - Point{0, -0.030f}, 0.136f, 0.150f);
-    const float t = q.x + 0.028f;  // From the parting.
+    const float t = q.x + 0.028f;  // Distance from the parting.
     const float reach = t < 0 ? 11.0f : 6.6f;
     const float strand = 0.006f * (Noise(q.x * 150, q.y * 8, 51) - 0.5f);
     const float slope = reach * (2 * t + 3.6f * t * std::abs(t));
     const float hairline = (q.y + 0.118f - reach * t * t * (1 + 1.2f * std::abs(t))) / std::sqrt(1 + slope * slope);
     const float fringe = std::max(cap, hairline + strand);
-    // Beside the face it falls over the temples and the ears, and goes over into the hair behind.
+    // Beside the face it falls over the temples and the ears, and blends into the hair behind.
     const float inner = 0.104f - 0.012f * Ramp(0.02f, 0.15f, q.y) + 0.004f * std::sin(q.y * 25 + 1) + strand;
     const float sides = std::max(std::max(inner - std::abs(q.x), std::abs(q.x) - 0.146f), -q.y - 0.05f);
     const float d = std::min(fringe, sides);
@@ -365,7 +365,7 @@ class Person {
       const float knit = 0.04f * std::sin(p.y * 620 + p.x * 60);
       const float ribs = up > end - 0.030f ? 0.80f + 0.06f * std::sin(out.x * 40) : 1.0f;
       const float lit = (Lit(out, 0.05f) + folds) * 0.95f + knit;
-      // At the shoulder the sleeve goes over into the body.
+      // At the shoulder the sleeve blends into the body.
       const Point axis = limb.b - limb.a;
       const float along = Dot(p - limb.a, axis) / Length(axis);
       const float blend = joint > 0 ? 1 - Ramp(0.01f, -0.02f, body) * Ramp(joint, 0, along) : 1.0f;
@@ -413,7 +413,7 @@ float ScreenLight(Point p) {
   return lamps - falloff + folds;
 }
 
-// The place of a pixel's middle.
+// The coordinates of a pixel's centre.
 Point At(int x, int y, const VideoFormat& format) {
   const auto height = static_cast<float>(format.height);
   return {(static_cast<float>(x) + 0.5f - static_cast<float>(format.width) * 0.5f) / height,
@@ -469,7 +469,7 @@ FramePtr DemoClip::Read() {
     const Point p = At(x, y, format_);
     const size_t pixel = static_cast<size_t>(y) * static_cast<size_t>(format_.width) + static_cast<size_t>(x);
     const Color c = person.Paint(p, light_[pixel]);
-    // The camera's noise.
+    // Camera noise.
     const uint32_t h = Hash(static_cast<uint32_t>(x), static_cast<uint32_t>(y), static_cast<uint32_t>(index) + 1000);
     const auto part = [h](int shift) { return static_cast<float>((h >> shift) & 255) / 255 - 0.5f; };
     const float gray = (part(0) + part(8)) * 0.014f;

@@ -16,17 +16,17 @@ class DemoClip : public FrameSource {
 
  private:
   VideoFormat format_;
-  std::vector<float> light_;  // On the screen, for each pixel.
+  std::vector<float> light_;  // On the screen, per pixel.
   int64_t next_ = 0;
 };
 
 /** The screen's colour. */
 inline constexpr char kDemoKey[] = "#22aa41";
 
-/** The name under which the effect gets it. */
+/** The name by which the effect loads the background. */
 inline constexpr char kDemoBackground[] = "the demo's background";
 
-/** A picture to put behind the clip: an evening with lights, as large as its frames. */
+/** A picture to put behind the clip, as large as its frames: an evening with lights. */
 FramePtr DemoBackground(const VideoFormat& format);
 
 }  // namespace qvgtool

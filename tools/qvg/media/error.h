@@ -5,7 +5,7 @@
 
 namespace qvgtool {
 
-/** Ends a command: its text is the one line that the user sees. */
+/** Ends a command; its text is the one line that the user sees. */
 class Error : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;

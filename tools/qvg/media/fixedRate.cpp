@@ -18,14 +18,14 @@ double FixedRate::_Begin(const Frame& frame) const {
 
 FramePtr FixedRate::Read() {
   const double seconds = static_cast<double>(count_) * Value(format_.timeBase);
-  // Of frames that begin with it, up to rounding, the last one.
+  // Of several frames that begin at this time, up to rounding, the last one is shown.
   const double due = seconds + Value(format_.timeBase) / 100;
   while (next_ && (!shown_ || _Begin(*next_) <= due)) {
     shown_ = std::move(next_);
     next_ = Source().Read();
   }
   if (!shown_) return nullptr;
-  // The last one stays for as long as it was to stay.
+  // The last frame keeps its own duration.
   const double last = _Begin(*shown_) + Value(Inverse(Source().Format().frameRate));
   if (!next_ && count_ > 0 && seconds > last - Value(format_.timeBase) / 2) return nullptr;
   FramePtr frame = SharedCopy(*shown_);

@@ -1,4 +1,4 @@
-// A clip at a frame rate of its own: frames are repeated or dropped.
+// A clip at another, constant frame rate: frames are repeated or dropped.
 #pragma once
 
 #include <memory>
@@ -10,7 +10,7 @@ namespace qvgtool {
 
 class FixedRate : public FrameAdapter {
  public:
-  /** rate: frames a second. */
+  /** rate: frames per second. */
   FixedRate(std::unique_ptr<FrameSource> source, double rate);
 
   const VideoFormat& Format() const override { return format_; }

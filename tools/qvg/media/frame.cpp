@@ -39,7 +39,7 @@ FramePtr NewPackedFrame(PixelFormat format, int width, int height) {
   frame->stride[0] = (width * (opaque ? 3 : 4) + 63) / 64 * 64;
   frame->alpha = !opaque;
   frame->colors = kRgbColors;
-  // Converters read and write a little past the last row.
+  // Converters access a little more than the last row.
   const size_t size = static_cast<size_t>(frame->stride[0]) * static_cast<size_t>(height) + 64;
   frame->memory.reset(::operator new(size, kAlignment), [](void* memory) { ::operator delete(memory, kAlignment); });
   frame->data[0] = static_cast<uint8_t*>(frame->memory.get());

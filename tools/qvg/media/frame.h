@@ -10,16 +10,16 @@
 
 namespace qvgtool {
 
-/** How pixels lie in memory. */
+/** The layout of pixels in memory. */
 enum class PixelFormat : int {
   kNone,
   kNV12,
-  kP010,  // As NV12, with 10 bits in the upper ones of 16.
+  kP010,  // As NV12, with 10 bits in the upper bits of 16.
   kP016,
   kI420,
   kI422,
   kI444,
-  kJ420,  // These three: full range by their name.
+  kJ420,  // These three imply full range.
   kJ422,
   kJ444,
   kRGBA,
@@ -28,10 +28,10 @@ enum class PixelFormat : int {
   kABGR,
   kRGB,
   kBGR,
-  kOther  // From here on the backend's own: only it looks into the memory.
+  kOther  // From here on the backend's own formats: only it may look into the memory.
 };
 
-/** The code under which the library takes this format; none when it takes it not at all. */
+/** The library's code for this format; none when it doesn't take it. */
 std::optional<QVGPixelFormat> UploadFormat(PixelFormat format);
 
 /** Numbers of ITU-T H.273. */
@@ -56,14 +56,14 @@ struct Frame {
   int width = 0, height = 0;
   std::array<uint8_t*, 4> data{};
   std::array<int, 4> stride{};  // Bytes.
-  int64_t pts = 0;              // In the unit of the source that gave it.
-  bool alpha = false;           // May be transparent somewhere.
-  ColorTags colors;             // Guesses made.
-  bool chromaLeft = false;      // Chroma of half the width lies at the left one of its two pixels, not between them.
+  int64_t pts = 0;              // In the time unit of the source.
+  bool alpha = false;           // Some pixels may be transparent.
+  ColorTags colors;             // Guessed where untagged.
+  bool chromaLeft = false;      // Half-width chroma is sited at the left of its two pixels, not midway.
   int primaries = kUnknownColors, transfer = kUnknownColors;  // As in ITU-T H.273.
-  std::shared_ptr<void> memory;                               // Lives as long as the last copy.
+  std::shared_ptr<void> memory;                               // Shared by all copies.
 };
-using FramePtr = std::unique_ptr<Frame>;  // null: there is none.
+using FramePtr = std::unique_ptr<Frame>;  // null: no frame.
 
 inline FramePtr SharedCopy(const Frame& frame) { return std::make_unique<Frame>(frame); }
 
@@ -74,8 +74,7 @@ inline uint8_t* Row(const Frame& frame, int y, size_t plane = 0) {
   return frame.data[plane] + static_cast<ptrdiff_t>(y) * frame.stride[plane];
 }
 
-/** A copy of an RGBA frame with its colours multiplied by alpha: images hold them straight, the library's effects take
- *  them multiplied. */
+/** A copy of an RGBA frame with premultiplied alpha, as the library's effects take it; images have straight alpha. */
 FramePtr Premultiplied(const Frame& straight);
 
 }  // namespace qvgtool

@@ -1,4 +1,4 @@
-// What is done to single pictures beside converting them. The backend implements it.
+// Edits of single pictures, other than conversions. The backend implements them.
 #pragma once
 
 #include <string>
@@ -8,27 +8,27 @@
 
 namespace qvgtool {
 
-/** A turned copy, clockwise. Throws Error. */
+/** A copy that is turned clockwise. Throws Error. */
 FramePtr Upright(const Frame& frame, int quarterTurns);
 
-/** A copy of another width. Throws Error. */
+/** A copy stretched to another width. Throws Error. */
 FramePtr Widened(const Frame& frame, int width);
 
-/** The middle of a picture, in this shape; nothing is copied. */
+/** Crops a picture about its middle to this aspect ratio; no pixels are copied. */
 void CutTo(Frame& frame, int width, int height);
 
 struct Caption {
   enum Place {
     kAt,      // Plain, at a point.
-    kMiddle,  // These two: on a box, of letters of one width,
-    kBelow    // and in the middle or near the lower edge.
+    kMiddle,  // These two: on a box, in a fixed-width font,
+    kBelow    // in the middle or near the lower edge.
   } place = kAt;
   std::string text;
   double size = 0;
   int x = 0, y = 0;
 };
 
-/** The picture, RGB or RGBA, with text on it. @return null with a reason where that can't be had. */
+/** The RGB or RGBA picture with text on it. @return null, with a reason, where that is not possible. */
 FramePtr WithCaptions(const Frame& picture, const std::vector<Caption>& captions, std::string& reason);
 
 }  // namespace qvgtool

@@ -7,7 +7,7 @@ namespace qvgtool {
 namespace {
 
 constexpr int kSamples = 6;
-constexpr int kFramesAhead = 31;  // A second or so; every sixth of them is looked at.
+constexpr int kFramesAhead = 31;  // About a second; every sixth frame is sampled.
 
 }  // namespace
 
@@ -17,14 +17,14 @@ FramePtr Sample(const Frame& frame, int quarterTurns) {
   return SharedCopy(converter.Convert(*upright, PixelFormat::kRGBA, upright->width, upright->height, kRgbColors));
 }
 
-// Opens the clip for each of them and takes what is quickly there; where that is no later frame than the last one, the
-// reader that gave it goes on: no frame is decoded twice.
+// Opens the clip for each sample and takes the frame that is quickest to reach. When that is no later than the previous
+// sample, the previous reader goes on instead: no frame is decoded twice.
 std::vector<FramePtr> SamplesOf(const std::string& path, const ReadOptions& options) {
   std::vector<FramePtr> samples;
   std::unique_ptr<FrameSource> last;
   double seconds = 0, lastStart = 0, lastTime = -1;
   for (int i = 0; i < kSamples; ++i) {
-    // The last one lies a little before the end, where every clip has a frame.
+    // The last sample lies a little before the end, where every clip has a frame.
     const double start = options.from + seconds * i / (kSamples - 0.8);
     const auto timeOf = [](const Frame& frame, const FrameSource& reader, double begin) {
       return begin + static_cast<double>(frame.pts) * Value(reader.Format().timeBase);

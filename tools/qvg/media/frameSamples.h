@@ -1,4 +1,4 @@
-// Frames from all over a clip, for what has to be known before the first one is drawn.
+// Samples of frames from all over a clip, for what has to be known before the first one is drawn.
 #pragma once
 
 #include <deque>
@@ -12,11 +12,10 @@ namespace qvgtool {
 /** An upright RGBA copy. Throws Error. */
 FramePtr Sample(const Frame& frame, int quarterTurns);
 
-/** Such copies of frames: of a file some from its beginning to its end, without moving in any reader. Throws
- *  Error. */
+/** Such copies of some frames from the beginning to the end of a file, through readers of their own. Throws Error. */
 std::vector<FramePtr> SamplesOf(const std::string& path, const ReadOptions& options);
 
-/** A source whose first frames can be looked at before they are read: for streams, which can't be read twice. */
+/** A source whose first frames can be sampled before they are read: for streams, which can't be read twice. */
 class ReadAhead : public FrameAdapter {
  public:
   using FrameAdapter::FrameAdapter;

@@ -1,4 +1,4 @@
-// Where frames come from: media files, the tool's own clip.
+// Sources of frames: media files, the tool's own clip.
 #pragma once
 
 #include <memory>
@@ -16,13 +16,13 @@ struct VideoFormat {
   Rational timeBase{1, 25};  // Unit of the frames' pts.
   Rational frameRate{25, 1};
   Rational pixelAspect{0, 1};  // 0: unknown.
-  int quarterTurns = 0;        // Clockwise, to see the picture upright.
+  int quarterTurns = 0;        // Clockwise, that make the picture upright.
   int64_t frameCount = 0;      // 0: unknown.
   bool alpha = false;
-  bool still = false;  // One image, no clip.
+  bool still = false;  // A single image.
 };
 
-/** What goes along with the pictures: sound, subtitles, titles, chapters. Only the backend looks into it. */
+/** What accompanies the pictures: sound, subtitles, titles, chapters. Only the backend knows its contents. */
 class Accompaniment {
  public:
   virtual ~Accompaniment() = default;
@@ -34,21 +34,21 @@ class FrameSource {
 
   virtual const VideoFormat& Format() const = 0;
 
-  /** The next frame, its pts set and never falling. @return null at the end. Throws Error. */
+  /** The next frame; its pts is set and never decreases. @return null at the end. Throws Error. */
   virtual FramePtr Read() = 0;
 
-  /** The next frame is the first at that time or later, in seconds of the frames' own time. @return false when the
-   *  source can't go there; then nothing has changed. */
+  /** Makes the first frame at that time or later the next one; in seconds of the frames' own time. @return false, with
+   *  nothing changed, when the source can't seek there. */
   virtual bool Seek(double /*seconds*/) { return false; }
 
-  /** null: nothing does. */
+  /** null: there is none. */
   virtual Accompaniment* Along() { return nullptr; }
 
-  /** After the end: what was wrong with the input; empty when nothing was. */
+  /** After the end: what was wrong with the input, else empty. */
   virtual std::string Damage() const { return {}; }
 };
 
-/** Another source, whose frames are given differently. */
+/** Passes on another source's frames, changed in some way. */
 class FrameAdapter : public FrameSource {
  public:
   explicit FrameAdapter(std::unique_ptr<FrameSource> source) : source_(std::move(source)) {}

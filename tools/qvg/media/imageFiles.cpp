@@ -12,7 +12,7 @@
 namespace qvgtool {
 namespace {
 
-// The callbacks get nothing but a path: what else they need is kept here.
+// The callbacks get only a path: what else they need is kept here.
 struct State {
   std::mutex mutex;
   std::map<std::string, FramePtr> provided;

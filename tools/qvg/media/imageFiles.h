@@ -1,4 +1,4 @@
-// Images for the library, which decodes none itself: the callbacks of its configuration.
+// Images for the library, which has no decoders: the callbacks of its configuration.
 #pragma once
 
 #include <qvGLRenderer/qvGLRenderer.h>
@@ -10,10 +10,10 @@ namespace qvgtool {
 /** The configuration with which the tool starts the library. */
 const QVGConfig& LibraryConfig();
 
-/** From now on images are cut to this shape, about their middle, before the library gets them. */
+/** From now on images are cropped about their middle to this aspect ratio before the library gets them. */
 void CutImagesTo(int width, int height);
 
-/** Gives an image under a name that is no file's. */
+/** Provides an image under a name that is not a file's. */
 void ProvideImage(const std::string& name, FramePtr image);
 
 /** Why the last image could not be decoded; empty when none failed since the last call. */

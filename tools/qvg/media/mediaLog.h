@@ -1,9 +1,9 @@
-// What the backend's libraries log.
+// The log of the backend's libraries.
 #pragma once
 
 namespace qvgtool {
 
-/** Keeps their own lines for errors instead of printing them; verbose prints them too. */
+/** Keeps its lines for error messages instead of printing them; verbose prints them, too. */
 void CatchMediaLog(bool verbose);
 
 }  // namespace qvgtool

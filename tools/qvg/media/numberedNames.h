@@ -6,13 +6,13 @@
 
 namespace qvgtool {
 
-/** The name with this number. @return none when the pattern has no place for one, or several. */
+/** The name with this number. @return none unless the pattern has exactly one place for a number. */
 std::optional<std::string> NumberedName(const std::string& pattern, int number);
 
-/** Whether it means numbered files, and not one that is called so. */
+/** Whether the path is a pattern, and not the name of an existing file. */
 bool IsNumbered(const std::string& path);
 
-/** The lowest number in the folder under which the pattern names a file; none: nothing there is named so. */
+/** The lowest number with which the pattern names a file; none: there is no such file. */
 std::optional<int> FirstNumber(const std::string& pattern);
 
 }  // namespace qvgtool

@@ -1,4 +1,4 @@
-// Sizes, times and colours as users write them. The backend implements it, with the names that it knows.
+// Parses sizes, times and colours as users write them. The backend implements it, with the names that it knows.
 #pragma once
 
 #include <array>
@@ -22,7 +22,7 @@ bool IsRate(const std::string& text);
 /** "#rrggbb", "#rrggbbaa", "0xrrggbb" or a name; red, green, blue, alpha. */
 std::optional<std::array<uint8_t, 4>> ParseColor(const std::string& text);
 
-/** In small letters. */
+/** In lower case. */
 std::vector<std::string> ColorNames();
 
 }  // namespace qvgtool

@@ -11,7 +11,7 @@ int64_t Rescaled(int64_t time, Rational from, Rational to) {
   return static_cast<int64_t>((over < 0 ? over - half : over + half) / under);
 }
 
-// By its continued fraction.
+// By the continued fraction of the value.
 Rational NearestRational(double value, int largest) {
   int64_t num = 1, den = 0, lastNum = 0, lastDen = 1;
   for (double rest = value;;) {

@@ -1,4 +1,4 @@
-// Fractions: rates, units of time, shapes of pixels.
+// Fractions: rates, time units, pixel aspect ratios.
 #pragma once
 
 #include <cstdint>
@@ -13,10 +13,10 @@ struct Rational {
 inline double Value(Rational q) { return static_cast<double>(q.num) / q.den; }
 inline Rational Inverse(Rational q) { return {q.den, q.num}; }
 
-/** A time in another unit, rounded to the nearest, halves away from 0. */
+/** Converts a time to another unit, rounded to the nearest, halves away from 0. */
 int64_t Rescaled(int64_t time, Rational from, Rational to);
 
-/** The nearest fraction whose parts are no larger than that. */
+/** The nearest fraction whose numerator and denominator don't exceed largest. */
 Rational NearestRational(double value, int largest);
 
 }  // namespace qvgtool

@@ -1,4 +1,4 @@
-// Several files, one after the other, as one clip.
+// Several files, one after the other, as a single clip.
 #pragma once
 
 #include "media/mediaReader.h"
@@ -10,7 +10,7 @@ class Sequence : public FrameSource {
   /** Throws Error when one of them can't be opened. options.from counts through all of them. */
   Sequence(const std::vector<std::string>& paths, ReadOptions options);
 
-  /** That of the first one, upright; the frames keep their sizes. */
+  /** The first file's, upright; the frames of the others keep their own sizes. */
   const VideoFormat& Format() const override { return format_; }
   FramePtr Read() override;
   Accompaniment* Along() override { return along_ ? along_->All() : nullptr; }
@@ -21,13 +21,13 @@ class Sequence : public FrameSource {
   FramePtr _ReadClip();
   FramePtr _Fitted(FramePtr frame, const VideoFormat& format) const;
 
-  std::vector<std::unique_ptr<FrameSource>> clips_;  // All of them stay: what goes along refers to them.
+  std::vector<std::unique_ptr<FrameSource>> clips_;  // All stay open: the accompaniment refers to them.
   VideoFormat format_;
   std::unique_ptr<JoinedAccompaniment> along_;
   size_t current_ = 0;
-  FramePtr still_;  // Of the current clip, if it is an image.
+  FramePtr still_;  // The current clip's frame, if it is an image.
   int64_t stillFrames_ = 0;
-  int64_t start_ = 0, end_ = 0;  // Of the current clip, and of what was read of it.
+  int64_t start_ = 0, end_ = 0;  // Of the current clip, and of the part read so far.
 };
 
 }  // namespace qvgtool

@@ -1,4 +1,4 @@
-// Sound that is heard while a clip is shown. The backend implements it.
+// Plays a clip's sound while the clip is shown. The backend implements it.
 #pragma once
 
 #include <memory>
@@ -12,16 +12,16 @@ class SoundOutput {
  public:
   virtual ~SoundOutput() = default;
 
-  /** Without a device nothing is heard. */
+  /** Without a device nothing is played. */
   virtual bool HasDevice() const = 0;
-  /** What follows is of this source, which has Sound, and lies behind that time of it. shift: what the clock shows at
-   *  the source's time 0. Both in seconds. Throws Error. */
+  /** From now on sound comes from this source, which has some, and begins at that time of it. shift: the clock's time
+   * at the source's time 0. Both in seconds. Throws Error. */
   virtual void Begin(FrameSource& source, double time, double shift) = 0;
-  /** Takes what the source has met. Throws Error; afterwards nothing is heard any more. */
+  /** Takes the sound that the source has read. Throws Error; nothing is played after that. */
   virtual void Take(FrameSource& source) = 0;
-  /** What was taken and not heard yet is left out. */
+  /** Drops what was taken but not yet played. */
   virtual void Forget() = 0;
-  /** What the clock shows now; none while it stands still, and nothing is heard. */
+  /** Sets the clock; none stops it, and then nothing is played. */
   virtual void SetClock(std::optional<double> now) = 0;
 };
 

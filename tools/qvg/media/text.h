@@ -1,11 +1,11 @@
-// Texts for people.
+// Formats text for people.
 #pragma once
 
 #include <string>
 
 namespace qvgtool {
 
-/** The same words in lines of this length, as far as they go. */
+/** Wraps the words into lines of at most this length; longer words stay whole. */
 std::string Wrapped(const std::string& text, size_t length);
 
 }  // namespace qvgtool

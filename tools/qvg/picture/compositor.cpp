@@ -34,7 +34,7 @@ constexpr struct {
     {"mask-luma", QVG_BLEND_MASK_LUMA},
 };
 
-// How much of a blurred edge lies inside, at a distance into the picture (in units of the blur's radius).
+// The coverage of a blurred edge at a distance into the picture, in units of the blur's radius.
 double Inside(double distance) { return 0.5 * (1 + std::erf(distance)); }
 
 }  // namespace
@@ -60,7 +60,7 @@ Compositor::Compositor(const Renderer& renderer, const Layout& layout, int width
 }
 
 void Compositor::SetBackground(const Frame& image) {
-  // Here, not on the GPU: there a picture much larger than the output would be sampled at a few of its texels.
+  // Scaled here, not on the GPU, which would sample only a few texels of a picture much larger than the output.
   backgroundCovers_ = !image.alpha;
   Frame cut = image;
   CutTo(cut, width_, height_);
@@ -81,7 +81,7 @@ const Texture& Compositor::Draw(const Frame& frame, int quarterTurns, bool alpha
 
   qvg::DrawParams params;
   double fit = std::min(static_cast<double>(width_) / width, static_cast<double>(height_) / height);
-  // An output that lacks the odd row or column of the picture keeps its pixels where they are.
+  // When the output lacks the picture's odd row or column, the pixels stay where they are.
   const int lostX = width - width_, lostY = height - height_;
   const bool sameSize = lostX >= 0 && lostX <= 1 && lostY >= 0 && lostY <= 1;
   if (sameSize) {
@@ -89,13 +89,13 @@ const Texture& Compositor::Draw(const Frame& frame, int quarterTurns, bool alpha
     params.translation[0] = lostX * 0.5;
     params.translation[1] = lostY * 0.5;
   }
-  // Row 0 is the picture's top, so the y axis, which leads to the last row, points down on the screen and a positive
+  // Row 0 is the picture's top, so the y axis, which leads to the last row, points down on the screen, and a positive
   // angle about z turns clockwise.
   params.translation[0] += layout_.move[0];
   params.translation[1] += layout_.move[1];
   params.scale[0] = params.scale[1] = fit * layout_.scale;
   params.rotation[2] = layout_.rotate;
-  if (effect) params.scale[1] *= -1;  // Its result lies the other way up.
+  if (effect) params.scale[1] *= -1;  // An effect's result is upside down.
 
   const bool covers =
       sameSize && layout_.scale == 1 && layout_.rotate == 0 && layout_.move[0] == 0 && layout_.move[1] == 0;
@@ -125,8 +125,8 @@ Texture Compositor::_Upload(const Frame& frame, bool premultiplied) {
 }
 
 void Compositor::_DrawShadow(int width, int height, double scale, const QVGDrawTextureParams& place) {
-  constexpr int kReduce = 4;        // A blurred thing needs few pixels.
-  constexpr double kMargin = 0.15;  // Of the height, on each side.
+  constexpr int kReduce = 4;        // Few pixels are enough for something blurred.
+  constexpr double kMargin = 0.15;  // Share of the height, on each side.
   const int margin = std::max(2, static_cast<int>(height * kMargin / kReduce));
   if (!shadow_ || shadowWidth_ != width || shadowHeight_ != height) {
     const int innerWidth = std::max(1, width / kReduce), innerHeight = std::max(1, height / kReduce);
@@ -155,7 +155,7 @@ void Compositor::_DrawShadow(int width, int height, double scale, const QVGDrawT
   _DrawInto(shadow_, params);
 }
 
-// The shadow of what is not transparent: the picture made small, which blurs it, and black.
+// The shadow of what is not transparent: the picture, reduced, which blurs it, and made black.
 void Compositor::_DrawShadowOf(const Texture& picture, int width, int height, const QVGDrawTextureParams& place) {
   constexpr int kHalvings = 4;
   const auto small = [&](int halvings) {

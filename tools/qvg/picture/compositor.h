@@ -1,4 +1,4 @@
-// Puts one picture together through the library: background, shadow, frame.
+// Composes one picture with the library: background, shadow, frame.
 #pragma once
 
 #include <array>
@@ -12,14 +12,14 @@
 namespace qvgtool {
 
 struct Layout {
-  double scale = 1;   // After the frame has been fitted into the output.
+  double scale = 1;   // Relative to the frame fitted into the output.
   double rotate = 0;  // Degrees, clockwise as seen.
   double opacity = 1;
   std::array<double, 2> move{0, 0};  // Pixels to the right and down.
-  std::string blend;                 // Empty: over the background.
+  std::string blend;                 // Empty: normal, over the background.
   std::string background;            // Image file; empty: none.
   QVGColor backgroundColor = {0, 0, 0, 0};
-  double shadow = 0;  // Opacity of a soft shadow below the frame.
+  double shadow = 0;  // Opacity of a soft shadow behind the frame.
 };
 
 /** Names for --blend, in the order of the help text. */
@@ -27,16 +27,16 @@ std::vector<std::string> BlendNames();
 
 class Compositor {
  public:
-  /** width, height: of the output. Throws Error. */
+  /** width, height: the output's. Throws Error. */
   Compositor(const Renderer& renderer, const Layout& layout, int width, int height, UploadPath upload);
 
-  /** From now on this picture, cut to the output's shape, fills the output below everything. Throws Error. */
+  /** From now on this picture, cropped to the output's aspect ratio, fills the background. Throws Error. */
   void SetBackground(const Frame& image);
 
-  /** Every frame goes through the effect first, which must live as long as this object; null: through none. */
+  /** Every frame goes through the effect first, which must outlive this object; null: no effect. */
   void SetEffect(const Effect* effect) { effect_ = effect; }
 
-  /** Draws a frame. @return the finished picture, in force until the next call. Throws Error. */
+  /** Draws a frame. @return the finished picture, valid until the next call. Throws Error. */
   const Texture& Draw(const Frame& frame, int quarterTurns, bool alpha);
 
  private:
@@ -55,9 +55,9 @@ class Compositor {
   FrameBuffer frameBuffer_;
   const Effect* effect_ = nullptr;
   Texture background_, shadow_;
-  bool backgroundCovers_ = false;  // Nothing shines through.
+  bool backgroundCovers_ = false;  // It is opaque everywhere.
   int shadowWidth_ = 0, shadowHeight_ = 0;
-  // A keyed picture small, and smaller; black; cut out of it what the smallest shows.
+  // The keyed picture, small and smaller; black; black with the alpha of the smallest.
   std::vector<Texture> reduced_;
   Texture black_, keyedShadow_;
 };

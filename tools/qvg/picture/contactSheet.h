@@ -1,4 +1,4 @@
-// One picture with frames before and after, side by side and labelled.
+// One labelled picture with frames before and after, side by side.
 #pragma once
 
 #include <string>
@@ -11,7 +11,7 @@ namespace qvgtool {
 
 class ContactSheet {
  public:
-  /** total: frames to come, 0 when unknown; the sheet shows a few spread over them. */
+  /** total: the number of frames to come, 0 when unknown; the sheet shows a few, spread over them. */
   ContactSheet(std::string path, const VideoFormat& after, int64_t total);
 
   bool Wants(int64_t index) const;

@@ -1,4 +1,4 @@
-// What the driver says of itself, and what is the platform's about it.
+// What the driver reports about itself, and what about it depends on the platform.
 #pragma once
 
 #include <span>
@@ -14,16 +14,16 @@ struct DriverTexts {
 /** Asks GL itself, as a host may while a context of the library is current on the thread. */
 DriverTexts AskDriver();
 
-/** Of a context of whatever version the platform gives, for when none is good enough; an empty version when it gives
- *  none. */
+/** Asks a context of whatever version the platform offers, for when none is good enough. The version is empty when
+ *  there is no context at all. */
 DriverTexts AskOfferedDriver();
 
 struct DriverPlatform {
   const char* name;
-  const char* logPrefix;                   // Of the library's lines about it.
-  bool displays;                           // The library chooses one of them.
-  std::span<const char* const> variables;  // That may be in the driver's way.
-  const char* hint;                        // Where drivers come from.
+  const char* logPrefix;                   // Of the library's log lines about it.
+  bool displays;                           // The library chooses a display.
+  std::span<const char* const> variables;  // Environment variables that may keep the driver from working.
+  const char* hint;                        // Where to get drivers.
 };
 const DriverPlatform& Platform();
 

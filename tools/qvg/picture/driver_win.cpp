@@ -10,7 +10,7 @@ namespace {
 
 constexpr GLenum kShadingLanguageVersion = 0x8B8C;
 
-// A window of the least kind, to have something that a context can be made for.
+// A minimal window, to create a context for.
 class Probe {
  public:
   Probe() : window_(CreateWindowExW(0, L"STATIC", L"", WS_POPUP, 0, 0, 1, 1, nullptr, nullptr, nullptr, nullptr)) {

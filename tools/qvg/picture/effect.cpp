@@ -79,7 +79,7 @@ void Effect::Set(const std::string& name, const ParamSetting& setting) {
   QVGParamValue value = setting.value;
   if (value.type == QVG_PARAM_TEXT) value.value.text = setting.text.c_str();
   const bool taken = effect_.Set(name.c_str(), value);
-  // A file that can't be decoded is no failure to the library.
+  // The library doesn't report a file that can't be decoded as a failure.
   if (const std::string error = TakeImageError(); !error.empty()) throw Error(error);
   if (!taken) throw Error(fmt::format("the library does not take this value for {}", name));
   settings_[name] = setting;

@@ -11,7 +11,7 @@
 
 namespace qvgtool {
 
-/** A value for one parameter; text is what value.text means. */
+/** A value for one parameter; text holds the characters of value.text. */
 struct ParamSetting {
   QVGParamValue value;
   std::string text;
@@ -22,7 +22,7 @@ struct ParamSetting {
   /** #rrggbb, 0xrrggbb or a name. Throws Error. */
   static ParamSetting Color(const std::string& text);
 };
-using EffectSettings = std::map<std::string, ParamSetting>;  // By the parameter's name.
+using EffectSettings = std::map<std::string, ParamSetting>;  // By parameter name.
 
 /** "#rrggbb" */
 std::string ColorText(const double (&rgb)[3]);
@@ -30,24 +30,24 @@ std::string ColorText(const double (&rgb)[3]);
 using qvg::effectkit::HelpOf;
 using qvg::effectkit::StageOf;
 
-/** Switches on the stages whose parameters are set, where the settings don't say anything about the switch. */
+/** Switches on the stages whose parameters are set, unless the settings contain the switch. */
 void ImplySwitches(EffectSettings& settings);
 
 bool IsOn(const EffectSettings& settings, const std::string& name);
 
-/** True when a stage is switched on: without one the effect gives no picture. */
+/** Whether any stage is switched on: without one the effect returns no picture. */
 bool AnyStage(const EffectSettings& settings);
 
-/** True when the result has holes where the frame has none. */
+/** Whether the result is transparent where the frame isn't. */
 bool KeysOut(const EffectSettings& settings);
 
-/** An instance; to be used on the renderer's thread and to be gone before the renderer is. */
+/** An instance; to be used on the renderer's thread, and destroyed before the renderer. */
 class Effect {
  public:
   /** Parameters that the settings leave out get the table's defaults. Throws Error. */
   explicit Effect(const EffectSettings& settings);
 
-  /** Throws Error, and leaves everything as it was, for what the library does not take. */
+  /** Throws Error, with nothing changed, for what the library doesn't take. */
   void Set(const std::string& name, const ParamSetting& setting);
 
   /** All parameters, by the table. */
@@ -57,13 +57,13 @@ class Effect {
   /** False for a background without an image. */
   bool CanSwitchOn(const std::string& stage) const;
 
-  /** Without a stage that is switched on there is nothing to apply. */
+  /** False when no stage is switched on: then there is nothing to apply. */
   bool On() const { return AnyStage(settings_); }
 
-  /** The result lies the other way up: the picture's top is in its last row. Throws Error. */
+  /** The result is upside down: the picture's top is in its last row. Throws Error. */
   Texture Apply(const Texture& frame) const;
 
-  /** True when the result is transparent in places, its colours multiplied by alpha. */
+  /** Whether the result may be transparent in places; its colours then are premultiplied. */
   bool Transparent(bool frameHasAlpha) const;
 
  private:

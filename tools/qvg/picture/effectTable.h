@@ -1,4 +1,4 @@
-// The parameters of the library's effect, as its own table tells them.
+// The parameter table of the library's effect.
 #pragma once
 
 #include <qvGLRenderer/qvGLRenderer.h>
@@ -13,10 +13,10 @@ struct EffectTable {
   std::vector<QVGParamDescriptor> rows;
 };
 
-/** From a library that runs. Throws Error. */
+/** For a running library. Throws Error. */
 EffectTable AskEffectTable();
 
-/** From a library that is started and stopped for it. Throws Error when it can't start. */
+/** Starts and stops the library for it. Throws Error when it can't start. */
 EffectTable LoadEffectTable();
 
 }  // namespace qvgtool

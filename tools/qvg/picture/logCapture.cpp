@@ -13,7 +13,7 @@
 namespace qvgtool {
 namespace {
 
-// Written into the pipe behind everything that was logged before, to know when it has arrived.
+// Written into the pipe after everything logged so far, to know when that has arrived.
 constexpr char kMark[] = "\x01qvg-mark";
 
 LogLine Parse(const std::string& raw) {

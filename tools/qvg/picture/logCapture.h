@@ -1,4 +1,4 @@
-// The library writes its log to standard output. While this object lives, standard output leads here.
+// Captures standard output, to which the library writes its log, while the object lives.
 #pragma once
 
 #include <condition_variable>
@@ -25,10 +25,10 @@ class LogCapture {
   LogCapture(const LogCapture&) = delete;
   LogCapture& operator=(const LogCapture&) = delete;
 
-  /** From now on lines go to standard error: warnings and errors, with verbose all of them as they are. */
+  /** From now on warnings and errors go to standard error; with verbose all lines do, unchanged. */
   void Forward(bool verbose);
 
-  /** A descriptor of what standard output was before. */
+  /** A descriptor of the original standard output. */
   int StandardOutput() const { return realStdout_; }
 
   /** Every line so far. */
@@ -47,7 +47,7 @@ class LogCapture {
   bool forward_ = false, verbose_ = false;
 };
 
-/** One line that says why the library gave no context, by what it logged. */
+/** One line that says, from the log, why the library gave no context. */
 std::string NoContextReason(LogCapture& log);
 
 }  // namespace qvgtool

@@ -1,4 +1,4 @@
-// The library as the tool uses it: started, its failures thrown.
+// The library as the tool uses it: started, with failures thrown as errors.
 #pragma once
 
 #include <qvGLRenderer/qvGLRenderer.hpp>
@@ -11,24 +11,24 @@ namespace qvgtool {
 using qvg::FrameBuffer;
 using qvg::Texture;
 
-/** The running library with a context current on the thread that made this object. */
+/** Runs the library, with a context current on the thread that made this object. */
 class Renderer {
  public:
   Renderer();
 
-  /** False when the driver gave no context: then only the slots for any thread may be used. */
+  /** False when the driver gave no context: then only slots that need none may be used. */
   bool Ready() const { return static_cast<bool>(current_); }
 
-  /** A frame that UploadConverter prepared, as a texture whose row 0 is the picture's top. Throws Error. */
+  /** Uploads a frame from UploadConverter to a texture whose row 0 is the picture's top. Throws Error. */
   Texture Upload(const Frame& frame) const;
 
-  /** A texture of a size and a frame buffer that draws into it, the picture's top in row 0. Throws Error. */
+  /** A texture of this size for drawing into, with the picture's top in row 0. Throws Error. */
   Texture NewTarget(int width, int height) const;
   FrameBuffer NewFrameBuffer(const Texture& target) const;
 
-  /** The picture as NV12 or I420 (limited-range BT.601) or RGBA. The frame lends the library's memory and gives it
-   *  back when its last reference goes, at the latest before this object. RGBA comes in the order of the texture's
-   * rows, with flip the other way round. Throws Error. */
+  /** The picture as NV12 or I420 (limited-range BT.601) or RGBA. The frame holds the library's memory, so all
+   * references to it have to go before this object. RGBA comes in the order of the texture's rows, with flip in the
+   * opposite one. Throws Error. */
   FramePtr ReadBack(const Texture& texture, PixelFormat format, bool flip = false) const;
 
  private:

@@ -1,4 +1,4 @@
-// A PNG of pictures with labels.
+// A PNG of several pictures with labels.
 #pragma once
 
 #include <vector>
@@ -11,7 +11,7 @@ class Sheet {
  public:
   Sheet(int width, int height);
 
-  /** An RGB24 picture that lies inside. */
+  /** Pastes an RGB24 picture, which has to fit. */
   void Paste(const Frame& tile, int x, int y);
   void Label(int x, int y, std::string text, int size = 19);
   /** Writes the PNG; without labels when the machine has no font. Throws Error. */
@@ -22,7 +22,7 @@ class Sheet {
   std::vector<Caption> labels_;
 };
 
-/** Copies an RGB24 picture into another, where it must fit. */
+/** Copies an RGB24 picture into another, where it has to fit. */
 void Paste(const Frame& tile, Frame& picture, int x, int y);
 
 }  // namespace qvgtool

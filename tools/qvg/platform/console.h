@@ -1,4 +1,4 @@
-// How the platform starts a program in a console.
+// What the platform does differently at the start of a console program.
 #pragma once
 
 #include <string>
@@ -9,10 +9,10 @@ namespace qvgtool {
 /** The command line in UTF-8. */
 std::vector<std::string> Arguments(int argc, char** argv);
 
-/** Makes UTF-8 and what moves the cursor show as they are meant. */
+/** Makes the console understand UTF-8 and escape sequences. */
 void PrepareConsole();
 
-/** Takes a variable out of the environment. */
+/** Removes a variable from the environment. */
 void ForgetVariable(const char* name);
 
 }  // namespace qvgtool

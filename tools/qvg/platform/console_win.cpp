@@ -9,7 +9,7 @@
 namespace qvgtool {
 namespace {
 
-// The console is the user's and stays behind.
+// The console belongs to the user and outlives the program.
 UINT codePageBefore = 0;
 
 void GiveConsoleBack() { SetConsoleOutputCP(codePageBefore); }

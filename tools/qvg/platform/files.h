@@ -1,5 +1,4 @@
-// Files and descriptors as the platform has them. Paths are UTF-8; nothing that is read or written is changed on the
-// way.
+// The platform's files and descriptors. Paths are UTF-8; files are binary.
 #pragma once
 
 #include <cstdint>
@@ -14,20 +13,20 @@ struct CloseFile {
 };
 using FilePtr = std::unique_ptr<std::FILE, CloseFile>;
 
-/** mode: "r" or "w". @return null, and errno says why, when it can't be opened. */
+/** mode: "r" or "w". @return null, with errno set, when it can't be opened. */
 FilePtr OpenFile(const std::string& path, const char* mode);
 
-/** What is written goes to the descriptor, which stays open. @return null, and errno says why, when that can't be. */
+/** Writes go to the descriptor, which stays open. @return null, with errno set, on failure. */
 FilePtr OpenDescriptor(int descriptor);
 
 std::FILE* StandardInput();
 
-/** From the beginning. @return false when it can't. */
+/** position: from the beginning. @return false when the file can't seek. */
 bool SeekFile(std::FILE* file, int64_t position);
 
 bool IsTerminal(int descriptor);
 
-/** ends: for reading, for writing. @return false when there is none. */
+/** ends: for reading, for writing. @return false on failure. */
 bool OpenPipe(int (&ends)[2]);
 
 }  // namespace qvgtool

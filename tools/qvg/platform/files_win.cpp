@@ -25,7 +25,7 @@ std::FILE* StandardInput() {
 
 bool SeekFile(std::FILE* file, int64_t position) { return _fseeki64(file, position, SEEK_SET) == 0; }
 
-// Other devices, such as NUL, count as terminals to the C library.
+// The C library also takes other devices, such as NUL, for terminals.
 bool IsTerminal(int descriptor) {
   DWORD mode = 0;
   return GetConsoleMode(reinterpret_cast<HANDLE>(_get_osfhandle(descriptor)), &mode) != FALSE;

@@ -1,4 +1,4 @@
-// Names of files, which are UTF-8 in the tool, as the standard library takes and gives them.
+// Converts file names, which are UTF-8 in the tool, to and from those of the standard library.
 #pragma once
 
 #include <filesystem>

@@ -1,4 +1,4 @@
-// What one check of the library is, and what came of it.
+// A check of the library, and its outcome.
 #pragma once
 
 #include <reference/image.h>
@@ -12,30 +12,30 @@ namespace qvgtool::selftest {
 
 /** Something that was not as it should be. */
 struct Fault {
-  std::string where;  // the case; may be empty
+  std::string where;  // The case; may be empty.
   std::string what;
 };
 
-/** Compares what the library gave with what it should have given, as often as a check likes. */
+/** Compares the library's results with the expected ones, any number of times. */
 class Comparison {
  public:
-  /** limit: in steps of 1/255. quick: fewer cases will do. */
+  /** limit: in steps of 1/255. quick: fewer cases are enough. */
   Comparison(double limit, bool quick) : limit_(limit), quick_(quick) {}
 
   bool Quick() const { return quick_; }
-  /** Of which case the next comparisons are. */
+  /** Names the case to which the next comparisons belong. */
   void Case(std::string text) { case_ = std::move(text); }
 
   void Same(const qvg::reference::Image& expected, const qvg::reference::Image& actual,
             const std::vector<bool>& skip = {});
   void Same(const qvg::reference::Planes& expected, const QVGPixelBuffer& actual);
-  /** A condition that has no size; what: "the flag \"flipped\" is set". */
+  /** A condition that is met or not; what: "the flag \"flipped\" is set". */
   void Holds(bool condition, const std::string& what);
-  /** What was found in another way; "" is no fault. */
+  /** A fault that was found in another way; "" is none. */
   void Record(const std::string& fault);
 
   qvg::reference::Errors errors;
-  std::vector<Fault> faults;  // the first few
+  std::vector<Fault> faults;  // The first few.
   size_t faultCount = 0;
 
  private:
@@ -46,8 +46,8 @@ class Comparison {
 
 struct Check {
   std::string group, name;
-  double limit;                          // in steps of 1/255
-  std::function<void(Comparison&)> run;  // Throws where a call of the library fails.
+  double limit;                          // In steps of 1/255.
+  std::function<void(Comparison&)> run;  // Throws when a call of the library fails.
 };
 
 /** Related checks. */
@@ -65,7 +65,7 @@ std::vector<Check> MatteChecks();
 std::vector<Check> GeometryChecks();
 std::vector<Check> EffectChecks();
 
-/** All of them, in the order in which they run. Making the checks takes no library. */
+/** All of them, in the order in which they run. Making the list doesn't need the library. */
 const std::vector<CheckGroup>& CheckGroups();
 
 }  // namespace qvgtool::selftest

@@ -1,5 +1,4 @@
-// Draws through frame buffers (slots 41 to 45): blend types and mattes of every colour, and every way to place a
-// picture.
+// Draws into frame buffers (slots 41 to 45): blend types and mattes with all colours, and all ways to place a picture.
 #include <fmt/format.h>
 
 #include <reference/drawScenes.h>
@@ -90,7 +89,7 @@ void CheckMatte(Comparison& comparison, int matte) {
 
 // ---- Places
 
-// With textures of its own, in storage of the kind.
+// Draws the scene with textures of its own, in storage of that kind.
 void CheckScene(Comparison& comparison, DrawScene scene, Storage storage) {
   const qvg::Texture source =
       scene.premultipliedSource ? UploadedPremultiplied(scene.source) : UploadedAnew(scene.source, storage);
@@ -169,7 +168,7 @@ void CheckPremultipliedTarget(Comparison& comparison) {
     comparison.Case(fmt::format("blend type {}", blend));
     DrawScene scene = MakeScene(Picture(37, 23, 1), Quantised(Straight(stored)));
     scene.params.blendType = blend;
-    scene.params.translation[0] = 5.5;  // texel on texel
+    scene.params.translation[0] = 5.5;  // Texel on texel.
     scene.params.translation[1] = -3.5;
     const qvg::Texture target = UploadedPremultiplied(stored);
     qvg::Checked(TargetOn(target, scene.camera).Draw(Uploaded(scene.source), scene.params), "DrawTexture");
@@ -200,7 +199,7 @@ std::vector<Check> GeometryChecks() {
         {"geometry", geometry.name, kMatteDrawLimit, [&geometry](Comparison& c) { CheckGeometry(c, geometry); }});
   checks.push_back({"geometry", "depth test", kDrawLimit, CheckDepth});
   checks.push_back({"geometry", "a texture onto itself", kDrawLimit, CheckOntoItself});
-  // Where a straight value lies halfway between two steps either is stored.
+  // A straight value halfway between two steps may be stored as either.
   checks.push_back({"geometry", "onto what an effect gave", 1.6, CheckPremultipliedTarget});
   return checks;
 }

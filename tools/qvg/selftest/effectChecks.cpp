@@ -13,7 +13,7 @@ using namespace qvg::reference;
 
 namespace {
 
-// An effect together with what the reference knows of it.
+// An effect, and its parameters for the reference.
 struct TunedEffect {
   explicit TunedEffect(const EffectCase& told) : effect(qvg::Checked(qvg::Effect::New(), "CreateEffect")) {
     bool done = true;
@@ -56,7 +56,7 @@ void CheckCase(Comparison& comparison, const EffectCase& told) {
     const bool recycled = storage == Storage::kRecycled;
     const Image image = recycled ? picture(37, 23, 2) : picture(48, 32, 1);
     Prepare(Storage::kFresh, QVG_FORMAT_RGBA, image.width, image.height);
-    if (recycled) {  // for the frame and for the output
+    if (recycled) {  // For the frame and for the output.
       const qvg::Texture first = Uploaded(Picture(64, 45, 71)), second = Uploaded(Picture(63, 44, 72));
     }
     tuned.Check(comparison, Uploaded(image), image);

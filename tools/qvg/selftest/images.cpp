@@ -10,7 +10,7 @@ struct DecodedImage : QVGHostImage {
   std::vector<uint8_t> bytes;
 };
 
-// Paths are their numbers; they stay until the program ends.
+// Paths are the images' numbers. The images stay until the program ends.
 std::deque<DecodedImage>& Images() {
   static std::deque<DecodedImage> images;
   return images;

@@ -1,4 +1,4 @@
-// The images that effects load by path, for the library's configuration.
+// Images that effects load by path, through the library's configuration.
 #pragma once
 
 #include <qvGLRenderer/qvGLRenderer.h>
@@ -8,10 +8,10 @@
 
 namespace qvgtool::selftest {
 
-/** Decodes what NewImage was given. */
+/** A configuration that decodes the images given to NewImage. */
 QVGConfig ImageConfig();
 
-/** A path of which the library decodes this image, the top row first. */
+/** A path under which the library finds this image, the top row first. */
 std::string NewImage(const qvg::reference::Image& image);
 
 }  // namespace qvgtool::selftest

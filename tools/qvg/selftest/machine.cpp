@@ -12,7 +12,7 @@
 namespace qvgtool::selftest {
 namespace {
 
-// Names and beginnings of names of variables.
+// Names, or the beginnings of names, of variables.
 constexpr const char* kVariables[] = {"DISPLAY",       "WAYLAND_DISPLAY", "XDG_SESSION_TYPE", "EGL_PLATFORM",
                                       "EGL_LOG_LEVEL", "GALLIUM_DRIVER",  "LD_LIBRARY_PATH",  "LD_PRELOAD",
                                       "DRI_PRIME",     "WINEPREFIX",      "VK_ICD_FILENAMES", "VK_DRIVER_FILES"};
@@ -109,7 +109,7 @@ std::vector<std::string> DriverExtensions() {
 }
 
 DisplayFacts FindDisplay(const std::vector<LogLine>& log) {
-  // "<platform>: <display>: <why not>", the chosen one as "<platform>: display: <display> ...".
+  // The lines are "<platform>: <display>: <why not>", and for the chosen one "<platform>: display: <display> ...".
   DisplayFacts facts;
   std::set<std::string> seen;
   for (const LogLine& line : log) {

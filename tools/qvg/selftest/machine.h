@@ -1,4 +1,4 @@
-// What a report tells of the machine, the driver and the library.
+// What a report says about the machine, the driver and the library.
 #pragma once
 
 #include <string>
@@ -11,24 +11,24 @@ namespace qvgtool::selftest {
 
 using Facts = std::vector<std::pair<std::string, std::string>>;
 
-/** Of the tool and the library. */
+/** The tool's and the library's. */
 Facts VersionFacts();
-/** The variables of the environment that change what the driver or the library do. */
+/** The environment variables that influence the driver or the library. */
 Facts EnvironmentFacts();
-/** What is known without a context: the platform's extensions and devices. */
+/** Known without a context: the platform's extensions and devices. */
 Facts PlatformFacts();
 
-/** GL's functions as the driver of the current context has them; false: it has not all of OpenGL 4.2. */
+/** Loads GL's functions from the current context's driver; false: it lacks some of OpenGL 4.2. */
 bool LoadGL();
-/** Of the current context, after LoadGL. */
+/** The current context's, after LoadGL. */
 Facts DriverFacts();
 Facts LimitFacts();
 std::vector<std::string> DriverExtensions();
 
-/** On which display the library started, and on which it did not, as its log says. */
+/** From the library's log: the display on which it started, and those on which it did not. */
 struct DisplayFacts {
-  std::string chosen;                   // empty: none
-  std::vector<std::string> passedOver;  // and why
+  std::string chosen;                   // Empty: none.
+  std::vector<std::string> passedOver;  // With the reasons.
   std::vector<std::string> errors;
 };
 DisplayFacts FindDisplay(const std::vector<LogLine>& log);

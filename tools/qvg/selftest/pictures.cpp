@@ -31,7 +31,7 @@ void Prepare(Storage storage, int format, int width, int height) {
   const QVGGLRendererInterface& gl = qvg::Table();
   qvg::Checked(gl.ClearTexturePool() && gl.ClearRenderBufferPool() && gl.ClearPixelBufferPool(), "Clear...Pool");
   if (storage == Storage::kFresh) return;
-  // Even differences on one axis and odd ones on the other: the origin of the next content is off the centre.
+  // An odd difference on one axis, an even one on the other: the next content's origin is off the centre.
   Uploaded(MakeFrame(HeapMemory, format, width + 27, height + 22, 77));
 }
 

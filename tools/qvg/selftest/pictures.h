@@ -1,5 +1,5 @@
-// Pictures of the reference as textures of the library, and back. Everything here needs a current context, and throws
-// when a call of the library fails.
+// Converts pictures of the reference to textures of the library, and back. Everything here needs a current context, and
+// throws when a call of the library fails.
 #pragma once
 
 #include <reference/frames.h>
@@ -16,23 +16,23 @@ using Sizes = std::vector<std::pair<int, int>>;
 qvg::Texture Uploaded(const qvg::reference::Frame& frame, qvg::Rows rows = qvg::Rows::kTopDown);
 /** A texture with these texels, texture row 0 first. */
 qvg::Texture Uploaded(const qvg::reference::Image& picture);
-/** A premultiplied texture with these texels: what an effect with nothing to change gives. */
+/** A premultiplied texture with these texels: the result of an effect with nothing to change. */
 qvg::Texture UploadedPremultiplied(const qvg::reference::Image& picture);
-/** Puts a picture into a texture of its size. */
+/** Uploads a picture into a texture of its size. */
 void Refill(const qvg::Texture& texture, const qvg::reference::Image& picture);
 
-/** Where a texture's storage comes from. */
+/** The origin of a texture's storage. */
 enum class Storage { kFresh, kRecycled };
 constexpr Storage kStorages[] = {Storage::kFresh, Storage::kRecycled};
 const char* Text(Storage storage);
-/** Empties all pools; for kRecycled leaves a texture in them that is larger than the size and full of something else,
- *  such as an upload of the format takes. */
+/** Empties all pools. For kRecycled it leaves a texture in them which an upload of this format takes, larger than the
+ *  size and with other content. */
 void Prepare(Storage storage, int format, int width, int height);
 qvg::Texture UploadedAnew(const qvg::reference::Image& picture, Storage storage);
 
 qvg::FrameBuffer TargetOn(const qvg::Texture& texture, const QVGCamera& camera, bool depth = false);
 
-/** What the texture's content holds as sampled, texture row 0 first. */
+/** The texture's content as it is sampled, texture row 0 first. */
 qvg::reference::Image Content(const qvg::Texture& texture);
 
 }  // namespace qvgtool::selftest

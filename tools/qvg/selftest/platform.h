@@ -12,18 +12,18 @@ std::string SystemName();
 /** The file that the library was loaded from. */
 std::string LibraryFile();
 
-/** What QVG_CONTEXT may be, but for numbers of devices. */
+/** The possible values of QVG_CONTEXT, without the numbers of devices. */
 std::vector<std::string> DisplayChoices();
-/** Null removes the variable. The library sees the change. */
+/** Null removes the variable. The change is visible to the library. */
 void SetEnvironment(const char* name, const char* value);
-/** All of it, "NAME=value". */
+/** All variables, "NAME=value". */
 std::vector<std::string> Environment();
 
-/** A function of the driver of the current context, or null. */
+/** A function of the current context's driver, or null. */
 void* DriverFunction(const char* name);
-/** Versions and extensions of what gives contexts. */
+/** Versions and extensions of the API that creates contexts. */
 std::vector<std::pair<std::string, std::string>> PlatformTexts();
-/** What device:N of QVG_CONTEXT stands for, from 0. */
+/** The devices that QVG_CONTEXT=device:N selects, from 0. */
 std::vector<std::string> DeviceNames();
 
 }  // namespace qvgtool::selftest

@@ -9,7 +9,7 @@
 namespace qvgtool::selftest {
 
 std::string SystemName() {
-  // What GetVersionEx tells depends on the program's manifest.
+  // GetVersionEx would depend on the program's manifest.
   using GetVersion = LONG(WINAPI*)(OSVERSIONINFOW*);
   const HMODULE module = GetModuleHandleW(L"ntdll.dll");
   OSVERSIONINFOW version = {};
@@ -45,7 +45,7 @@ std::vector<std::string> Environment() {
 }
 
 void* DriverFunction(const char* name) {
-  // WGL knows the functions of newer versions, the system's library those of the first.
+  // WGL has the functions of newer versions, the system's library those of OpenGL 1.1.
   void* const function = reinterpret_cast<void*>(wglGetProcAddress(name));
   return function != nullptr ? function
                              : reinterpret_cast<void*>(GetProcAddress(GetModuleHandleA("opengl32.dll"), name));

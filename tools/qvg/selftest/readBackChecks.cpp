@@ -1,4 +1,4 @@
-// Textures read back in every form (slots 35 to 38).
+// Reads textures back in every format (slots 35 to 38).
 #include <fmt/format.h>
 
 #include <reference/drawing.h>
@@ -16,8 +16,9 @@ namespace {
 const Sizes kSizes = {{37, 23}, {64, 48}, {7, 1}, {1, 6}};
 constexpr double kExact = 0.01;
 
-// Calls the test with textures whose content is the picture: their storage, or a part off the centre of larger storage,
-// and with larger storage for everything that a read-back takes from the pools; each with either flag.
+// Calls the test with textures whose content is the picture: all of their storage, a part off the centre of larger
+// storage, and with larger storage for everything that a read-back takes from the pools; each with and without the
+// flipped flag.
 template <typename Test>
 void ForEachTexture(Comparison& comparison, const Test& test) {
   const size_t sizes = comparison.Quick() ? 2 : kSizes.size();
@@ -66,7 +67,7 @@ void CheckNV12(Comparison& comparison, bool mirror) {
   });
 }
 
-// Read as they are stored.
+// Formats that are read as they are stored.
 void CheckOtherForms(Comparison& comparison) {
   const auto check = [&](const char* form, const qvg::Texture& texture, const Image& stored) {
     comparison.Case(form);
@@ -81,7 +82,7 @@ void CheckOtherForms(Comparison& comparison) {
   }
 }
 
-// Sampled by work that is still pending, and drawn to since.
+// Reads textures that pending work samples, and that were drawn to after that.
 void CheckPending(Comparison& comparison) {
   constexpr int kWidth = 480, kHeight = 270;
   const QVGCamera camera = DefaultCamera(kWidth, kHeight);

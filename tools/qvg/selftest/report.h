@@ -1,4 +1,4 @@
-// Everything that a self-test finds.
+// The findings of a self-test.
 #pragma once
 
 #include <string>
@@ -12,7 +12,7 @@
 namespace qvgtool::selftest {
 
 struct Report {
-  bool started = false;  // with a context
+  bool started = false;  // The library gave a context.
   bool quick = false;
   DisplayFacts display;
   Facts versions, environment, platform, driver, limits;

@@ -1,4 +1,4 @@
-// Runs checks on the running library, one after the other.
+// Runs the checks one after the other on the running library.
 #pragma once
 
 #include <string>
@@ -11,15 +11,15 @@ namespace qvgtool::selftest {
 
 struct CheckResult {
   std::string group, name;
-  double limit = 0, largest = 0;  // in steps of 1/255
-  size_t compared = 0;            // pixels
+  double limit = 0, largest = 0;  // In steps of 1/255.
+  size_t compared = 0;            // Pixels.
   size_t faultCount = 0;
-  std::vector<Fault> faults;  // the first few
+  std::vector<Fault> faults;  // The first few.
   double milliseconds = 0;
   bool Passed() const { return faultCount == 0; }
 };
 
-/** Is told how far a run is, so that what was found is not lost where a driver ends the process. */
+/** Follows a run, so that its findings are not lost when a driver ends the process. */
 class Listener {
  public:
   virtual ~Listener() = default;
@@ -30,11 +30,11 @@ class Listener {
 
 class Suite {
  public:
-  /** only: names of groups; none: all. */
+  /** only: names of groups; empty: all. */
   Suite(const std::vector<std::string>& only, bool quick);
 
-  /** Needs a current context of the library. An error or a warning in the library's log is a fault of the check during
-   *  which it came. */
+  /** Needs a current context of the library. An error or a warning in the library's log is a fault of the check that
+   * was running. */
   std::vector<CheckResult> Run(LogCapture& log, const std::vector<Listener*>& listeners) const;
 
  private:

@@ -1,4 +1,4 @@
-// Slots that change or copy single textures.
+// Checks of slots that change or copy single textures.
 #include <fmt/format.h>
 
 #include <reference/readBack.h>
@@ -16,7 +16,7 @@ constexpr double kExact = 0.01;
 constexpr const char* kOrders[] = {"BGRA", "RGBA", "ABGR", "ARGB"};
 constexpr int kWidth = 37, kHeight = 23, kLeft = 11, kBottom = 9;
 
-// Makes a part of the picture that was uploaded the texture's content.
+// Makes a part of the uploaded picture the texture's content.
 void Select(const qvg::Texture& texture, const Image& uploaded, int left, int bottom, int width, int height) {
   texture.SetOrigin((texture.AllocatedWidth() - uploaded.width) / 2 + left,
                     (texture.AllocatedHeight() - uploaded.height) / 2 + bottom);
@@ -46,7 +46,7 @@ void CheckClone(Comparison& comparison) {
       const qvg::Texture clone = qvg::Checked(source.Clone(), "CloneTexture");
       comparison.Holds(clone.Flipped() == source.Flipped() && clone.Rotation() == source.Rotation(),
                        "the copy has the flags of its source");
-      qvg::Checked(source.Clear({}), "ClearTexture");  // The copy is its own.
+      qvg::Checked(source.Clear({}), "ClearTexture");  // The copy must not depend on it.
       comparison.Same(Reordered(part, order), Content(clone));
     }
   }
@@ -61,7 +61,7 @@ void CheckClear(Comparison& comparison) {
     Select(texture, whole, kLeft, kBottom, kWidth, kHeight);
     qvg::Checked(texture.Clear(color), "ClearTexture");
     Select(texture, whole, 0, 0, whole.width, whole.height);
-    comparison.Same(Over(whole, part, kLeft, kBottom), Content(texture));  // nothing beside it
+    comparison.Same(Over(whole, part, kLeft, kBottom), Content(texture));  // Nothing else changed.
   }
 }
 

@@ -18,7 +18,7 @@ namespace {
 
 constexpr bench::Size kSize = {1920, 1080};
 constexpr int kFewest = 3;
-constexpr double kBudget = 1000;  // milliseconds for a row
+constexpr double kBudget = 1000;  // Milliseconds per row.
 
 constexpr struct {
   const char *name, *title;
@@ -27,7 +27,7 @@ constexpr struct {
              {"key", "NV12 up, keyed over a background, NV12 down", bench::Work::kKeyToNV12},
              {"layers", "40 layers drawn, multiplied", bench::Work::kMultiplyLayers}};
 
-// A context of the library's own kind, on its display: the bare program has what the library has.
+// A context as the library's own, on its display: the bare program works under the same conditions.
 class SharedContext : public bench::BareContext {
  public:
   SharedContext() : context_(qvg::Checked(qvg::Context::New(), "GetSharedContext")) {}
@@ -65,7 +65,7 @@ bool SamePixels(bench::Renderer& library, bench::Renderer& bare) {
   return !actual.empty() && expected.size() == actual.size() && sum / static_cast<double>(actual.size()) < 0.1;
 }
 
-// In turns, so that whatever else the machine does meets both.
+// Alternates, so that other load on the machine affects both.
 void Measure(bench::Renderer& library, bench::Renderer& bare, TimingResult& result) {
   std::vector<double> libraryTimes, bareTimes;
   double spent = 0;
@@ -84,7 +84,7 @@ void Measure(bench::Renderer& library, bench::Renderer& bare, TimingResult& resu
 std::vector<TimingResult> MeasureTimes(const QVGGLRendererInterface& table,
                                        const std::function<void(const TimingResult&)>& tell) {
   QVGGLContext* const before = table.GetCurrentContext();
-  bench::StartLibrary();  // it runs already, and gets the decoder of the backgrounds
+  bench::StartLibrary();  // It is running; this gives it the decoder for backgrounds.
   std::vector<TimingResult> results;
   for (const auto& [name, title, work] : kRows) {
     TimingResult& result = results.emplace_back();

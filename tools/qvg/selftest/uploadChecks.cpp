@@ -1,4 +1,4 @@
-// Frames of every format in memory, uploaded (slots 21 and 22) and read back.
+// Uploads frames of every format (slots 21 and 22) and reads them back.
 #include <fmt/format.h>
 
 #include "selftest/check.h"
@@ -16,7 +16,7 @@ std::string CaseOf(const Layout& layout, const char* storage) {
   return fmt::format("{}, {} x {}, {}", layout.name, layout.width, layout.height, storage);
 }
 
-// Runs the test with sizes and ways to lay a frame of the format out.
+// Runs the test with several sizes and memory layouts of the format.
 template <typename Test>
 void ForEachLayout(const Comparison& comparison, int code, const Test& test) {
   const size_t sizes = comparison.Quick() ? 2 : kSizes.size();
@@ -67,7 +67,7 @@ void CheckMatte(Comparison& comparison, int code) {
   const QVGColor matte = {key[0] + 0.002, key[1] + 0.002, key[2] + 0.002, key[3] + 0.002};
   ForEachLayout(comparison, code, [&](const Layout& layout) {
     comparison.Case(CaseOf(layout, "fresh storage"));
-    // The key colour itself, and colours a step off in each channel and direction.
+    // The matte colour itself, and colours a step off in each channel and direction.
     Image picture = Picture(layout.width, layout.height, 6);
     for (size_t i = 0; i < picture.texels.size(); i += 2) {
       const int which = static_cast<int>(i / 2 % 9);

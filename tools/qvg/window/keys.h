@@ -1,11 +1,11 @@
-// The keys of the preview: one table for what they do, for the help in the window and for that on the command line.
+// The keys of the preview. One table serves their actions, the help in the window and that on the command line.
 #pragma once
 
 #include <string>
 
 namespace qvgtool {
 
-/** Keys that type nothing; above all characters. */
+/** Keys that type no character; their codes lie above all characters. */
 enum Key : unsigned {
   kKeyEscape = 1u << 24,
   kKeyBackspace,
@@ -20,7 +20,7 @@ enum Key : unsigned {
   kKeyF11
 };
 
-/** A key that went down. code: the character it types, a letter as a small one, or a Key. */
+/** A key press. code: the character that it types, letters in lower case, or a Key. */
 struct Stroke {
   unsigned code = 0;
   bool shift = false, repeated = false;
@@ -43,27 +43,27 @@ enum class KeyAction {
   kFullScreen,
   kHelp,
   kClose,
-  kLeave,  // Full screen, else the window.
+  kLeave,  // Leaves full screen, else closes the window.
 };
 
-/** What a preview can do beyond showing pictures. */
+/** What a preview can do besides showing pictures. */
 struct KeyOffer {
   bool pause = true, effect = false, travel = false, tasks = false;
 };
 
 struct KeyRow {
   KeyAction action;
-  int amount;  // How far, in units of the action; Shift makes some ten times as much.
+  int amount;  // In the action's units; with Shift some actions go ten times as far.
   bool KeyOffer::*needs;
   bool repeats;
   unsigned codes[2];
-  const char *names, *help;  // Null: said by the row before.
+  const char *names, *help;  // Null: covered by the row before.
 };
 
 /** The row of a key; null when it does nothing. */
 const KeyRow* FindKey(const Stroke& stroke);
 
-/** A line for each key on offer. */
+/** A line for each available key. */
 std::string KeyHelp(const KeyOffer& offer);
 
 }  // namespace qvgtool

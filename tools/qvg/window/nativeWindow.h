@@ -1,4 +1,4 @@
-// A window of the display, and what the user does in it.
+// A window on the display, and the user's input in it.
 #pragma once
 
 #include <functional>
@@ -11,17 +11,17 @@
 namespace qvgtool {
 
 struct WindowEvents {
-  std::function<void()> refresh;  // What it shows has been lost, or no longer has its size.
+  std::function<void()> refresh;  // Its content is lost, or its size has changed.
   std::function<void(const Stroke&)> stroke;
-  /** The first button goes down at a point, in pixels from the upper left corner, is moved, goes up. */
+  /** The first mouse button is pressed at a point, in pixels from the upper left corner, dragged, released. */
   std::function<void(double x, double y)> press, drag;
   std::function<void()> release;
 };
 
-/** One at a time, on the main thread. */
+/** Only one at a time, on the main thread. */
 class NativeWindow {
  public:
-  /** width, height: as wanted; smaller on a small screen. Throws Error without a display. */
+  /** width, height: the wanted size; on a small screen the window is smaller. Throws Error without a display. */
   NativeWindow(const std::string& title, int width, int height);
   ~NativeWindow();
   NativeWindow(const NativeWindow&) = delete;
@@ -29,7 +29,7 @@ class NativeWindow {
 
   void Listen(WindowEvents events);
 
-  /** For the library. */
+  /** The handle that the library takes. */
   void* Handle() const;
   /** In pixels. */
   std::pair<int, int> Size() const;
@@ -37,14 +37,14 @@ class NativeWindow {
   bool FullScreen() const;
   void ToggleFullScreen();
 
-  /** Serves events, waiting for the first for so many seconds. @return false once the window is closed or gone, with
-   *  its display or without. */
+  /** Handles events, after waiting for the first for at most this many seconds. @return false once the window is
+   * closed, or lost with its display. */
   bool Serve(double timeout);
 
-  /** Seconds. */
+  /** A steady clock, in seconds. */
   static double Now();
 
-  /** The platform's. */
+  /** Platform-specific. */
   struct State;
 
  private:

@@ -10,7 +10,7 @@
 
 #include "media/error.h"
 
-// As GLFW's own header of native access has them, which wants more X11 headers than are needed.
+// Declared as in GLFW's header for native access, which would need more X11 headers.
 extern "C" Window glfwGetX11Window(GLFWwindow* window);
 extern "C" Display* glfwGetX11Display();
 
@@ -23,7 +23,7 @@ std::string lastGlfwError;
 
 void KeepError(int, const char* text) { lastGlfwError = text; }
 
-// Xlib would end the process, and the output file were lost, when somebody else destroys the window or the server goes.
+// By default Xlib ends the process when somebody else destroys the window or the server goes: the output would be lost.
 XID lostResource = 0;
 bool lostDisplay = false;
 
@@ -41,7 +41,7 @@ Error NoWindow(const std::string& what) {
   return Error("no preview: " + what + (lastGlfwError.empty() ? "" : " (" + lastGlfwError + ")"));
 }
 
-// The picture's size, or what of it the screen holds.
+// The picture's size, or as much of it as fits the screen.
 std::pair<int, int> WindowSize(int width, int height) {
   int x = 0, y = 0, screenWidth = 0, screenHeight = 0;
   if (GLFWmonitor* monitor = glfwGetPrimaryMonitor()) {
@@ -70,7 +70,7 @@ struct Glfw {
     glfwSetErrorCallback(KeepError);
     if (!glfwInit()) throw NoWindow("no display for a window");
   }
-  // Of a display that is gone nothing can be given back.
+  // Once the display is gone, nothing can be released.
   ~Glfw() {
     if (!lostDisplay) glfwTerminate();
   }
@@ -88,9 +88,9 @@ struct NativeWindow::State {
   Glfw glfw;
   std::unique_ptr<GLFWwindow, Destroy> window;
   WindowEvents events;
-  Stroke stroke;  // The last key that went down; what it types comes after it.
+  Stroke stroke;  // The last key press; the character that it types comes later.
   bool pressed = false;
-  int place[4] = {};  // Before it filled the screen.
+  int place[4] = {};  // Before full screen.
 
   static State& Of(GLFWwindow* w) { return *static_cast<State*>(glfwGetWindowUserPointer(w)); }
   void TakeEvents();
@@ -117,7 +117,7 @@ void NativeWindow::State::TakeEvents() {
   glfwSetWindowUserPointer(made, this);
   glfwSetWindowRefreshCallback(made, [](GLFWwindow* w) { Of(w).events.refresh(); });
   glfwSetFramebufferSizeCallback(made, [](GLFWwindow* w, int, int) { Of(w).events.refresh(); });
-  // A key that types is known by its character, so that it is where the user's keyboard has it.
+  // A key that types is identified by its character, so that the user's keyboard layout counts.
   glfwSetKeyCallback(made, [](GLFWwindow* w, int key, int, int action, int modifiers) {
     if (action == GLFW_RELEASE || key < 0) return;
     State& state = Of(w);
@@ -130,9 +130,9 @@ void NativeWindow::State::TakeEvents() {
   });
   glfwSetCharCallback(made, [](GLFWwindow* w, unsigned character) {
     Stroke typed = Of(w).stroke;
-    // With an alphabet of other letters the keys are where Latin ones would be.
+    // With a non-Latin alphabet the keys are where a Latin layout has them.
     if (character < 128) typed.code = character;
-    typed.shift = false;  // It has done its work in the character.
+    typed.shift = false;  // Shift is already in the character.
     if (typed.code < 128) typed.code = static_cast<unsigned>(std::tolower(static_cast<int>(typed.code)));
     Of(w).events.stroke(typed);
   });
@@ -149,7 +149,7 @@ void NativeWindow::State::TakeEvents() {
   });
 }
 
-// An X11 id is no pointer, but travels as one.
+// An X11 id, passed as a pointer.
 void* NativeWindow::Handle() const { return reinterpret_cast<void*>(glfwGetX11Window(state_->window.get())); }
 
 std::pair<int, int> NativeWindow::Size() const {
@@ -184,7 +184,7 @@ bool NativeWindow::Serve(double timeout) {
     glfwPollEvents();
   }
   if (lostDisplay) return false;
-  Size();  // Fails for a window that is gone.
+  Size();  // Fails, and so finds out, when the window is gone.
   return !lostDisplay && !glfwWindowShouldClose(state_->window.get()) &&
          lostResource != glfwGetX11Window(state_->window.get());
 }

@@ -49,7 +49,7 @@ MONITORINFO MonitorOf(HWND window) {
   return monitor;
 }
 
-// The frame about a picture of this size, or about what of it the screen holds.
+// The window's rectangle for a picture of this size, or for as much of it as fits the screen.
 RECT FrameAbout(int width, int height, DWORD style) {
   const RECT area = MonitorOf(nullptr).rcWork;
   const double factor = std::min({1.0, kScreenShare * static_cast<double>(area.right - area.left) / width,
@@ -65,9 +65,9 @@ RECT FrameAbout(int width, int height, DWORD style) {
 struct NativeWindow::State {
   HWND window = nullptr;
   WindowEvents events;
-  WPARAM lastKey = 0;  // What it types comes after it.
+  WPARAM lastKey = 0;  // The character that it types comes later.
   bool pressed = false, closed = false;
-  WINDOWPLACEMENT place = {};  // Before it filled the screen.
+  WINDOWPLACEMENT place = {};  // Before full screen.
 
   ~State() {
     if (!window) return;
@@ -90,7 +90,7 @@ void NativeWindow::State::TakeKey(WPARAM code, bool repeated) {
 void NativeWindow::State::TakeCharacter(WPARAM character, bool repeated) {
   constexpr WPARAM kFirstPrinted = 32, kFirstOther = 128;
   if (character < kFirstPrinted) return;
-  // With an alphabet of other letters the keys are where Latin ones would be, whose codes are the capital letters.
+  // With a non-Latin alphabet the keys are where a Latin layout has them; key codes are capital letters.
   const WPARAM typed = character < kFirstOther ? character : lastKey;
   const int small = std::tolower(static_cast<int>(typed));
   events.stroke({static_cast<unsigned>(small), false, repeated});
@@ -110,7 +110,7 @@ void NativeWindow::State::TakeMouse(UINT message, double x, double y) {
   }
 }
 
-/// @return false for what the system is to answer.
+/// @return false for messages that the system is to handle.
 bool NativeWindow::State::Take(UINT message, WPARAM word, LPARAM detail) {
   const bool repeated = (detail & (LPARAM{1} << 30)) != 0;
   switch (message) {

@@ -18,7 +18,7 @@ namespace {
 constexpr double kLetterWidth = 0.61, kLineHeight = 1.35;
 constexpr double kSmallest = 7;
 
-// As large as is easy to read in such a window, and smaller where the text needs it.
+// Large enough to be easy to read in the window, smaller where the text would not fit.
 double FontSize(const std::string& text, int width, int height) {
   size_t longest = 1, count = 0;
   std::istringstream lines(text);
@@ -28,7 +28,7 @@ double FontSize(const std::string& text, int width, int height) {
   return std::max(kSmallest, std::min(fitting, std::clamp(height / 36.0, 12.0, 28.0)));
 }
 
-// Line by line.
+// Wrapped line by line.
 std::string InLines(const std::string& text) {
   constexpr size_t kColumns = 56;
   std::string wrapped;

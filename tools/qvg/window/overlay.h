@@ -1,4 +1,4 @@
-// Text over the picture: a line for a while, the help for as long as it is wanted.
+// Text over the picture: a line for a while, or the help until it is switched off.
 #pragma once
 
 #include <string>
@@ -15,10 +15,10 @@ class Overlay {
   void SetHelp(const std::string& text) { help_ = text; }
   bool Helps() const { return !help_.empty(); }
   void Say(const std::string& line, double until);
-  /** The line's time is over. @return true when that changes what is shown. */
+  /** Removes the line when its time is over. @return true when it did. */
   bool Expire(double now);
 
-  /** As large as the window, transparent where there is no text; null when there is none, or no font. Throws Error. */
+  /** As large as the window, transparent around the text; null when there is no text, or no font. Throws Error. */
   const Texture& Draw(int width, int height);
 
  private:

@@ -14,7 +14,7 @@ constexpr struct {
 
 }  // namespace
 
-// What keys can change; those of stages that are on come first.
+// The parameters that keys can change; those of stages that are on come first.
 std::vector<const QVGParamDescriptor*> ParameterKeys::_Order() const {
   std::vector<const QVGParamDescriptor*> order;
   for (const QVGParamDescriptor& row : effect_.Table().rows) {

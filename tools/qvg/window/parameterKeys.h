@@ -1,4 +1,4 @@
-// The parameters of an effect that runs, chosen and changed one after the other.
+// Chooses and changes the parameters of an effect, one after the other.
 #pragma once
 
 #include <string>
@@ -10,21 +10,20 @@ namespace qvgtool {
 
 class ParameterKeys {
  public:
-  /** The effect must live as long as this object. */
+  /** The effect must outlive this object. */
   explicit ParameterKeys(Effect& effect) : effect_(effect) {}
 
-  /** Each answers with a line to show. Setting a parameter switches its stage on, as on the command line. Throws
-   *  Error. */
+  /** Each returns a line to show. Setting a parameter switches its stage on, as on the command line. Throws Error. */
   std::string Choose(int steps);
   std::string Change(int steps);
   std::string SetDefault();
   /** index: 0 key, 1 beauty, 2 colour, 3 background. */
   std::string SwitchStage(size_t index);
 
-  /** Whether a colour is what a click into the picture means now. */
+  /** Whether a click into the picture now picks a colour. */
   bool WantsColor() const;
 
-  /** The stages that are on; empty: none is. */
+  /** The stages that are on; empty: none. */
   std::string StagesOn() const;
 
  private:

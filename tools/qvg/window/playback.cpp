@@ -5,7 +5,7 @@
 namespace qvgtool {
 namespace {
 
-// A short delay is caught up with; after a longer one the clip goes on from where it is, rather than racing.
+// The clip catches up after a short delay; after a longer one it goes on from where it is, rather than racing.
 constexpr double kCatchUp = 0.5;
 constexpr double kRateSpan = 1;
 

@@ -1,4 +1,4 @@
-// When a clip's frames are due, and whether they may go on at all. Knows no clock: the time is handed in.
+// When a clip's frames are due, and whether it is paused. Has no clock of its own: the time is passed in.
 #pragma once
 
 #include <deque>
@@ -8,19 +8,19 @@ namespace qvgtool {
 
 class Playback {
  public:
-  /** paced: frames keep the clip's own distances; otherwise each is due at once. */
+  /** paced: frames keep the clip's timing; otherwise each is due at once. */
   explicit Playback(bool paced) : paced_(paced) {}
 
-  /** Seconds from now until the frame of that time in the clip is due, 0 when it is late; none while paused. */
+  /** Seconds from now until the frame at that time in the clip is due, 0 when it is late; none while paused. */
   std::optional<double> Delay(double frameTime, double now);
-  /** The frame of that time has been shown. */
+  /** The frame at that time has been shown. */
   void Shown(double frameTime, double now);
 
   void TogglePause();
   void Pause();
-  /** The next frame is one from elsewhere in the clip. */
+  /** The next frame comes from elsewhere in the clip. */
   void Jump();
-  /** Lets one frame through and pauses behind it. */
+  /** Lets one frame through and pauses after it. */
   void Step();
   /** The time in the clip; none while it stands still, or is not paced. */
   std::optional<double> TimeAt(double now) const;
@@ -28,7 +28,7 @@ class Playback {
   bool Stepping() const { return step_; }
   bool Paused() const { return paused_; }
 
-  /** Frames shown a second, over about the last one; 0 after fewer than two. */
+  /** Frames shown per second, over about the last second; 0 with fewer than two frames. */
   double Rate() const;
 
  private:

@@ -49,7 +49,7 @@ void PreviewWindow::_TakeStrokes() {
     const Stroke stroke = strokes_.front();
     const KeyRow* row = FindKey(stroke);
     if (!row) continue;
-    // It means a picture that is still to be drawn.
+    // It acts on a picture that is still to be drawn.
     if (playback_.Stepping() || (move_ && row->needs != &KeyOffer::travel) ||
         (effectChanged_ && row->needs == &KeyOffer::tasks)) {
       return;
@@ -89,7 +89,7 @@ void PreviewWindow::_Act(const KeyRow& row, int steps) {
       return;
     case KeyAction::kFlip:
       view_.flipped = !view_.flipped;
-      view_.quarterTurns = (4 - view_.quarterTurns) % 4;  // Upside down as it is seen.
+      view_.quarterTurns = (4 - view_.quarterTurns) % 4;  // Keeps the flip vertical as the user sees it.
       return;
     case KeyAction::kFullScreen:
       return window_.ToggleFullScreen();
@@ -255,10 +255,10 @@ void PreviewWindow::_Present() {
 }
 
 void PreviewWindow::_ShowInWindow(const Texture& texture) {
-  qvg::Finish();  // The window's context samples what this one has drawn.
+  qvg::Finish();  // The window's context samples what this context has drawn.
   {
     const qvg::CurrentContext current(drawer_.ContextHandle());
-    closed_ = !current || closed_;  // A window that has died under its drawer counts as closed.
+    closed_ = !current || closed_;  // A window that vanished under its drawer counts as closed.
     if (current) {
       drawer_.Draw(texture);
       qvg::Finish();  // The next picture may overwrite the texture.

@@ -1,4 +1,4 @@
-// A window that shows pictures and does what its keys are asked.
+// A window that shows pictures and handles its keys.
 #pragma once
 
 #include <deque>
@@ -15,58 +15,58 @@
 
 namespace qvgtool {
 
-/** What the window asks of the command; tasks left empty have no keys. Those that answer do so with a line to show.
- *  They may throw Error: it is shown. */
+/** What the window asks of the command; tasks left empty have no keys. Those that return a text return a line to show.
+ *  They may throw Error, which is shown, too. */
 struct PreviewTasks {
-  std::function<void()> redraw = {};            // Draws the shown picture again, the effect having changed.
+  std::function<void()> redraw = {};            // Draws the shown picture again after a change of the effect.
   std::function<const Texture&()> before = {};  // The shown picture without the effect.
   std::function<std::string()> print = {}, save = {};
   std::function<std::string(double x, double y)> pick =
-      {};  // A point of the picture was clicked, from 0 to 1 each way.
-  // Told again and again: the time in the clip; none while it stands still or is not paced.
+      {};  // A point of the picture was clicked; coordinates from 0 to 1.
+  // Called again and again with the time in the clip; none while it stands still or is not paced.
   std::function<void(std::optional<double> time)> clock = {};
-  bool travel = false;  // The command takes Move for an answer.
+  bool travel = false;  // The command can handle kMove.
 };
 
-/** Where in the clip the user wants to go, from the picture shown or from the start. */
+/** Where the user wants to go in the clip, from the shown picture or from the start. */
 struct Move {
   bool toStart = false;
   double seconds = 0;
   int framesBack = 0;
 };
 
-/** Why serving the window has come to an end. */
+/** Why waiting has ended. */
 enum class Served { kDue, kMove, kEnd };
 
-/** To be used on the main thread, with the renderer's context current there, and to be gone before the renderer is. */
+/** To be used on the main thread with the renderer's context current, and destroyed before the renderer. */
 class PreviewWindow {
  public:
   /**
-   * name: for the title. width, height: of the pictures, in pixels. paced: pictures keep the clip's own rate. stopped:
-   * asked while waiting; true ends the wait. Throws Error when there is no display or no drawing to it.
+   * name: for the title. width, height: of the pictures, in pixels. paced: pictures keep the clip's timing. stopped:
+   * asked while waiting; true ends the wait. Throws Error when there is no display, or it can't be drawn to.
    */
   PreviewWindow(const Renderer& renderer, const std::string& name, int width, int height, bool paced,
                 std::function<bool()> stopped);
   PreviewWindow(const PreviewWindow&) = delete;
   PreviewWindow& operator=(const PreviewWindow&) = delete;
 
-  /** Has keys change the effect, which must live as long as this object. */
+  /** Lets keys change the effect, which must outlive this object. */
   void SetEffect(Effect& effect) { parameters_.emplace(effect); }
   void SetTasks(PreviewTasks tasks) { tasks_ = std::move(tasks); }
 
   /**
-   * Serves the window until the picture of that time in the clip, in seconds, is due, or one from elsewhere is wanted,
-   * or the user has closed the window or the wait was stopped.
+   * Handles the window's events until the picture at that time in the clip, in seconds, is due, or one from elsewhere
+   * is wanted, or the window was closed or the wait stopped.
    */
   Served WaitFor(double time);
 
-  /** Serves it until the same but for what is due. what: for the title. */
+  /** The same, with no picture to come. what: for the title. */
   Served Hold(const std::string& what);
 
-  /** What is wanted after kMove. */
+  /** Where to go after kMove. */
   Move TakeMove();
 
-  /** Shows a picture, whose texture must stay, and may be drawn to again, until the next is shown. */
+  /** Shows a picture. Its texture must stay until the next is shown; it may be drawn to again. */
   void Show(const Texture& picture, double time);
 
   /** Shows a line over the picture for a while. */
@@ -81,11 +81,11 @@ class PreviewWindow {
   void _ChangeEffect(const KeyRow& row, int steps);
   void _OnPress(double x, double y);
   void _OnDrag(double x);
-  /** Shows the answer, or what went wrong. */
+  /** Shows the task's line, or its error. */
   void _Answer(const std::function<std::string()>& task);
   KeyOffer _Offer() const;
 
-  /** @return nothing when there is nothing but time to wait for. */
+  /** @return none when there is nothing but time to wait for. */
   std::optional<Served> _Serve(double timeout);
   void _Present();
   void _ShowInWindow(const Texture& texture);
@@ -105,7 +105,7 @@ class PreviewWindow {
   std::deque<Stroke> strokes_;
   std::optional<Move> move_;
   const Texture *picture_ = nullptr, *before_ = nullptr;
-  double splitAt_ = 0.5;  // Of the picture's width as it is seen.
+  double splitAt_ = 0.5;  // Share of the picture's width as it is seen.
   bool split_ = false, dragging_ = false;
   bool dirty_ = false, effectChanged_ = false, closed_ = false;
   double nextTitle_ = 0;

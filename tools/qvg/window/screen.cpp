@@ -10,7 +10,7 @@ constexpr int kLineWidth = 2;
 
 }  // namespace
 
-// As the library's window drawer does it.
+// The same as in the library's window drawer.
 Place PlaceOf(const View& view, int windowWidth, int windowHeight) {
   const bool lying = view.quarterTurns % 2 != 0;
   const double aspect = static_cast<double>(lying ? view.height : view.width) / (lying ? view.width : view.height);

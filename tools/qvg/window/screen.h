@@ -1,4 +1,4 @@
-// What the window shows, put together in its size: the picture, half of it as it came in, text over both.
+// Composes what the window shows, in its size: the picture, the part of it without the effect, text over both.
 #pragma once
 
 #include <optional>
@@ -8,28 +8,28 @@
 
 namespace qvgtool {
 
-/** How the picture lies in the window: flipped upside down, then turned clockwise. */
+/** How the picture is shown: first flipped upside down, then turned clockwise. */
 struct View {
-  int width = 0, height = 0;  // Of the picture, before it is turned.
+  int width = 0, height = 0;  // The picture's, before it is turned.
   unsigned quarterTurns = 0;
   bool flipped = false;
 };
 
-/** Where it lies: as large as fits, in the middle. In pixels from the window's upper left corner. */
+/** Its place: as large as fits, centred. In pixels from the window's upper left corner. */
 struct Place {
   int x = 0, y = 0, width = 0, height = 0;
 };
 Place PlaceOf(const View& view, int windowWidth, int windowHeight);
 
-/** The point of the picture, from 0 to 1 each way, that is seen there in the window; none beside it. */
+/** The point of the picture, coordinates from 0 to 1, that is shown there in the window; none outside the picture. */
 std::optional<std::pair<double, double>> PointOf(const View& view, const Place& place, double x, double y);
 
 class Screen {
  public:
   explicit Screen(const Renderer& renderer) : renderer_(renderer) {}
 
-  /** before: shown left of the column, with a line between; null: nothing is. text: over all; may be empty. @return in
-   *  force until the next call. Throws Error. */
+  /** before: shown left of the column, with a line between; null: not shown. text: over everything; may be empty.
+   *  @return valid until the next call. Throws Error. */
   const Texture& Compose(int width, int height, const View& view, const Texture& picture, const Texture* before,
                          int column, const Texture& text);
 

@@ -1,4 +1,4 @@
-// What goes along with the pictures of FFmpeg's inputs.
+// Sound, subtitles, titles and chapters of FFmpeg's inputs.
 #pragma once
 
 #include <vector>
@@ -16,18 +16,18 @@ struct Chapter {
 /** A stream that goes along with the pictures: sound or subtitles. */
 struct Companion {
   const AVStream* stream;
-  bool uniform = true;  // Its packets are all of this one's kind, without gaps.
+  bool uniform = true;  // All its packets have this stream's parameters, and there are no gaps.
 };
 
 struct CompanionPacket {
-  PacketPtr packet;  // null: none is there.
+  PacketPtr packet;  // null: there is none.
   size_t companion = 0;
-  const AVStream* stream = nullptr;  // Where it comes from: its kind, and the unit of its times.
+  const AVStream* stream = nullptr;  // The stream that it comes from: its parameters, and the unit of its times.
 };
 
 class FfmpegAccompaniment : public Accompaniment {
  public:
-  /** What goes along with the pictures, and the packets of it that were met so far, in the time of the frames. */
+  /** The streams that go along with the pictures, and their packets read so far, in the time of the frames. */
   virtual std::vector<Companion> Companions() const = 0;
   virtual CompanionPacket TakePacket() = 0;
 
@@ -36,7 +36,7 @@ class FfmpegAccompaniment : public Accompaniment {
   virtual std::vector<Chapter> Chapters() const = 0;
 };
 
-/** Of a source of this backend, or of one that has nothing; null then. */
+/** The source's accompaniment, which has to be this backend's; null when it has none. */
 inline FfmpegAccompaniment* AlongWith(FrameSource* source) {
   return source ? dynamic_cast<FfmpegAccompaniment*>(source->Along()) : nullptr;
 }

@@ -50,8 +50,8 @@ ColorTags TagsOf(const AVFrame& frame, const AVPixFmtDescriptor& pixels) {
   return tags;
 }
 
-// Where chroma lies between the pixels it belongs to: video has it at the left one if it doesn't say otherwise, images
-// of full range in the middle.
+// Whether chroma is sited at the left of the two pixels that share it: in video, unless it says otherwise. In
+// full-range images it lies midway.
 bool HasChromaLeft(const AVFrame& frame) {
   const auto format = static_cast<AVPixelFormat>(frame.format);
   switch (frame.chroma_location) {

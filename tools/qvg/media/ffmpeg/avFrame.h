@@ -1,4 +1,4 @@
-// The tool's frames as FFmpeg's, and the other way round. Nothing is copied.
+// Converts between the tool's frames and FFmpeg's. No pixels are copied.
 #pragma once
 
 #include "media/ffmpeg/ffmpegPtr.h"
@@ -13,15 +13,15 @@ inline Rational FromAv(AVRational q) { return {q.num, q.den}; }
 AVPixelFormat ToAv(PixelFormat format);
 PixelFormat FromAv(AVPixelFormat format);
 
-/** The format's name without what it says of the range: the scaler derives the range of some from it. */
+/** The format of the same layout that doesn't imply a range: the scaler would derive the range from it. */
 AVPixelFormat PlainName(AVPixelFormat format);
 
 /** Whether pictures of this format can be transparent somewhere. */
 bool MayHaveAlpha(AVPixelFormat format);
-/** Whether it has chroma of half the width. */
+/** Whether its chroma has half the width. */
 bool HasHalfChroma(AVPixelFormat format);
 
-/** Lives in what FFmpeg holds of it, and the other way round. */
+/** The result keeps the frame's memory alive, in both directions. */
 AvFramePtr ToAv(const Frame& frame);
 FramePtr FromAv(AvFramePtr frame);
 

@@ -14,7 +14,7 @@ extern "C" {
 namespace qvgtool {
 namespace {
 
-// What is shorter than FFmpeg's name.
+// Shorter names for FFmpeg's.
 constexpr std::pair<const char*, const char*> kAliases[] = {{"x11", "x11grab"}};
 
 void RegisterDevices() {
@@ -35,7 +35,7 @@ const AVInputFormat* FindFormat(std::string name) {
       fmt::format("no capture format is named {}: this FFmpeg has {}", name, fmt::join(CaptureFormats(), ", ")));
 }
 
-// The devices there are, for somebody who named another one; empty when the format can't list them.
+// The devices that exist, for somebody who named another one; empty when the format can't list them.
 std::string Others(const AVInputFormat* format) {
   AVDeviceInfoList* list = nullptr;
   if (avdevice_list_input_sources(format, nullptr, nullptr, &list) < 0) return {};
@@ -55,7 +55,7 @@ class Settings {
     if (!value.empty()) av_dict_set(&settings_, name, value.c_str(), 0);
   }
   AVDictionary** Address() { return &settings_; }
-  /// One that was not taken; null when all were.
+  /// An option that was not taken; null when all were.
   const AVDictionaryEntry* Left() const { return av_dict_get(settings_, "", nullptr, AV_DICT_IGNORE_SUFFIX); }
 
  private:
@@ -86,7 +86,7 @@ void OpenCapture(const std::string& device, const CaptureOptions& options, Input
   Settings settings;
   settings.Set("video_size", options.size);
   settings.Set("framerate", options.rate);
-  // A device that has no picture yet is asked again, and not waited for.
+  // A device that has no picture yet is polled, not waited for.
   input->flags |= AVFMT_FLAG_NONBLOCK;
   AVFormatContext* opened = input.release();
   const int result = avformat_open_input(&opened, device.substr(colon + 1).c_str(), format, settings.Address());

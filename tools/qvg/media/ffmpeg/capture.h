@@ -8,7 +8,8 @@
 
 namespace qvgtool {
 
-/** device: FORMAT:NAME, such as "v4l2:/dev/video0" or "x11::0". input: allocated, its callback set. Throws Error. */
+/** device: FORMAT:NAME, such as "v4l2:/dev/video0" or "x11::0". input: allocated, with its
+ *  callback set. Throws Error. */
 void OpenCapture(const std::string& device, const CaptureOptions& options, InputPtr& input);
 
 }  // namespace qvgtool

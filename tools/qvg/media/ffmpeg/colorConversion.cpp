@@ -15,7 +15,7 @@ extern "C" {
 namespace qvgtool {
 namespace {
 
-// Between the pixels it belongs to, which is what the scaler takes when it isn't told where chroma lies.
+// Chroma midway between its pixels: the scaler's default where it isn't told.
 constexpr int64_t kDefaultPosition = -513;
 
 struct Key {
@@ -29,7 +29,7 @@ struct Key {
 };
 
 ScalerPtr MakeScaler(const Key& key) {
-  // Rounding that brings every level back, chroma at full width: the fast paths are off by a step or more.
+  // Exact rounding, and chroma at full width: the fast paths are off by a step or more.
   const bool smaller = key.width < key.sourceWidth || key.height < key.sourceHeight;
   const int flags = (smaller ? SWS_AREA : SWS_BILINEAR) | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT | SWS_FULL_CHR_H_INP;
   ScalerPtr made = Checked(ScalerPtr(sws_alloc_context()));

@@ -13,7 +13,8 @@
 namespace qvgtool {
 namespace {
 
-// What sound and subtitles are turned into where the container holds them no better; its own choice comes first.
+// What sound and subtitles are transcoded to when the container can't hold them as they are. The container's own choice
+// comes before these.
 constexpr AVCodecID kSoundCodecs[] = {AV_CODEC_ID_AAC, AV_CODEC_ID_OPUS, AV_CODEC_ID_MP3, AV_CODEC_ID_PCM_S16LE};
 constexpr AVCodecID kSubtitleCodecs[] = {AV_CODEC_ID_SUBRIP, AV_CODEC_ID_MOV_TEXT, AV_CODEC_ID_WEBVTT, AV_CODEC_ID_ASS};
 
@@ -35,7 +36,7 @@ struct DropTrial {
   }
 };
 
-// Asks the muxer itself, with all streams that it has so far: its table of codecs alone promises too much.
+// Asks the muxer itself, with all streams that the output has so far: its table of codecs alone promises too much.
 bool Holds(const AVFormatContext& output, const AVStream& another) {
   if (avformat_query_codec(output.oformat, another.codecpar->codec_id, FF_COMPLIANCE_NORMAL) != 1) return false;
   if (output.oformat->flags & AVFMT_NOFILE) return true;
@@ -57,7 +58,7 @@ bool Holds(const AVFormatContext& output, const AVStream& another) {
   return holds;
 }
 
-// In these Opus begins at 0, and the players leave out what the encoder put before the first sample.
+// In these containers Opus begins at 0, and players drop the encoder's delay before the first sample.
 bool StoresDelay(const AVOutputFormat& container, const AVCodecParameters& codec) {
   return codec.codec_id == AV_CODEC_ID_OPUS &&
          (!std::strcmp(container.name, "matroska") || !std::strcmp(container.name, "webm"));
@@ -137,7 +138,7 @@ std::unique_ptr<Transcoder> CompanionTracks::_Transcode(AVFormatContext& output,
       made->Describe(like);
       if (Holds(output, like)) return made;
     } catch (const Error&) {
-      // The next one may do.
+      // The next codec may do.
     }
   }
   return nullptr;
@@ -194,13 +195,13 @@ void CompanionTracks::_Place(Track& track, AVPacket& packet, AVRational unit) co
   }
 }
 
-/// Of a copied packet: whether it lies behind those before, in a time that the container knows.
+/// Whether a copied packet comes after those before it, at a time that the container can express.
 bool CompanionTracks::_Fits(Track& track, const AVPacket& packet) const {
   const int64_t time = packet.dts != AV_NOPTS_VALUE ? packet.dts : packet.pts;
   if (time == AV_NOPTS_VALUE) return true;
   const AVCodecParameters& codec = *track.to->codecpar;
   if (track.lastTime == AV_NOPTS_VALUE) {
-    // What an encoder put before the first sample belongs to the sound, wherever it lies.
+    // The encoder's delay before the first sample is kept, whatever its time.
     const bool marked = av_packet_get_side_data(&packet, AV_PKT_DATA_SKIP_SAMPLES, nullptr) != nullptr;
     track.first = negativeTimes_ || (marked && !track.delayed) ? INT64_MIN : 0;
   }

@@ -53,7 +53,7 @@ std::string FfmpegError(int code) {
   av_strerror(code, text, sizeof text);
   const std::scoped_lock lock(logMutex);
   std::string result = code == AVERROR_EXIT ? "interrupted" : text;
-  // Errors of the system say enough; FFmpeg's own are too general.
+  // The system's errors say enough; of FFmpeg's own these are too general.
   constexpr int kGeneral[] = {AVERROR_INVALIDDATA, AVERROR_EXTERNAL, AVERROR(EINVAL), AVERROR(EIO)};
   const bool general = std::find(std::begin(kGeneral), std::end(kGeneral), code) != std::end(kGeneral);
   if (general && !lastMessage.empty() && lastMessage.find(result) == std::string::npos)

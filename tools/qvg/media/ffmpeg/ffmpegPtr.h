@@ -1,4 +1,4 @@
-// Owners of FFmpeg's objects.
+// Smart pointers for FFmpeg's objects.
 #pragma once
 
 extern "C" {
@@ -49,10 +49,10 @@ inline PacketPtr NewPacket() { return Checked(PacketPtr(av_packet_alloc())); }
 /** A frame with memory of its own. */
 AvFramePtr NewAvFrame(AVPixelFormat format, int width, int height);
 
-/** FFmpeg's text for a negative result, with the last thing that its log said, if that adds something. */
+/** FFmpeg's text for a negative result, with the last line of its log if that adds something. */
 std::string FfmpegError(int code);
 
-/** The last error that a demuxer logged without failing, such as an early end of the file; empty when none did. */
+/** The last error that a demuxer logged without failing, such as an early end of the file; else empty. */
 std::string TakeDemuxerError();
 
 }  // namespace qvgtool

@@ -19,10 +19,10 @@ extern "C" {
 namespace qvgtool {
 namespace {
 
-// FFmpeg reads any text file as terminal art: nobody means that here.
+// FFmpeg reads any text file as terminal art, which nobody wants here.
 constexpr const char* kNotMedia[] = {"tty", "bin"};
 
-// What AV_TIME_BASE_Q says in C.
+// AV_TIME_BASE_Q, which is C only.
 constexpr AVRational kMicroseconds{1, AV_TIME_BASE};
 constexpr unsigned kDevicePause = 2000;  // Microseconds, while a device has no picture.
 
@@ -54,8 +54,8 @@ int QuarterTurns(const AVStream* stream) {
   return std::isnan(clockwise) ? 0 : (static_cast<int>(std::lround(clockwise / 90)) % 4 + 4) % 4;
 }
 
-// How long before its end a packet of sound has to begin to be of use: those of codecs that overlap need the one
-// before.
+// How long before the first picture a packet of sound may begin and still be needed: where packets overlap, the decoder
+// needs the one before, too.
 int64_t LeadOf(const CompanionPacket& taken) {
   const AVCodecParameters* codec = taken.stream->codecpar;
   const AVCodecDescriptor* kind = avcodec_descriptor_get(codec->codec_id);
@@ -65,7 +65,7 @@ int64_t LeadOf(const CompanionPacket& taken) {
   return duration + std::max(duration, av_rescale_q(codec->seek_preroll, sample, taken.stream->time_base));
 }
 
-// A subtitle is shown from its beginning on, whenever that is.
+// A subtitle that began before the first picture is shown from there on.
 void BeginAtZero(AVPacket& packet) {
   if (packet.pts == AV_NOPTS_VALUE) return;
   packet.duration += packet.duration > 0 ? packet.pts : 0;
@@ -167,7 +167,7 @@ void FfmpegReader::_StartAt(double from) {
   const auto start = static_cast<int64_t>(from * AV_TIME_BASE);
   origin_ += start;
   format_.frameCount -= std::min(format_.frameCount, static_cast<int64_t>(from * av_q2d(rate_)));
-  // An input that can't seek (a pipe) is read from its beginning: Read() drops what lies before the origin.
+  // An input that can't seek (a pipe) is read from its beginning: Read() drops frames before the origin.
   target_ = origin_;
   if (start > 0) avformat_seek_file(input_.get(), -1, INT64_MIN, origin_, origin_, 0);
 }
@@ -209,7 +209,7 @@ AvFramePtr FfmpegReader::_Decode() {
     }
     if (result == AVERROR_EOF) return nullptr;
     if (result < 0) {
-      // A damaged frame: the next ones may be sound.
+      // A damaged frame: the next ones may be intact.
       ++damagedPackets_;
       continue;
     }
@@ -220,7 +220,7 @@ AvFramePtr FfmpegReader::_Decode() {
   }
 }
 
-/// @return false when the frame lies before what is wanted.
+/// @return false when the frame lies before the first one that is wanted.
 bool FfmpegReader::_SetTime(AVFrame& frame) {
   const int64_t step = std::max<int64_t>(1, av_rescale_q(1, av_inv_q(rate_), unit_));
   int64_t pts = frame.best_effort_timestamp;
@@ -228,7 +228,7 @@ bool FfmpegReader::_SetTime(AVFrame& frame) {
     pts -= av_rescale_q(origin_, kMicroseconds, unit_);
     if (pts < firstPts_) return false;
     if (cut_ && !begun_) {
-      // All that goes along begins with this picture.
+      // Sound and subtitles, too, begin with this picture.
       origin_ += av_rescale_q(pts, unit_, kMicroseconds);
       pts = 0;
     }
@@ -268,12 +268,12 @@ bool FfmpegReader::_FeedDecoder() {
   return false;
 }
 
-/// Containers without an index lead to any packet: one to begin with has to be looked for.
+/// Without an index, seeking may lead to any packet; one to begin decoding with has to be found.
 bool FfmpegReader::_SeekFurtherBack(const AVPacket& first) {
   const int64_t time = first.dts != AV_NOPTS_VALUE ? first.dts : first.pts;
   const bool early = time == AV_NOPTS_VALUE || av_compare_ts(time, video_->time_base, target_, kMicroseconds) <= 0;
   const int64_t start = input_->start_time != AV_NOPTS_VALUE ? input_->start_time : 0;
-  // Frames may be decoded before the first is shown: even the start lies behind a beginning.
+  // Decoding may begin before the first frame that is shown, so even the start may need a beginning before it.
   const bool nothingBefore = before_ > target_ - start + AV_TIME_BASE;
   if (((first.flags & AV_PKT_FLAG_KEY) && early) || nothingBefore) return false;
   before_ = std::max<int64_t>(AV_TIME_BASE, before_ * 4);

@@ -51,10 +51,10 @@ class FfmpegReader : public FrameSource, public FfmpegAccompaniment {
   std::optional<ProgressiveSdr> progressiveSdr_;
   int64_t origin_ = 0;            // In AV_TIME_BASE units: the input's time that becomes 0.
   int64_t firstPts_ = INT64_MIN;  // Frames before it are dropped.
-  bool cut_ = false;              // Begins within the input: its first frame's time becomes 0.
-  bool begun_ = false;            // That one was there.
-  int64_t target_ = 0;            // Where it was wound to, in the input's time.
-  int64_t before_ = -1;           // How far before that reading began; -1: far enough.
+  bool cut_ = false;              // Reading begins within the input: the first frame's time becomes 0.
+  bool begun_ = false;            // That frame has been read.
+  int64_t target_ = 0;            // Where to seek to, in the input's time.
+  int64_t before_ = -1;           // How far before that reading began; -1: far enough in any case.
   int64_t lastPts_ = AV_NOPTS_VALUE;
   bool draining_ = false, ended_ = false;
   int64_t framesRead_ = 0;

@@ -11,14 +11,14 @@ extern "C" {
 namespace qvgtool {
 namespace {
 
-// Pieces are handed to the device that much before they are due; those that are later than they are short are left out.
+// How long before they are due pieces are handed to the device, and how late they may be before they are dropped.
 constexpr std::chrono::milliseconds kAhead{120}, kLate{150};
 
 std::chrono::steady_clock::duration Span(double seconds) {
   return std::chrono::duration_cast<std::chrono::steady_clock::duration>(std::chrono::duration<double>(seconds));
 }
 
-// ALSA's library tells standard error in many lines that there is no sound card.
+// Without a sound card ALSA's library prints many lines on standard error.
 bool MayHaveAlsa() {
   std::error_code error;
   return std::getenv("ALSA_CONFIG_PATH") != nullptr || std::filesystem::exists("/dev/snd", error);
@@ -46,7 +46,7 @@ OutputPtr OpenAnyDevice(const AVStream& from) {
     if (!device && MayHaveAlsa()) device = OpenDevice("alsa", *sound);
     return device;
   } catch (const Error&) {
-    return nullptr;  // Nothing decodes it.
+    return nullptr;  // There is no decoder for it.
   }
 }
 
@@ -132,7 +132,7 @@ void FfmpegSound::_Play() {
     pieces_.pop_front();
     if (Clock::now() > due + kLate) continue;
     lock.unlock();
-    // The device knows only sound that goes on.
+    // The device takes only sound without gaps.
     piece.samples->pts = piece.samples->dts = written_;
     piece.samples->stream_index = 0;
     written_ += piece.samples->duration;

@@ -1,4 +1,4 @@
-// Sound that is heard while a clip is shown.
+// Plays a clip's sound while the clip is shown.
 #pragma once
 
 #include <chrono>
@@ -36,14 +36,14 @@ class FfmpegSound : public SoundOutput {
   void _Play();
 
   OutputPtr device_;                             // null: none.
-  std::unique_ptr<SoundTranscoder> transcoder_;  // null: nothing is to be heard.
+  std::unique_ptr<SoundTranscoder> transcoder_;  // null: nothing is to be played.
   double shift_ = 0;
-  int64_t written_ = 0;  // In the device's unit.
+  int64_t written_ = 0;  // In the device's time unit.
 
   std::mutex mutex_;  // Guards what follows.
   std::condition_variable changed_;
   std::deque<Piece> pieces_;
-  std::optional<Clock::time_point> zero_;  // When the clock was, or would have been, at 0.
+  std::optional<Clock::time_point> zero_;  // When the clip's clock was, or would have been, at 0.
   bool ended_ = false;
   std::thread player_;
 };

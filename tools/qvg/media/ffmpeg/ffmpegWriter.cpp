@@ -17,11 +17,11 @@ extern "C" {
 namespace qvgtool {
 namespace {
 
-// Encoders that take the picture when the container's own choice can't be had.
+// Encoders to use for H.264, and codecs to fall back to when the container's own choice is not available.
 constexpr const char* kH264Encoders[] = {"libx264", "libopenh264"};
 constexpr AVCodecID kFallbacks[] = {AV_CODEC_ID_MPEG4, AV_CODEC_ID_MJPEG};
 
-// Containers that can hold alpha, and the encoder for it. Others, that only would, lose it on the way.
+// Containers in which alpha survives, with the encoder for it. Others that claim to hold alpha lose it on the way.
 constexpr struct {
   const char *container, *encoder;
   AVPixelFormat format;
@@ -38,8 +38,8 @@ AVPixelFormat AlphaFormat(const AVCodec* codec) {
   return AV_PIX_FMT_NONE;
 }
 
-// How --quality, from 0 for the best to 51 for the smallest, reaches encoders that have an option for it: what they
-// call it, and their own best and smallest. Others take the quantiser.
+// How --quality, from 0 for the best to 51 for the smallest file, is passed to encoders that have an option for it: the
+// option's name, and its values for both ends. Other encoders take the quantiser.
 constexpr int kSmallest = 51;
 constexpr struct {
   const char *encoder, *option;
@@ -49,10 +49,10 @@ constexpr struct {
     {"libvpx-vp9", "crf", 0, 63}, {"libaom-av1", "crf", 0, 63},   {"libsvtav1", "crf", 1, 63},
     {"librav1e", "qp", 0, 255},   {"libwebp", "quality", 100, 0}, {"libwebp_anim", "quality", 100, 0},
 };
-// Six steps of the constant rate factor double its quantiser; this one's range takes a few more.
+// Six steps of the constant rate factor double its quantiser; here doubling takes about ten.
 constexpr double kSmallestQuantiser = 31;
 
-// Options that an encoder doesn't have are passed over.
+// Options that an encoder doesn't have are ignored.
 void SetQuality(AVCodecContext* encoder, const WriteOptions& options) {
   void* const own = encoder->priv_data;
   for (const auto& row : kQualities) {
@@ -92,7 +92,7 @@ void AddChapters(AVFormatContext& output, const std::vector<Chapter>& chapters, 
     if (chapter.start >= end) continue;
     AVChapter* made = static_cast<AVChapter*>(av_mallocz(sizeof(AVChapter)));
     if (!made) throw std::bad_alloc();
-    // The output owns it from here on, and frees it.
+    // From here on the output owns it.
     av_dynarray_add(&output.chapters, reinterpret_cast<int*>(&output.nb_chapters), made);
     if (!output.chapters) throw std::bad_alloc();
     made->id = output.nb_chapters;
@@ -137,7 +137,7 @@ FfmpegWriter::~FfmpegWriter() {
   try {
     Finish(false);
   } catch (const std::exception&) {
-    // Reported where it happened first; here only the file's end matters.
+    // It was reported where it first happened; here only closing the file matters.
   }
 }
 
@@ -174,7 +174,7 @@ void FfmpegWriter::_ChooseCodecs(const std::string& name) {
 bool FfmpegWriter::KeepsAlpha() const { return MayHaveAlpha(encoderFormat_); }
 
 bool FfmpegWriter::_OpenEncoder(const AVCodec* codec, const VideoFormat& format, const Frame& colorSource) {
-  // A fallback that can't take the frames as they come would need another read-back: it is passed over.
+  // A fallback that can't take the frames in their format would need another read-back: it is skipped.
   if (!image_ && frameFormat_ != AV_PIX_FMT_RGBA && !Supports(codec, encoderFormat_)) {
     if (!Supports(codec, AV_PIX_FMT_YUV420P)) return false;
     encoderFormat_ = frameFormat_ = AV_PIX_FMT_YUV420P;
@@ -193,7 +193,7 @@ bool FfmpegWriter::_OpenEncoder(const AVCodec* codec, const VideoFormat& format,
   encoder->sample_aspect_ratio = ToAv(format.pixelAspect);
   encoder->framerate = ToAv(format.frameRate);
   encoder->time_base = ToAv(format.timeBase);
-  // Containers without time stamps of their own, and MPEG-4 with its 16-bit clock, count frames or coarser ticks.
+  // Containers without time stamps count frames; MPEG-4 with its 16-bit clock takes only coarser ticks.
   const bool constantRate = !(output_->oformat->flags & (AVFMT_VARIABLE_FPS | AVFMT_NOTIMESTAMPS));
   if (constantRate) encoder->time_base = ToAv(Inverse(format.frameRate));
   if (codec->id == AV_CODEC_ID_MPEG4 && encoder->time_base.den > 65535) encoder->time_base = {1, 60000};
@@ -202,7 +202,7 @@ bool FfmpegWriter::_OpenEncoder(const AVCodec* codec, const VideoFormat& format,
   const bool jpeg = image_ && yuv;
   encoder->color_range = yuv && !jpeg ? AVCOL_RANGE_MPEG : AVCOL_RANGE_JPEG;
   encoder->colorspace = yuv ? static_cast<AVColorSpace>(matrix_) : AVCOL_SPC_RGB;
-  // The matrix is changed on the way, primaries and transfer are not.
+  // The matrix is converted on the way, primaries and transfer are not.
   encoder->color_primaries = static_cast<AVColorPrimaries>(colorSource.primaries);
   encoder->color_trc = static_cast<AVColorTransferCharacteristic>(colorSource.transfer);
   if (yuv) {
@@ -242,7 +242,7 @@ void FfmpegWriter::Open(const VideoFormat& format, const Frame& colorSource, Fra
 int FfmpegWriter::_OpenOutput() {
   if (output_->oformat->flags & AVFMT_NOFILE) return 0;
   if (path_ == "-") {
-    // Nothing that was written can be changed any more.
+    // In a stream nothing can be changed after it was written.
     av_opt_set(output_.get(), "movflags", "frag_keyframe+empty_moov+delay_moov", AV_OPT_SEARCH_CHILDREN);
     return avio_open(&output_->pb, fmt::format("pipe:{}", options_.standardOutput).c_str(), AVIO_FLAG_WRITE);
   }
@@ -326,7 +326,7 @@ void FfmpegWriter::_WritePacket(AVPacket* packet) {
   const std::string reason = FfmpegError(result);
   bool completed = false;
   if (!std::exchange(finished_, true)) {
-    // Frames that the encoder still holds are lost: what is on the disk counts more.
+    // Frames that the encoder still holds are lost: what is already on the disk matters more.
     completed = av_write_trailer(output_.get()) >= 0 && _CloseOutput() >= 0 && full;
   }
   throw Error(fmt::format("cannot write {}: {}{}", path_, reason,

@@ -1,4 +1,4 @@
-// A chain of FFmpeg's filters that frames run through one after the other.
+// A chain of FFmpeg's filters.
 #pragma once
 
 #include <string>
@@ -9,15 +9,15 @@ namespace qvgtool {
 
 class FilterChain {
  public:
-  /** For frames of this one's kind, pictures or sound; timeBase: unit of their pts. @return null when the chain can't
-   * be had here. */
+  /** For pictures or sound of this frame's format; timeBase: unit of their pts. @return null when this build of FFmpeg
+   *  can't make the chain. */
   static std::unique_ptr<FilterChain> Make(const AVFrame& like, AVRational timeBase, const std::string& text);
 
-  /** null: no more will come. @return false when the frame is refused. */
+  /** null: the end of the input. @return false when the frame is refused. */
   bool Send(const AVFrame* frame);
-  /** A frame that came out; null when the chain wants more. */
+  /** The next frame of the output; null when the chain needs more input. */
   AvFramePtr Take();
-  /** Unit of the pts of what comes out. */
+  /** Unit of the output's pts. */
   AVRational TimeBase() const;
 
  private:

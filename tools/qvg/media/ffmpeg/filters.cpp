@@ -18,7 +18,7 @@ AvFramePtr Filtered(const AVFrame& frame, const std::string& chain) {
 
 std::string FilterText(const std::string& text) {
   std::string escaped = text;
-  // For the list of a filter's options, and for the chain around it.
+  // Escaped twice: for the filter's list of options, and for the chain around it.
   for (const char* special : {":", ",;[]"}) {
     char* result = nullptr;
     if (av_escape(&result, escaped.c_str(), special, AV_ESCAPE_MODE_BACKSLASH, 0) < 0) throw std::bad_alloc();

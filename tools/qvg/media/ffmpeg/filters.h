@@ -7,10 +7,10 @@
 
 namespace qvgtool {
 
-/** The picture that comes out of a chain of FFmpeg's filters; null when the chain can't be had here. */
+/** The picture that comes out of a chain of FFmpeg's filters; null when this build of FFmpeg can't make the chain. */
 AvFramePtr Filtered(const AVFrame& frame, const std::string& chain);
 
-/** Any text as a value in a chain. */
+/** Escapes a text for use as a value in a chain. */
 std::string FilterText(const std::string& text);
 
 }  // namespace qvgtool

@@ -11,7 +11,7 @@
 namespace qvgtool {
 namespace {
 
-// Captions on a box; y: a formula of FFmpeg's filter.
+// A caption on a box; y: a formula for FFmpeg's filter.
 std::string Boxed(const Caption& caption, const char* y) {
   return fmt::format(
       "drawtext=font=DejaVu Sans Mono:fontsize={:.0f}:fontcolor=white:line_spacing={:.0f}:box=1:boxcolor=black@0.72"

@@ -9,7 +9,7 @@
 namespace qvgtool {
 namespace {
 
-// Packets of the one can follow those of the other in one stream.
+// Whether packets of one can follow those of the other in one stream.
 bool Alike(const AVCodecParameters& a, const AVCodecParameters& b) {
   return a.codec_id == b.codec_id && a.sample_rate == b.sample_rate && a.format == b.format &&
          av_channel_layout_compare(&a.ch_layout, &b.ch_layout) == 0 && a.extradata_size == b.extradata_size &&
@@ -26,7 +26,7 @@ class FfmpegJoined : public JoinedAccompaniment, public FfmpegAccompaniment {
 
   Accompaniment* All() override { return this; }
   void GoOn(int64_t next) override {
-    // What is left of its sound belongs before that of the next one, and to its pictures.
+    // The rest of this clip's sound comes before the next clip's, and keeps its clip's shift.
     for (CompanionPacket taken = _TakeShifted(); taken.packet; taken = _TakeShifted()) {
       const bool behind = av_compare_ts(taken.packet->pts, taken.stream->time_base, next, unit_) >= 0;
       if (!behind) packets_.push_back(std::move(taken));

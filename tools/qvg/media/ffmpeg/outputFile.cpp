@@ -15,7 +15,7 @@ namespace qvgtool {
 namespace {
 
 constexpr int kBufferSize = 1 << 16;
-// Enough for what a container writes at its end, of hours of video; of a small disk a part.
+// Enough for what a container writes at the end of hours of video, but only a part of a small disk.
 constexpr uint64_t kMostRoom = 8 << 20, kShareOfDisk = 8;
 
 }  // namespace
@@ -35,7 +35,7 @@ OutputFile::OutputFile(const std::string& path) {
 
 OutputFile::~OutputFile() { Close(); }
 
-// Without a name, it goes with the process however that ends.
+// The file has no name, so it vanishes with the process however that ends.
 void OutputFile::_KeepRoom(const std::string& path) {
   struct statvfs disk = {};
   if (fstatvfs(file_, &disk) != 0) return;

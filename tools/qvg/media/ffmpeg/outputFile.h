@@ -1,4 +1,4 @@
-// A file that is written, with room kept so that it can be finished when the disk is full.
+// An output file that keeps room in reserve, so that it can be finished when the disk is full.
 #pragma once
 
 #include <string>
@@ -16,9 +16,9 @@ class OutputFile {
   OutputFile& operator=(const OutputFile&) = delete;
 
   AVIOContext* Stream() const { return stream_; }
-  /** The disk is full, and the room that was kept is in use. */
+  /** The disk is full, and the reserve is in use. */
   bool Full() const { return full_; }
-  /** @return 0, or what failed since the beginning. */
+  /** @return 0, or the first error since the file was opened. */
   int Close();
 
  private:

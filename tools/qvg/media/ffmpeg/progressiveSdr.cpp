@@ -11,8 +11,8 @@ extern "C" {
 namespace qvgtool {
 namespace {
 
-// A picture of high range shows white paper at this luminance (ITU-R BT.2408), which stays near white; what is brighter
-// is compressed up to the brightest that the picture says it has.
+// Diffuse white in a high-range picture has this luminance (ITU-R BT.2408) and stays near white. What is brighter is
+// compressed, up to the peak that the picture declares.
 constexpr double kWhiteNits = 203;
 constexpr double kUsualPeakNits = 1000;
 
@@ -39,7 +39,7 @@ std::string ToneMapping(const AVFrame& frame) {
       kWhiteNits, PeakNits(frame) / kWhiteNits);
 }
 
-// Without these tags nobody could say what the picture looks like; what shows it takes them for granted.
+// The conversion needs these tags; where they are missing, players assume the same.
 void CompleteHighRangeTags(AVFrame& frame) {
   if (frame.color_primaries == AVCOL_PRI_UNSPECIFIED) frame.color_primaries = AVCOL_PRI_BT2020;
   if (frame.colorspace == AVCOL_SPC_UNSPECIFIED) frame.colorspace = AVCOL_SPC_BT2020_NCL;

@@ -1,4 +1,4 @@
-// What the tool's pictures are: whole frames of standard dynamic range. Others are brought there as they are decoded.
+// The tool works on progressive frames of standard dynamic range: others are converted when they are decoded.
 #pragma once
 
 #include <deque>
@@ -13,11 +13,11 @@ class ProgressiveSdr {
   ProgressiveSdr(std::string name, AVRational timeBase, bool deinterlace)
       : name_(std::move(name)), timeBase_(timeBase), deinterlace_(deinterlace) {}
 
-  /** null: no more will come. Throws Error when the frame's range can't be had here. */
+  /** null: the end of the input. Throws Error when the frame's range can't be converted here. */
   void Send(AvFramePtr frame);
-  /** The next frame; null when another has to be sent first. */
+  /** The next frame; null when more input is needed. */
   AvFramePtr Take();
-  /** Forgets what was sent. */
+  /** Drops the frames that were sent. */
   void Reset();
 
  private:
@@ -27,7 +27,7 @@ class ProgressiveSdr {
   std::string name_;
   AVRational timeBase_;
   bool deinterlace_, interlaced_ = false;
-  std::string made_;  // For what the chain is.
+  std::string made_;  // Describes the frames for which the chain was made.
   std::unique_ptr<FilterChain> chain_;
   std::deque<AvFramePtr> ready_;
 };

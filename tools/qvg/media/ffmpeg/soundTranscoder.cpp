@@ -14,12 +14,12 @@ namespace qvgtool {
 namespace {
 
 constexpr int64_t kBitsPerChannel = 96000, kMostBits = 320000;
-constexpr int kSamplesAtOnce = 1024;  // For encoders that take any number.
+constexpr int kSamplesAtOnce = 1024;  // For encoders that take any frame size.
 
 int NearestRate(const AVCodec* codec, int rate) {
   int nearest = 0;
   for (const int* r = codec->supported_samplerates; r && *r; ++r) {
-    // Of those that keep all the lowest one; else the highest.
+    // The lowest rate that loses nothing; else the highest.
     const bool keeps = *r >= rate, better = nearest >= rate ? keeps && *r < nearest : *r > nearest;
     if (nearest == 0 || better) nearest = *r;
   }
@@ -35,7 +35,7 @@ AVSampleFormat NearestFormat(const AVCodec* codec, int format) {
   return codec->sample_fmts[0];
 }
 
-// The same channels, else the usual ones of their number, else two or one.
+// The same channels, else the default layout for their number, else stereo or mono.
 void ChooseChannels(const AVCodec* codec, const AVChannelLayout& wanted, AVChannelLayout& chosen) {
   const auto takes = [&](const AVChannelLayout& layout) {
     if (layout.order == AV_CHANNEL_ORDER_UNSPEC) return false;
@@ -45,7 +45,7 @@ void ChooseChannels(const AVCodec* codec, const AVChannelLayout& wanted, AVChann
     }
     return false;
   };
-  // Encoders without a list take the usual ones.
+  // Encoders without a list take default layouts.
   if (takes(wanted)) {
     av_channel_layout_copy(&chosen, &wanted);
     return;
@@ -110,7 +110,7 @@ void SoundTranscoder::_DecodeFrom(const AVStream& stream) {
   if (opened < 0) throw Error(fmt::format("{}: {}", codec->name, FfmpegError(opened)));
 }
 
-// What is damaged is left out, and silent.
+// Damaged packets are dropped, which leaves silence.
 void SoundTranscoder::_Decode(const AVPacket* packet) {
   if (avcodec_send_packet(decoder_.get(), packet) < 0) return;
   for (;;) {
@@ -130,7 +130,7 @@ void SoundTranscoder::_Resample(AvFramePtr frame) {
                                        frame->format, NameOf(frame->ch_layout));
   if (!resampler_ || kind != resampledKind_) {
     _EndResampling();
-    // Gaps are filled at the sound's own rate: in one step with another rate too little would be put there.
+    // Gaps are filled at the source's rate: filled and resampled in one step, they would come out too short.
     const int64_t begun = av_rescale_q(encoded_ + av_audio_fifo_size(samples_.get()), encoder_->time_base, unit);
     const std::string chain = fmt::format(
         "aresample={}:async=1:first_pts={},aresample={},aformat=sample_fmts={}:channel_layouts={}", frame->sample_rate,

@@ -1,4 +1,4 @@
-// Sound in another codec, without gaps from time 0 on: what is missing is silent.
+// Transcodes sound. The output begins at time 0 and has no gaps: silence fills them.
 #pragma once
 
 #include "media/ffmpeg/filterChain.h"
@@ -12,12 +12,13 @@ namespace qvgtool {
 
 class SoundTranscoder : public Transcoder {
  public:
-  /** from: what the output takes its rate and channels from; packets may come from other streams too. Throws Error. */
+  /** from: the stream that gives the output's rate and channels; packets may come from other streams, too. Throws
+   *  Error. */
   SoundTranscoder(const AVStream& from, const AVCodec* codec, bool globalHeader);
 
-  /** The output begins at that time, in seconds, instead of 0. To be called before the first packet. */
+  /** Has the output begin at that time, in seconds, instead of 0. To be called before the first packet. */
   void BeginAt(double seconds);
-  /** Of the packets' times. */
+  /** The unit of the packets' times. */
   AVRational Unit() const { return encoder_->time_base; }
 
   void Describe(AVStream& to) const override;

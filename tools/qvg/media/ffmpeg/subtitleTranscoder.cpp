@@ -23,7 +23,7 @@ SubtitleTranscoder::SubtitleTranscoder(const AVStream& from, const AVCodec* code
   encoder_ = Checked(CodecContextPtr(avcodec_alloc_context3(codec)));
   encoder_->time_base = kMilliseconds;
   if (opened >= 0 && decoder_->subtitle_header_size > 0) {
-    // How the text looks; both contexts free theirs.
+    // The styles of the text. A copy, since each context frees its own.
     const auto size = static_cast<size_t>(decoder_->subtitle_header_size);
     encoder_->subtitle_header = static_cast<uint8_t*>(av_mallocz(size + 1));
     if (!encoder_->subtitle_header) throw std::bad_alloc();

@@ -1,4 +1,4 @@
-// Text of subtitles in another codec.
+// Transcodes text subtitles.
 #pragma once
 
 #include "media/ffmpeg/transcoder.h"

@@ -1,4 +1,4 @@
-// What files and their streams are called.
+// Metadata of files and their streams.
 #pragma once
 
 #include <map>
@@ -10,8 +10,7 @@ namespace qvgtool {
 
 using Tags = std::map<std::string, std::string>;
 
-/** Tags that stay true when pictures and times are others: not those of the file that was, of its container, its
- *  encoder and its lengths. */
+/** The tags that are still true of the output: not those about the input's container, encoder and lengths. */
 Tags LastingTags(const AVDictionary* dictionary);
 
 void SetTags(AVDictionary*& dictionary, const Tags& tags);

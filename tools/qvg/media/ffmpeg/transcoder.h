@@ -1,4 +1,4 @@
-// Turns packets of sound or subtitles into those of another codec.
+// Transcodes packets of sound or subtitles.
 #pragma once
 
 #include <vector>
@@ -11,10 +11,10 @@ class Transcoder {
  public:
   virtual ~Transcoder() = default;
 
-  /** What its packets are, and the unit of their times. */
+  /** Sets the stream's parameters and time unit to those of the packets that come out. */
   virtual void Describe(AVStream& to) const = 0;
 
-  /** taken: without a packet at the end. Throws Error. */
+  /** taken: holds no packet at the end of the input. Throws Error. */
   virtual std::vector<PacketPtr> Convert(CompanionPacket taken) = 0;
 };
 

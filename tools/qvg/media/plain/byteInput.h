@@ -10,26 +10,26 @@ namespace qvgtool {
 
 class ByteInput {
  public:
-  /** "-" is standard input. stop: whether an interrupted read is to be taken for the end; may be null. Throws Error. */
+  /** "-" is standard input. stop: asked whether an interrupted read counts as the end; may be null. Throws Error. */
   ByteInput(const std::string& path, bool (*stop)());
 
-  /** For errors. */
+  /** For error messages. */
   const std::string& Name() const { return name_; }
 
-  /** Whether these are the next bytes; they stay. */
+  /** Whether these are the next bytes; doesn't consume them. */
   bool BeginsWith(const std::string& text);
-  /** @return how many there were, fewer at the end only. */
+  /** @return how many bytes were read; fewer only at the end. */
   size_t Read(void* to, size_t size);
-  /** Up to the end of the line, which is left out; all that there is without one. */
+  /** Reads up to the end of the line, which is left out, or up to the input's end. */
   std::string ReadLine(size_t longest);
   std::vector<uint8_t> ReadAll();
 
-  /** Of a file; 0: it is none, or unknown. */
+  /** A file's size; 0: not a file, or unknown. */
   int64_t Size() const { return size_; }
   int64_t Position() const { return position_; }
-  /** @return false, and stays, where it can't go. */
+  /** @return false, without moving, where it can't seek. */
   bool GoTo(int64_t position);
-  /** What went wrong with reading; empty when nothing did. */
+  /** What went wrong with reading, else empty. */
   const std::string& Failure() const { return failure_; }
 
  private:
@@ -40,7 +40,7 @@ class ByteInput {
   FilePtr file_;  // null: standard input.
   std::FILE* stream_;
   int64_t size_ = 0, position_ = 0;
-  std::string ahead_;  // Looked at and not read yet.
+  std::string ahead_;  // Bytes that were looked at but not consumed.
   std::string failure_;
 };
 

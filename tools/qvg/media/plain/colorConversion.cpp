@@ -11,7 +11,7 @@
 namespace qvgtool {
 namespace {
 
-// Where the channels lie in a pixel; -1: there is no alpha.
+// The positions of the channels in a pixel; -1: no alpha.
 struct Packing {
   PixelFormat format;
   int red, green, blue, alpha, size;
@@ -28,7 +28,7 @@ const Packing& PackingOf(PixelFormat format) {
   throw Error("a picture of a format that can't be converted here");
 }
 
-// Shares of red and blue in luma.
+// The weights of red and blue in luma.
 struct Weights {
   float red, blue;
 };
@@ -45,7 +45,7 @@ Weights WeightsOf(int matrix) {
 
 uint8_t Byte(float value) { return static_cast<uint8_t>(std::clamp(value + 0.5f, 0.0f, 255.0f)); }
 
-// Calls work(begin, end) for parts of the rows, on a few threads.
+// Calls work(begin, end) for ranges of rows, on a few threads.
 template <class Work>
 void OnRows(int rows, const Work& work) {
   constexpr int kLeastRows = 128;
@@ -98,7 +98,7 @@ class YuvToRgba {
   }
 
  private:
-  // One of its planes along a row of pixels: from the two nearest values each way, by their distance.
+  // One chroma plane along a row of pixels, interpolated between the two nearest values each way.
   void _Chroma(size_t plane, int y, std::vector<float>& narrow, std::vector<float>& wide) const {
     const int lastRow = layout_.Height(yuv_.height, plane) - 1;
     const float atY = (static_cast<float>(y) + 0.5f) / static_cast<float>(layout_.chromaY) - 0.5f;
@@ -177,7 +177,7 @@ const Frame& ColorConverter::Convert(const Frame& source, PixelFormat format, in
     Resize(*stage, PackingOf(stage->format).size, *state_->resized);
     stage = state_->resized.get();
   }
-  // Nobody but the caller is to write to what is returned.
+  // The result must not share memory with the source, since the caller may write to it.
   if (stage == &source || stage->format != format) {
     Reuse(state_->result, format, width, height);
     Repack(*stage, *state_->result);

@@ -13,7 +13,7 @@
 namespace qvgtool {
 namespace {
 
-// Where fonts are found, in the order of preference: below a folder that the environment names, or the root.
+// Where to find fonts, in order of preference: below a folder that the environment names, or below the root.
 struct FontFile {
   bool fixedWidth;
   const char *variable, *path;
@@ -47,7 +47,7 @@ std::optional<Font> LoadFont(const FontFile& named) {
   return font;
 }
 
-// Rather one of the other kind than none.
+// A font of the other kind is better than none.
 std::optional<Font> FindFont(bool fixedWidth) {
   for (const bool wanted : {true, false}) {
     for (const FontFile& named : kFontFiles) {
@@ -58,7 +58,7 @@ std::optional<Font> FindFont(bool fixedWidth) {
   return std::nullopt;
 }
 
-// The next character; what is no UTF-8 counts as one byte each.
+// The next character; each byte that is not UTF-8 counts as one.
 int NextCharacter(const std::string& text, size_t& at) {
   const auto byte = [&](size_t i) { return i < text.size() ? static_cast<unsigned char>(text[i]) : 0u; };
   const unsigned first = byte(at);

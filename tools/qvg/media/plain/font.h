@@ -1,4 +1,4 @@
-// Text as pixels, in a font of the machine.
+// Renders text with one of the machine's fonts.
 #pragma once
 
 #include <cstdint>
@@ -10,10 +10,10 @@ namespace qvgtool {
 
 struct LetteredText {
   int width = 0, height = 0;
-  std::vector<uint8_t> cover;  // Of each pixel, row by row: 255 lies inside a letter.
+  std::vector<uint8_t> cover;  // Coverage, row by row: 255 lies inside a letter.
 };
 
-/** text: UTF-8, in lines; size: pixels. @return none with a reason where no font is found. */
+/** text: UTF-8, may have several lines; size: in pixels. @return none, with a reason, when no font is found. */
 std::optional<LetteredText> Lettered(const std::string& text, double size, bool fixedWidth, std::string& reason);
 
 }  // namespace qvgtool

@@ -16,7 +16,7 @@ struct Pen {
 };
 constexpr Pen kPlain{{0xd8, 0xdb, 0xe2}, 1}, kWhite{{255, 255, 255}, 1}, kBox{{0, 0, 0}, 0.72f};
 
-// Colours stay straight.
+// Alpha is straight, before and after.
 void Blend(uint8_t* pixel, bool alpha, const Pen& pen, float cover) {
   const float over = pen.opacity * cover, before = alpha ? static_cast<float>(pixel[3]) / 255 : 1.0f;
   const float after = over + before * (1 - over);
@@ -57,7 +57,7 @@ class Easel {
 
 }  // namespace
 
-// Nothing that is read here lies on its side.
+// No source of this backend is turned.
 FramePtr Upright(const Frame& frame, int) { return SharedCopy(frame); }
 
 FramePtr Widened(const Frame& frame, int width) {

@@ -31,7 +31,7 @@ bool EncodePng(std::vector<uint8_t>& file, int width, int height, int channels, 
   return stbi_write_png_to_func(Append, &file, width, height, channels, pixels, width * channels) != 0;
 }
 
-// quality: 0 best to 51 smallest, of which the encoder's 100 to 1 are made.
+// quality: 0 best to 51 smallest, mapped to the encoder's 100 to 1.
 bool EncodeJpeg(std::vector<uint8_t>& file, int width, int height, int channels, const uint8_t* pixels, int quality) {
   return stbi_write_jpg_to_func(Append, &file, width, height, channels, pixels, 100 - quality * 99 / 51) != 0;
 }

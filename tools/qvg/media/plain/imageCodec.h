@@ -8,18 +8,17 @@
 
 namespace qvgtool {
 
-/** PNG, JPEG, BMP, TGA, GIF's first picture and the like, as RGB or RGBA. Throws Error, whose text the name goes
- *  before. */
+/** PNG, JPEG, BMP, TGA, GIF's first picture and the like, as RGB or RGBA. Throws Error, which begins with the name. */
 FramePtr DecodeImage(const std::vector<uint8_t>& file, const std::string& name);
 
 struct ImageEncoder {
   const char *ending, *name;
   bool alpha;
-  /** pixels: rows without gaps, of 3 or 4 channels. @return false for a picture that it doesn't take. */
+  /** pixels: rows without padding, of 3 or 4 channels. @return false for a picture that the format doesn't take. */
   bool (*encode)(std::vector<uint8_t>& file, int width, int height, int channels, const uint8_t* pixels, int quality);
 };
 
-/** By the ending of a file's name; null: none writes such files. */
+/** Chooses by the file name's extension; null: there is none for it. */
 const ImageEncoder* FindImageEncoder(const std::string& path);
 
 }  // namespace qvgtool

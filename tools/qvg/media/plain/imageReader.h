@@ -1,4 +1,4 @@
-// One image, or numbered ones as a clip.
+// One image, or numbered images as a clip.
 #pragma once
 
 #include "media/mediaReader.h"

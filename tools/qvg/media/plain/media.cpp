@@ -1,4 +1,4 @@
-// The entrances of this backend, and what it lacks.
+// The entry points of this backend, and what it lacks.
 #include <fmt/format.h>
 
 #include "media/mediaLog.h"

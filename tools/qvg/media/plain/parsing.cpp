@@ -17,7 +17,7 @@ constexpr struct {
     {"2k", 2048, 1080}, {"4k", 4096, 2160}, {"uhd2160", 3840, 2160},
 };
 
-// Those of CSS.
+// The names of CSS.
 constexpr struct {
   const char* name;
   uint32_t rgb;
@@ -162,7 +162,7 @@ constexpr struct {
                {"yellow", 0xffff00},
                {"yellowgreen", 0x9acd32}};
 
-// All of the text as a number.
+// The whole text as a number.
 template <class Number, class... Base>
 std::optional<Number> Parsed(const std::string& text, Base... base) {
   Number number{};

@@ -1,11 +1,11 @@
-// Pictures in another size.
+// Resizes pictures.
 #pragma once
 
 #include "media/frame.h"
 
 namespace qvgtool {
 
-/** Both of the same packed format with so many bytes a pixel; each channel by itself. */
+/** Both have the same packed format with that many bytes per pixel; each channel is resized by itself. */
 void Resize(const Frame& from, int channels, Frame& to);
 
 }  // namespace qvgtool

@@ -12,7 +12,7 @@ namespace {
 
 constexpr size_t kLongestLine = 4096;
 constexpr char kFrame[] = "FRAME";
-constexpr int64_t kBareFrameLine = sizeof kFrame;  // With its line's end.
+constexpr int64_t kBareFrameLine = sizeof kFrame;  // With the newline.
 constexpr int kLargest = 1 << 15;
 
 Rational ParsedRatio(const std::string& text) {
@@ -35,7 +35,7 @@ Y4mReader::Y4mReader(ByteInput input, const ReadOptions& options) : input_(std::
   if (options.from <= 0) return;
   start_ = static_cast<int64_t>(std::ceil(options.from * Value(format_.frameRate) - 1e-6));
   if (format_.frameCount > 0) format_.frameCount = std::max<int64_t>(0, format_.frameCount - start_);
-  // What can't be wound is read from its beginning.
+  // An input that can't seek is read from its beginning.
   if (!_GoTo(start_)) {
     while (next_ < start_ && _ReadNext()) {
     }
@@ -110,7 +110,7 @@ FramePtr Y4mReader::_ReadNext() {
   };
   if (!line.starts_with(kFrame)) return fail("no picture begins where one should");
   FramePtr frame = NewYuvFrame(*layout_, format_.width, format_.height);
-  // The planes lie one behind the other, in memory as in the stream.
+  // The planes are contiguous, in memory as in the stream.
   const size_t read = input_.Read(frame->data[0], static_cast<size_t>(frameSize_));
   if (read < static_cast<size_t>(frameSize_)) return _Stopped() ? nullptr : fail("the stream ends within a picture");
   frame->colors = colors_;
@@ -124,7 +124,7 @@ bool Y4mReader::_GoTo(int64_t frame) {
   const int64_t before = input_.Position();
   const int64_t there = header_ + frame * (frameSize_ + kBareFrameLine);
   if (input_.Size() == 0) return false;
-  // Behind the last picture there is nothing to look at.
+  // There is no frame line to check after the last picture.
   const bool ends = there >= input_.Size();
   if (!input_.GoTo(std::min(there, input_.Size())) || (!ends && !input_.BeginsWith(std::string(kFrame) + "\n"))) {
     input_.GoTo(before);

@@ -1,4 +1,4 @@
-// Streams of uncompressed pictures, "YUV4MPEG2".
+// Reads streams of uncompressed pictures, "YUV4MPEG2".
 #pragma once
 
 #include "media/mediaReader.h"
@@ -32,7 +32,7 @@ class Y4mReader : public FrameSource {
   ColorTags colors_;
   VideoFormat format_;
   int64_t header_ = 0, frameSize_ = 0;  // Bytes.
-  int64_t start_ = 0, next_ = 0;        // Frames: where time is 0, and that which is read next.
+  int64_t start_ = 0, next_ = 0;        // Frame numbers: of time 0, and of the next frame.
   std::string damage_;
 };
 

@@ -1,4 +1,4 @@
-// The layouts of YUV that Y4M streams have: planes of 8 bits, or of more in the lower ones of 16.
+// The layouts of YUV in Y4M streams: planes of 8 bits, or of more in the lower bits of 16.
 #pragma once
 
 #include <span>
@@ -9,8 +9,8 @@ namespace qvgtool {
 
 struct YuvFormat {
   PixelFormat format;
-  const char* name;      // In the stream's header.
-  int chromaX, chromaY;  // Pixels that share a value, each way.
+  const char* name;      // As in the stream's header.
+  int chromaX, chromaY;  // Pixels that share a chroma value, in each direction.
   int bits;
   bool gray = false;
   bool chromaLeft = false;
@@ -20,16 +20,16 @@ struct YuvFormat {
   int Height(int lines, size_t plane) const { return plane == 0 ? lines : (lines + chromaY - 1) / chromaY; }
 };
 
-/** All of them; the names of some mean the same format. */
+/** All of them; several names may mean the same format. */
 std::span<const YuvFormat> YuvFormats();
 
-/** null: the format is none of them. */
+/** null: the format is not one of them. */
 const YuvFormat* FindYuv(PixelFormat format);
 
-/** Memory for such a picture. */
+/** Allocates such a picture. */
 FramePtr NewYuvFrame(const YuvFormat& layout, int width, int height);
 
-/** RGBA as 8-bit 4:2:0 of limited range, chroma in the middle of its four pixels. */
+/** Converts RGBA to limited-range 8-bit 4:2:0, with chroma sited in the middle of its four pixels. */
 void EncodeI420(const Frame& rgba, int matrix, Frame& i420);
 
 }  // namespace qvgtool
