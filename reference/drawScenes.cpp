@@ -102,7 +102,7 @@ void DepthTarget::Draw(const DrawScene& scene) {
   here.target = image;
   const DrawResult drawn = ExpectedDraw(here);
   for (size_t p = 0; p < skip.size(); ++p) {
-    // Planes that cross have the same depth where they do; planes at one place have it everywhere, to the last bit.
+    // Crossing planes have the same depth where they cross; coinciding planes have it everywhere, to the last bit.
     const double distance = std::abs(drawn.depth[p] - depth[p]);
     skip[p] = skip[p] || drawn.onEdge[p] || (scene.params.rotation[1] != 0 && distance < 1e-6);
     if (drawn.depth[p] > 1 || (scene.params.depthTest && drawn.depth[p] > depth[p])) continue;

@@ -37,7 +37,7 @@ Matrix Translation(double x, double y, double z) {
   return m;
 }
 
-// Right-handed turn about an axis: from the axis after it towards the one after that.
+// A right-handed rotation about an axis: from the next axis towards the one after that.
 Matrix Rotation(int axis, double degrees) {
   const double angle = degrees * 3.14159265358979323846 / 180;
   const int a = (axis + 1) % 3, b = (axis + 2) % 3;
@@ -140,7 +140,7 @@ Color Blend(int type, const Color& s, const Color& d, bool shortProgram) {
   Color b;
   for (int c = 0; c < 3; ++c) b[c] = BlendChannel(type, s[c], d[c]);
   const double luma = s[0] * s[3];
-  double keep = -1;  // how much of the background an erasing or masking type leaves
+  double keep = -1;  // how much of the background the erasing and masking types leave
   if (type == QVG_BLEND_ERASE_ALPHA) keep = 1 - s[3];
   if (type == QVG_BLEND_ERASE_LUMA) keep = 1 - luma;
   if (type == QVG_BLEND_MASK_ALPHA) keep = s[3];
@@ -200,7 +200,7 @@ DrawResult ExpectedDraw(const DrawScene& scene) {
   const Matrix model = Translation(p.translation[0], p.translation[1], p.translation[2]) * Rotation(0, p.rotation[0]) *
                        Rotation(1, p.rotation[1]) * Rotation(2, p.rotation[2]) *
                        Diagonal(p.scale[0], p.scale[1], p.scale[2]);
-  // From the quad's (x, y, 1), its centre at 0, to clip coordinates; without z that can be inverted.
+  // From the quad's (x, y, 1), with the centre at 0, to clip coordinates; without z it can be inverted.
   const Matrix clip =
       Projection(scene.camera) * View(scene.camera) * model * Translation(-p.anchor[0], -p.anchor[1], -p.anchor[2]);
   const auto column = [&](int i) -> Vector { return {clip[0][i], clip[1][i], clip[3][i]}; };
@@ -215,7 +215,7 @@ DrawResult ExpectedDraw(const DrawScene& scene) {
   for (int j = 0; j < target.height; ++j) {
     for (int i = 0; i < target.width; ++i) {
       const size_t index = static_cast<size_t>(j) * target.width + i;
-      // The pixel in content coordinates 0..1, and from there to the quad's plane.
+      // The pixel in content coordinates 0..1, taken to the quad's plane.
       const auto quadAt = [&](double dx, double dy, double& qx, double& qy) {
         const Vector ndc = {2 * (i + 0.5 + dx) / target.width - 1, 2 * (j + 0.5 + dy) / target.height - 1, 1};
         const double scale = Dot(rows[2], ndc) / determinant;

@@ -1,4 +1,4 @@
-// What drawing must give, computed on the CPU in double precision.
+// The expected results of drawing, computed on the CPU in double precision.
 #pragma once
 
 #include <vector>
@@ -13,7 +13,7 @@ QVGCamera DefaultCamera(int width, int height);
 /// The defaults of DrawTexture.
 QVGDrawTextureParams DefaultParams();
 
-/// One draw. target and depth are what is there before; params.matteTexture is not read.
+/// One draw. target and depth are the contents before it; params.matteTexture is not read.
 struct DrawScene {
   Image source;
   int quarterTurns = 0;
@@ -26,7 +26,7 @@ struct DrawScene {
 
 struct DrawResult {
   Image image;
-  std::vector<bool> onEdge;   // pixel centres within 1/50 pixel of an edge of the quad: either outcome is right
+  std::vector<bool> onEdge;   // pixel centres within 1/50 pixel of an edge of the quad: either result is right
   std::vector<double> depth;  // 0..1 where the quad is, 2 elsewhere
 };
 

@@ -27,7 +27,7 @@ Triple Clamped(const Triple& a) {
   return Each([&](int c) { return Unit(a[c]); });
 }
 
-/// What one pixel is made of.
+/// The inputs of one pixel.
 struct Samples {
   Color centre;
   std::array<Triple, 4> box = {};
@@ -91,7 +91,7 @@ Triple Beautified(Triple rgb, const Samples& s, const EffectSettings& p) {
 
 // ---- Colour
 
-// 0..1; a grey gives 0. The guard keeps the division defined.
+// 0..1, 0 for greys. The guard keeps the division defined.
 double Hue(const Triple& c, double guard) {
   const double d = 6 * (Max(c) - Min(c)) + guard;
   if (c[0] >= c[1] && c[0] >= c[2]) return c[1] >= c[2] ? (c[1] - c[2]) / d : 1 - (c[2] - c[1]) / d;
@@ -129,7 +129,7 @@ Triple WithShadowAndHighlight(const Triple& rgb, double shadow, double highlight
   if (l == 0) return rgb;
   const double dark = 1 / (shadow + 1);
   const double sv = Unit(std::pow(l, dark) - 0.76 * std::pow(l, 2 * dark) - l);
-  // At a highlight of 1 the exponent is infinite, and a power of less than 1 with it 0.
+  // At a highlight of 1 the exponent is infinite, and the power of a number below 1 is 0.
   const double p = highlight < 1 ? std::pow(1 - l, 1 / (1 - highlight)) : 0;
   const double hv = std::clamp(1 - (p - 0.8 * p * p) - l, -1.0, 0.0);
   return Each([&](int c) { return (l + sv + hv) * rgb[c] / l; });
@@ -192,7 +192,7 @@ Samples SamplesAt(const EffectScene& scene, int x, int y) {
   return s;
 }
 
-// The samples when single precision moves them, each channel up or down as its bit tells. The background may be
+// The samples as single precision may shift them, each channel up or down according to its bit. The background may be
 // filtered with 8 bits, which is a step.
 Samples Shifted(Samples s, int signs) {
   for (int c = 0; c < 3; ++c) {
@@ -228,7 +228,7 @@ EffectResult ExpectedEffect(const EffectScene& scene) {
   EffectResult result = {Image(width, height), Image(width, height), Image(width, height)};
   for (int y = 0; y < height; ++y) {
     for (int x = 0; x < width; ++x) {
-      // Which texel of the frame is shown here.
+      // The texel of the frame that is shown here.
       int column = x, row = y;
       if (turns == 1) column = height - 1 - y, row = x;
       if (turns == 2) column = width - 1 - x, row = height - 1 - y;

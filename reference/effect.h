@@ -1,4 +1,4 @@
-// What the effects must give, computed on the CPU in double precision.
+// The expected results of the effects, computed on the CPU in double precision.
 #pragma once
 
 #include <array>
@@ -12,7 +12,7 @@ namespace qvg::reference {
 
 using Triple = std::array<double, 3>;
 
-/// White at a temperature in kelvin.
+/// The white of a colour temperature in kelvin.
 Triple Kelvin(double kelvin);
 /// Cb and Cr of a key colour.
 std::array<double, 2> KeyChroma(const Triple& rgb);
@@ -36,8 +36,8 @@ struct EffectScene {
   Image background;  // as the host decodes it, top row first
 };
 
-/// The output, texture row 0 first, and the range over which each value moves as far as single precision may move the
-/// chroma distance (1e-5) and the other inputs, and 8-bit filtering the background (a step).
+/// The output, texture row 0 first, and the range of each value when single precision shifts the chroma distance (by
+/// 1e-5) and the other inputs, and 8-bit filtering the background (by a step).
 struct EffectResult {
   Image image, low, high;
 };
@@ -45,8 +45,8 @@ struct EffectResult {
 EffectResult ExpectedEffect(const EffectScene& scene);
 
 constexpr double kEffectLimit = 0.7;
-/// "" when every value lies in its range but for the output's rounding and a fifth of a step; else where and how not.
-/// The error is the distance from the range.
+/// "" when every value lies in its range, give or take the output's rounding and a fifth of a step; else the place and
+/// the difference. The error is the distance from the range.
 std::string CompareEffect(const EffectResult& expected, const Image& actual, Errors& errors);
 
 }  // namespace qvg::reference

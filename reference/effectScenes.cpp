@@ -36,7 +36,7 @@ std::vector<EffectCase> MakeCases() {
     made.key = color;
     return made;
   };
-  add("enable_key", {{"enable_key", 1}});  // a key colour that was not set is no colour
+  add("enable_key", {{"enable_key", 1}});  // without a key colour
   keyed("enable_key", kGreen, 400, 80, 100);
   keyed("color", kBlue, 100, 120, 150);
   keyed("color", {0, 0, 0}, 1, 200, 100).dark = true;
@@ -51,7 +51,7 @@ std::vector<EffectCase> MakeCases() {
                  {"enable_color", "bright", {-100, 35}},      {"enable_color", "temperature", {-100, 1, 50}},
                  {"enable_color", "highlight", {1, 60, 100}}, {"enable_color", "shadow", {1, 40, 100}}};
   for (const auto& [stage, row, values] : numbers) {
-    // Clang before 16 captures no bindings.
+    // Clang before 16 can't capture structured bindings.
     const auto isOfStage = [stage = stage](const EffectCase& made) { return made.row == stage; };
     if (std::none_of(cases.begin(), cases.end(), isOfStage)) add(stage, {{stage, 1}, {row, 0}});
     for (const int value : values) add(row, {{stage, 1}, {row, value}});
@@ -60,7 +60,7 @@ std::vector<EffectCase> MakeCases() {
   add("enable_bg", {}).background = Picture(48, 32, 5, true);
   for (const auto& [width, height] : {std::pair(1, 1), {131, 97}})
     add("bgfile", {}).background = Picture(width, height, 5);
-  EffectCase& hole = add("bgfile", {{"enable_key", 1}});  // what is keyed out over nothing
+  EffectCase& hole = add("bgfile", {{"enable_key", 1}});  // keyed out, over nothing
   hole.key = kGreen;
   hole.background = Image(2, 2);
 

@@ -24,12 +24,12 @@ PlaneSize SizeOf(const Layout& layout, int plane) {
   return size;
 }
 
-// The texel in which (i + 0.5) / size * (texels - 1) lies; on the border of two it is the lower one.
+// The texel that contains (i + 0.5) / size * (texels - 1); on a border, the lower one.
 int Nearest(int i, int size, int texels) {
   return static_cast<int>((int64_t{2 * i + 1} * (texels - 1) - 1) / (2 * size));
 }
 
-// The nearest value that fewer bits hold as well; drivers may keep all bits.
+// The nearest value that fewer bits can represent, for drivers may keep all bits.
 uint8_t Level(uint8_t value, int most) {
   return static_cast<uint8_t>(std::lround(std::lround(value * most / 255.0) * 255.0 / most));
 }
@@ -61,7 +61,8 @@ Frame MakeFrame(const Memory& memory, const Layout& layout, const SampleAt& samp
           const uint8_t value = sample(p, c, x, y);
           plane.at(x, y)[c] = value / 255.0;
           const int index = (x * format.channels[p] + c) * format.bytesPerChannel;
-          if (format.bytesPerChannel == 2) row[index] = static_cast<uint8_t>(37 * x + 91 * y);  // must not count
+          if (format.bytesPerChannel == 2)
+            row[index] = static_cast<uint8_t>(37 * x + 91 * y);  // the low byte must be ignored
           row[index + format.bytesPerChannel - 1] = value;
         }
       }
@@ -139,7 +140,7 @@ Frame MakeFrame(const Memory& memory, const Layout& layout, int seed) {
   return MakeFrame(memory, layout, [&](int plane, int channel, int x, int y) -> uint8_t {
     if (layout.code == QVG_FORMAT_RGBX332 && channel < 3) return Level(Wave(x, y, channel, seed), channel == 2 ? 3 : 7);
     if (plane == 0) return Wave(x, y, channel, seed);
-    // Half the contrast, or most of the picture would be clipped.
+    // Half the contrast, since most of the picture would be clipped otherwise.
     const int wave = Wave(layout.halfWidthChroma ? 2 * x : x, format.halfHeight ? 2 * y : y, plane + channel, seed);
     return static_cast<uint8_t>(64 + wave / 2);
   });
@@ -171,7 +172,7 @@ Image ExpectedUpload(const Frame& frame, int width, int height) {
       return color;
     });
   }
-  // The last texel's left edge, not its right one, is where a plane ends: full-range BT.601 from there.
+  // A plane ends at the last texel's left edge, not at its right one. The rest is full-range BT.601.
   return MakeImage(width, height, [&](int x, int y) -> Color {
     const auto sample = [&](int p) {
       const Image& plane = frame.planes[p];
@@ -188,7 +189,7 @@ Image ExpectedUpload(const Frame& frame, int width, int height) {
 }
 
 double UploadLimit(const Format& format) {
-  if (format.bytesPerChannel == 2) return 0.51;  // not filtered
+  if (format.bytesPerChannel == 2) return 0.51;  // Not filtered.
   if (format.yuv()) return kYuvUploadLimit;
   return format.code == QVG_FORMAT_RGBX332 ? 0.51 : 0.01;
 }

@@ -33,7 +33,7 @@ Image Cutout(int width, int height, int seed) {
 
 Color Straight(const Color& color) {
   const double alpha = color[3];
-  if (alpha < 1e-6) return {};  // a neighbour that a sample of alpha 0 touched by rounding
+  if (alpha < 1e-6) return {};  // from a neighbour that only rounding touched
   return {color[0] / alpha, color[1] / alpha, color[2] / alpha, alpha};
 }
 

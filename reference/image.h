@@ -1,4 +1,4 @@
-// Pictures in double precision: what the tests compute with, independently of the library.
+// Pictures in double precision, with which the tests compute independently of the library.
 #pragma once
 
 #include <array>
@@ -31,35 +31,35 @@ Image MakeImage(int width, int height, Make make) {
   return image;
 }
 
-/// From bytes B, G, R and one that counts for nothing, rows without padding.
+/// From bytes B, G, R and an ignored one, rows without padding.
 Image ImageOfBGRX(const uint8_t* bytes, int width, int height);
 
-/// One sample, 0..255, of the test pictures: no two channels, seeds, rows or columns are alike, and neighbours differ
-/// by less than 25, so that a sampler's 8-bit weights change a result by less than a tenth of a step.
+/// A sample, 0..255, of the test pictures: no two channels, seeds, rows or columns are alike, and neighbours differ by
+/// less than 25, so that a sampler's 8-bit weights change a result by less than a tenth of a step.
 uint8_t Wave(double x, double y, int channel, int seed);
-/// The test picture with all four channels (or with alpha 1).
+/// The test picture, with four different channels or with alpha 1.
 Image Picture(int width, int height, int seed, bool opaque = false);
-/// A premultiplied picture with holes, as keying leaves it.
+/// A premultiplied picture with transparent holes, as from keying.
 Image Cutout(int width, int height, int seed);
-/// The colour that a premultiplied one stands for.
+/// Un-premultiplies a colour.
 Color Straight(const Color& color);
 Image Straight(Image image);
 
 Image FlippedRows(const Image& image);
 Image Crop(const Image& image, int x, int y, int width, int height);
-/// The picture with another one laid over a part of it.
+/// The picture with a part replaced by another one.
 Image Over(Image image, const Image& part, int left, int bottom);
 /// Each channel rounded to 8 bits, as a texture stores it.
 Image Quantised(const Image& image);
 
-/// Four bytes a pixel, rows without padding.
+/// Four bytes per pixel, rows without padding.
 std::vector<uint8_t> Bytes(const Image& image, bool bgra = false);
 Image FromBytes(const uint8_t* bytes, int width, int height);
 
-/// The value at a place measured in texels (0 is the left edge of the first), never reaching outside the image.
+/// The bilinear sample at a place in texels (0 is the left edge of the first), clamped to the edges.
 Color SampleLinear(const Image& image, double x, double y);
 
-/// The largest error seen, in steps of 1/255 and measured from the exact value: rounding alone makes 0.5.
+/// The largest error so far, in steps of 1/255 from the exact value: rounding alone gives 0.5.
 struct Errors {
   double largest = 0;
   size_t compared = 0;
@@ -67,13 +67,13 @@ struct Errors {
 
 /// How the sizes differ; "" when they don't.
 std::string SizeFault(const Image& expected, const Image& actual);
-/// What texel i is and what it should be.
+/// What texel i is, and what it should be.
 std::string TexelFault(const Image& expected, const Image& actual, size_t i);
-/// "" when every texel of actual is within limit steps of the expected one, else where and how not. Texels for which
-/// skip is set are left out.
+/// "" when every texel of actual is within limit steps of the expected one, else the place and the difference. Texels
+/// for which skip is set are left out.
 std::string Compare(const Image& expected, const Image& actual, double limit, Errors& errors,
                     const std::vector<bool>& skip = {});
-/// The same for errors that nobody reports; without a limit both must hold the same bytes.
+/// The same without reporting the errors; by default both must hold the same bytes.
 std::string Difference(const Image& expected, const Image& actual, double limit = 0.01,
                        const std::vector<bool>& skip = {});
 

@@ -10,7 +10,7 @@ double Luma(const Color& c) { return 0.299 * c[0] + 0.587 * c[1] + 0.114 * c[2];
 double BlueDifference(const Color& c) { return -0.169 * c[0] - 0.331 * c[1] + 0.5 * c[2]; }
 double RedDifference(const Color& c) { return 0.5 * c[0] - 0.419 * c[1] - 0.081 * c[2]; }
 
-// The image that the conversion draws: luma in its first two thirds, chroma in the last.
+// The image that the conversion draws: luma in the first two thirds, chroma in the last.
 template <typename Chroma>
 Planes ReadBack(const Image& content, bool flip, bool mirror, bool fullRange, Chroma chroma) {
   const int width = content.width, height = content.height, rows = height * 3 / 2;

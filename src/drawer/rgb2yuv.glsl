@@ -1,4 +1,4 @@
-// One byte of the frame a texel, for every size; luma in the first two thirds of the rows, chroma in the last.
+// One byte of the frame per texel, for all sizes; luma in the first two thirds of the rows, chroma in the last.
 in vec2 io_texcoord;
 layout(location = 0) out vec4 FragColor;
 
@@ -11,7 +11,7 @@ const float kLumaShare = 2.0 / 3.0;
 
 vec2 outputCoord() { return clamp(io_texcoord, 0.0, 1.0); }
 
-// shiftX is in storage coordinates of the input.
+// shiftX: in storage coordinates of the input.
 vec3 sampleInput(vec2 inUV, float shiftX) {
 #ifdef FLIP
   inUV.y = 1.0 - inUV.y;

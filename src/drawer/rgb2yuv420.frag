@@ -1,4 +1,4 @@
-// First output column of the V half, in output coordinates: the middle, rounded down to a whole column.
+// The first output column of the V half, in output coordinates: the middle, rounded down to a whole column.
 uniform float vStart;
 
 void main() {

@@ -1,5 +1,5 @@
-// A block of 4 x 2 input pixels a fragment: every pixel is read once, and the whole frame is made in one draw. For
-// frames of even height whose width is a multiple of 4. A target's texel 0, 0 takes the first block.
+// One block of 4 x 2 input pixels per fragment: every pixel is read once, and one draw makes the whole frame. For frames
+// of even height whose width is a multiple of 4. The first block goes to the targets' texel 0, 0.
 layout(location = 0) out vec4 evenLuma;
 layout(location = 1) out vec4 oddLuma;
 

@@ -7,7 +7,7 @@ uniform vec4 mattColor;
 const float kKeyDistance = 0.003;
 
 void main() {
-  // Exactly one pixel: a filter off by a hair would miss the key.
+  // Fetched, not sampled: the slightest filtering would miss the matte colour.
   vec4 color = texelFetch(tex, ivec2(floor(io_texcoord * vec2(textureSize(tex, 0)))), 0);
   bool key = all(lessThan(abs(color - mattColor), vec4(kKeyDistance)));
   FragColor = key ? vec4(0.0) : vec4(color.rgb, 1.0);

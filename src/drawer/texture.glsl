@@ -6,7 +6,7 @@ uniform sampler2D mainTexture;
 uniform vec4 mainTextureBounds;
 uniform float opacity;
 
-// Colours multiplied by their alpha become straight ones; where nothing is there is no colour.
+// Turns premultiplied colours into straight ones; where alpha is 0 there is no colour.
 vec4 straight(vec4 color) { return color.a > 0.0 ? vec4(color.rgb / color.a, color.a) : vec4(0.0); }
 
 vec4 mainColor() {

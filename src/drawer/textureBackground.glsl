@@ -5,7 +5,7 @@ vec4 background() { return texelFetch(bgTexture, ivec2(gl_FragCoord.xy - bgOrigi
 
 float compositeAlpha(vec4 s, vec4 d) { return s.a + (1.0 - s.a) * d.a; }
 
-// The blend colour counts where s and d overlap, s alone where only s is.
+// Where s and d overlap the blended colour counts, elsewhere each counts alone.
 vec4 composite(vec4 s, vec4 d, vec3 blended, float alpha) {
   if (alpha == 0.0) return vec4(blended, alpha);
   float share = s.a / alpha;

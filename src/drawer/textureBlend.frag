@@ -1,4 +1,4 @@
-// A type of 0 is not defined: it blends normally.
+// Without BLEND the type is 0, which blends normally.
 #ifndef BLEND
 #define BLEND 0
 #endif

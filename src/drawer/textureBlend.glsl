@@ -5,7 +5,7 @@ vec3 clipColor(vec3 color) {
   float lo = min(color.r, min(color.g, color.b));
   float hi = max(color.r, max(color.g, color.b));
   vec3 result = color;
-  // Rounding can put l on the limit itself: then there is nothing to draw towards it.
+  // Rounding can put l on the limit itself: then there is nothing to clip, and the division would be by 0.
   if (lo < 0.0 && lo < l) result = l + (color - l) * l / (l - lo);
   if (hi > 1.0 && hi > l) result = l + (color - l) * (1.0 - l) / (hi - l);
   return result;
@@ -38,7 +38,7 @@ vec3 softLight(vec3 s, vec3 d) {
   return mix(light, dark, lessThan(s, vec3(0.5)));
 }
 
-// alpha comes in as that of "s over d"; the erasing and masking types set their own.
+// alpha: on entry that of "s over d"; the erasing and masking types replace it.
 vec3 blendColor(int type, vec4 s, vec4 d, inout float alpha) {
   float luma = s.r * s.a;
   switch (type) {

@@ -6,7 +6,7 @@ uniform vec2 matteTextureExtent;
 uniform vec4 matteTextureBounds;
 uniform vec2 simpleMatte;
 
-// The place of this fragment in the target's content, 0..1.
+// The position of this fragment in the target's content, 0..1.
 vec2 targetCoord() { return (gl_FragCoord.xy - targetOrigin) / resolution; }
 
 #ifdef MATTE

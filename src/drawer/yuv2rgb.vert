@@ -7,7 +7,7 @@ uniform vec2 uvRateU;
 uniform vec2 uvRateV;
 uniform vec2 uvRateUV;
 
-// The place of the fragment in each plane: linear over the quad, so it need not be computed a fragment.
+// The fragment's position in each plane: linear over the quad, so it needn't be computed per fragment.
 out vec2 coordY;
 out vec2 coordU;
 out vec2 coordV;

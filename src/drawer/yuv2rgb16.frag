@@ -5,8 +5,8 @@ uniform ivec2 sizeUV;
 uniform mediump usampler2D texY16;
 uniform mediump usampler2D texUV16;
 
-// The texel of a plane at (pixel + 1/2) / frame * (plane - 1), ties downwards. In integers: for odd sizes the position
-// is a texel's edge, where rounding would decide. Unsigned, as the product takes 32 bits.
+// The texel of a plane at (pixel + 1/2) / frame * (plane - 1), rounded down on ties. In integers: for odd sizes the
+// position is on a texel's edge, where a rounding error would decide. Unsigned, since the product takes 32 bits.
 ivec2 planeTexel(uvec2 pixel, ivec2 plane) {
   uvec2 product = (2u * pixel + 1u) * uvec2(plane - 1);
   return ivec2((max(product, 1u) - 1u) / (2u * uvec2(targetSize)));

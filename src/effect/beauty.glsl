@@ -1,5 +1,5 @@
 #if defined(BLUR) || defined(WHITTEN)
-// Decision tree on the chroma (x3 of red, x4 of blue) that tells skin.
+// A decision tree on chroma (x3 of red, x4 of blue) that recognises skin.
 bool isSkin(vec3 rgb) {
   float x3 = dot(vec3(0.5, -0.4187, -0.0813), rgb);
   float x4 = dot(vec3(-0.1687, -0.3313, 0.5), rgb);
@@ -10,11 +10,11 @@ bool isSkin(vec3 rgb) {
 #ifdef BLUR
 uniform float blur;
 uniform float blurRadius;
-// The weight of the centre, and what the weight loses from tap to tap, at the first and from then on.
+// The centre's weight, the share of it that the first tap loses, and the rate at which that share grows.
 flat in vec3 io_blurWeight;
 flat in vec2 io_blurOffset;
 
-// One diagonal pass. The Gaussian by recurrence: of the losses, which are small, no bit is lost.
+// One diagonal pass. The Gaussian is computed by recurrence, from the losses: being small, they keep all their bits.
 vec3 doGussianBlur(vec3 centre, int taps) {
   float weight = io_blurWeight.x;
   float loss = io_blurWeight.y;
@@ -30,7 +30,7 @@ vec3 doGussianBlur(vec3 centre, int taps) {
 }
 
 vec3 smoothed(vec3 rgb, bool skin) {
-  // Where the result is the input no tap is read: blocks of such fragments leave the loop at once.
+  // Where the result equals the input no tap is read: blocks of such fragments leave the loop at once.
   bool wanted = skin && rgb.b > 0.2 && blurRadius > 1.0;
   vec3 g = doGussianBlur(rgb, wanted ? int(blurRadius) : 0);
   vec3 hightPassColor = rgb - g;
@@ -42,7 +42,7 @@ vec3 smoothed(vec3 rgb, bool skin) {
 #endif
 
 #ifdef WHITTEN
-// The level, and 1 over the logarithm of 1 + level.
+// The level, and 1 / log(1 + level).
 flat in vec2 io_whitten;
 
 vec3 whitened(vec3 rgb) {

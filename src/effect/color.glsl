@@ -37,7 +37,7 @@ float lightness(vec3 rgb) {
 #endif
 
 #ifdef TEMPERATURE
-// White at the temperature.
+// The white of the colour temperature.
 flat in vec3 io_kelvin;
 
 const float kEpsilon = 1e-10;
@@ -68,7 +68,7 @@ vec3 adjustTemperature(vec3 rgb) {
 #endif
 
 #ifdef LIGHT
-// The powers for the shadows and for the highlights.
+// The exponents for the shadows and for the highlights.
 flat in vec2 io_lightPowers;
 
 vec3 adjustShadowAndHighlight(vec3 rgb) {

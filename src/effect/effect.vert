@@ -3,11 +3,11 @@ layout(location = 1) in vec2 texcoord;
 
 uniform mat4 mvpMat;
 uniform mat3 texcoordMat;
-// Centres of the outermost texels of the frame: nothing around it may show.
+// Centres of the outermost texels of the frame: nothing outside may be sampled.
 uniform vec4 texture_bounds;
 
-// What is the same for all fragments, or linear over the quad, is computed here. Bounds and steps go on as flat
-// inputs too: the software renderer reads a uniform anew at each use.
+// What is the same for all fragments, or linear over the quad, is computed here. Bounds and steps are passed on as flat
+// inputs, too: the software renderer reads a uniform anew at each use.
 out vec2 io_texcoord;
 flat out vec4 io_bounds;
 
@@ -35,7 +35,7 @@ uniform vec2 blurSingleOffset;
 flat out vec3 io_blurWeight;
 flat out vec2 io_blurOffset;
 
-// Exact also where exp(-x) is nearly 1, for x up to 3.
+// 1 - exp(-x) for x up to 3, exact also where exp(-x) is nearly 1.
 float oneMinusExp(float x) {
   float y = x / 64.0;
   float e = y * (1.0 - y * (1.0 / 2.0 - y * (1.0 / 6.0 - y / 24.0)));
@@ -85,7 +85,7 @@ void main() {
   io_keyRange = vec3(9.0 * similarity, 1.0 / (9.0 * smoothness), 1.0 / (9.0 * spill));
 #endif
 #ifdef BLUR
-  // The weight of the centre, and what the weight loses from tap to tap, at the first and from then on.
+  // The centre's weight, the share of it that the first tap loses, and the rate at which that share grows.
   float s = blurRadius / 3.0;
   io_blurWeight = vec3(1.0 / (sqrt(2.0 * 3.1415926 * s * s) * blurSumWeight), oneMinusExp(0.5 / (s * s)),
                        oneMinusExp(1.0 / (s * s)));
@@ -98,7 +98,7 @@ void main() {
   io_kelvin = mix(vec3(1.0), temperature < 0.0 ? kelvin_rgb_high : kelvin_rgb_low, abs(temperature));
 #endif
 #ifdef LIGHT
-  // At a highlight of 1 the powers vanish, as they do at the exponent kept here.
+  // At a highlight of 1 the exponent would be infinite; at this one the powers vanish as well.
   io_lightPowers = vec2(1.0 / (shadow + 1.0), 1.0 / max(1.0 - highlight, 1e-4));
 #endif
 #ifdef BACKGROUND

@@ -6,7 +6,7 @@ flat in vec2 io_texelSize;
 #endif
 layout(location = 0) out vec4 FragColor;
 
-// Read without a filter: every coordinate is a texel's centre.
+// Sampled without filtering: every coordinate is a texel's centre.
 uniform sampler2D main_texture;
 
 vec4 frameAt(vec2 coord) { return texture(main_texture, coord); }

@@ -12,7 +12,7 @@ vec4 overBackground(vec4 col, vec4 bg) {
 
 void main() {
 #ifdef BACKGROUND
-  // Read first, whether needed or not: the software renderer skips nothing, and reading is slower behind the stages.
+  // Read first, needed or not: the software renderer skips nothing, and reading after the stages is slower.
   vec4 bg = texture(keyBGTexure, clamp(io_background, io_backgroundBounds.xy, io_backgroundBounds.zw));
 #endif
   vec4 col = frameAt(io_texcoord);

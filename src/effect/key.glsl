@@ -1,11 +1,11 @@
 #ifdef KEY
 // 0.501961 less the key colour's chroma.
 flat in vec2 io_keyShift;
-// Nine times the similarity; what nine distances take to run through the smoothness, and through the spill.
+// For the sum of nine distances: nine times the similarity, 1 over nine times the smoothness and the spill.
 flat in vec3 io_keyRange;
 
-// The sRGB curve as a minimax polynomial in the fourth root, made by the Remez exchange on [0.0031308, 1]: off by at
-// most 6.6e-6.
+// The sRGB curve as a minimax polynomial in the fourth root, from the Remez algorithm on [0.0031308, 1]: off by at most
+// 6.6e-6.
 vec3 encodeSRGB(vec3 linear) {
   vec3 s = sqrt(linear);
   vec3 t = sqrt(s);
@@ -23,16 +23,16 @@ float pairDistance(vec2 first, vec2 second) {
   return chromaDistance(encodeSRGB((frameAt(first).rgb + frameAt(second).rgb) * 0.5));
 }
 
-// Divided by its alpha the centre may exceed 1, up to 255, where the polynomial is wrong. There the curve's power is
-// 256^(1/2.4) times that of a 256th.
+// The centre, divided by its alpha, may exceed 1 (up to 255), where the polynomial is wrong. There the curve's power is
+// 256^(1/2.4) times that of a 256th of the value.
 vec3 encodeCentre(vec3 linear) {
   bvec3 over = greaterThan(linear, vec3(1.0));
   vec3 e = encodeSRGB(linear * mix(vec3(1.0), vec3(1.0 / 256.0), over));
   return mix(e, e * 10.079368399 + 0.499365262, over);
 }
 
-// Over the neighbourhood, so that noise and coded edges don't fray the matte. Two taps each are averaged as a linear
-// filter between them would, but with all their bits.
+// Averaged over the neighbourhood, so that noise and compressed edges don't fray the matte. Pairs of taps are averaged
+// as a linear filter between them would, but with full precision.
 float boxFilteredDistance(vec3 centre) {
   vec2 p = io_texcoord;
   vec2 low = max(p - io_texelSize, io_bounds.xy);
@@ -46,7 +46,7 @@ float boxFilteredDistance(vec3 centre) {
 float power1_5(float x) { return x * sqrt(x); }
 
 vec4 keyed(vec4 col) {
-  // Nothing is there, and nothing could be un-premultiplied.
+  // There is no colour that could be un-premultiplied.
   if (col.a <= 0.0) return vec4(0.0);
   col.rgb = max(vec3(0.0), col.rgb * (1.0 / col.a));
   float base = boxFilteredDistance(col.rgb) - io_keyRange.x;
