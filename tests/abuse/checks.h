@@ -1,4 +1,4 @@
-// What the programs that abuse the library, or run it for a long time, have in common.
+// Shared by the programs that abuse the library or run it for a long time.
 #pragma once
 
 #include <cstddef>

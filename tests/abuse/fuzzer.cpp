@@ -29,7 +29,7 @@ using I = QVGGLRendererInterface;
 constexpr int kSequence = 96;
 constexpr char kEffect[] = "general_eff";
 
-// Not an object of the library: for slots that promise to detect that.
+// A pointer that is no object of the library, for slots that promise to detect that.
 template <class Handle>
 Handle* NoHandle() {
   static uint64_t something[64] = {};
@@ -39,7 +39,7 @@ Handle* NoHandle() {
 struct DrawTarget {
   QVGFrameBuffer* handle = nullptr;
   QVGTexture* bound = nullptr;
-  bool drawable = true;  ///< What was bound is not gone.
+  bool drawable = true;  ///< The bound texture still exists.
 };
 
 void Return(const I& gl, QVGTexture* texture) { gl.ReleaseTexture(&texture); }
@@ -70,12 +70,12 @@ struct Handles {
   std::vector<QVGWndDrawer*> drawers;
 };
 
-/// What the threads share between a start of the library and its release.
+/// Shared by the threads between a start of the library and its release.
 struct Round {
   const I& gl;
   SlotCounts& counts;
   uint64_t seed = 0;
-  QVGGLContext* elsewhere = nullptr;  ///< Current on another thread all the time.
+  QVGGLContext* elsewhere = nullptr;  ///< Stays current on another thread.
   std::mutex mutex = {};
   Handles handedOver = {};  ///< On their way from one thread to another.
 };
@@ -117,7 +117,7 @@ class Fuzzer {
     return taken;
   }
 
-  /// Gives one back when there are too many.
+  /// Gives one handle back when there are too many.
   template <class T, class Handle>
   bool Keep(std::vector<T>& all, size_t most, Handle* made) {
     if (made == nullptr) return false;
@@ -136,7 +136,7 @@ class Fuzzer {
   QVGTexture* Texture() { return Any(mine.textures, 24); }
   QVGWndDrawer* Drawer() { return Any(mine.drawers, 8); }
   QVGEffect* Effect() { return random.OneIn(16) ? NoHandle<QVGEffect>() : Any(mine.effects, 16); }
-  /// Does without when there is none, or none that can be drawn to.
+  /// May return an empty target when there is none, or none that can be drawn to.
   DrawTarget& AnyTarget(bool drawn) {
     none_ = {};
     if (mine.targets.empty() || random.OneIn(24)) return none_;
@@ -144,7 +144,7 @@ class Fuzzer {
     return target.drawable || !drawn ? target : none_;
   }
 
-  /// Passes one to a slot that destroys it.
+  /// Passes a handle to a slot that destroys it.
   template <class Handle, class Slot>
   bool Destroy(Slot slot, Handle* handle) {
     const bool hostile = handle == NoHandle<Handle>(), had = handle != nullptr && !hostile;
@@ -162,13 +162,13 @@ class Fuzzer {
 
   // ---- Values
 
-  /// One of two values a round: what makes the driver compile something is chosen from few values.
+  /// One of two values per round: for values that make the driver compile something.
   int OfRound(int limit) {
     Hostile few(round.seed * 2 + random.Below(2));
     return few.Below(limit);
   }
   uint32_t Unsigned() { return static_cast<uint32_t>(random.Integer()); }
-  /// The value, or one time in so many null.
+  /// The value, or null once in so many times.
   template <class T>
   T* OrNull(T* value, int noneIn) {
     return random.OneIn(noneIn) ? nullptr : value;
@@ -206,7 +206,7 @@ class Fuzzer {
     return params;
   }
 
-  // ---- Slots of more than one line; true for anything but the slot's failure value
+  // ---- Slots that take more than a line; true for anything but the slot's failure value
 
   bool Preallocate(void (*slot)(uint32_t, uint32_t, int32_t)) {
     WithArea([&](uint32_t width, uint32_t height) { slot(width, height, std::min(random.Integer(), 3)); });
@@ -379,7 +379,7 @@ class Fuzzer {
  private:
   void _Call(int slot);
 
-  // Whatever else refers to an object that goes.
+  // Clears other references to an object that is destroyed.
   template <class T>
   void _Forget(const T&) {}
   void _Forget(QVGTexture* texture) {
@@ -391,7 +391,7 @@ class Fuzzer {
   }
   void _Forget(QVGWndDrawer* drawer) { _Forget(gl.GetWndDrawerHandle(drawer)); }
 
-  // Without a context, or with one of the host's.
+  // Goes on without a context, or with one of the host's.
   void _GoAway() {
     foreign_ = random.Flag() && host_.Enter();
     if (!foreign_) gl.MakeCurrentContext(nullptr, nullptr);
@@ -539,7 +539,7 @@ void Fuzzer::_Call(int slot) {
 }
 
 void Fuzzer::Sequence() {
-  // Each slot as often as its weight says.
+  // Each slot occurs as often as its weight says.
   static const std::vector<int> weighted = [] {
     std::vector<int> slots;
     for (int i = 0; i < kSlotCount; ++i) slots.insert(slots.end(), static_cast<size_t>(kSlots[i].weight), i);
@@ -562,7 +562,7 @@ struct HostImages {
     int width = 0, height = 0;
     if (std::sscanf(path, "%dx%d", &width, &height) != 2) return nullptr;
     ++out;
-    // What can't be shown has a byte at most.
+    // Images that can't be shown have at most a byte.
     const bool shown = width > 0 && height > 0 && width <= 16384 && height <= 16384;
     const bool empty = std::string_view(path).ends_with(' ');
     return new QVGHostImage{empty ? nullptr : new uint8_t[shown ? size_t{4} * width * height : 1](), {}, width, height};

@@ -32,7 +32,7 @@ int32_t Hostile::Integer() {
 }
 
 std::array<int32_t, 2> Hostile::Area() {
-  constexpr int32_t kMost = 65536;  // of pixels, too
+  constexpr int32_t kMost = 65536;  // also of pixels
   std::array<int32_t, 2> area = {Size(), Size()};
   const bool possible = std::ranges::all_of(area, [](int32_t side) { return side > 0 && side <= kMost; });
   if (possible && int64_t{area[0]} * area[1] > kMost) area[Below(2)] = 1;
@@ -70,13 +70,13 @@ HostileFrames::Frame HostileFrames::Make(Hostile& random, int code, int maxSize)
     missing[p] = bytes[p] > kMostBytes || random.OneIn(48);
     buffer.stride[p] = layout.stride[p];
     const bool tooShort = random.OneIn(24);
-    // Of samples of 16 bits a luma stride counts texels, and a chroma stride may mean the other width.
+    // With 16-bit samples a luma stride counts texels, and a chroma stride may mean the other width.
     const int64_t least = format.bytesPerChannel == 2 ? 1 : rowBytes;
     if (tooShort) buffer.stride[p] = random.OneIn(2) ? random.Integer() | INT32_MIN : static_cast<int32_t>(least) - 1;
     frame.valid = frame.valid && !missing[p] && !tooShort;
   }
   for (size_t p = 0; p < 3; ++p) {
-    // Of frames that are to be refused there is a byte of each plane.
+    // Frames that are to be refused have a byte of each plane.
     const int64_t there = frame.valid ? bytes[p] : 1;
     buffer.plane[p] = bytes[p] == 0 || missing[p] ? nullptr : blocks_[p].data() + kMostBytes - there;
   }

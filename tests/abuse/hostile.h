@@ -43,7 +43,7 @@ class HostileFrames {
  public:
   struct Frame {
     QVGPixelBuffer buffer = {};
-    bool valid = false;  ///< What the header says of it; only then its planes are there as it tells.
+    bool valid = false;  ///< By the header's rules; only then the planes exist as described.
   };
   Frame Make(Hostile& random, int format, int maxSize);
 

@@ -1,5 +1,5 @@
-// Races planted on purpose, one a run: the thread sanitizer has to report each, with the suppressions that the tests
-// run with, or its silence about the library means nothing.
+// Races planted on purpose, one per run: the thread sanitizer has to report each, even with the tests' suppressions;
+// otherwise its silence about the library would mean nothing.
 #include <atomic>
 #include <cstdio>
 #include <functional>
@@ -12,7 +12,7 @@
 namespace qvg::test {
 namespace {
 
-// Runs it on two threads at a time. Nothing orders them, but that neither begins before both are there.
+// Runs it on two threads at a time. Nothing orders them, except that neither begins before both exist.
 void OnTwoThreads(const std::function<void()>& work) {
   std::atomic<int> ready = 0;
   const auto run = [&] {
@@ -35,7 +35,7 @@ void TextureOnTwoThreads() {
   });
 }
 
-// A frame that another thread still writes, read on the library's behalf.
+// The library reads a frame that another thread still writes.
 void FrameUnderUpload() {
   std::array<uint8_t, 256> pixels = {};
   OnTwoThreads([&] {

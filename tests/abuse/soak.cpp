@@ -1,4 +1,4 @@
-// Works like a busy host for a long time: what the process holds must stay as it is after the first thousand frames.
+// Works like a busy host for a long time: the process's resources must not grow after the first thousand frames.
 #include <malloc.h>
 
 #include <algorithm>
@@ -125,7 +125,7 @@ class Worker {
   QVGTexture* picture_ = nullptr;
 };
 
-/// What the process holds when everything was given back, and how much more than at first doesn't count as growth.
+/// The resources measured when everything was given back, and how much more than at first doesn't count as growth.
 constexpr struct {
   const char* title;
   int64_t slack;
@@ -160,7 +160,7 @@ Sample Work(Shared& shared, QVGGLContext* context, double seconds) {
   return sample;
 }
 
-// Whether even the smallest value of the last third exceeds the largest of the first: values that go up and down don't.
+// Whether even the smallest value of the last third exceeds the largest of the first: fluctuating values don't count.
 bool Grows(const std::vector<Sample>& samples, size_t column) {
   const auto third = static_cast<std::ptrdiff_t>(samples.size() / 3);
   const auto value = [column](const Sample& sample) { return sample[column]; };

@@ -1,6 +1,6 @@
-// For every call of the driver and the platform, and every allocation of the library's code, that a host's work makes:
-// when it fails, or all from it on, each slot says so or has done what it says, no exception leaves it, nothing is
-// lost, and the next frame is exact.
+// Lets every call of the driver and the platform, and every allocation of the library, fail in a host's work, alone or
+// with all that follow: each slot has to report failure or do its work, throw nothing and leak nothing, and the next
+// frame has to be exact.
 //
 // QVG_FAULT_STRIDE in the environment takes every n-th of them (1: all), QVG_FAULT_AT one.
 #include <gtest/gtest.h>
@@ -80,7 +80,7 @@ class Life {
   QVGGLContext* context_ = nullptr;
 };
 
-/// What is wrong with the steps of a run in which something may have failed.
+/// The faults in the steps of a run in which something may have failed.
 std::string FaultsOf(const Host& host, const Host& expected, FaultMode mode, bool disturbed) {
   std::string faults = host.faults;
   bool failedBefore = false;
@@ -88,7 +88,7 @@ std::string FaultsOf(const Host& host, const Host& expected, FaultMode mode, boo
     const Step& step = host.steps[i];
     const std::string which = "step " + std::to_string(i);
     if (!disturbed && !step.done) faults += which + " fails; ";
-    // One failing call explains the failure of the operation that made it, and of what needs its result.
+    // A failing call explains the failure of the operation that made it, and of those that need its result.
     if (disturbed && mode == FaultMode::kOne && !step.done && !step.hit && !failedBefore) {
       faults += which + " fails without a fault; ";
     }
@@ -101,7 +101,7 @@ std::string FaultsOf(const Host& host, const Host& expected, FaultMode mode, boo
   return faults;
 }
 
-/// Where the program was, for whoever finds it dead.
+/// Where the program was, for the report after a crash.
 char place[160];
 [[maybe_unused]] const bool tellsPlace = [] {
   for (const int number : {SIGSEGV, SIGABRT}) {
@@ -134,7 +134,7 @@ class FaultTest : public testing::TestWithParam<Subject> {
     ASSERT_EQ(FaultsOf(*expected_, *expected_, FaultMode::kOne, false), "") << "with nothing failing";
   }
 
-  /// Runs with the call of that number failing; what is wrong then.
+  /// Runs with the call of that number failing, and returns what is wrong then.
   std::string RunAt(int at, FaultMode mode, bool warm) {
     const Census before = Living();
     std::string faults;
@@ -152,7 +152,7 @@ class FaultTest : public testing::TestWithParam<Subject> {
       if (!life.ClearPools()) faults += "pools can't be cleared; ";
     }
     std::string lost = Difference(before, Living());
-    // Names go with their share group.
+    // GL names vanish with their share group.
     if (report.platformFailed && scenario_.begin != Scenario::kWithContext &&
         Living()[kContexts] == before[kContexts]) {
       lost.clear();

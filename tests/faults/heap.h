@@ -1,4 +1,4 @@
-// Whose an allocation is: only the library's fail.
+// Tells the library's allocations, which may fail, from the test's.
 #pragma once
 
 namespace qvg::test {
@@ -19,8 +19,8 @@ class HeapOwner {
 /// To be called before an allocation is to fail.
 void WatchHeap();
 
-/// The platform's part: whether an allocation that was asked for there is one of the library's or the test's code, and
-/// not of the driver's, which may be C++, too.
+/// The platform's part: whether an allocation with this caller belongs to the library or the test, and not to the
+/// driver, which may be C++, too.
 bool AllocatesForLibrary(void* caller);
 
 }  // namespace qvg::test

@@ -17,7 +17,7 @@ namespace {
 template <auto kPointer>
 constexpr auto& real = CountedCall<kPointer>::real;
 
-// What reading changes in the context, put back at the end.
+// The state that reading changes in the context; restored at the end.
 class ReadingState {
  public:
   ReadingState() {
@@ -101,7 +101,9 @@ bool Host::Showed(bool done, const HostWindow& window) {
            picture == expected->steps[steps.size()].picture;
   };
   std::vector<uint8_t> picture;
-  const int tries = expected != nullptr ? 250 : 10;  // What comes is known, or taken for what is to come.
+  const int tries = expected != nullptr
+                        ? 250
+                        : 10;  // Waits for the expected picture; without one, takes what is shown a little later.
   for (int i = 0; i < tries && !seen(picture); ++i) {
     std::this_thread::sleep_for(std::chrono::milliseconds(i == 0 ? 0 : 20));
     picture = Bytes(window.Pixels());

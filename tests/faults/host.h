@@ -1,4 +1,4 @@
-// A host whose calls may fail: what it records of each call, and what a texture and a read-back hold.
+// A host whose calls may fail: its record of each call, and the contents of textures and read-backs.
 #pragma once
 
 #include <cstdint>
@@ -12,21 +12,21 @@
 
 namespace qvg::test {
 
-/// One call of the table whose success and picture count.
+/// A call of the table whose success and picture are compared.
 struct Step {
   bool done = false;
-  bool hit = false;  ///< Some call of the driver failed during it, or before it while all fail.
+  bool hit = false;  ///< A call of the driver failed during it, or, while all fail, before it.
   std::vector<uint8_t> picture;
 };
 
-/// The table. What a call of a slot allocates is the library's, all else the test's.
+/// The table. Allocations during a call of a slot are the library's, all others the test's.
 class Slots {
  public:
   explicit Slots(const QVGGLRendererInterface& table) : table_(&table) {}
 
   struct Call {
     const QVGGLRendererInterface* table;
-    HeapOwner library{HeapOwner::kLibrary};  ///< To the end of the expression.
+    HeapOwner library{HeapOwner::kLibrary};  ///< Until the end of the expression.
     const QVGGLRendererInterface* operator->() const { return table; }
   };
   Call operator->() const { return {table_}; }
@@ -43,21 +43,21 @@ class Host {
 
   // Each records a step right after its call, and returns whether the call succeeded.
   bool Did(bool done) { return _Note(done, {}); }
-  /// Null, or a texture with the picture.
+  /// texture: null, or with the picture.
   bool Made(const QVGTexture* texture);
   bool Drew(bool done, const QVGTexture* target);
   bool Drew(bool done, QVGFrameBuffer* target);
-  /// Failed, its planes are null.
+  /// When it failed, its planes have to be null.
   bool Read(bool done, const QVGPixelBuffer& out);
-  /// The window's picture, if it can be told.
+  /// With the window's picture, if that can be read.
   bool Showed(bool done, const class HostWindow& window);
 
-  /// What is wrong, whatever the picture is.
+  /// Records a fault that doesn't depend on the picture.
   void Blame(const std::string& fault) { faults += fault + "; "; }
 
   std::vector<Step> steps;
   std::string faults;
-  const Host* expected = nullptr;  ///< What is to be seen, for what takes its time on the screen.
+  const Host* expected = nullptr;  ///< What has to be seen, for pictures that take time to appear on the screen.
 
  private:
   bool _Note(bool done, std::vector<uint8_t> picture);
@@ -65,7 +65,7 @@ class Host {
   int failedBefore_ = 0;
 };
 
-/// A part of a scenario with that many steps; those that it skips are recorded as not done.
+/// A part of a scenario with that many steps; skipped ones are recorded as not done.
 class Part {
  public:
   Part(Host& host, size_t steps) : host_(host), end_(host.steps.size() + steps) {}
@@ -80,7 +80,7 @@ class Part {
   size_t end_;
 };
 
-/// What the texture stores in its content, with everything that decides how it looks. Without a trace in the context.
+/// The texture's stored content, with everything that decides how it looks. Leaves the context unchanged.
 std::vector<uint8_t> PictureOf(const QVGTexture* texture);
 /// All bytes of a read-back's planes.
 std::vector<uint8_t> BytesOf(const QVGPixelBuffer& buffer);
@@ -89,8 +89,8 @@ struct Scenario {
   const char* name;
   void (*run)(Host& host);
   enum Begin { kWithContext, kStarted, kReleased };
-  Begin begin = kWithContext;  ///< What the scenario finds.
-  bool window = false;         ///< It needs an X server or the like.
+  Begin begin = kWithContext;  ///< The state in which the scenario begins.
+  bool window = false;         ///< Needs a display.
 };
 
 const std::vector<Scenario>& Scenarios();
@@ -99,7 +99,7 @@ const std::vector<Scenario>& Scenarios();
 const QVGGLRendererInterface& StartLibrary();
 void ReleaseLibrary();
 
-/// On a thread of its own, which is waited for.
+/// Runs the work on another thread, and waits for it.
 void OnThread(const std::function<void()>& work);
 
 }  // namespace qvg::test

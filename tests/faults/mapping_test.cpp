@@ -1,4 +1,4 @@
-// The memory that read-backs lend to the host, byte by byte: the test's own block stands in the place of the driver's.
+// The memory that read-backs lend to the host, byte by byte: a block of the test's replaces the driver's.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -46,7 +46,7 @@ TEST_F(MappingTest, ReadBacksFillTheirPlanesAndNothingElse) {
   for (const int code : {QVG_FORMAT_NV12, QVG_FORMAT_I420, QVG_FORMAT_RGBA}) {
     for (const auto& [width, height] : sizes) {
       SCOPED_TRACE(testing::Message() << FormatOf(code).name << ' ' << width << " x " << height);
-      // Alpha and all colours are other than what fresh memory is full of.
+      // Alpha and all colours differ from the bytes of fresh memory.
       QVGTexture* texture = Upload(width, height);
       const double grey[4] = {0.3, 0.3, 0.3, 0.3};
       ASSERT_TRUE(gl_.ClearTexture(texture, grey));
@@ -62,7 +62,7 @@ TEST_F(MappingTest, ReadBacksFillTheirPlanesAndNothingElse) {
       const auto filled = static_cast<ptrdiff_t>(
           std::count_if(block.begin(), block.end(), [](uint8_t byte) { return byte != kFresh; }));
       EXPECT_EQ(std::count(block.begin(), block.begin() + luma, kFresh), 0);
-      // NV12 of an odd width has a byte more in each row of chroma, which belongs to no pair.
+      // NV12 of an odd width has an extra byte in each row of chroma, which belongs to no pair.
       EXPECT_GE(filled, luma + chroma);
       EXPECT_LE(filled, luma + chroma + (code == QVG_FORMAT_NV12 ? width % 2 * (height / 2) : 0));
       Release(out);
@@ -83,7 +83,7 @@ TEST_F(MappingTest, AHostThatWritesBeyondOrNeverGivesBackIsFound) {
   Release(before);
   EXPECT_EQ(TakeMappingFaults(), "bytes before mapped memory were written; ");
   gl_.ReleaseTexture(&texture);
-  // The release takes it back; its block is gone then.
+  // The release takes it back, and its block is freed.
   EXPECT_EQ(Living()[kMappings] - before_[kMappings], 1);
 }
 

@@ -21,7 +21,7 @@ extern "C" const char __executable_start, etext;
 namespace qvg::test {
 namespace {
 
-// Stands before a function that the library asks eglGetProcAddress for.
+// Wraps a function that the library gets from eglGetProcAddress.
 template <int kNumber, class Result, class... Arguments>
 struct Asked {
   static inline Result (*real)(Arguments...) = nullptr;
@@ -49,7 +49,7 @@ EGLSurface CreateWindowSurface(EGLDisplay display, EGLConfig config, void* windo
 
 using Proc = __eglMustCastToProperFunctionPointerType;
 
-// What the library gets for a name.
+// The function that the library gets for a name.
 Proc Watched(const char* name, Proc function) {
   const auto is = [&](const char* other) { return std::strcmp(name, other) == 0; };
   if (is("eglCreatePlatformWindowSurfaceEXT")) {
@@ -94,7 +94,7 @@ Range StandardLibrary() {
 
 }  // namespace
 
-// By the executable's code, or by what that called of the standard library.
+// The caller is the executable's code, or the standard library called from it.
 bool AllocatesForLibrary(void* caller) {
   static const Range executable = {reinterpret_cast<uintptr_t>(&__executable_start),
                                    reinterpret_cast<uintptr_t>(&etext)};
@@ -113,12 +113,12 @@ bool AllocatesForLibrary(void* caller) {
 
 using namespace qvg::test;
 
-// Calls that give false or null when they fail.
+// Calls that return false or null when they fail.
 #define QVG_FAILING_CALL(Result, name, parameters, arguments) \
   Result __real_##name parameters;                            \
   Result __wrap_##name parameters { return FailsNow(#name) ? static_cast<Result>(0) : __real_##name arguments; }
 
-// Hidden, some of them would not link: shared libraries call them, too.
+// Some of them would not link if they were hidden: shared libraries call them, too.
 #pragma GCC visibility push(default)
 extern "C" {
 
@@ -164,7 +164,7 @@ EGLSurface __wrap_eglCreatePbufferSurface(EGLDisplay display, EGLConfig config, 
   return surface;
 }
 
-// What ends something does so.
+// Calls that end something are executed.
 EGLBoolean __real_eglDestroyContext(EGLDisplay display, EGLContext context);
 EGLBoolean __wrap_eglDestroyContext(EGLDisplay display, EGLContext context) {
   const bool fails = FailsNow("eglDestroyContext");
@@ -185,7 +185,7 @@ xcb_connection_t* __wrap_xcb_connect(const char* display, int* screen) {
   return __real_xcb_connect(FailsNow("xcb_connect") ? "no display" : display, screen);
 }
 
-// std::thread's, out of line in the standard library.
+// Starts std::thread's threads; not inline in the standard library.
 void __real__ZNSt6thread15_M_start_threadESt10unique_ptrINS_6_StateESt14default_deleteIS1_EEPFvvE(void* thread,
                                                                                                   void* state,
                                                                                                   void (*depend)());

@@ -15,7 +15,7 @@ bool AllocatesForLibrary(void* /*caller*/) { return true; }
 
 using namespace qvg::test;
 
-// Stands before an imported function.
+// Wraps an imported function.
 #define QVG_IMPORTED_CALL(Result, name, parameters)                \
   static Result WINAPI Watched##name parameters;                   \
   extern "C" {                                                     \
@@ -24,7 +24,7 @@ using namespace qvg::test;
   }                                                                \
   Result WINAPI Watched##name parameters
 
-// One that gives false or null when it fails.
+// One that returns false or null when it fails.
 #define QVG_FAILING_CALL(Result, name, parameters, arguments) \
   QVG_IMPORTED_CALL(Result, name, parameters) { return FailsNow(#name) ? Result() : __real___imp_##name arguments; }
 
@@ -66,7 +66,7 @@ QVG_IMPORTED_CALL(HWND, CreateWindowExA,
   return window;
 }
 
-// What ends something does so.
+// Calls that end something are executed.
 QVG_IMPORTED_CALL(BOOL, wglDeleteContext, (HGLRC context)) {
   const bool fails = FailsNow("wglDeleteContext");
   CountContextEnd(context);

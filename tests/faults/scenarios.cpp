@@ -28,7 +28,7 @@ Held<Handle> Hold(Host& host, Handle* handle) {
 constexpr int kWidth = 24, kHeight = 12;
 constexpr int kOddWidth = 21, kOddHeight = 13;
 
-/// The way a frame lies in memory: the first layout of a format is tight, the last one padded.
+/// A frame's memory layout: a format's first layout is tight, the last one padded.
 enum Padding { kTight, kPadded };
 
 Frame FrameOf(int code, Padding padding = kTight, int seed = 1, int width = kOddWidth, int height = kOddHeight) {
@@ -45,7 +45,7 @@ void Upload(Host& host) {
   host.Made(texture.get());
 }
 
-// A texture with this picture, whatever fails.
+// A texture with this picture; nothing fails while it is made.
 Held<QVGTexture> Given(Host& host, int code = QVG_FORMAT_RGBA, int seed = 1, int width = kWidth, int height = kHeight) {
   const WithoutFaults undisturbed;
   const Frame frame = FrameOf(code, kTight, seed, width, height);
@@ -89,7 +89,7 @@ bool ReadBack(Host& host, QVGTexture* texture, int code = QVG_FORMAT_NV12, bool 
 template <int kAs, bool kFlag = false, int kW = kWidth, int kH = kHeight, int kCode = QVG_FORMAT_RGBA>
 void Read(Host& host) {
   const auto texture = Given(host, kCode, 1, kW, kH);
-  // The second one takes the first one's buffer.
+  // The second one reuses the first one's buffer.
   for (int i = 0; i < 2; ++i) ReadBack(host, texture.get(), kAs, kFlag);
 }
 
@@ -97,7 +97,7 @@ void Read(Host& host) {
 
 constexpr double kBlue[4] = {0.2, 0.4, 0.8, 1};
 
-// Clears the target and draws, which is what makes its picture; both are steps.
+// Clears the target and draws, which together make its picture; both are steps.
 void ClearAndDraw(Host& host, QVGFrameBuffer* target, QVGTexture* canvas, QVGTexture* source,
                   const QVGDrawTextureParams* params) {
   const Part part(host, 2);
@@ -105,7 +105,7 @@ void ClearAndDraw(Host& host, QVGFrameBuffer* target, QVGTexture* canvas, QVGTex
   if (drew(host.gl->ClearFrameBuffer(target, kBlue))) drew(host.gl->DrawTexture(source, target, params));
 }
 
-// On a canvas of its own, through a frame buffer that is made with it.
+// Draws on a canvas of its own, with a new frame buffer.
 void DrawWith(Host& host, QVGTexture* source, const QVGDrawTextureParams* params, bool depth = false) {
   const Part part(host, 6);
   const auto canvas = Given(host, QVG_FORMAT_BGRA, 5);
@@ -147,7 +147,7 @@ void DrawIntoOwnBuffer(Host& host) {
   if (host.Did(target != nullptr)) ClearAndDraw(host, target.get(), nullptr, source.get(), &params);
 }
 
-// What is drawn is the target itself, whose channels are stored in another order.
+// Draws the target onto itself, with channels stored in another order.
 void DrawOntoItself(Host& host) {
   const auto canvas = Given(host, QVG_FORMAT_ABGR);
   const auto target = Hold(host, host.gl->CreateFrameBuffer(kWidth, kHeight, false, false));
@@ -186,7 +186,7 @@ void Set(Host& host, QVGEffect* effect, const char* key, int64_t value) {
   host.Did(host.gl->SetEffectParameter(effect, key, &parameter));
 }
 
-// Sets up the stage, and applies it to what another effect has given, too.
+// Sets up the stage and applies it, also to another effect's result.
 template <class SetUp>
 void Apply(Host& host, SetUp setUp) {
   const auto frame = Given(host);
@@ -229,7 +229,7 @@ void LayOverImage(Host& host) {
     const QVGParamValue path = {QVG_PARAM_TEXT, {.text = "beach"}};
     Set(host, effect, "enable_key", 1);
     Set(host, effect, "enable_bg", 1);
-    // True also for an image that can't be had: asked for again it is there.
+    // True also when the image could not be loaded: the next request loads it.
     const int failed = Faults().failed;
     host.Did(host.gl->SetEffectParameter(effect, "bgfile", &path));
     if (Faults().failed == failed) return;
@@ -246,7 +246,7 @@ void AskForEffects(Host& host) {
   host.Did(host.gl->QueryEffect("general_eff", "en") != nullptr);
 }
 
-// ---- Refusals: what can't be done is told where there is memory for a line
+// ---- Refusals, which are logged when there is memory for a line
 
 void Refuse(Host& host) {
   const auto texture = Given(host, QVG_FORMAT_NV12);
@@ -276,7 +276,7 @@ void Preallocate(Host& host) {
   host.Did(host.gl->ClearTexturePool() && host.gl->ClearRenderBufferPool() && host.gl->ClearPixelBufferPool());
 }
 
-// Takes contexts, works on one and gives them back in the two ways.
+// Takes contexts, works on one, and gives them back in both ways.
 void TakeContexts(Host& host) {
   QVGGLContext *previous = host.gl->GetCurrentContext(), *contexts[2] = {};
   for (QVGGLContext*& context : contexts) {
@@ -294,7 +294,7 @@ void TakeContexts(Host& host) {
   host.gl->MakeCurrentContext(previous, nullptr);
 }
 
-// An encoder's thread, which has no context, gives back what it was handed.
+// An encoder's thread, without a context, gives back what it was handed.
 void GiveBackElsewhere(Host& host) {
   const auto texture = Given(host);
   QVGPixelBuffer out = {};
@@ -316,7 +316,7 @@ void GiveBackElsewhere(Host& host) {
   ReadBack(host, texture.get());
 }
 
-// What one context has drawn another one reads and draws over, and gives back; then the first takes it again.
+// A second context reads what the first has drawn, draws over it and gives it back; then the first takes it again.
 void HandOver(Host& host) {
   const auto canvas = Given(host);
   const auto work = [&](int seed) {
@@ -340,7 +340,7 @@ void HandOver(Host& host) {
         context = host.gl->GetSharedContext();
         host.gl->MakeCurrentContext(context, nullptr);
       }
-      // Its planes and buffers come from the first one's work.
+      // It reuses planes and buffers of the first one's work.
       ReadBack(host, canvas.get());
       work(seed + 5);
       const WithoutFaults undisturbed;
@@ -373,7 +373,7 @@ void Start(Host& host) {
   ReleaseLibrary();
 }
 
-// The library is released with everything that a host can have left behind.
+// Releases the library with everything left over that a host may have forgotten.
 void Teardown(Host& host) {
   {
     const WithoutFaults undisturbed;
@@ -390,7 +390,7 @@ void Teardown(Host& host) {
   ReleaseLibrary();
 }
 
-// With the thread's context left behind elsewhere.
+// The same without a current context: another thread did the work.
 void TeardownWithoutContext(Host& host) {
   {
     const WithoutFaults undisturbed;
@@ -425,7 +425,7 @@ void Window(Host& host) {
     for (const auto* shown : {&texture, &premultiplied}) {
       const Part part(host, 1);
       const bool done = host.gl->DrawTextureToWnd(drawer.get(), shown->get());
-      // What the window itself refuses is not shown, and not told.
+      // What the window itself refuses is not shown, and not reported.
       const bool refused = Faults().failed > failedBefore && Faults().platformFailed;
       if (!done || !refused) host.Showed(done, *window);
     }

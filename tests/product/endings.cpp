@@ -1,5 +1,5 @@
-// A host that ends in one of many ways, with or without a release: endings NAME [DELAY], the delay in microseconds
-// before the end. Without arguments it names the ways. The exit status is 0, whatever the way.
+// A host that ends in one of many ways, with or without a release: endings NAME [DELAY], with the delay before the end
+// in microseconds. Without arguments it lists the ways. The exit status is always 0.
 #include <atomic>
 #include <chrono>
 #include <cstdio>
@@ -26,7 +26,7 @@ void Release() {
   Check(table == nullptr);
 }
 
-/// Releases the library in its destructor, when it was told to.
+/// Releases the library in its destructor, if asked to.
 struct Releaser {
   ~Releaser() {
     if (active) Release();
@@ -46,19 +46,19 @@ void Draw() {
   for (int i = 0; i < 3; ++i) renderFrame(table, 64 + 16 * i, 48, nullptr);
 }
 
-/// Leaves more idle textures than the pool is to keep, so that they are being destroyed.
+/// Leaves more idle textures than the pool may keep, so that they are being destroyed.
 void Overfill() {
   table->SetTexturePoolCapacity(1);
   Check(MakeCurrent());
   table->PreallocateTextures(1024, 1024, 40);
 }
 
-/// What fails is left out: the process may be ending.
+/// Ignores failures: the process may be ending.
 [[noreturn]] void RenderOn(int size, std::atomic<int>* frames) {
   for (int frame = 0;; ++frame, ++*frames) renderFrame(table, size + 32 * (frame % 4), 64, nullptr);
 }
 
-/// Returns when they have drawn as many frames as there are threads.
+/// Returns when the threads have drawn as many frames as there are threads.
 template <int count>
 void RenderOnThreads() {
   static std::atomic<int> frames = 0;
@@ -79,7 +79,7 @@ void ExitOnThread() {
   RenderOn(64, &frames);
 }
 
-// Ways to end after what was done before; main returns where they do.
+// The ways to end; main returns when they return.
 
 void ReleaseInEarlierStatic() { madeBefore.active = true; }
 void ReleaseInLaterStatic() {

@@ -1,4 +1,4 @@
-// Preloaded into a program, a driver with one fault, which QVG_TEST_FAULT in the environment names.
+// Preloaded into a program, gives the driver one fault, named by QVG_TEST_FAULT in the environment.
 #include <EGL/egl.h>
 #include <dlfcn.h>
 
@@ -17,7 +17,7 @@ Type RealFunction(const char* name) {
   return reinterpret_cast<Type>(find(name));
 }
 
-// Rows are packed without gaps, whatever was asked for.
+// Rows are always packed without padding.
 void PixelStorei(unsigned name, int value) {
   if (name != kPackRowLength) RealFunction<void (*)(unsigned, int)>("glPixelStorei")(name, value);
 }

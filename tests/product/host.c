@@ -1,4 +1,4 @@
-/* A host linked with the library. With an argument it ends without giving anything back. */
+/* A host that is linked with the library. With an argument it ends without giving anything back. */
 #include "use.h"
 
 #ifndef PACKAGE_VERSION

@@ -1,4 +1,5 @@
-// A host in C++: several parts of it keep the library running, each for itself, and handles come and go in all ways.
+// A host in C++: several parts of it keep the library running independently, and handles are made and moved in all
+// ways.
 #include <qvGLRenderer/qvGLRenderer.hpp>
 
 #include <cstdio>
@@ -12,7 +13,7 @@ bool LooksLike(const qvg::Texture& texture, uint8_t expected) {
   return read && read->width == 4 && read->height == 2 && read.Row(1)[3 * 4] == expected;
 }
 
-/// The same picture is given back once, whatever was moved where: else the pool would lend it twice.
+/// However handles are moved, a texture is given back only once: otherwise the pool would lend it twice.
 bool MovesHandles() {
   const std::vector<uint8_t> pixels(4 * 4 * 2, 90);
   const qvg::PixelBuffer frame(QVG_FORMAT_RGBA, 4, 2, pixels.data());
@@ -72,6 +73,6 @@ int main() {
     if (qvg::Table().GetCurrentContext() != context.get()) return 3;
     late = qvg::Context::New();
   }
-  late.reset();  // After the release: it went with the library, and starts nothing.
+  late.reset();  // After the release: its object went with the library, and this must not start it again.
   return 0;
 }

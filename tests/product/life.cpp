@@ -1,6 +1,6 @@
-// life LIBRARY starts|loads COUNT: a host starts, uses and releases the library, which it loads by hand, over and over,
-// or loads it anew each time, too; what the process has of the system's before and after. The first tenth is not
-// counted: the driver starts threads and fills caches of its own.
+// life LIBRARY starts|loads COUNT: a host that loads the library by hand starts, uses and releases it over and over;
+// with "loads" it also loads it anew each time. The system's resources that the process holds must not grow. The first
+// tenth doesn't count: the driver starts threads and fills its caches.
 #include <cstdio>
 #include <cstdlib>
 #include <string_view>

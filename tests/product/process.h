@@ -1,10 +1,10 @@
-// The process as the system sees it, and libraries that it loads by hand; one source for each platform.
+// The process's end and its resources, and libraries that it loads by hand; one source for each platform.
 #pragma once
 
-/// Ends it without exit handlers, as the platform does that.
+/// Ends the process without exit handlers, in the platform's way.
 [[noreturn]] void EndQuickly();
 
-/// Threads and file descriptors, or the handles that the system has in their place.
+/// Threads and file descriptors, or the system's equivalent handles.
 long CountResources();
 
 /// Null when it can't be loaded.

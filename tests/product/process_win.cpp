@@ -2,7 +2,7 @@
 
 #include <windows.h>
 
-// Libraries are told of it, as they are at a return from main; a mere stop is what std::_Exit gives.
+// Libraries are notified, as at a return from main; std::_Exit would merely stop.
 void EndQuickly() { ExitProcess(0); }
 
 long CountResources() {

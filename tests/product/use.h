@@ -1,4 +1,4 @@
-/* What every host does: a frame up, over another one, and the same frame back. */
+/* What every host does: uploads a frame, draws it over another one, and reads it back. */
 #ifndef QVG_PRODUCT_USE_H
 #define QVG_PRODUCT_USE_H
 
@@ -6,8 +6,8 @@
 #include <stdio.h>
 #include <string.h>
 
-/* Of up to 256 x 64 pixels, with the current context. What came back is kept where there is a place for it. Says
-   nothing: the process may be ending. Returns 0 when all went well. */
+/* With up to 256 x 64 pixels, on the current context. kept: receives the read-back, which then is not given back; may
+   be null. Prints nothing: the process may be ending. Returns 0 when all went well. */
 static int renderFrame(const QVGGLRendererInterface* gl, int width, int height, QVGPixelBuffer* kept) {
   uint8_t pixels[4 * 256 * 64];
   for (size_t i = 0; i < sizeof pixels; ++i) pixels[i] = i % 4 == 3 ? 255 : (uint8_t)(i * 7 / 3);

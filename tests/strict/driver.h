@@ -1,4 +1,4 @@
-// A driver that is stricter than Mesa's, between the programs that are linked with it and EGL.
+// A driver that is stricter than Mesa's: a layer between EGL and the programs that are linked with it.
 #pragma once
 
 #include <cstdint>
@@ -11,15 +11,15 @@ enum DriverMode : unsigned {
   kNoTextureBarrier = 4,
   kGarbage = 8,      ///< Fresh textures and buffers are full of kGarbageTexel.
   kChattyLogs = 16,  ///< Compiling and linking leave an information log when they succeed.
-  kNoXcb = 32        ///< EGL takes Xlib's displays only.
+  kNoXcb = 32        ///< EGL takes only Xlib's displays.
 };
 
-/// The one that QVG_TEST_DRIVER in the environment names; all without it.
+/// Whether QVG_TEST_DRIVER in the environment names this mode; without the variable all modes are on.
 bool DriverIs(DriverMode mode);
 
 inline constexpr uint8_t kGarbageTexel[4] = {77, 230, 26, 102};
 
-/// EGL's own entry point, and what the library gets in its place.
+/// EGL's own entry point, and the one that the library gets in its place.
 void* RealEntryPoint(const char* name);
 void* InPlaceOf(const char* name, void* entryPoint);
 

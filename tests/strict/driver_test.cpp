@@ -1,4 +1,4 @@
-// Each mode does what it says, and only then: otherwise all other tests would pass for nothing.
+// Each mode has its effect, and no other mode's: otherwise the other tests would prove nothing.
 #include <EGL/egl.h>
 
 #include <cstring>

@@ -1,4 +1,4 @@
-// Stands before the driver's functions and does as other drivers would.
+// Wraps the driver's functions and behaves as other drivers would.
 #include <glad/gl.h>
 
 #include <algorithm>
@@ -17,7 +17,7 @@
 namespace qvg::test {
 namespace {
 
-/// The driver's own function; kPointer, the loader's variable for it, tells its type.
+/// The driver's own function. kPointer, the loader's variable for it, has its type.
 template <auto kPointer>
 auto RawCall(const char* name) {
   using Function = std::remove_pointer_t<decltype(kPointer)>;
@@ -87,7 +87,7 @@ GLenum GLAD_API_PTR CheckFramebufferStatus(GLenum target) {
   return Incomplete(target) ? GLenum{GL_FRAMEBUFFER_UNSUPPORTED} : QVG_RAW(CheckFramebufferStatus)(target);
 }
 
-/// A call that needs a complete frame buffer on the binding points.
+/// A call that needs complete frame buffers at these binding points.
 template <auto kPointer, GLenum... kTargets>
 struct OnTargets;
 template <class... Arguments, void(GLAD_API_PTR** kPointer)(Arguments...), GLenum... kTargets>
@@ -110,7 +110,7 @@ const GLubyte* GLAD_API_PTR GetStringi(GLenum name, GLuint index) {
 
 // ---- Garbage
 
-// Clears that come after the version that the loader knows.
+// Clears that are newer than the version that the loader knows.
 template <class... Arguments>
 void CallLater(const char* name, Arguments... arguments) {
   reinterpret_cast<void(GLAD_API_PTR*)(Arguments...)>(RealEntryPoint(name))(arguments...);

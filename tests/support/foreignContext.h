@@ -1,4 +1,4 @@
-// GL contexts that a host makes by itself, beside the library's.
+// GL contexts that a host creates itself, beside the library's.
 #pragma once
 
 #include <memory>
@@ -10,13 +10,13 @@ namespace qvg::test {
 /// A context with a small surface that shares nothing with the library's.
 class ForeignContext {
  public:
-  /// The ways that this machine has to make one, by name; at least one.
+  /// The names of the APIs with which this machine can create one; at least one.
   static std::vector<std::string> Kinds();
-  /// Null when none could be made. It is current nowhere yet.
+  /// Null on failure. The context is not current yet.
   static std::unique_ptr<ForeignContext> Make(const std::string& kind);
 
   virtual ~ForeignContext() = default;
-  /// Nothing else may be current on the thread, unless it is of the same kind.
+  /// Only a context of the same kind may be current on the thread before.
   virtual bool MakeCurrent() = 0;
   virtual bool IsCurrent() const = 0;
   virtual void Unbind() = 0;

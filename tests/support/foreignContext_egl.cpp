@@ -10,7 +10,7 @@
 namespace qvg::test {
 namespace {
 
-/// Of EGL's process-wide display of a platform, which may be the one that the library uses, too.
+/// On EGL's process-wide display of a platform, which may be the same that the library uses.
 class EglContext : public ForeignContext {
  public:
   explicit EglContext(EGLDisplay display) : display_(display) {
@@ -57,7 +57,7 @@ std::unique_ptr<ForeignContext> MakeOnDevice() {
 
 #define GLX(name) reinterpret_cast<decltype(&name)>(dlsym(library_, #name))
 
-/// Of the other API for X11 windows, the usual one of toolkits. It is not linked: the library does without.
+/// With GLX, as many toolkits. Loaded at run time, since the library doesn't link it.
 class GlxContext : public ForeignContext {
  public:
   GlxContext() : library_(dlopen("libGL.so.1", RTLD_NOW)), display_(XOpenDisplay(nullptr)) {

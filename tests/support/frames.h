@@ -1,4 +1,4 @@
-// Frames of the reference, in memory that nobody can read beyond.
+// Frames of the reference, in memory that can't be read beyond its end.
 #pragma once
 
 #include "platform.h"
@@ -6,10 +6,10 @@
 
 namespace qvg::test {
 
-/// Ends where an inaccessible page begins.
+/// Memory that ends where an inaccessible page begins.
 std::shared_ptr<uint8_t> GuardedMemory(size_t size);
 
-/// A frame as the reference makes it, with the same arguments but for the memory.
+/// A frame of the reference, with the same arguments except for the memory.
 template <typename... Arguments>
 Frame MakeFrame(const Arguments&... arguments) {
   return reference::MakeFrame(GuardedMemory, arguments...);

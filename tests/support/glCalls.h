@@ -13,7 +13,7 @@ namespace qvg::test {
 struct CallCounts {
   int calls = 0;
   int errorChecks = 0;  ///< Of them glGetError.
-  int objects = 0;      ///< Of them those that make or delete objects; fences are no objects here.
+  int objects = 0;      ///< Of them those that make or delete objects, without fences.
   int syncs = 0;        ///< Of them fences, waits for fences, flushes and finishes.
   int barriers = 0;     ///< Of them glTextureBarrier.
 
@@ -23,7 +23,7 @@ struct CallCounts {
   }
 };
 
-/// Of the calling thread, counted by the wrappers below since the thread began.
+/// The calling thread's, counted by the wrappers below since the thread began.
 inline CallCounts& ThreadCalls() {
   static thread_local CallCounts counts;
   return counts;
@@ -32,7 +32,7 @@ inline CallCounts& ThreadCalls() {
 constexpr bool MakesOrDeletes(std::string_view call) {
   if (call == "DeleteSync") return false;
   for (const std::string_view verb : {"Gen", "Create", "Delete"}) {
-    // A name goes on with a capital: glGenerateMipmap makes nothing.
+    // A capital has to follow: glGenerateMipmap makes no object.
     if (call.starts_with(verb) && call.size() > verb.size() && call[verb.size()] <= 'Z') return true;
   }
   return false;
@@ -42,13 +42,13 @@ constexpr bool Synchronises(std::string_view call) {
   return call == "FenceSync" || call == "WaitSync" || call == "ClientWaitSync" || call == "Flush" || call == "Finish";
 }
 
-/// What a call of that name, without its "gl", adds.
+/// The counts for a call of that name, without its "gl".
 constexpr CallCounts CostOf(std::string_view call) {
   return {1, call == "GetError" ? 1 : 0, MakesOrDeletes(call) ? 1 : 0, Synchronises(call) ? 1 : 0,
           call == "TextureBarrier" ? 1 : 0};
 }
 
-/// Stands before one entry point; kPointer, the loader's variable for it, tells which.
+/// Wraps one entry point: that of kPointer, the loader's variable for it.
 template <auto kPointer>
 struct CountedCall;
 
@@ -57,7 +57,7 @@ struct CountedCall<kPointer> {
   using Function = Result(GLAD_API_PTR*)(Arguments...);
 
   static inline Function real = nullptr;
-  static inline Function standIn = nullptr;  ///< Answers in the driver's place; it may hand on to `real`.
+  static inline Function standIn = nullptr;  ///< Replaces the driver's; may call `real`.
   static inline CallCounts cost;
 
   static Result GLAD_API_PTR Run(Arguments... arguments) {
@@ -70,8 +70,8 @@ struct CountedCall<kPointer> {
     return (standIn != nullptr ? standIn : real)(arguments...);
   }
 
-  /// What to call in place of the function; null, for what the driver does not have, stays null, and so does what is
-  /// wrapped already.
+  /// The wrapper to call in place of the function; null stays null (the driver lacks the function), and what is wrapped
+  /// already stays as it is.
   static Function Wrap(Function function, const CallCounts& itsCost) {
     if (function == nullptr || function == &Run) return function;
     real = function;
@@ -80,7 +80,7 @@ struct CountedCall<kPointer> {
   }
 };
 
-/// The same by name, for who loads the functions; names that the loader does not know give the function itself.
+/// The same by name, for those who load functions; for names that the loader doesn't know, the function itself.
 inline GLADapiproc CountedProc(const char* name, GLADapiproc function) {
 #define QVG_MATCH(call)                                                                                          \
   if (std::strcmp(name, "gl" #call) == 0) {                                                                      \
@@ -92,8 +92,8 @@ inline GLADapiproc CountedProc(const char* name, GLADapiproc function) {
   return function;
 }
 
-/// While it lives the calls of a program that is linked with the loader are counted, on each thread for itself. Not
-/// for two at a time, and no other thread may issue GL calls while one begins or ends.
+/// While it lives, the calls of a program that is linked with the loader are counted, for each thread separately. Only
+/// one may exist at a time, and no other thread may issue GL calls while it begins or ends.
 class CountedCalls {
  public:
   CountedCalls() : before_(ThreadCalls()) {
@@ -110,7 +110,7 @@ class CountedCalls {
   CountedCalls(const CountedCalls&) = delete;
   CountedCalls& operator=(const CountedCalls&) = delete;
 
-  /// Of this thread, since it began.
+  /// This thread's calls since the construction.
   CallCounts Counts() const { return ThreadCalls() - before_; }
 
  private:

@@ -17,7 +17,7 @@ std::atomic<AllocationHook>& HookOfAllocations() {
 
 }  // namespace qvg::test
 
-// The sanitizers bring operators of their own, which know more: there nothing is counted, unless allocations are to
+// The sanitizers have operators of their own, which check more: with them nothing is counted, unless allocations are to
 // fail.
 #if defined(QVG_HOOK_ALLOCATIONS) || (!defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__))
 namespace {

@@ -4,11 +4,11 @@
 
 namespace qvg::test {
 
-/// What the calling thread has allocated with new since it began; blocks, not bytes. A program that uses it is linked
-/// with heapCalls.cpp, whose operator new counts, but for sanitizer builds.
+/// The number of blocks that the calling thread has allocated with new since it began. A program that uses it is linked
+/// with heapCalls.cpp, whose operator new counts, except in sanitizer builds.
 int& ThreadAllocations();
 
-/// Asked before each allocation with the place that it comes from; true lets it fail.
+/// Called before each allocation with the caller's address; true makes it fail.
 using AllocationHook = bool (*)(void* caller);
 std::atomic<AllocationHook>& HookOfAllocations();
 

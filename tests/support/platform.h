@@ -1,4 +1,4 @@
-// What the tests need of the operating system, in one place.
+// What the tests need of the operating system.
 #pragma once
 
 #include <cstddef>
@@ -11,10 +11,10 @@ namespace qvg::test {
 
 using namespace reference;
 
-/// A GL entry point of the driver that the library runs on, or null.
+/// A GL entry point of the driver on which the library runs, or null.
 void* GLFunction(const char* name);
 
-/// A block of memory that ends where an inaccessible page begins: reading one byte behind it ends the process.
+/// A block of memory that ends where an inaccessible page begins: reading one byte past it ends the process.
 class GuardedBlock {
  public:
   explicit GuardedBlock(size_t size);
@@ -37,7 +37,7 @@ class GuardedBlock {
   uint8_t* data_ = nullptr;
 };
 
-/// A visible window as a host would own it, without a frame, at a place on the screen.
+/// A visible window as a host would own it, without decorations, at a place on the screen.
 class HostWindow {
  public:
   HostWindow(int width, int height, int x = 0, int y = 0);
@@ -45,13 +45,13 @@ class HostWindow {
   HostWindow(const HostWindow&) = delete;
   HostWindow& operator=(const HostWindow&) = delete;
 
-  /// Whether this machine can show windows now.
+  /// Whether windows can be shown here.
   static bool Available();
-  /// The value for CreateSharedContext; null when no window could be made.
+  /// The value for CreateSharedContext; null when the window could not be created.
   void* handle() const { return handle_; }
   void Resize(int width, int height);
   void Destroy();
-  /// What the screen shows in the window, the top row first; empty when that can't be told, as for a window that
+  /// What the screen shows in the window, the top row first; empty when that can't be read, as for a window that
   /// reaches beyond the screen.
   Image Pixels() const;
 
@@ -59,7 +59,7 @@ class HostWindow {
   void* handle_ = nullptr;
 };
 
-/// Handles of this system's windows and drawables that nothing can be presented in.
+/// Handles of this system's windows and drawables in which nothing can be presented.
 std::vector<void*> UnusableWindows();
 
 }  // namespace qvg::test

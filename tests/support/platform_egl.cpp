@@ -17,7 +17,7 @@ Function Symbol(const char* library, const char* name) {
 
 #define XCB(name) Symbol<decltype(&name)>("libxcb.so.1", #name)
 
-// The windows' own connection, as a host has its own; null without an X server.
+// A connection of the tests' own, as a host would have; null without an X server.
 xcb_connection_t* Connection() {
   static xcb_connection_t* const connection = []() -> xcb_connection_t* {
     if (std::getenv("DISPLAY") == nullptr) return nullptr;
@@ -36,7 +36,7 @@ xcb_screen_t* Screen() { return XCB(xcb_setup_roots_iterator)(XCB(xcb_get_setup)
 void* Handle(uint32_t id) { return reinterpret_cast<void*>(static_cast<uintptr_t>(id)); }
 uint32_t Id(void* handle) { return static_cast<uint32_t>(reinterpret_cast<uintptr_t>(handle)); }
 
-// Waits until the server has done what was asked.
+// Waits until the server has processed all requests.
 void Synchronise() {
   const auto cookie = XCB(xcb_get_input_focus)(Connection());
   std::free(XCB(xcb_get_input_focus_reply)(Connection(), cookie, nullptr));
@@ -46,7 +46,7 @@ void Synchronise() {
 
 void* GLFunction(const char* name) {
   using GetProc = void* (*)(const char*);
-  // The one that the library calls, which may be the program's.
+  // The function that the library calls, which may be the program's.
   static const auto getProc = reinterpret_cast<GetProc>(dlsym(RTLD_DEFAULT, "eglGetProcAddress"));
   return getProc == nullptr ? nullptr : getProc(name);
 }
@@ -57,7 +57,7 @@ HostWindow::HostWindow(int width, int height, int x, int y) {
   if (!Available()) return;
   xcb_connection_t* connection = Connection();
   const uint32_t window = XCB(xcb_generate_id)(connection);
-  // No window manager shall give it another size or place.
+  // Keeps window managers from changing its size or place.
   const uint32_t overrideRedirect = 1;
   XCB(xcb_create_window)
   (connection, XCB_COPY_FROM_PARENT, window, Screen()->root, static_cast<int16_t>(x), static_cast<int16_t>(y),

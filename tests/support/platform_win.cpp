@@ -32,7 +32,7 @@ void HostWindow::Resize(int width, int height) {
   SetWindowPos(static_cast<HWND>(handle_), nullptr, 0, 0, width, height, SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
 }
 
-// From the screen: what GL shows in a window is not in reach of the window's own device context.
+// From the screen: a window's own device context doesn't see what GL shows in it.
 Image HostWindow::Pixels() const {
   MSG message;
   while (PeekMessageA(&message, nullptr, 0, 0, PM_REMOVE) != FALSE) DispatchMessageA(&message);

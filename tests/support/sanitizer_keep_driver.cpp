@@ -1,5 +1,5 @@
-// The EGL loader unloads the driver when its display ends, and reports about the driver's memory then lose the names
-// that suppressions and readers need. Holding the driver keeps them; nothing of the library is touched.
+// The EGL loader unloads the driver when its display ends. Reports about the driver's memory then lose the names that
+// suppressions and readers need. Holding the driver keeps them, and doesn't affect the library.
 #include <dlfcn.h>
 
 #include <initializer_list>

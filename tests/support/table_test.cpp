@@ -59,7 +59,7 @@ std::vector<unsigned> LiveNames(Names kind) {
                          {glIsProgram, nullptr, nullptr},
                          {glIsShader, nullptr, nullptr}};
   const Calls& calls = kinds[kind];
-  // Drivers count names up before they use one again.
+  // Drivers count names up before they reuse one.
   unsigned last = 0;
   if (calls.generate != nullptr) {
     calls.generate(1, &last);
@@ -92,7 +92,7 @@ Texture Premultiplied(const Image& picture) {
 }
 
 void LeaveGarbage(int code, int width, int height) {
-  // Even differences on one axis and odd ones on the other: the origin of the next content is off the centre.
+  // An odd difference on one axis, an even one on the other: the next content's origin is off the centre.
   Texture texture = Upload(MakeFrame(code, width + 27, height + 22, 77));
   EXPECT_NE(texture, nullptr);
 }
@@ -165,7 +165,7 @@ void TableTest::TearDown() {
   std::istringstream lines(output_);
   std::string errors;
   for (std::string line; std::getline(lines, line);) {
-    // What is refused answers its failure value, which the tests look at.
+    // Refused calls return their failure value, which the tests check.
     if (line.starts_with("[WARNING] ") && line.find(": expected ") != line.npos) continue;
     if (line.starts_with("[ERROR] ") || line.starts_with("[WARNING] ")) errors += line + '\n';
     if (!line.starts_with("[INFO] ") && (!errorsExpected_ || !line.starts_with("[ERROR] "))) std::puts(line.c_str());

@@ -1,4 +1,4 @@
-// The running library as the tests see it: handles that give themselves back, and a fixture with a current context.
+// The running library for the tests: handles that give themselves back, and a fixture with a current context.
 #pragma once
 
 #include <glad/gl.h>
@@ -15,11 +15,11 @@
 
 namespace qvg::test {
 
-/// The table; the library is started by the first call and released when the program ends.
+/// The table. The first call starts the library; it is released when the program ends.
 const QVGGLRendererInterface& Table();
 
-/// A context of the library, current on the calling thread for this object's life. From the first one on the tests may
-/// call GL as a host might beside the library.
+/// A context of the library, current on the calling thread while the object lives. From the first one on the tests may
+/// call GL themselves, as a host might.
 class CurrentContext {
  public:
   CurrentContext();
@@ -29,7 +29,7 @@ class CurrentContext {
   QVGGLContext* handle = nullptr;
 };
 
-/// A descriptor that a read-back fills; its memory is given back at the end.
+/// A descriptor for a read-back, whose memory is given back by the destructor.
 class ReadBack {
  public:
   ReadBack() = default;
@@ -41,38 +41,37 @@ class ReadBack {
   QVGPixelBuffer buffer = {};
 };
 
-/// Kinds of GL objects. Contexts share all but frame buffers, which some drivers share, and vertex arrays.
+/// Kinds of GL objects. Contexts share all except vertex arrays and, with most drivers, frame buffers.
 enum Names { kTextures, kBuffers, kRenderBuffers, kFrameBuffers, kVertexArrays, kPrograms, kShaders };
-/// The names of the kind that live as the current context sees it.
+/// The live names of the kind in the current context.
 std::vector<unsigned> LiveNames(Names kind);
-/// How many live, kind by kind.
+/// The number of live names for each kind.
 std::vector<size_t> NameCounts();
 
 Texture Upload(const Frame& frame, bool flipped = false);
 /// A texture with these texels, texture row 0 first.
 Texture Upload(const Image& picture);
-/// A premultiplied texture with these texels: what an effect with nothing to change gives.
+/// A premultiplied texture with these texels: the result of an effect with nothing to change.
 Texture Premultiplied(const Image& picture);
-/// Leaves idle textures in the pools, larger than this and full of something else, such as an upload of the format
-/// uses.
+/// Leaves idle textures in the pools which an upload of this format takes, larger than the size and with other content.
 void LeaveGarbage(int code, int width, int height);
-/// With empty pools: fresh storage, or larger storage full of something else.
+/// Uploads with empty pools: to fresh storage, or to larger recycled storage with other content.
 Texture UploadAnew(const Frame& frame, bool recycled);
 Texture UploadAnew(const Image& picture, bool recycled);
-/// Puts a picture into a texture that has its size.
+/// Uploads a picture into a texture of its size.
 void Refill(QVGTexture* texture, const Image& picture);
 FrameBuffer Target(QVGTexture* texture, const QVGCamera* camera = nullptr, bool depth = false);
 
-/// What the texture's content holds as sampled, texture row 0 first.
+/// The texture's content as it is sampled, texture row 0 first.
 Image Content(QVGTexture* texture);
-/// The whole storage as stored.
+/// The whole storage, as it is stored.
 Image Storage(QVGTexture* texture);
 
 std::string Size(int width, int height);
 void ClearPools();
 
-/// Runs with a context of its own, empty pools, and standard output captured: a test during which the library logs an
-/// error fails unless it says that errors belong to it.
+/// Runs with a context of its own, empty pools and captured standard output: a test in which the library logs an error
+/// fails, unless it expects error lines.
 class TableTest : public ::testing::Test {
  protected:
   void SetUp() override;
@@ -81,7 +80,7 @@ class TableTest : public ::testing::Test {
   /// The library's lines since the last call.
   std::string TakeLog();
   void ExpectErrorLines() { errorsExpected_ = true; }
-  /// "" when nothing is off by more than the limit; what is off is stated in the end.
+  /// "" when no error exceeds the limit. The largest error is reported at the end.
   std::string Mismatch(const Image& expected, const Image& actual, double limit, const std::vector<bool>& skip = {});
   std::string Mismatch(const Planes& expected, const QVGPixelBuffer& actual, double limit);
 

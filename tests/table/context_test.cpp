@@ -37,7 +37,7 @@ TEST_F(ContextTest, CurrentAndPrevious) {
 }
 
 TEST_F(ContextTest, ReleasedContextsComeBackOnceInOrderAndDestroyedOnesNever) {
-  ExpectErrorLines();  // of the handles that are null by then
+  ExpectErrorLines();  // for handles that are null by then
   std::vector<QVGGLContext*> idle;
   for (int i = 0; i < 12; ++i) idle.push_back(Table().GetSharedContext());
   for (QVGGLContext*& context : idle) Table().DestroySharedContext(&context);
@@ -76,13 +76,13 @@ TEST_F(ContextTest, TexturesAreSharedAndFrameBuffersAreNot) {
     const FrameBuffer its = Target(second.get());  // likely the same number as mine
     EXPECT_FALSE(gl_.BindTextureToFrameBuffer(mine.get(), texture.get()));
     EXPECT_FALSE(gl_.ClearFrameBuffer(mine.get(), red.data()));
-    mine.reset();  // not the one of this context
+    mine.reset();  // not this context's frame buffer of the same name
     ASSERT_TRUE(gl_.DrawTexture(texture.get(), its.get(), nullptr));
     EXPECT_EQ(Difference(picture, Content(second.get())), "");
   }
   ASSERT_TRUE(gl_.MakeCurrentContext(context_->handle, nullptr));
   EXPECT_EQ(Difference(Image(64, 48, red), Content(target.get())), "");
-  // Those that the library keeps go with their textures, the one that was deleted elsewhere goes here.
+  // The library's own frame buffers go with their textures; the one that was deleted elsewhere is deleted here.
   for (Texture* drawn : {&texture, &target, &second}) drawn->reset();
   ClearPools();
   { const CurrentContext other; }
@@ -94,7 +94,7 @@ TEST_F(ContextTest, TexturesAreSharedAndFrameBuffersAreNot) {
 
 constexpr int kThreads = 4;
 
-// Uploads, draws and reads back, comparing every frame with what this thread's picture must give.
+// Uploads, draws and reads back, comparing every frame with the result expected of this thread's picture.
 void RenderFrames(int seed, int frames, std::atomic<int>& begun) {
   constexpr int kWidth = 64, kHeight = 48;
   DrawScene scene;
@@ -109,7 +109,7 @@ void RenderFrames(int seed, int frames, std::atomic<int>& begun) {
     expected.push_back(ExpectedNV12(Quantised(ExpectedDraw(scene).image), true, false));
   }
   CurrentContext context;
-  // Each has a context of its own: none takes over that of one which has ended already.
+  // Each needs a context of its own, so none may start after another has ended and left it its context.
   for (++begun; begun < kThreads;) std::this_thread::yield();
   ASSERT_NE(context.handle, nullptr);
   const Texture target(Table().AcquireTexture(kWidth, kHeight));
@@ -122,7 +122,7 @@ void RenderFrames(int seed, int frames, std::atomic<int>& begun) {
     ReadBack read;
     ASSERT_TRUE(Table().TextureToNV12PixelBuffer(target.get(), &read.buffer, false));
     Errors errors;
-    // Upload, draw and read-back each round, and the upload's error counts for several channels.
+    // Upload, draw and read-back round once each, and the upload's error affects several channels.
     ASSERT_EQ(Compare(expected[i % 2], read.buffer, 4, errors), "");
   }
   EXPECT_EQ(glGetError(), 0u);
@@ -136,10 +136,10 @@ TEST_F(ContextTest, FourThreadsDoNotDisturbEachOther) {
     for (std::thread& thread : threads) thread.join();
     ClearPools();
     std::vector<size_t> names = NameCounts();
-    names.resize(kFrameBuffers);  // those of idle contexts wait for them
+    names.resize(kFrameBuffers);  // without those that idle contexts delete later
     return names;
   };
-  const std::vector<size_t> names = run(1);  // leaves programs behind for all
+  const std::vector<size_t> names = run(1);  // leaves programs for the others
   EXPECT_EQ(run(200), names);
 }
 

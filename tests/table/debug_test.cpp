@@ -1,4 +1,4 @@
-// What a debugger of OpenGL is told: groups that name slots and passes, and names of objects.
+// What OpenGL debuggers are told: groups for slots and passes, and names of objects.
 #include <cstdlib>
 
 #include "support/table_test.h"

@@ -11,7 +11,7 @@ namespace {
 
 class DrawTest : public TableTest {
  protected:
-  // Draws the scene's source and compares. target and scene.params.matteTexture hold what the scene tells.
+  // Draws the scene's source and compares. The target and scene.params.matteTexture hold the scene's pictures.
   void ExpectDrawn(const DrawScene& scene, const Texture& source, const FrameBuffer& frameBuffer, const Texture& target,
                    double limit = kDrawLimit) {
     ASSERT_TRUE(gl_.DrawTexture(source.get(), frameBuffer.get(), &scene.params));
@@ -19,7 +19,7 @@ class DrawTest : public TableTest {
     EXPECT_EQ(Mismatch(expected.image, Content(target.get()), limit, expected.onEdge), "");
   }
 
-  // The same with textures of its own. What is recycled of a premultiplied source is its clone.
+  // The same with textures of its own. Of a premultiplied source it is the clone that has recycled storage.
   void ExpectScene(DrawScene scene, bool recycled, double limit = kDrawLimit) {
     Texture source;
     if (scene.premultipliedSource) {
@@ -92,7 +92,7 @@ TEST_F(DrawTest, PremultipliedTargetsBecomeStraight) {
       if (itself) scene.source = scene.target;
       const Texture source = scene.premultipliedSource ? Premultiplied(scene.source) : Upload(scene.source);
       scene.params.blendType = blend;
-      // Mirrored, texel on texel. Where a straight value lies halfway between two steps either is stored.
+      // Mirrored, texel on texel. A straight value halfway between two steps may be stored as either.
       scene.params.scale[0] = -1;
       Set(scene.params.translation, itself ? 5 : 5.5, itself ? -3 : -3.5, 0);
       ExpectDrawn(scene, itself ? target : source, frameBuffer, target, 1.6);
@@ -107,7 +107,7 @@ TEST_F(DrawTest, PremultipliedTargetsBecomeStraight) {
 
 // ---- Blends
 
-// Sources and mattes in both forms.
+// Sources and mattes with straight and with premultiplied alpha.
 TEST_F(DrawTest, EveryBlendOfEveryAlphaAndForm) {
   const BlendCells& cells = EveryColour();
   DrawScene scene = MakeScene(cells.source, cells.target);
@@ -120,8 +120,8 @@ TEST_F(DrawTest, EveryBlendOfEveryAlphaAndForm) {
   const std::set<int> some = {QVG_BLEND_NONE,       QVG_BLEND_NORMAL,     QVG_BLEND_MULTIPLY,   QVG_BLEND_SCREEN,
                               QVG_BLEND_SOFT_LIGHT, QVG_BLEND_LUMINOSITY, QVG_BLEND_ERASE_LUMA, QVG_BLEND_MASK_LUMA};
   for (const auto& [form, matteForm] : {std::pair(0, 0), {0, 1}, {1, 0}, {1, 1}}) {
-    for (int blend = -2; blend <= 36; ++blend) {  // the numbers of the types, and those between that mean none
-      if (form + matteForm > 0 && some.count(blend) == 0) continue;  // each is a program of its own
+    for (int blend = -2; blend <= 36; ++blend) {  // all types, and the numbers between them that mean none
+      if (form + matteForm > 0 && some.count(blend) == 0) continue;  // each takes a program of its own
       for (int matteType = -1; matteType <= 5; ++matteType) {
         SCOPED_TRACE(::testing::Message()
                      << "blend " << blend << ", matte " << matteType << ", premultiplied " << form << ' ' << matteForm);
@@ -192,15 +192,15 @@ TEST_F(DrawTest, FrameBuffersWithBuffersTakeTexturesOfOneSize) {
       ASSERT_TRUE(gl_.BindTextureToFrameBuffer(frameBuffer.get(), first.get()));
       EXPECT_EQ(gl_.BindTextureToFrameBuffer(frameBuffer.get(), lower.get()), any);
       DrawScene scene = MakeScene(Picture(30, 20, 3), any ? Picture(64, 47, 4) : Picture(64, 48, 1));
-      scene.camera = description.camera;  // stays
+      scene.camera = description.camera;  // the camera stays
       ExpectDrawn(scene, Upload(scene.source), frameBuffer, any ? lower : first);
     }
   }
 }
 
-// Drivers need not be able to render to these; they may store all bits of them.
+// Drivers needn't be able to render to these formats, and may store more bits.
 TEST_F(DrawTest, TexturesOfThreeByteFormatsAreTargets) {
-  // Of levels that 3, 3 and 2 bits have.
+  // With only the levels of 3, 3 and 2 bits.
   const Image picture = ExpectedUpload(MakeFrame(QVG_FORMAT_RGBX332, 37, 23, 1), 37, 23);
   const Image before = ExpectedUpload(MakeFrame(QVG_FORMAT_RGBX332, 64, 48, 2), 64, 48);
   const Color clear = {3 / 7.0, 6 / 7.0, 1 / 3.0, 1};
@@ -213,7 +213,7 @@ TEST_F(DrawTest, TexturesOfThreeByteFormatsAreTargets) {
     scene.params.blendType = QVG_BLEND_DARKEN;
     Set(scene.params.translation, 5.5, -3.5, 0);  // texel on texel
     ExpectDrawn(scene, source, Target(target.get()), target, 1);
-    // It still takes frames of its format.
+    // It can still be uploaded to.
     const Frame next = MakeFrame(code, picture);
     EXPECT_TRUE(gl_.UploadPixelBufferToTexture(target.get(), &next.buffer, false, false, {}));
     EXPECT_EQ(Difference(picture, Content(target.get()), 0.51), "");

@@ -1,4 +1,4 @@
-// Effects through the table: their registry, and what the general effect draws, compared with a CPU reference.
+// Effects through the table: their registry, and the general effect's pictures, compared with a CPU reference.
 #include <algorithm>
 #include <cstring>
 #include <limits>
@@ -64,7 +64,7 @@ void Set(const Effect& effect, const char* key, const QVGParamValue& value) {
   EXPECT_TRUE(Table().SetEffectParameter(effect.get(), key, &value)) << key;
 }
 
-/// An effect together with what the reference knows of it.
+/// An effect, and its parameters for the reference.
 struct Tuned {
   Effect effect{Table().CreateEffect(kName)};
   EffectSettings settings;
@@ -121,7 +121,7 @@ class EffectTest : public TableTest {
     ClearPools();
     Check(tuned, EffectPicture(48, 32, 1));
     ClearPools();
-    {  // for the frame and for the output
+    {  // one for the frame, one for the output
       const Texture first = Upload(Picture(64, 45, 71)), second = Upload(Picture(63, 44, 72));
     }
     Check(tuned, EffectPicture(37, 23, 2));
@@ -147,9 +147,9 @@ TEST_F(EffectTest, EveryContextSeesWhatWasSetLast) {
   tuned.With("enable_key").With("enable_beauty").With("enable_color").Key(kGreen).With("similarity", 360);
   tuned.With("whitten", 40).With("blur", 20).With("bright", 15).Under(Picture(41, 33, 6));
   CheckSizes(tuned);
-  tuned.With("bright", -30).With("blur", 70).Key(kBlue).Under(Picture(20, 33, 7));  // instead of the other one
+  tuned.With("bright", -30).With("blur", 70).Key(kBlue).Under(Picture(20, 33, 7));  // replaces the other background
   CheckSizes(tuned);
-  // Parameters are state of the program, which all contexts share: each has to see what another one set last.
+  // Parameters are state of the program, which all contexts share: each has to see what another one set.
   const Image picture = EffectPicture(40, 30, 7);
   QVGGLContext *other = gl_.GetSharedContext(), *const contexts[] = {other, context_->handle};
   for (int i = 0; i < 6; ++i) {
@@ -177,7 +177,7 @@ TEST_F(EffectTest, OnlyTheContentIsReadWhateverItsOrderAndPresentsUpright) {
       Check(tuned, frame, Crop(whole, 7, 18, 31, 19));
     }
   }
-  // Another effect takes what one gives as it is.
+  // Another effect takes the result of one as it is.
   const Texture keyed = Apply(tuned.effect, frame), again = Apply(Tuned().With("enable_color").effect, keyed);
   EXPECT_EQ(Difference(Content(keyed.get()), Content(again.get())), "");
 }
@@ -324,7 +324,7 @@ TEST_F(EffectTest, InstancesLiveOnceAndNullOnesDoNothing) {
   EXPECT_FALSE(gl_.DestroyEffect(&destroyed));
   EXPECT_NE(destroyed, nullptr);
   for (QVGEffect* const none : {effect, destroyed}) {
-    QVGTexture* const passed = none == nullptr ? first.get() : nullptr;  // through an effect that is null
+    QVGTexture* const passed = none == nullptr ? first.get() : nullptr;  // passed through: the effect is null
     EXPECT_FALSE(gl_.SetEffectParameter(none, "enable_key", &on));
     EXPECT_EQ(gl_.ApplyEffect(none, first.get()), passed);
     EXPECT_EQ(gl_.ApplyEffectWith(none, first.get(), second.get(), 0.5f), passed);

@@ -1,5 +1,5 @@
-// A context that is not the library's is current on the calling thread, as a toolkit's or the host's own one: nothing
-// of it is touched, and what can be done there works.
+// A context that is not the library's is current on the calling thread, such as a toolkit's or the host's own: it is
+// not touched, and everything that needs no context works.
 #include <functional>
 #include <thread>
 #include <vector>
@@ -13,8 +13,8 @@ namespace {
 
 constexpr int kTextureCount = 8;
 
-/// What a host has on its own context: textures whose names the library has, too, bindings, state, and an error that it
-/// has not asked for yet.
+/// A host's objects on its own context: textures with names that the library uses, too, bindings, state, and an error
+/// that it has not asked for yet.
 class HostObjects {
  public:
   HostObjects() {
@@ -36,7 +36,7 @@ class HostObjects {
     LeaveError();
   }
 
-  /// Empty when all is as it was.
+  /// Empty when nothing has changed.
   std::string Changes() {
     std::string changes;
     if (glGetError() != GL_INVALID_ENUM) changes += "the pending error is gone; ";
@@ -81,7 +81,7 @@ class ForeignTest : public TableTest {
  protected:
   void SetUp() override {
     TableTest::SetUp();
-    ExpectErrorLines();  // of what is refused
+    ExpectErrorLines();  // for the refusals
     for (int i = 0; i < kTextureCount; ++i) live_.push_back(Upload(Picture(40, 30, i)));
   }
   void TearDown() override {
@@ -89,7 +89,7 @@ class ForeignTest : public TableTest {
     TableTest::TearDown();
   }
 
-  /// With the library's own context current before and after, runs the test under a foreign one of each kind.
+  /// Runs the test under a foreign context of each kind, with the library's own context current before and after.
   void UnderEach(const std::function<void()>& test) {
     for (const std::string& kind : ForeignContext::Kinds()) {
       SCOPED_TRACE(kind);
@@ -104,14 +104,14 @@ class ForeignTest : public TableTest {
       EXPECT_TRUE(foreign->MakeCurrent());
       EXPECT_EQ(host.Changes(), "");
       foreign->Unbind();
-      if (context_ == nullptr) context_ = std::make_unique<CurrentContext>();  // went with the library
+      if (context_ == nullptr) context_ = std::make_unique<CurrentContext>();  // it went with the library
       ASSERT_TRUE(gl_.MakeCurrentContext(context_->handle, nullptr));
       for (size_t i = 0; i < live_.size(); ++i)
         EXPECT_EQ(Difference(Picture(40, 30, static_cast<int>(i)), Content(live_[i].get())), "") << "texture " << i;
     }
   }
 
-  /// Meanwhile, the library's own context is current.
+  /// Runs the work with the library's own context current.
   void OnOurs(const std::function<void()>& work) {
     foreign_->Unbind();
     ASSERT_TRUE(gl_.MakeCurrentContext(context_->handle, nullptr));

@@ -17,7 +17,7 @@ class LogTest : public TableTest {
     TakeLog();
   }
 
-  // The only line since the last call, its digits as 0.
+  // The only line since the last call, with all digits replaced by 0.
   std::string Line() {
     std::string line = TakeLog();
     std::erase(line, '\r');
@@ -39,7 +39,7 @@ TEST_F(LogTest, LinesOfErrorsNameTheirPlaceAndOthersDoNot) {
   QVGGLContext* context = gl_.CreateSharedContext(nullptr, nullptr, true);
   EXPECT_EQ(Line(), "[INFO] [0000-00-00.00:00:00.000]Context count=0");
   gl_.DestroySharedContext(&context);
-  // An error that the host left is not the operation's.
+  // An error that the host left is not counted as the operation's.
   const Texture texture(gl_.AcquireTexture(30, 20));
   glBindTexture(0xBAD, 0);  // an invalid target
   EXPECT_TRUE(gl_.SetTextureChannelOrder(texture.get(), 0));
@@ -47,7 +47,7 @@ TEST_F(LogTest, LinesOfErrorsNameTheirPlaceAndOthersDoNot) {
 }
 
 TEST_F(LogTest, RefusedCallsNameSlotArgumentAndExpectation) {
-  // What other tests were refused, too, is said anew.
+  // After a new start, refusals that other tests had, too, are logged again.
   context_.reset();
   const QVGGLRendererInterface* ended = nullptr;
   QVG_ReleaseGLRendererInterface(&ended);

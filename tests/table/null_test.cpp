@@ -1,4 +1,4 @@
-// What every slot answers to null handles and values that it refuses; effects' slots are with the effects.
+// Every slot's answer to null handles and to values that it refuses; for effects see effect_test.cpp.
 #include "support/table_test.h"
 
 namespace qvg::test {
@@ -38,7 +38,7 @@ TEST_F(NullTest, EverySlotAnswersItsFailure) {
     EXPECT_FALSE(readBack(texture.get(), nullptr, false));
   }
   EXPECT_EQ(out.plane[0], nullptr);
-  // A buffer that no read-back filled, and none.
+  // A buffer that no read-back filled, and null.
   uint8_t byte = 0;
   out.plane[0] = &byte;
   QVGPixelBuffer* pointer = &out;

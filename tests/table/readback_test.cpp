@@ -1,4 +1,4 @@
-// Read-backs of textures in every form, compared with the same formulas on the CPU.
+// Read-backs of textures in every format, compared with the same formulas on the CPU.
 #include "support/table_test.h"
 
 namespace qvg::test {
@@ -6,8 +6,8 @@ namespace {
 
 class ReadBackTest : public TableTest {
  protected:
-  /// A texture whose content is the picture: its storage, or a part off the centre of larger storage, and larger
-  /// storage for everything that a read-back takes from the pools.
+  /// A texture whose content is the picture: all of its storage, or a part off the centre of larger storage, with
+  /// larger storage for everything that a read-back takes from the pools, too.
   Texture Make(const Image& picture, bool larger) {
     ClearPools();
     if (!larger) return Upload(picture);
@@ -26,13 +26,13 @@ class ReadBackTest : public TableTest {
 
 constexpr int kSizes[][2] = {{1, 1}, {1, 6}, {7, 1}, {37, 23}, {64, 48}};
 
-/// A descriptor whose every field holds something else.
+/// A descriptor with other values in all fields.
 QVGPixelBuffer Filled() {
   static uint8_t byte = 0;
   return {{&byte, &byte, &byte}, {-7, -7, -7}, -7, -7, -7, -7, -7};
 }
 
-/// What it says after a read-back: format, width, height, strides and how far the other planes are behind the first.
+/// Its fields after a read-back: format, width, height, strides, and the offsets of the other planes from the first.
 using Numbers = std::vector<ptrdiff_t>;
 Numbers Fields(const QVGPixelBuffer& b) {
   EXPECT_EQ(b.kind, 2);
@@ -56,7 +56,7 @@ TEST_F(ReadBackTest, EverySizePlaceOrderAndFlag) {
                      std::to_string(order));
         gl_.SetTextureFlipped(texture.get(), flipped);
         gl_.SetTextureChannelOrder(texture.get(), order);
-        gl_.SetTextureRotation(texture.get(), flags);  // not for read-backs
+        gl_.SetTextureRotation(texture.get(), flags);  // read-backs ignore it
         const Image content = Reordered(picture, order);
 
         ReadBack packed, planar, nv12;

@@ -1,4 +1,4 @@
-// GL state: what a host leaves on a context of the library changes no picture, and what the library leaves is nothing.
+// GL state: whatever a host leaves on a context of the library changes no picture, and the library leaves no state.
 #include <functional>
 
 #include "support/table_test.h"
@@ -10,7 +10,7 @@ constexpr int kWidth = 37, kHeight = 23;
 
 struct Operation {
   std::string name;
-  std::function<Texture(Image& read)> run;  // gives a texture, or null and what it read
+  std::function<Texture(Image& read)> run;  // returns a texture, or null with the picture that it read
 };
 
 class StateTest : public TableTest {
@@ -39,7 +39,7 @@ class StateTest : public TableTest {
                                               {QVG_FORMAT_RGB, 0},  {QVG_FORMAT_RGBA, 0},     {QVG_FORMAT_RGBA, 1},
                                               {QVG_FORMAT_RGBA, 2}};
     for (const auto& [code, layout] : layouts) {
-      // With rows behind the last one: a state that is obeyed shall spoil the picture and not end the process.
+      // With rows after the last one: if it obeyed a state, that should spoil the picture, not crash the process.
       const auto frame = std::make_shared<Frame>(MakeFrame(Layouts(code, kWidth, kHeight + 40)[layout], 3));
       frame->buffer.height = kHeight;
       Add("upload of " + frame->layout.name, [this, frame, matte = layout == 2](Image&) {
@@ -82,7 +82,7 @@ class StateTest : public TableTest {
       EXPECT_TRUE(gl_.ClearFrameBuffer(frameBuffer.get(), color.data()));
       QVGDrawTextureParams params = DefaultParams();
       params.depthTest = true;
-      params.rotation[1] = 30;  // the draws cross
+      params.rotation[1] = 30;  // the drawn planes cross
       EXPECT_TRUE(gl_.DrawTexture(source->get(), frameBuffer.get(), &params));
       params.rotation[1] = -30;
       params.scale[0] = -0.9;
@@ -116,7 +116,7 @@ TEST_F(StateTest, WhatAHostLeavesChangesNoPicture) {
   glBindBuffer(GL_PIXEL_PACK_BUFFER, buffer);
   glBufferData(GL_PIXEL_PACK_BUFFER, 1 << 20, nullptr, GL_STATIC_DRAW);
   glBindBuffer(GL_PIXEL_PACK_BUFFER, 0);
-  glGenSamplers(1, &sampler);  // asks for mipmaps, which no texture here has
+  glGenSamplers(1, &sampler);  // by default it needs mipmaps, which no texture here has
   const char* text = "#version 420 core\nvoid main() { gl_Position = vec4(0); }";
   const unsigned program = glCreateShaderProgramv(GL_VERTEX_SHADER, 1, &text);
   const auto bindSamplers = [=] {
@@ -194,7 +194,7 @@ TEST_F(StateTest, WhatAHostLeavesChangesNoPicture) {
   glDeleteProgram(program);
 }
 
-// As the header says. A texture that stays bound lives on when it is deleted.
+// As the header promises. A deleted texture lives on while it is bound.
 TEST_F(StateTest, NothingStaysBoundOrSwitchedOn) {
   const std::pair<const char*, unsigned> states[] = {{"program", GL_CURRENT_PROGRAM},
                                                      {"vertex array", GL_VERTEX_ARRAY_BINDING},

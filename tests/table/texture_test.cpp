@@ -43,7 +43,7 @@ TEST_F(TextureTest, CloneLooksAndReadsAsItsSource) {
     EXPECT_EQ(gl_.GetTextureFlipped(clone.get()), order % 2 == 0);
     EXPECT_EQ(gl_.GetTextureRotation(clone.get()), static_cast<unsigned>(order));
     const Image content = Content(source.get()), before = Storage(source.get());
-    EXPECT_TRUE(gl_.ClearTexture(source.get(), Color{}.data()));  // the copy is its own
+    EXPECT_TRUE(gl_.ClearTexture(source.get(), Color{}.data()));  // the copy must not depend on it
     EXPECT_EQ(Difference(content, Content(clone.get()), 0), "");
     EXPECT_EQ(Difference(Over(before, Image(37, 23), 21, 7), Storage(source.get()), 0), "") << "cleared outside";
   }
@@ -91,7 +91,7 @@ TEST_F(PoolTest, PreallocatedObjectsAreUsedAndClearedObjectsGo) {
     ReadBack read;
     ASSERT_TRUE(gl_.TextureToRGBAPixelBuffer(first.get(), &read.buffer, false));
     EXPECT_EQ(counts(), filled);
-    ClearPools();  // spares what is out
+    ClearPools();  // leaves those in use alone
     for (const Texture* texture : {&first, &second}) EXPECT_NE(glIsTexture(gl_.GetTextureId(texture->get())), 0);
     std::thread([&] { read.Release(); }).join();  // a thread without a context
   }
@@ -116,7 +116,7 @@ TEST_F(PoolTest, TexturesThatCameBackFirstGoWhenTheBudgetIsExceeded) {
   const auto pause = [](int milliseconds) { std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds)); };
   pause(60);
   EXPECT_EQ(alive(), "1111111111111111") << "a texture in use was destroyed";
-  while (!textures.empty()) textures.pop_back();  // the first one comes back last
+  while (!textures.empty()) textures.pop_back();  // the first one is given back last
   for (int i = 0; i < 200 && alive() != "1111111111110000"; ++i) pause(10);
   pause(60);
   EXPECT_EQ(alive(), "1111111111110000");

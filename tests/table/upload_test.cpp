@@ -36,7 +36,7 @@ TEST_F(UploadTest, EveryFormatSizeAndStrideIntoNewTextures) {
       Frame frame = MakeFrame(layout, flipped ? 1 : 2);
       const Texture texture = Upload(frame, flipped);
       ASSERT_NE(texture, nullptr);
-      // The library has no business with it any more.
+      // The library must not access it any more.
       for (const Block& block : frame.memory) std::memset(block.bytes.get(), 0, block.size);
       EXPECT_EQ(gl_.GetTextureWidth(texture.get()), width);
       EXPECT_EQ(gl_.GetTextureHeight(texture.get()), height);
@@ -81,7 +81,7 @@ TEST_F(UploadTest, EveryFormatFromOnePointer) {
     EXPECT_EQ(QVG_PixelBufferSize(code, width, height, stride), 0u) << code << ", " << width;
 }
 
-// Inside flat cells no filtering blurs the figures: the formulas must be exact.
+// Inside cells of one colour filtering changes nothing: the formulas must be exact.
 TEST_F(UploadTest, YuvFormulasOfFlatColours) {
   for (const Format& format : Formats()) {
     if (!format.yuv()) continue;
@@ -105,7 +105,7 @@ TEST_F(UploadTest, IntoATextureThatHoldsAnotherFrameAndIsTurned) {
         const int contentWidth = format.yuv() ? 71 : width, contentHeight = format.yuv() ? 52 : height;
         const Image before = Storage(texture.get());
         gl_.SetTextureChannelOrder(texture.get(), 0);
-        gl_.SetTextureRotation(texture.get(), 1);  // the frame stays upright in it
+        gl_.SetTextureRotation(texture.get(), 1);  // the upload ignores it
         const Frame frame = MakeFrame(layout, 3);
         ASSERT_TRUE(gl_.UploadPixelBufferToTexture(texture.get(), &frame.buffer, true, false, {}));
         EXPECT_FALSE(gl_.GetTextureFlipped(texture.get()));
@@ -124,7 +124,7 @@ TEST_F(UploadTest, MatteKeysOneColourOut) {
   const Color key = {20 / 255.0, 200 / 255.0, 90 / 255.0, 130 / 255.0};
   for (const int code : {QVG_FORMAT_RGBA, QVG_FORMAT_ARGB, QVG_FORMAT_BGRA, QVG_FORMAT_ABGR}) {
     ForEachUpload(code, [&](const Layout& layout, bool, bool flipped) {
-      // Around the key colour: itself, and a step off in each channel and direction.
+      // The matte colour itself, and colours a step off in each channel and direction.
       Image picture = Picture(layout.width, layout.height, 6);
       for (size_t i = 0; i < picture.texels.size(); i += 2) {
         const int which = static_cast<int>(i / 2 % 9);
@@ -134,7 +134,7 @@ TEST_F(UploadTest, MatteKeysOneColourOut) {
       const Frame frame = MakeFrame(layout, picture);
       const QVGColor matte = {key[0] + 0.002, key[1] + 0.002, key[2] + 0.002, key[3] + 0.002};
       const Texture made(gl_.UploadPixelBufferToNewTexture(&frame.buffer, flipped, true, matte));
-      const Texture filled = Upload(Picture(64, 48, 9));  // takes the frame's size
+      const Texture filled = Upload(Picture(64, 48, 9));  // gets the frame's size
       EXPECT_TRUE(gl_.UploadPixelBufferToTexture(filled.get(), &frame.buffer, flipped, true, matte));
       const Image matted = Matted(picture, matte);
       for (const Texture* texture : {&made, &filled}) {
@@ -143,7 +143,7 @@ TEST_F(UploadTest, MatteKeysOneColourOut) {
       }
     });
   }
-  // It is for pixels of four bytes only.
+  // The matte is for formats with four bytes per pixel only.
   const Frame frame = MakeFrame(QVG_FORMAT_NV12, 20, 30, 8);
   const Image plain = ExpectedUpload(frame, 20, 30);
   const auto& [r, g, b, a] = plain.at(7, 9);
@@ -180,7 +180,7 @@ TEST_F(UploadTest, BadFramesAreRefusedBeforeAnythingIsMade) {
       EXPECT_FALSE(gl_.UploadPixelBufferToTexture(texture.get(), &frame.buffer, true, matte, {}));
     }
   }
-  // Frames without a fault that the texture can't hold.
+  // Valid frames that don't fit the texture.
   for (const Frame& frame : {MakeFrame(QVG_FORMAT_RGBA, 41, 10, 1), MakeFrame(QVG_FORMAT_BGRA, 10, 31, 1),
                              MakeFrame(QVG_FORMAT_RGB, 10, 10, 1)}) {
     SCOPED_TRACE(frame.layout.name);

@@ -1,5 +1,5 @@
 // Textures in windows of the host. What a window shows is read from the screen and compared with a picture that is
-// computed here: bilinear samples of the content, colour times alpha, over black.
+// computed here: bilinear samples of the content, colours times alpha, over black.
 #include <algorithm>
 #include <atomic>
 #include <chrono>
@@ -11,14 +11,14 @@
 namespace qvg::test {
 namespace {
 
-// Drivers may sample in 8 bits, which rounds along both axes before alpha and the window do.
+// Drivers may sample with 8 bits, which rounds along both axes before alpha and the window round again.
 constexpr double kLimit = 2;
 
 struct Place {  // in pixels, from the window's lower left corner
   int x, y, width, height;
 };
 
-// Where the picture belongs, in whole numbers.
+// The picture's place, in whole pixels.
 Place Fit(int width, int height, int turns, int windowWidth, int windowHeight) {
   if (turns % 2 == 1) std::swap(width, height);
   if (width * windowHeight >= height * windowWidth) {
@@ -29,7 +29,7 @@ Place Fit(int width, int height, int turns, int windowWidth, int windowHeight) {
   return {(windowWidth - fitting) / 2, 0, fitting, windowHeight};
 }
 
-// What a window shows, the top row first, of a content given row 0 first. flipped: row 0 is the picture's top.
+// What a window shows, top row first, of content that is given row 0 first. flipped: row 0 is the picture's top.
 Image Presented(const Image& content, int turns, bool flipped, int windowWidth, int windowHeight) {
   const Place place = Fit(content.width, content.height, turns, windowWidth, windowHeight);
   return MakeImage(windowWidth, windowHeight, [&](int column, int row) -> Color {
@@ -46,7 +46,7 @@ Image Presented(const Image& content, int turns, bool flipped, int windowWidth, 
   });
 }
 
-/// A window of the host with its drawer. Every call leaves the caller's context current.
+/// A window of the host, and a drawer for it. Every call leaves the caller's context current.
 class View {
  public:
   View(int width, int height, int x = 0, int y = 0)
@@ -95,7 +95,7 @@ class View {
 
   template <typename Work>
   bool OnItsContext(Work work) {
-    // Other contexts see what was submitted here only when it is done.
+    // Other contexts see this context's work only when it is finished.
     if (Table().GetCurrentContext() != nullptr) Table().Finish();
     QVGGLContext* previous = nullptr;
     if (!Table().MakeCurrentContext(Table().GetWndDrawerHandle(drawer), &previous)) return false;
@@ -112,7 +112,7 @@ class WindowTest : public TableTest {
     TableTest::SetUp();
   }
 
-  // The library and a new window work as ever.
+  // The library and a new window still work.
   void ExpectAllIsWell() {
     if (gl_.GetCurrentContext() != context_->handle) gl_.MakeCurrentContext(context_->handle, nullptr);
     const Image picture = Picture(30, 20, 4);
@@ -131,7 +131,7 @@ TEST_F(WindowTest, BarsKeepTheAspectRatio) {
               {64, 48, 3, 81, 80},    {300, 2, 0, 60, 60},    {2, 300, 0, 60, 61},     {1920, 1080, 0, 500, 500}};
   for (const auto& [width, height, turns, windowWidth, windowHeight] : rows) {
     SCOPED_TRACE(Size(width, height) + " in " + Size(windowWidth, windowHeight));
-    // Nowhere near black, so that a bar in the wrong place is seen.
+    // Nowhere near black, so that a bar in the wrong place shows.
     const Image picture = MakeImage(width, height, [](int x, int y) -> Color {
       return {(90 + Wave(x, y, 0, 3) / 2) / 255.0, (90 + Wave(x, y, 1, 3) / 2) / 255.0, 0.8, 1};
     });
@@ -149,7 +149,7 @@ TEST_F(WindowTest, EveryTurnAndFlipOfAPartOfEveryStorage) {
     const Texture texture = UploadAnew(MakeFrame(code, 48, 30, 5), true);
     const Image content = Content(texture.get());
     EXPECT_EQ(view.Presents(texture, content), "");
-    // A part of it, set by the host: the drawer's memory of the content has to follow.
+    // The host selects a part: what the drawer remembers of the content has to follow.
     gl_.SetTextureOrigin(texture.get(), 20, 15);
     gl_.SetTextureSize(texture.get(), 31, 17);
     const Image part = Content(texture.get());
@@ -164,7 +164,7 @@ TEST_F(WindowTest, EveryTurnAndFlipOfAPartOfEveryStorage) {
     }
     EXPECT_EQ(Difference(part, Content(texture.get())), "") << "presenting changed the texture";
   }
-  // What is premultiplied shows its colour over black.
+  // Premultiplied colours are shown over black.
   const Image stored = Cutout(40, 30, 4);
   Image shown = stored;
   for (Color& color : shown.texels) color[3] = 1;
@@ -199,7 +199,8 @@ TEST_F(WindowTest, ResizedBetweenFrames) {
   for (const auto& [width, height] : {std::pair(61, 97), {300, 150}, {300, 151}, {33, 21}}) {
     SCOPED_TRACE(Size(width, height));
     view.Resize(width, height);
-    // What is shown in the instant of a resize may be lost (seen with Wine on a busy machine), the next frame not.
+    // A frame shown in the very moment of a resize may be lost (seen with Wine on a busy machine), but not the next
+    // one.
     view.Presents(texture, picture);
     EXPECT_EQ(view.Presents(texture, picture), "");
   }
@@ -221,7 +222,7 @@ TEST_F(WindowTest, EveryWindowDrawnOnAThreadOfItsOwn) {
   for (std::thread& thread : threads) thread.join();
   for (int i = 0; i < kThreads; ++i)
     EXPECT_EQ(views[i]->Shows(Presented(Picture(40, 30 + i, 29), 0, true, 60 + 20 * i, 50)), "") << i;
-  // Mesa ends the process in a draw when a program was deleted elsewhere that the context had a part in.
+  // Mesa crashes in a draw when a program that the context has used was deleted on another one.
   std::thread([&] {
     const CurrentContext elsewhere;
     views.clear();
@@ -278,8 +279,8 @@ TEST_F(WindowTest, WindowAndDrawerGoInAnyOrder) {
   const Texture texture = Upload(Picture(30, 20, 1));
   const double red[] = {1, 0, 0};
   gl_.Finish();
-  // Each letter is a step: w the window dies, d the drawer does, c its context is made current, u nothing is, p the
-  // context is given to the pool, f a frame is drawn, r the window is cleared, o an other window takes a frame.
+  // Each letter is a step: w destroys the window, d the drawer, c makes its context current, u none, p gives the
+  // context to the pool, f draws a frame, r clears the window, o draws a frame in another window.
   for (const std::string order : {"cfdw", "cfwfrfud", "fwcfrd", "cfwuod", "cwofrud", "pdwo", "wpfdo", "cfpod"}) {
     SCOPED_TRACE(order);
     View view(40, 40);
@@ -287,7 +288,7 @@ TEST_F(WindowTest, WindowAndDrawerGoInAnyOrder) {
     for (const char step : order) {
       if (step == 'w') view.window.Destroy();
       if (step == 'd') gl_.DestroyWndDrawer(&view.drawer);
-      if (step == 'c') gl_.MakeCurrentContext(context, nullptr);  // a dead window's may refuse
+      if (step == 'c') gl_.MakeCurrentContext(context, nullptr);  // may fail for a dead window
       if (step == 'u') gl_.MakeCurrentContext(nullptr, nullptr);
       if (step == 'p') gl_.ReleaseSharedContext(&context);
       if (step == 'f') gl_.DrawTextureToWnd(view.drawer, texture.get());

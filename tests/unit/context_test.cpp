@@ -1,4 +1,4 @@
-// What the table doesn't show of contexts: their service thread, and the names that belong to one of them.
+// What the table doesn't show about contexts: the service thread, and names that belong to a single context.
 #include <algorithm>
 #include <atomic>
 
@@ -30,7 +30,7 @@ TEST(ServiceThreadTest, RunsThrowsAndDoesItsChoreUntilThereIsNoMore) {
 }
 
 TEST(SwapPacerTest, OneWindowOfARoundWaits) {
-  // 'A' alone, in turns with others, and after the one that others followed is gone.
+  // 'A' alone, alternating with others, and after the window that others followed is gone.
   const std::pair<const char*, const char*> shownAndWaits[] = {
       {"AAAA", "1111"}, {"ABCABC", "100100"}, {"ABABBBB", "1010111"}, {"ABABBCBC", "10101010"}};
   for (const auto& [shown, waits] : shownAndWaits) {
@@ -69,7 +69,7 @@ TEST_F(ContextTest, NamesOfOneContextWaitForIt) {
   const ContextId id = CurrentContextId();
   for (const auto& kind : kinds) {
     ASSERT_TRUE(MakeCurrent(other));
-    for (int i = 0; i < 8; ++i) kind.make();  // of the same numbers, where contexts count for themselves
+    for (int i = 0; i < 8; ++i) kind.make();  // with the same names, where each context has its own
     for (void* const where : {owner, other, static_cast<void*>(nullptr)}) {
       ASSERT_TRUE(MakeCurrent(owner));
       const GLuint name = kind.make();
@@ -98,7 +98,7 @@ TEST_F(ContextTest, SharedNamesWaitForAnyContext) {
 TEST_F(ContextTest, NamesOfADestroyedContextAreForgotten) {
   std::vector<ContextId> ids;
   for (int i = 0; i < 4; ++i) {
-    void* context = contexts_.CreateSharedContext(nullptr, nullptr, true);  // likely at the address of the one before
+    void* context = contexts_.CreateSharedContext(nullptr, nullptr, true);  // likely at the previous one's address
     ASSERT_TRUE(MakeCurrent(context));
     EXPECT_EQ(std::count(ids.begin(), ids.end(), CurrentContextId()), 0);
     const GLuint frameBuffer = NewFrameBuffer();

@@ -1,4 +1,4 @@
-// The colour effect's program, which no effect of the table uses: what it has beyond the general effect's colours.
+// The colour effect's program, which no effect of the table uses: its stages beyond the general effect's.
 #include "effect/effect.h"
 #include "base/content.h"
 #include "effect/colorEffect.h"
@@ -13,7 +13,7 @@ using namespace test;
 
 using EffectTest = GLTest;
 
-/// An effect as it could be added: the colour effect's program on the base of all effects.
+/// An effect as it could be added: the colour effect's program on the base class of all effects.
 class ColourTestEffect : public TextureEffect {
  public:
   explicit ColourTestEffect(const EffectServices& services) : TextureEffect("colour test", services) {}

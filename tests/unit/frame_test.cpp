@@ -1,4 +1,4 @@
-// What frames cost in the steady state, and what contexts keep for the next ones.
+// What frames cost in the steady state, and what contexts keep for later frames.
 #include <functional>
 #include <string_view>
 
@@ -43,7 +43,7 @@ TEST_F(FrameTest, SteadyFramesMakeFewCallsAndNothingAnew) {
     ReleasePixelBuffer(frames, out);
     return read;
   };
-  // Without it a blend copies first; Mesa allocates for copies.
+  // Without it a blend copies first, for which Mesa allocates.
   const bool barrier = glTextureBarrier != nullptr;
   const struct {
     const char* name;
@@ -77,12 +77,12 @@ TEST_F(FrameTest, SteadyFramesMakeFewCallsAndNothingAnew) {
         counts = counted.Counts();
       }
       ASSERT_TRUE(ok);
-      if (round < 3) continue;  // Pools and caches fill.
+      if (round < 3) continue;  // Pools and caches are still filling.
       EXPECT_LE(counts.calls, operation.calls);
       EXPECT_LE(counts.errorChecks, operation.errorChecks);
       EXPECT_EQ(counts.objects, 0);
       EXPECT_EQ(counts.syncs, 0);
-      // One where a blend reads what it draws to: no picture of Mesa's shows that it is missing.
+      // One when a blend reads its target. With Mesa no picture would show that it is missing.
       EXPECT_EQ(counts.barriers, barrier && std::string_view(operation.name).find("blend") != std::string_view::npos);
       if (barrier) {
         EXPECT_LE(ThreadAllocations() - allocations, 2);
@@ -109,7 +109,7 @@ TEST_F(FrameTest, FrameBuffersThatContextsKeepAreBoundedAndGoWithTheirTextures) 
     EXPECT_LE(Live(glIsFramebuffer), static_cast<int>(TargetCache::kCapacity) + 1);
   }
   for (Texture*& texture : textures) Release(texture);
-  // Deleted elsewhere, as the pool's own thread does; the next work here drops what belonged to them.
+  // Deleted on another thread, as by the pool; the next work here drops what belonged to them.
   service_.Run([&] {
     EXPECT_TRUE(contexts_.EnterService());
     runtime_->textures.Clear();
@@ -117,7 +117,7 @@ TEST_F(FrameTest, FrameBuffersThatContextsKeepAreBoundedAndGoWithTheirTextures) 
   FlushContextObjects();
   EXPECT_EQ(Live(glIsFramebuffer), 0);
 
-  // A context that is left keeps none, so that a texture deleted elsewhere is gone at once.
+  // A context that is left keeps no frame buffers, so that a texture deleted elsewhere is freed at once.
   ASSERT_TRUE(draw());
   EXPECT_EQ(Live(glIsFramebuffer), 1);
   void* const own = contexts_.GetCurrentContext();

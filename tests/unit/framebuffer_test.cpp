@@ -21,7 +21,7 @@ TEST_F(FrameBufferTest, BlitsCopiesAndReadsTakeTheContent) {
   FrameBuffer frameBuffer(runtime_->surfaces);
   ASSERT_TRUE(frameBuffer.Allocate({}));
   ASSERT_TRUE(frameBuffer.BindColorTexture(&source));
-  // Both rectangles of a blit end at column 24 and row 20, whatever their origin.
+  // Both rectangles of a blit end at column 24 and row 20, whatever their origins.
   Fill(blitted, before);
   SetContent(blitted, 5, 3, 24, 20);
   EXPECT_TRUE(frameBuffer.BlitToTexture(&blitted));

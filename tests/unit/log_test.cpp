@@ -21,7 +21,7 @@ class LogTest : public testing::Test {
   }
 };
 
-/// What is written to standard output of messages, and of empty ones, of every level and beyond.
+/// What messages, empty ones too, of every level and beyond write to standard output.
 std::string WrittenOfAllLevels() {
   testing::internal::CaptureStdout();
   for (int32_t level = -1; level <= 4; ++level)

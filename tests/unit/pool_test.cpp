@@ -22,15 +22,15 @@ TEST_F(PoolTest, TexturesThatWereOutAtAClearStayUncounted) {
   Texture* uncounted = pool.Acquire(1024, 1024, GL_RGBA8);  // 4 MiB
   EXPECT_TRUE(pool.Clear());
   pool.Release(uncounted);
-  // Had the first one been taken off the sum, this one would be within the budget.
+  // If the first one had been subtracted from the sum, this one would be within the budget.
   Texture* counted = pool.Acquire(1024, 1280, GL_RGBA8);  // 5 MiB
   pool.Release(counted);
   while (wanted) wanted = pool.Trim();
   EXPECT_EQ(Live(glIsTexture), 0);
 }
 
-// Not every driver shows pictures that are drawn or read too early: what counts is that the order is asked for, and
-// that it costs nothing while an object stays with its context.
+// Not with every driver would a missing wait show in pictures. So the test counts the calls that wait, and that there
+// are none while an object stays with its context.
 TEST_F(PoolTest, PendingWorkIsWaitedForOnAnotherContextAlone) {
   constexpr int kFenceAndFlush = 2, kWait = 1;
   const auto syncs = [](const std::function<void()>& work) {
@@ -61,7 +61,7 @@ TEST_F(PoolTest, PendingWorkIsWaitedForOnAnotherContextAlone) {
     const auto takeFirst = [&] { EXPECT_EQ(take(), first); };
     EXPECT_EQ(syncs(giveBack), 0);
     EXPECT_EQ(syncs(takeFirst), 0);
-    // Taken here, given back there, and the other way round; a context that only gives back is one to wait for, too.
+    // Taken here and given back there, and vice versa; a context that only gives back has to be waited for, too.
     OnOtherThread(true, [&] { EXPECT_EQ(syncs(giveBack), kFenceAndFlush); });
     EXPECT_EQ(syncs(takeFirst), kWait);
     leaveAndReturn();
@@ -70,7 +70,7 @@ TEST_F(PoolTest, PendingWorkIsWaitedForOnAnotherContextAlone) {
       EXPECT_EQ(syncs([&] { EXPECT_NE(take(), first) << "nobody can wait for a context that goes on working"; }), 0);
       giveBack();
     });
-    // Left, it has put a fence behind all its work.
+    // A context that is left puts a fence after all its work.
     EXPECT_EQ(syncs([&] { MakeCurrent(nullptr); }), kFenceAndFlush);
     OnOtherThread(true, [&] {
       EXPECT_EQ(syncs(takeFirst), kWait);
@@ -78,7 +78,7 @@ TEST_F(PoolTest, PendingWorkIsWaitedForOnAnotherContextAlone) {
     });
     ASSERT_TRUE(MakeCurrent(own));
   }
-  // Who has no context can leave no fence: what the taker has submitted since is waited for all the same.
+  // Without a context no fence can be left; the taker has to wait all the same.
   for (const bool again : {false, true}) {
     textures.Clear();
     const GLuint name = takeTexture();
@@ -98,7 +98,7 @@ TEST_F(PoolTest, PendingWorkIsWaitedForOnAnotherContextAlone) {
   }
 }
 
-// Which of those that fit is taken, the table shows.
+// The tests of the table show which of those that fit is taken.
 TEST_F(PoolTest, IdleBuffersServeWhatTheyFitAlone) {
   const struct {
     int width, height;
@@ -145,7 +145,7 @@ TEST_F(PoolTest, IdleBuffersServeWhatTheyFitAlone) {
 TEST_F(PoolTest, MapperWorksOnAnyThread) {
   auto mapper = std::make_unique<PixelBufferMapper>(contexts_);
   uint32_t size = 0;
-  auto* kept = new BO;  // goes with the mapper
+  auto* kept = new BO;  // deleted with the mapper
   ASSERT_TRUE(kept->Allocate(4, GL_STREAM_READ, "keep"));
   EXPECT_NE(mapper->Map(kept, &size), nullptr);
   BO buffer, empty;
@@ -176,7 +176,7 @@ TEST(ScratchBufferPoolTest, SmallestBlockThatFitsUnlessFarTooLarge) {
   ScratchBufferPool pool;
   uint8_t* const large = pool.Acquire(1000);
   uint8_t* const medium = pool.Acquire(600);
-  for (uint8_t* block : {large, medium, large}) pool.Release(block);  // a second time: ignored
+  for (uint8_t* block : {large, medium, large}) pool.Release(block);  // releasing one twice is ignored
   EXPECT_EQ(pool.Acquire(550), medium);
   EXPECT_EQ(pool.Acquire(550), large);
   for (uint8_t* block : {large, medium}) pool.Release(block);
@@ -187,8 +187,8 @@ TEST(ScratchBufferPoolTest, SmallestBlockThatFitsUnlessFarTooLarge) {
 TEST(ScratchBufferPoolTest, IdleBlocksAreBounded) {
   ScratchBufferPool pool;
   constexpr size_t kMost = ScratchBufferPool::kMaxIdleBytes;
-  // Rows of a window that is dragged larger, and blocks that are more than all idle ones may be: the one in use is not
-  // made anew for each frame.
+  // Growing rows, as of a window that is dragged larger, and blocks larger than all idle ones may be together: the one
+  // in use is not reallocated for each frame.
   for (const auto& [first, step] : {std::pair(kMost / 4, size_t{4096}), {2 * kMost, 0}}) {
     uint8_t* last = nullptr;
     for (size_t size = first; size <= first + 20 * step; size += std::max<size_t>(step, 1)) {

@@ -49,7 +49,7 @@ TEST_F(ProgramTest, CacheLendsByNameTheOneThatCameBackFirstAndDeletesEachOnce) {
     EXPECT_EQ(Live(glIsProgram), 3);
     EXPECT_EQ(TakeLog(), "");
 
-    for (int i = 0; i < 2; ++i) EXPECT_TRUE(cache.Return(other));  // and it is still deleted once
+    for (int i = 0; i < 2; ++i) EXPECT_TRUE(cache.Return(other));  // and it is deleted only once
     EXPECT_EQ(cache.Get("broken", kVertex, kBroken), nullptr);
     const std::string log = TakeLog();
     EXPECT_TRUE(log.starts_with("0 compile shader [" + std::string(kBroken) + "] failed, err=")) << log;

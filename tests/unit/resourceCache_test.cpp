@@ -13,7 +13,7 @@ using namespace test;
 
 constexpr char kPath[] = "folder/image.png";
 
-/// What the host's callbacks give and saw.
+/// What the host's callbacks return, and what they were passed.
 QVGHostImage hostImage;
 int decoded, freed;
 
@@ -43,7 +43,7 @@ TEST_F(ResourceCacheTest, EntriesGoWithTheLastReferenceWhenTheyAreToBeErased) {
   ResourceCache::Entry* entry = AcquireImage();
   ASSERT_NE(entry, nullptr);
   const GLuint name = entry->texture->Id();
-  // The path alone counts, whatever kind is asked for.
+  // Only the path counts, whatever kind is requested.
   for (const int32_t kind : {1, 2, 3, 4}) EXPECT_EQ(cache_.Acquire(kPath, kind), entry) << kind;
   EXPECT_EQ(entry->count, 5);
   for (int i = 0; i < 5; ++i) cache_.Release(entry, false);

@@ -1,4 +1,4 @@
-// What uploads, clones and windows leave out: pixel buffers, and copies of parts.
+// What uploads, clones and windows don't cover: pixel buffers, and copies of parts.
 #include "base/texture.h"
 
 #include <array>
@@ -33,7 +33,7 @@ TEST_F(TextureTest, LoadsThroughAPixelBufferCentreTheImage) {
     EXPECT_EQ(ContentOf(texture), (std::array<int, 4>{17, 0, 5, 29}));
     const Image centred = Over(before, image, 17, 0);
     EXPECT_EQ(Difference(centred, StorageOf(texture)), "");
-    // Rows that are further apart are not for it.
+    // It takes no rows with padding.
     texture.SubmitLoad({3, 29, pixels.data(), GL_RGBA, GL_UNSIGNED_BYTE, 5}, Texture::Place::kOrigin);
     EXPECT_EQ(Difference(Over(centred, Crop(image, 0, 0, 3, 29), 0, 0), StorageOf(texture)), "");
   }

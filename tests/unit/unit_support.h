@@ -1,4 +1,4 @@
-// What the tests of the internals share: contexts, the log's lines, and pictures in textures.
+// Shared by the tests of the internals: contexts, the log's lines, and pictures in textures.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -20,14 +20,14 @@ namespace qvg::test {
 
 using namespace reference;
 
-/// Keeps the log's lines during its life instead of writing them.
+/// Captures the log's lines while it lives, instead of writing them.
 class LogCapture {
  public:
   LogCapture() { Logger::Instance().SetSink(&Keep, reinterpret_cast<intptr_t>(this)); }
   ~LogCapture() { Logger::Instance().SetSink(&DefaultLogSink, 0); }
 
-  /// The lines since the last call, each as "level message\n" without time and place; not what is told about
-  /// contexts and the platform.
+  /// The lines since the last call, each as "level message\n" without time and place; those about contexts
+  /// and the platform are left out.
   std::string Take() {
     std::lock_guard lock(mutex_);
     return std::exchange(lines_, "");
@@ -47,8 +47,8 @@ class LogCapture {
   std::string lines_;
 };
 
-/// A started runtime with a context of it current on the test's thread. A line of the log that the test does not take
-/// fails it.
+/// A started runtime with one of its contexts current on the test's thread. Log lines that the test doesn't take fail
+/// it.
 class GLTest : public testing::Test {
  protected:
   void SetUp() override {
@@ -69,7 +69,7 @@ class GLTest : public testing::Test {
   std::string TakeLog() { return log_.Take(); }
   bool MakeCurrent(void* context) { return contexts_.MakeCurrentContext(context, nullptr); }
 
-  /// Runs on another thread with another context, or without one.
+  /// Runs the work on another thread with another context, or without one.
   template <class Work>
   void OnOtherThread(bool withContext, Work work) {
     std::thread([&] {
@@ -90,7 +90,7 @@ class GLTest : public testing::Test {
   LogCapture log_;
 };
 
-/// How many names a glIs... function knows.
+/// The number of names that a glIs... function knows.
 template <class IsName>
 int Live(IsName isName) {
   int count = 0;
@@ -98,7 +98,7 @@ int Live(IsName isName) {
   return count;
 }
 
-/// Gives the texture storage that is full of the picture.
+/// Fills the texture's storage with the picture.
 inline void Fill(Texture& texture, const Image& storage) {
   ASSERT_TRUE(texture.Allocate({.width = storage.width, .height = storage.height}));
   ASSERT_TRUE(texture.Load({storage.width, storage.height, Bytes(storage).data()}));
