@@ -222,13 +222,13 @@ inline void Finish() noexcept { Table().Finish(); }
 
 /// A view of the host's frame for uploads; the pixels stay the host's and are only read. Its fields may be changed.
 struct PixelBuffer : QVGPixelBuffer {
-  PixelBuffer() noexcept : QVGPixelBuffer{} {}
+  PixelBuffer() noexcept : QVGPixelBuffer() {}
 
   /// A frame in one piece, as QVG_PixelBufferFromPointer() describes it; a bad one gives a view without a format, which
   /// uploads refuse. stride: bytes of a row of the first plane, 0 for no padding.
   PixelBuffer(QVGPixelFormat pixelFormat, int32_t frameWidth, int32_t frameHeight, const void* pixels,
               int32_t rowStride = 0) noexcept
-      : QVGPixelBuffer{} {
+      : QVGPixelBuffer() {
     QVG_PixelBufferFromPointer(this, pixelFormat, frameWidth, frameHeight, pixels, rowStride);
   }
 

@@ -104,7 +104,7 @@ std::vector<std::string> Hints(const Findings& findings) {
     const char* const value = std::getenv(name);
     if (value != nullptr) hints.push_back(fmt::format("{} is set to \"{}\": try without it", name, value));
   }
-  hints.push_back(Platform().hint);
+  hints.emplace_back(Platform().hint);
   return hints;
 }
 

@@ -137,6 +137,7 @@ int main(int argc, char** argv) {
   qvgtool::PrepareConsole();
   std::vector<std::string> arguments = qvgtool::Arguments(argc, argv);
   std::vector<char*> words;
+  words.reserve(arguments.size() + 1);
   for (std::string& argument : arguments) words.push_back(argument.data());
   words.push_back(nullptr);
   return qvgtool::Main(static_cast<int>(arguments.size()), words.data());

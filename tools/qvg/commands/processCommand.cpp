@@ -80,8 +80,8 @@ std::string Summary(const std::string& path, const MediaWriter& writer, const Vi
 /// One run of the command.
 class Processing {
  public:
-  Processing(const ProcessOptions& options, LogCapture& log, Progress& progress)
-      : options_(options), log_(log), progress_(progress) {}
+  Processing(ProcessOptions options, LogCapture& log, Progress& progress)
+      : options_(std::move(options)), log_(log), progress_(progress) {}
 
   Outcome Run() {
     _OpenInput();

@@ -147,9 +147,7 @@ void AddWriting(CLI::App& app, ProcessOptions& options) {
 
 // The tool's own clip is keyed over a picture and beautified, unless options say otherwise.
 void CompleteDemo(const CLI::App& app, ProcessOptions& options) {
-  const auto add = [&](const char* name, ParamSetting setting) {
-    options.effect.try_emplace(name, std::move(setting));
-  };
+  const auto add = [&](const char* name, const ParamSetting& setting) { options.effect.try_emplace(name, setting); };
   add("enable_key", ParamSetting::Switch(true));
   add("color", ParamSetting::Color(kDemoKey));
   add("similarity", ParamSetting::Integer(155));

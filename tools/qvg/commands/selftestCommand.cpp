@@ -127,6 +127,7 @@ class SelftestCommand : public Command {
 
   void _Examine(Report& report, LogCapture& log, std::vector<SelftestText>& texts) const {
     std::vector<Listener*> listeners;
+    listeners.reserve(texts.size());
     for (SelftestText& text : texts) listeners.push_back(&text);
     report.checks = Suite(only_, quick_).Run(log, listeners);
     if (quick_ || !only_.empty()) return;

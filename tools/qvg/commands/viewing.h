@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "media/clipCursor.h"
@@ -34,7 +35,7 @@ struct Viewed {
 
 class Viewing {
  public:
-  Viewing(const ViewOptions& options, LogCapture& log) : options_(options), log_(log) {}
+  Viewing(ViewOptions options, LogCapture& log) : options_(std::move(options)), log_(log) {}
 
   /** Returns when the window is closed. Throws Error. */
   Viewed Run();

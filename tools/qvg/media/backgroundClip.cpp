@@ -19,15 +19,13 @@ FramePtr BackgroundClip::At(double seconds) {
   const VideoFormat& format = reader_->Format();
   const double frameSeconds = Value(Inverse(format.frameRate));
   FramePtr shown;
-  double end = start_;
   while (next_) {
     const double begins = start_ + static_cast<double>(next_->pts) * Value(format.timeBase);
     // A frame that begins at the picture's own time, up to rounding, is the one to show.
     if (begins > seconds + frameSeconds / 100) break;
-    end = begins + frameSeconds;
     shown = std::move(next_);
     next_ = reader_->Read();
-    if (!next_ && !format.still) _Begin(end);
+    if (!next_ && !format.still) _Begin(begins + frameSeconds);
   }
   return shown ? Upright(*shown, format.quarterTurns) : nullptr;
 }

@@ -426,6 +426,7 @@ FramePtr PaintFrame(int width, int height, const Paint& paint) {
   FramePtr frame = NewPackedFrame(PixelFormat::kRGBA, width, height);
   const int workers = static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 1u, 16u));
   std::vector<std::jthread> threads;
+  threads.reserve(static_cast<size_t>(workers));
   for (int worker = 0; worker < workers; ++worker) {
     threads.emplace_back([&, worker] {
       for (int y = worker; y < height; y += workers) {

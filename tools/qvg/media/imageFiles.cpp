@@ -29,7 +29,10 @@ struct OwnedImage {
   std::vector<uint8_t> memory;
 };
 
-FramePtr ReadImage(const std::string& path) {
+FramePtr FindImage(const State& state, const std::string& path) {
+  if (const auto provided = state.provided.find(path); provided != state.provided.end()) {
+    return SharedCopy(*provided->second);
+  }
   FramePtr image = OpenMedia(path, {.sound = false})->Read();
   if (!image) throw Error(path + ": no picture could be decoded");
   return image;
@@ -39,8 +42,7 @@ QVGHostImage* DecodeImage(const char* path) {
   State& state = Shared();
   const std::scoped_lock lock(state.mutex);
   try {
-    const auto provided = state.provided.find(path);
-    const FramePtr source = provided != state.provided.end() ? SharedCopy(*provided->second) : ReadImage(path);
+    const FramePtr source = FindImage(state, path);
     ColorConverter converter;
     Frame frame = converter.Convert(*source, PixelFormat::kBGRA, source->width, source->height, kRgbColors);
     CutTo(frame, state.width, state.height);

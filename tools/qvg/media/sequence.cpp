@@ -109,7 +109,7 @@ FramePtr Sequence::_Fitted(FramePtr frame, const VideoFormat& format) const {
 
 std::string Sequence::Damage() const {
   for (const auto& clip : clips_) {
-    if (const std::string damage = clip->Damage(); !damage.empty()) return damage;
+    if (std::string damage = clip->Damage(); !damage.empty()) return damage;
   }
   return {};
 }

@@ -50,7 +50,6 @@ Compositor::Compositor(const Renderer& renderer, const Layout& layout, int width
       layout_(layout),
       width_(width),
       height_(height),
-      blendType_(QVG_BLEND_NORMAL),
       converter_(upload),
       target_(renderer.NewTarget(width, height)),
       frameBuffer_(renderer.NewFrameBuffer(target_)) {

@@ -48,7 +48,7 @@ class Compositor {
   const Renderer& renderer_;
   Layout layout_;
   int width_, height_;
-  int blendType_;
+  int blendType_ = QVG_BLEND_NORMAL;
   UploadConverter converter_;
   ColorConverter toRGBA_, toBackground_;
   Texture target_;

@@ -122,7 +122,7 @@ AvFramePtr ToAv(const Frame& frame) {
   const size_t size = static_cast<size_t>(std::abs(frame.stride[0])) * static_cast<size_t>(frame.height);
   av->buf[0] = av_buffer_create(frame.data[0], size, release, memory.get(), AV_BUFFER_FLAG_READONLY);
   if (!av->buf[0]) throw std::bad_alloc();
-  memory.release();
+  static_cast<void>(memory.release());  // The buffer owns it now.
   return av;
 }
 

@@ -23,6 +23,6 @@ bool HasHalfChroma(AVPixelFormat format);
 
 /** The result keeps the frame's memory alive, in both directions. */
 AvFramePtr ToAv(const Frame& frame);
-FramePtr FromAv(AvFramePtr frame);
+FramePtr FromAv(AvFramePtr av);
 
 }  // namespace qvgtool

@@ -90,7 +90,7 @@ AVPixelFormat NearestFormat(const AVCodec* codec, AVPixelFormat rgb) {
 void AddChapters(AVFormatContext& output, const std::vector<Chapter>& chapters, double end) {
   for (const Chapter& chapter : chapters) {
     if (chapter.start >= end) continue;
-    AVChapter* made = static_cast<AVChapter*>(av_mallocz(sizeof(AVChapter)));
+    auto* made = static_cast<AVChapter*>(av_mallocz(sizeof(AVChapter)));
     if (!made) throw std::bad_alloc();
     // From here on the output owns it.
     av_dynarray_add(&output.chapters, reinterpret_cast<int*>(&output.nb_chapters), made);
@@ -135,7 +135,7 @@ FfmpegWriter::FfmpegWriter(const std::string& path, const WriteOptions& options)
 
 FfmpegWriter::~FfmpegWriter() {
   try {
-    Finish(false);
+    FfmpegWriter::Finish(false);
   } catch (const std::exception&) {
     // It was reported where it first happened; here only closing the file matters.
   }
@@ -303,12 +303,12 @@ void FfmpegWriter::TakeAlong() {
 }
 
 void FfmpegWriter::_Encode(const AVFrame* frame) {
-  int result = avcodec_send_frame(encoder_.get(), frame);
+  const int result = avcodec_send_frame(encoder_.get(), frame);
   if (result < 0 && result != AVERROR_EOF) {
     throw Error(fmt::format("{}: the encoder failed: {}", path_, FfmpegError(result)));
   }
   const PacketPtr packet = NewPacket();
-  while ((result = avcodec_receive_packet(encoder_.get(), packet.get())) >= 0) {
+  while (avcodec_receive_packet(encoder_.get(), packet.get()) >= 0) {
     if (packet->duration <= 0) {
       packet->duration = std::max<int64_t>(1, av_rescale_q(1, av_inv_q(encoder_->framerate), encoder_->time_base));
     }

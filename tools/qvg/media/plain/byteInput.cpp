@@ -10,7 +10,7 @@
 namespace qvgtool {
 
 ByteInput::ByteInput(const std::string& path, bool (*stop)())
-    : name_(path == "-" ? "standard input" : path), stop_(stop), stream_(nullptr) {
+    : name_(path == "-" ? "standard input" : path), stop_(stop) {
   if (path == "-") {
     stream_ = StandardInput();
     return;

@@ -38,7 +38,7 @@ class ByteInput {
   std::string name_;
   bool (*stop_)();
   FilePtr file_;  // null: standard input.
-  std::FILE* stream_;
+  std::FILE* stream_ = nullptr;
   int64_t size_ = 0, position_ = 0;
   std::string ahead_;  // Bytes that were looked at but not consumed.
   std::string failure_;

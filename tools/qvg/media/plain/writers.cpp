@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <utility>
 
 #include "media/numberedNames.h"
 #include "media/plain/yuvFormat.h"
@@ -44,8 +45,8 @@ void ImageWriter::Write(FramePtr frame) {
   seconds_ = static_cast<double>(frame->pts) * Value(format_.timeBase) + Value(Inverse(format_.frameRate));
 }
 
-Y4mWriter::Y4mWriter(const std::string& path, const WriteOptions& options)
-    : path_(path), standardOutput_(options.standardOutput) {}
+Y4mWriter::Y4mWriter(std::string path, const WriteOptions& options)
+    : path_(std::move(path)), standardOutput_(options.standardOutput) {}
 
 void Y4mWriter::Open(const VideoFormat& format, const Frame&, FrameSource*, double) {
   format_ = format;

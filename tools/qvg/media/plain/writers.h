@@ -35,7 +35,7 @@ class ImageWriter : public MediaWriter {
 
 class Y4mWriter : public MediaWriter {
  public:
-  Y4mWriter(const std::string& path, const WriteOptions& options);
+  Y4mWriter(std::string path, const WriteOptions& options);
 
   bool SingleImage() const override { return false; }
   bool KeepsAlpha() const override { return false; }
