@@ -1,4 +1,5 @@
-# Libraries of the distribution, as two targets: qvg_header_only (fmt, glm, and what the tool needs) and qvg_platform (windows and contexts).
+# Libraries of the distribution, as two targets: qvg_header_only (fmt, glm, and what the tool needs) and qvg_platform
+# (windows and contexts).
 
 set(THREADS_PREFER_PTHREAD_FLAG ON)
 find_package(Threads REQUIRED)
@@ -10,7 +11,8 @@ if(CMAKE_CROSSCOMPILING)
   file(MAKE_DIRECTORY "${shared_headers}")
   foreach(folder fmt glm CLI stb)
     if(NOT IS_DIRECTORY "/usr/include/${folder}")
-      message(FATAL_ERROR "/usr/include/${folder} is missing (packages libfmt-dev, libglm-dev, libcli11-dev, libstb-dev)")
+      message(FATAL_ERROR "/usr/include/${folder} is missing "
+                          "(packages libfmt-dev, libglm-dev, libcli11-dev, libstb-dev)")
     endif()
     file(CREATE_LINK "/usr/include/${folder}" "${shared_headers}/${folder}" SYMBOLIC)
   endforeach()

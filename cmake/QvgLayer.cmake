@@ -1,8 +1,8 @@
-# qvg_add_layer(<name> [LAYERS <layer>...] SOURCES <file>... [SHADERS <file>...]): the files of src/<name> as the archive
-# qvg_<name>, on top of the given layers. Of sources that end in _egl or _win only those of the platform are taken.
+# qvg_add_layer(<name> [LAYERS <layer>...] SOURCES <file>... [SHADERS <file>...]): the files of src/<name> as the
+# archive qvg_<name>, on top of the given layers. Of sources that end in _egl or _win only the platform's are taken.
 #
-# Includes name their layer ("base/texture.h"). A target finds the headers of a layer only through a folder of its own
-# that holds nothing else, so that an include of a layer that was not asked for doesn't compile.
+# Includes name their layer ("base/texture.h"). A layer's headers are found only through a folder that holds nothing
+# else, so an include of a layer that was not asked for doesn't compile.
 function(qvg_add_layer name)
   cmake_parse_arguments(PARSE_ARGV 1 layer "" "" "LAYERS;SOURCES;SHADERS")
   set(target qvg_${name})

@@ -1,8 +1,8 @@
 #!/bin/bash
 # compare_composition.sh [ROUNDS]: CPU seconds of qvg and of a pipeline of GStreamer's GL elements (glalpha,
-# glvideomixer) that key a 1080p clip over an image, in turns; H.264 is decoded, NV12 frames come out: of qvg into a
-# file, of the pipeline nowhere. Expects what ./test has built and, beside ffmpeg and Xvfb, the packages gstreamer1.0-{gl,libav,tools} and
-# gstreamer1.0-plugins-{base,good}.
+# glvideomixer) that key a 1080p clip over an image, in turns. Both decode H.264 and give NV12 frames, which qvg writes
+# to a file and the pipeline drops. Expects what ./test has built, ffmpeg, Xvfb, and the packages
+# gstreamer1.0-{gl,libav,tools} and gstreamer1.0-plugins-{base,good}.
 set -eu
 cd "$(dirname "$0")/.."
 . scripts/test_parts.sh
@@ -18,13 +18,14 @@ run=("${with_x[@]}" "${mesa_only[@]}")
 ffmpeg -v error -f lavfi -i mandelbrot=s=1920x1080 -frames:v 1 -q:v 2 "$work/behind.jpg"
 
 ours() {
-  "${run[@]}" build/linux/qvg process "$work/clip.mp4" -o "$work/ours.nut" --codec rawvideo --key '#18a03c' --similarity 155 \
-    --smoothness 50 --anti-spill 75 --background "$work/behind.jpg" >/dev/null
+  "${run[@]}" build/linux/qvg process "$work/clip.mp4" -o "$work/ours.nut" --codec rawvideo --key '#18a03c' \
+    --similarity 155 --smoothness 50 --anti-spill 75 --background "$work/behind.jpg" >/dev/null
 }
 theirs() {
   local gl='video/x-raw(memory:GLMemory)'
   "${run[@]}" GST_GL_PLATFORM=egl gst-launch-1.0 -q glvideomixer name=mix sink_0::zorder=0 sink_1::zorder=1 ! \
-    "$gl,width=1920,height=1080" ! glcolorconvert ! "$gl,format=NV12" ! gldownload ! video/x-raw,format=NV12 ! fakesink sync=false \
+    "$gl,width=1920,height=1080" ! glcolorconvert ! "$gl,format=NV12" ! gldownload ! video/x-raw,format=NV12 ! \
+    fakesink sync=false \
     filesrc location="$work/behind.jpg" ! jpegdec ! videoconvert ! video/x-raw,format=RGBA ! \
     imagefreeze num-buffers="$frames" ! video/x-raw,framerate=25/1 ! glupload ! mix.sink_0 \
     filesrc location="$work/clip.mp4" ! qtdemux ! avdec_h264 ! glupload ! glcolorconvert ! \

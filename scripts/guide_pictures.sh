@@ -31,8 +31,8 @@ strip() {
   shift 2
   while (($#)); do
     convert "$2" -crop "$crop" +repage -resize "${width}x" \
-      \( -background white -fill '#222' -font DejaVu-Sans -pointsize 13 -gravity center -size "${width}x24" "caption:$1" \) \
-      -append "cell$#.png"
+      \( -background white -fill '#222' -font DejaVu-Sans -pointsize 13 -gravity center -size "${width}x24" \
+      "caption:$1" \) -append "cell$#.png"
     cells+=("cell$#.png")
     shift 2
   done

@@ -19,8 +19,8 @@ for kind in "${kinds[@]}"; do
   log=build/package-$kind.log
   rm -f "$packages"/$made "$packages"/$made.sha256
   folder=build/$kind-package
-  if ! { cmake --preset "$kind-package" && cmake --build "$folder" && cpack --config "$folder/CPackConfig.cmake" -B "$packages"; } \
-    >"$log" 2>&1 </dev/null; then
+  if ! { cmake --preset "$kind-package" && cmake --build "$folder" &&
+         cpack --config "$folder/CPackConfig.cmake" -B "$packages"; } >"$log" 2>&1 </dev/null; then
     tail -n 40 "$log" >&2
     exit 1
   fi

@@ -80,7 +80,8 @@ figures() {
     $1 == "driver" { driver = $2; version = $3; next }
     $1 ~ /^T/ {
       if (one == "") { one = $4; bare_one = $6 }
-      scaling = scaling sprintf("| %s | %.1f (%.2f) | %.1f (%.2f) |\n", $2, 1000 / $4, one / $4, 1000 / $6, bare_one / $6)
+      scaling = scaling sprintf("| %s | %.1f (%.2f) | %.1f (%.2f) |\n", $2, 1000 / $4, one / $4, 1000 / $6,
+        bare_one / $6)
       next
     }
     {

@@ -1,6 +1,6 @@
 #!/bin/bash
-# race_tests.sh [TIMES]: the tests that use threads, many times over (100) under the thread sanitizer. Stops at the first
-# report. The planted races come first: if they were not reported, silence would mean nothing.
+# race_tests.sh [TIMES]: the tests that use threads, many times over (100) under the thread sanitizer. Stops at the
+# first report. The planted races come first: if they were not reported, silence would mean nothing.
 set -eu
 cd "$(dirname "$0")/.."
 . scripts/test_parts.sh

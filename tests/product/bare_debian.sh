@@ -1,7 +1,7 @@
 #!/bin/bash
-# bare_debian.sh PACKAGES [PROGRAM]: installs the Debian packages in that folder on a bare Debian 12, which it makes in a
-# folder of its own, uses them, and removes them again: nothing of them may be left. Then, if PROGRAM is given, it runs
-# that in there before the removal. For root, with a network; takes minutes.
+# bare_debian.sh PACKAGES [PROGRAM]: installs the Debian packages in that folder on a bare Debian 12, which it makes in
+# a folder of its own, uses them, runs PROGRAM in there if one is given, and removes the packages again: nothing of them
+# may be left. For root, with a network; takes minutes.
 set -eu
 packages=$(realpath "$1")
 program=${2:+$(realpath "$2")}
@@ -25,10 +25,12 @@ inside apt-get -qq update
 inside apt-get -qq install -y --no-install-recommends gcc libc6-dev pkg-config >/dev/null
 
 files >"$work/before"
-inside sh -c 'apt-get -qq install -y /packages/*.deb </dev/null' >"$work/install.log" 2>&1 || { tail -n 20 "$work/install.log"; exit 1; }
+inside sh -c 'apt-get -qq install -y /packages/*.deb </dev/null' >"$work/install.log" 2>&1 ||
+  { tail -n 20 "$work/install.log"; exit 1; }
 inside sh -ec '
   cd /root
-  cc -std=c99 /usr/share/doc/libqvglrenderer-dev/examples/headless_file.c -o example $(pkg-config --cflags --libs qvGLRenderer)
+  cc -std=c99 /usr/share/doc/libqvglrenderer-dev/examples/headless_file.c -o example \
+    $(pkg-config --cflags --libs qvGLRenderer)
   ./example out.pam
   qvg info
   qvg process -o out.png'

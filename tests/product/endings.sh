@@ -1,9 +1,9 @@
 #!/bin/bash
-# endings.sh PROGRAM [EMULATOR]: every way to end, at different moments, RUNS times each (environment; three without, one
-# under an emulator): none ends by a signal, with another status than 0, hangs, or has something to say on standard error,
-# or, with a log that is off, on standard output, which is the host's.
-# Not under the emulator where threads of the host render: it hangs now and then over threads that it ends within the
-# driver, as with any program that draws.
+# endings.sh PROGRAM [EMULATOR]: takes every way to end, at different moments, RUNS times each (from the environment;
+# else three times, under an emulator once). No run may end by a signal or with another status than 0, hang, or print on
+# standard error, or, with the log off, on standard output, which is the host's.
+# Ways in which threads of the host render are left out under the emulator: it sometimes hangs when it ends threads
+# inside the driver, with any program that draws.
 set -u
 logs=$(mktemp -d)
 trap 'rm -rf "$logs"' EXIT

@@ -25,7 +25,8 @@ check_linux_copy() {
   [[ -e $prefix/bin/qvg ]] || return 0
   "$prefix/bin/qvg" info >/dev/null
   # The pages know the effect's options too, whatever driver there was for the build.
-  for page in man/man1/qvg.1* bash-completion/completions/qvg zsh/site-functions/_qvg fish/vendor_completions.d/qvg.fish; do
+  for page in man/man1/qvg.1* bash-completion/completions/qvg zsh/site-functions/_qvg \
+    fish/vendor_completions.d/qvg.fish; do
     zgrep -q smoothness "$prefix/share/"$page
   done
 }

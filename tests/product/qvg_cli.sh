@@ -46,7 +46,8 @@ for row in {nothing.mp4,noise.mp4,empty.mp4,.}" -o out.mp4" "clip.mp4 -o missing
 done
 for option in "--nonsense 1" "--scale big" "--scale -1" "--opacity 1.5" "--rotate x" "--size 10" "--size 0x5" \
   "--blend purple" "--background-color mud" "--key mud" "--blur 101" "--bright -101" "--blur x" "--frames 0" \
-  "--quality 99" "--move 3" "--move nan,1" "--scale nan" "--from nan" "--from 2 --to 1" "--to 1 --duration 1" --enable-bg; do
+  "--quality 99" "--move 3" "--move nan,1" "--scale nan" "--from nan" "--from 2 --to 1" "--to 1 --duration 1" \
+  --enable-bg; do
   refused 2 process clip.mp4 -o out.mp4 $option
 done
 for row in "" frobnicate "process clip.mp4"; do refused 2 $row; done
@@ -159,7 +160,8 @@ close "colours of hd.mp4 as Y4M, whose matrix is guessed" 2 hd.mp4 back.y4m
 # A stream on standard output, and nothing else there; parts of a clip, and other rates.
 "$qvg" process clip.mp4 -o - 2>err.log >piped
 expect "-o -" "h264,50" "$(probe -select_streams v -count_frames -show_entries stream=codec_name,nb_read_frames piped)"
-for row in "--from 0.5 --to 1.3;20" "--from 00:00:01.5;12" "--duration 0.4;10" "--fps 10;20" "--fps 50 --duration 1;50"; do
+for row in "--from 0.5 --to 1.3;20" "--from 00:00:01.5;12" "--duration 0.4;10" "--fps 10;20" \
+  "--fps 50 --duration 1;50"; do
   process clip.mp4 -o /dev/stdout --format mp4 ${row%%;*}
   expect "${row%%;*}" "${row#*;}" "$(frames out.log)"
 done
@@ -201,7 +203,8 @@ make -i flash.mp4 -c copy flash.ts
 make -i flash.mp4 -c:v copy -c:a flac flash.mkv
 make -i flash.mp4 -s 240x120 -r 50 -ar 22050 -ac 2 -c:a libmp3lame other.mp4
 make -f lavfi -i "color=black:size=160x120:rate=25" -t 2 mute.mp4
-for row in "flash.mp4 -o along.mp4;aac" "flash.mp4 -o along.mp4 --from 0.73;aac" "flash.ts -o along.mp4 --from 0.73;aac" \
+for row in "flash.mp4 -o along.mp4;aac" "flash.mp4 -o along.mp4 --from 0.73;aac" \
+  "flash.ts -o along.mp4 --from 0.73;aac" \
   "flash.mp4 -o along.webm --from 0.73;opus" "flash.mkv -o along.mp4;aac" "flash.mkv -o along.mkv --from 0.73;flac" \
   "flash.mp4 flash.mp4 -o along.mp4 --from 2.2;aac" "mute.mp4 other.mp4 -o along.mp4;aac" \
   "other.mp4 mute.mp4 flash.mp4 -o along.mp4 --from 2.2;aac"; do
@@ -214,8 +217,8 @@ process flash.mp4 -o along.mp4 --from 0.73
 expect "both begin at 0" "0.000000 0.000000" "$(probe -show_entries stream=start_time along.mp4 | xargs)"
 
 printf '1\n00:00:00,200 --> 00:00:01,500\nfirst\n\n2\n00:00:02,000 --> 00:00:03,000\nsecond\n' >text.srt
-printf ';FFMETADATA1\ntitle=Whole\n[CHAPTER]\nTIMEBASE=1/10\nSTART=0\nEND=15\ntitle=A\n[CHAPTER]\nTIMEBASE=1/10\nSTART=15
-END=40\ntitle=B\n' >titles.txt
+printf ';FFMETADATA1\ntitle=Whole\n[CHAPTER]\nTIMEBASE=1/10\nSTART=0\nEND=15\ntitle=A\n[CHAPTER]\nTIMEBASE=1/10
+START=15\nEND=40\ntitle=B\n' >titles.txt
 make -i flash.mp4 -i text.srt -i titles.txt -map 0 -map 1 -map_metadata 2 -c copy -c:s srt -metadata:s:a language=deu \
   -metadata:s:s language=fra titled.mkv
 for row in "mp4;mov_text" "webm;webvtt" "mkv;subrip"; do
@@ -238,7 +241,8 @@ for transfer in smpte2084 arib-std-b67 bt2020-10; do
     -color_primaries bt2020 -color_trc $transfer -colorspace bt2020nc wide.mp4
   process wide.mp4 -o wide-out.mp4
   [[ $transfer == bt2020* ]] && tags=smpte170m,bt2020-10,bt2020 || tags=smpte170m,bt709,bt709
-  expect "tags of $transfer" "$tags" "$(probe -show_entries stream=color_space,color_transfer,color_primaries wide-out.mp4)"
+  expect "tags of $transfer" "$tags" \
+    "$(probe -show_entries stream=color_space,color_transfer,color_primaries wide-out.mp4)"
   make -i wide-out.mp4 -vf zscale=p=bt709:t=bt709:m=bt709,format=gbrp -frames:v 1 wide.png
   near "colours of $transfer" 14 "102 102 102 255 188 188 188 255 0 188 188 255 188 0 0 255" \
     "$(rgba wide.png 20:40 60:40 120:40 225:40)"
@@ -247,8 +251,9 @@ make -f lavfi -i "color=gray:size=160x120:rate=50,drawbox=w=30:h=120:color=white
   tinterlace=interleave_top,setfield=tff -c:v libx264 -flags +ilme+ildct -x264opts tff=1 -crf 8 fields.mp4
 # How much neighbouring lines differ.
 combs() {
-  ffmpeg -nostdin -v error -ss 0.5 -i "$1" -frames:v 1 -vf "format=gray,split[a][b];[a]crop=iw:ih-1:0:0[c];[b]crop=iw:ih-1:0:1
-    [d];[c][d]blend=all_mode=difference,signalstats,metadata=print:file=-" -f null - | awk -F= '/YAVG/{print ($2 > 1); exit}'
+  ffmpeg -nostdin -v error -ss 0.5 -i "$1" -frames:v 1 -vf "format=gray,split[a][b];[a]crop=iw:ih-1:0:0[c];
+    [b]crop=iw:ih-1:0:1[d];[c][d]blend=all_mode=difference,signalstats,metadata=print:file=-" -f null - |
+    awk -F= '/YAVG/{print ($2 > 1); exit}'
 }
 process fields.mp4 -o whole.mp4
 process fields.mp4 -o kept.mp4 --no-deinterlace

@@ -36,14 +36,19 @@ ROWS
 
 # ---- Y4M through pipes, as ffmpeg gives and takes it: colours, rate, shape and number stay
 
-colours() { make -i "$1" -frames:v 1 -vf "scale=in_color_matrix=$2,format=rgb24" "$1.png" && rgba "$1.png" 40:40 280:40 40:140; }
+colours() {
+  make -i "$1" -frames:v 1 -vf "scale=in_color_matrix=$2,format=rgb24" "$1.png" && rgba "$1.png" 40:40 280:40 40:140
+}
 while read -r format size matrix range; do
-  make -f lavfi -i "color=0xc04020:size=$size:rate=30000/1001:d=0.2,format=rgb24,drawbox=x=160:w=iw:color=0x20a040:t=fill,drawbox=y=100:h=200:w=160:color=0x3030c0:t=fill" \
-    -vf "setsar=4/3,scale=out_color_matrix=$matrix:out_range=$range" -pix_fmt $format -color_range $range -strict -1 -f yuv4mpegpipe in.y4m
+  boxes="drawbox=x=160:w=iw:color=0x20a040:t=fill,drawbox=y=100:h=200:w=160:color=0x3030c0:t=fill"
+  make -f lavfi -i "color=0xc04020:size=$size:rate=30000/1001:d=0.2,format=rgb24,$boxes" \
+    -vf "setsar=4/3,scale=out_color_matrix=$matrix:out_range=$range" -pix_fmt $format -color_range $range -strict -1 \
+    -f yuv4mpegpipe in.y4m
   "$qvg" process - -o - <in.y4m 2>out.log >out.y4m
   near "$format $size $range: colours" 4 "192 64 32 255 32 160 64 255 48 48 192 255" "$(colours out.y4m $matrix)"
   expect "$format $size $range: stream" "30000/1001,4:3,6" \
-    "$(probe -count_frames -show_entries stream=r_frame_rate,sample_aspect_ratio,nb_read_frames out.y4m | awk -F, '{ print $2 "," $1 "," $3 }')"
+    "$(probe -count_frames -show_entries stream=r_frame_rate,sample_aspect_ratio,nb_read_frames out.y4m |
+      awk -F, '{ print $2 "," $1 "," $3 }')"
 done <<'ROWS'
 yuv420p 320x180 bt601 tv
 yuv420p 1280x720 bt709 tv
@@ -79,7 +84,8 @@ expect "what was whole is written" 1 "$(frames short.out.y4m)"
 
 # ---- Ctrl-C
 
-"$qvg" process - -o stopped.y4m < <(exec ffmpeg -nostdin -v quiet -re -f lavfi -i testsrc2=size=320x180 -f yuv4mpegpipe -) >out.log 2>&1 &
+"$qvg" process - -o stopped.y4m >out.log 2>&1 \
+  < <(exec ffmpeg -nostdin -v quiet -re -f lavfi -i testsrc2=size=320x180 -f yuv4mpegpipe -) &
 tool=$!
 grown() { [[ $(stat -c %s stopped.y4m 2>/dev/null || echo 0) -gt 300000 ]]; }
 within 200 grown

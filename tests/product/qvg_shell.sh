@@ -46,7 +46,8 @@ assert [row["done"] for row in rows] == [False] * (len(rows) - 1) + [True]
 frames = [row["frame"] for row in rows]
 assert frames == sorted(frames) and all(row["elapsed"] >= 0 and row["fps"] >= 0 for row in rows)
 print(last["outcome"], last["exit"], last["frame"], last["total"], last["time"], last["remaining"])'
-for row in "clip.mp4;finished 0 50 50 1.96 0.0" "-;finished 0 50 None 1.96 None" "nothing.mp4;failed 1 0 None 0.0 None"; do
+for row in "clip.mp4;finished 0 50 50 1.96 0.0" "-;finished 0 50 None 1.96 None" \
+  "nothing.mp4;failed 1 0 None 0.0 None"; do
   ffmpeg -nostdin -v error -i clip.mp4 -f yuv4mpegpipe - 2>/dev/null |
     "$qvg" process ${row%%;*} -o out.mp4 --progress-file told --preset ultrafast >out.log 2>err.log
   expect "progress of ${row%%;*}" "${row#*;}" "$(python3 -c "$told" told)"
@@ -67,7 +68,8 @@ viewer=$!
 trap 'kill $viewer $server; rm -rf "$dir"' EXIT
 seen() { make -f x11grab -i "$screen" -frames:v 1 seen.png && [[ $(rgba seen.png 20:20) == "32 96 192 255" ]]; }
 within 100 seen
-"$qvg" process --capture "x11:$screen" --capture-size 160x120 --capture-rate 10 --duration 0.95 -o screen.mp4 >out.log 2>&1
+"$qvg" process --capture "x11:$screen" --capture-size 160x120 --capture-rate 10 --duration 0.95 -o screen.mp4 \
+  >out.log 2>&1
 expect "capture of a screen" "0 160,120 0.000000 1" "$? $(probe -show_entries stream=width,height screen.mp4) $(probe \
   -show_entries packet=pts_time screen.mp4 | head -n 1 | tr -d ,) $(($(frames screen.mp4) >= 3))"
 near "colour of the screen" 6 "32 96 192" "$(rgba screen.mp4 20:20 | cut -d' ' -f1-3)"

@@ -44,8 +44,9 @@ lines() { wc -l <"$1"; }
 # rgba FILE X:Y...: the pixels' channels.
 rgba() {
   local point
-  for point in "${@:2}"; do ffmpeg -nostdin -v error -i "$1" -frames:v 1 -vf "format=rgba,crop=1:1:$point" -f rawvideo -; done |
-    od -An -v -tu1 | xargs
+  for point in "${@:2}"; do
+    ffmpeg -nostdin -v error -i "$1" -frames:v 1 -vf "format=rgba,crop=1:1:$point" -f rawvideo -
+  done | od -An -v -tu1 | xargs
 }
 # near NAME LIMIT WANTED GOT: numbers, each as far off as the limit at most.
 near() {

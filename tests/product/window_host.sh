@@ -1,6 +1,6 @@
 #!/bin/bash
-# window_host.sh PROGRAM [EMULATOR]: an example host with a window shows its frames and ends, and, under the emulator, ends
-# when its window is closed. An X server is started where there is none.
+# window_host.sh PROGRAM [EMULATOR]: an example host with a window shows its frames and ends, and, under the emulator,
+# ends when its window is closed. Starts an X server if there is none.
 set -eu
 if [[ ! ${DISPLAY-} ]]; then
   exec xvfb-run -a -s "-screen 0 1280x1024x24 -nolisten tcp -noreset" "$0" "$@"
