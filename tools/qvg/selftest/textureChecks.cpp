@@ -69,6 +69,7 @@ void CheckClear(Comparison& comparison) {
 
 std::vector<Check> TextureChecks() {
   std::vector<Check> checks;
+  checks.reserve(std::size(kOrders) + 2);
   for (int order = 0; order < 4; ++order)
     checks.push_back({"texture", fmt::format("channel order {}", kOrders[order]), kExact,
                       [order](Comparison& c) { CheckOrder(c, order); }});
