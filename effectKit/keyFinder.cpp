@@ -8,8 +8,8 @@ namespace qvg::effectkit {
 namespace {
 
 constexpr int kChromaBins = 24;        // Of each chroma axis.
-constexpr double kMinChroma = 0.12;    // Of 0.5: what is paler is a wall, not a screen.
-constexpr double kLeastChroma = 0.05;  // What is paler or darker differs from nothing.
+constexpr double kMinChroma = 0.12;    // Out of 0.5: anything paler is a wall, not a screen.
+constexpr double kLeastChroma = 0.05;  // A paler or darker key would not stand out from anything.
 
 struct Chroma {
   double cb = 0, cr = 0;
@@ -17,14 +17,14 @@ struct Chroma {
 };
 Chroma operator-(const Chroma& a, const Chroma& b) { return {a.cb - b.cb, a.cr - b.cr}; }
 
-// BT.601, for finding screens: as colours look.
+// BT.601, for finding screens by how colours look.
 Chroma ChromaOf(const uint8_t* rgb) {
   const double r = rgb[0] / 255.0, g = rgb[1] / 255.0, b = rgb[2] / 255.0;
   return {-0.1687 * r - 0.3313 * g + 0.5 * b, 0.5 * r - 0.4187 * g - 0.0813 * b};
 }
 
-// ---- Distance from the key, as the effect measures it: of chroma, the frame's taken through the sRGB curve and the
-// key's not, averaged over the pixel's neighbourhood.
+// ---- Distance from the key as the effect measures it: a distance of chroma, averaged over the pixel's neighbourhood.
+// The frame's colours go through the sRGB curve, the key's don't.
 
 using Distances = std::vector<float>;  // Of a picture's pixels, row by row.
 
@@ -65,7 +65,7 @@ Distances DistancesFrom(std::span<const double, 3> key, const PictureView& pictu
 
 // ---- The screen's colour
 
-// The strip along the left, upper and right border; a person leaves the picture through the lower one.
+// The strip along the left, upper and right borders; a person crosses the lower one.
 std::vector<const uint8_t*> Border(std::span<const PictureView> pictures) {
   std::vector<const uint8_t*> pixels;
   for (const PictureView& picture : pictures) {
@@ -79,7 +79,7 @@ std::vector<const uint8_t*> Border(std::span<const PictureView> pictures) {
   return pixels;
 }
 
-// The middle of the fullest neighbourhood of chroma; none when no colour is most of the border's.
+// The centre of the most frequent chroma; none when no colour makes up most of the border.
 std::optional<Chroma> Peak(const std::vector<const uint8_t*>& pixels) {
   const auto bin = [](double value) {
     return static_cast<size_t>(std::clamp(static_cast<int>((value + 0.5) * kChromaBins), 0, kChromaBins - 1));
@@ -109,7 +109,8 @@ std::optional<Chroma> Peak(const std::vector<const uint8_t*>& pixels) {
   return most > 0 && most * 5 >= pixels.size() * 2 ? std::optional(best) : std::nullopt;
 }
 
-// Within 35 degrees, and not pale: a screen's light and its camera leave of a colour's name little more than its hue.
+// Within 35 degrees, and not pale: after the screen's lighting and the camera little more than the hue is left of a
+// named colour.
 bool HasHueOf(const Chroma& chroma, const Chroma& named) {
   const double along = (chroma.cb * named.cb + chroma.cr * named.cr) / named.Length();
   return chroma.Length() >= kLeastChroma && along > 0.819 * chroma.Length();
@@ -138,12 +139,12 @@ std::vector<const uint8_t*> Screen(std::span<const PictureView> pictures,
     return pixels;
   };
   std::vector<const uint8_t*> screen = within(1.5);
-  // The most saturated colours of all lie in a corner of their neighbourhood.
+  // The most saturated colours lie at the edge of the chroma plane, so in a corner of their neighbourhood.
   return screen.empty() ? within(2.2) : screen;
 }
 
-// The colour for the effect whose distance from the screen's middle colour is 0: its key is not taken through the curve
-// that the frame is taken through.
+// The key with which the effect measures a distance of 0 for the screen's average colour: the frame goes through the
+// sRGB curve, the key doesn't.
 std::array<double, 3> KeyFor(const std::vector<const uint8_t*>& screen) {
   std::array<double, 3> color;
   for (size_t i = 0; i < color.size(); ++i) {
@@ -184,7 +185,7 @@ Distances Spread(const Distances& values, const PictureView& picture, int radius
   return squares;
 }
 
-// How many pixels lie at a distance from the key colour.
+// The number of pixels, by distance from the key colour.
 class Histogram {
  public:
   static constexpr int kBins = 1000;
@@ -213,7 +214,7 @@ double Histogram::Quantile(double share) const {
   return 1;
 }
 
-// Where the two groups of pixels part: of all places the one that leaves the least variance within both (Otsu, 1979).
+// The threshold between the two groups of pixels that leaves the least variance within both (Otsu's method).
 double Histogram::Threshold() const {
   double total = 0, sum = 0;
   for (size_t i = 0; i < bins_.size(); ++i) {
@@ -232,11 +233,11 @@ double Histogram::Threshold() const {
       place = static_cast<double>(i + 1) / kBins;
     }
   }
-  // Pictures of nothing but the screen would be parted at its noise.
+  // In pictures of nothing but the screen the threshold would lie within its noise.
   return std::max(place, 0.08);
 }
 
-// What the effect's step from transparent to opaque, the power 1.5, takes away of what is counted here.
+// The share of the histogram's weight that the effect's step from transparent to opaque, the power 1.5, takes away.
 double Histogram::LostTo(double gone, double width) const {
   double taken = 0, all = 0;
   for (size_t i = 0; i < bins_.size(); ++i) {
@@ -248,7 +249,7 @@ double Histogram::LostTo(double gone, double width) const {
   return all > 0 ? taken / all : 0;
 }
 
-// Well inside the screen and well inside what stands before it, where no pixel is a mixture of both; of the latter also
+// Well inside the screen and well inside the foreground, where no pixel is a mixture of both; for the foreground also
 // the sum of colourfulness.
 struct Regions {
   Histogram screen, front, colorfulness;
@@ -284,17 +285,17 @@ Regions Sorted(std::span<const PictureView> pictures, const std::array<double, 3
 }  // namespace
 
 KeyValues FindKey(std::span<const PictureView> pictures, std::optional<std::array<uint8_t, 3>> named) {
-  constexpr double kSpecks = 0.002;             // Of the screen: noise that may stay.
-  constexpr double kHoles = 0.001;              // Of what stands before it: may become less than three quarters opaque.
+  constexpr double kSpecks = 0.002;  // Share of the screen that may stay: noise.
+  constexpr double kHoles = 0.001;   // Share of the foreground that may become less than three quarters opaque.
   constexpr double kThreeQuarters = 0.8254818;  // (3/4)^(1/1.5), the effect's step being the power 1.5.
-  constexpr double kMixed = 0.12;     // Of the way from one to the other: colours that are mostly the screen's.
-  constexpr double kThinned = 0.005;  // Of the opacity of what stands before it, on average.
-  constexpr double kFaded = 0.06;     // Of its colourfulness: may be lost to anti-spill.
+  constexpr double kMixed = 0.12;  // Of the way from screen to foreground: up to here a colour is mostly the screen's.
+  constexpr double kThinned = 0.005;  // Share of the foreground's opacity that may be lost, on average.
+  constexpr double kFaded = 0.06;     // Share of its colourfulness that may be lost to anti-spill.
   const std::array<double, 3> color = KeyFor(Screen(pictures, named));
   const Regions regions = Sorted(pictures, color);
   if (regions.screen.Empty()) throw KeyError("the screen is nowhere free of what stands before it");
   const double clear = regions.screen.Quantile(1 - kSpecks) + 0.005;
-  // With nothing before it a person may still come: as much room as persons leave.
+  // Without a foreground somebody may still come: leaves as much room as people usually do.
   const double holes = regions.front.Empty() ? std::max(0.25, clear + 0.1) : regions.front.Quantile(kHoles);
   if (holes < clear + 0.01) {
     throw KeyError(

@@ -1,4 +1,4 @@
-// Finds values with which a screen behind a person disappears and the person stays.
+// Finds values for the key with which the screen behind a person disappears and the person stays.
 #pragma once
 
 #include <array>
@@ -36,13 +36,12 @@ class NoScreenError : public KeyError {
   using KeyError::KeyError;
 };
 
-/// pictures: at least one; they may show different things, or nothing but the screen.
-/// named: about the screen's colour; without it, it is found along the pictures' left, right and upper borders.
-/// Throws KeyError when no colour stands out there, none that can be keyed, or when the screen's colours reach into
-/// those of what stands before it.
+/// pictures: at least one; they may show different things, or only the screen.
+/// named: approximately the screen's colour; without it, the colour is found along the left, right and upper borders.
+/// Throws KeyError when no colour stands out there, or none that can be keyed, or when the colours of screen and
+/// foreground overlap.
 ///
-/// It runs on the calling thread alone, for about 5 ms per picture of 480 x 270, which is as much as it needs of a
-/// frame; the time grows with the pixels.
+/// Runs on the calling thread, for about 5 ms per picture of 480 x 270; larger pictures give no better values.
 KeyValues FindKey(std::span<const PictureView> pictures, std::optional<std::array<uint8_t, 3>> named = std::nullopt);
 
 /// The share of a picture's pixels that these values make transparent, 0 to 1.

@@ -1,4 +1,4 @@
-// What the general effect's table doesn't tell: English, and the stage that a parameter belongs to.
+// What the general effect's table lacks: English help, and the stage of a parameter.
 #pragma once
 
 #include <qvGLRenderer/qvGLRenderer.h>
@@ -7,7 +7,7 @@
 
 namespace qvg::effectkit {
 
-/// What a parameter does, in English where that is known; else its label. Lives as long as the row.
+/// What a parameter does: in English where it is known, else its label. Lives as long as the row.
 const char* HelpOf(const QVGParamDescriptor& row);
 
 /// The switch of the stage that a parameter belongs to; null for none.
