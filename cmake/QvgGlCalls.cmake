@@ -1,5 +1,5 @@
 # Writes glCallList.h: the macro QVG_FOR_EACH_GL_CALL(X) names every entry point that the GL loader knows, without its
-# "gl", for tests/support/glCalls.h. Gives its folder, and that of the header, to the target.
+# "gl", for tests/support/glCalls.h. Adds both headers' folders to the target.
 function(qvg_list_gl_calls target)
   set(folder "${PROJECT_BINARY_DIR}/generated/glCalls")
   set(pattern "^GLAD_API_CALL PFNGL[A-Z0-9]+PROC glad_gl([A-Za-z0-9]+);.*$")

@@ -1,4 +1,4 @@
-# OpenGL function loader, generated from the registry files that the generator brings along.
+# The OpenGL function loader, generated from the registry files that come with the generator.
 
 find_program(GLAD_PROGRAM glad HINTS /usr/bin NO_CMAKE_FIND_ROOT_PATH REQUIRED)
 
@@ -15,7 +15,7 @@ list(JOIN glad_extensions "," glad_extensions)
 set(glad_folder "${PROJECT_BINARY_DIR}/glad")
 list(TRANSFORM glad_sources PREPEND "${glad_folder}/src/")
 
-# Kept until the request changes: writing the files again would rebuild everything.
+# Kept until the request changes: rewriting the files would rebuild everything.
 set(glad_request "${glad_api} ${glad_extensions}")
 set(glad_stamp "${glad_folder}/request")
 set(glad_done "")

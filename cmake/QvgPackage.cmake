@@ -1,4 +1,4 @@
-# Packages of what is installed: for Debian one a component, for Windows a zip of everything. scripts/package.sh makes
+# Packages of what is installed: one per component for Debian, a zip of everything for Windows. scripts/package.sh makes
 # them with the presets debian-package and windows-package.
 
 set(QVG_PACKAGE_CONTACT "the qvGLRenderer authors <authors@qvglrenderer.invalid>" CACHE STRING
@@ -18,7 +18,7 @@ set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")
 if(WIN32)
   set(CPACK_GENERATOR ZIP)
   set(CPACK_PACKAGE_FILE_NAME "qvGLRenderer-${PROJECT_VERSION}-win64")
-  # What is compiled in wants its notices handed on.
+  # Libraries that are compiled in require their notices to be passed on.
   set(notices "")
   foreach(part gcc-mingw-w64-x86-64-posix-runtime mingw-w64-common libcli11-dev libfmt-dev libglm-dev libstb-dev)
     if(EXISTS "/usr/share/doc/${part}/copyright")
@@ -52,7 +52,7 @@ else()
   set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME libqvglrenderer${PROJECT_VERSION_MAJOR})
   set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libs)
   set(CPACK_DEBIAN_LIBRARY_PACKAGE_MULTIARCH same)
-  # Where no other driver is there, the software renderer.
+  # The software renderer, for machines without another driver.
   set(CPACK_DEBIAN_LIBRARY_PACKAGE_RECOMMENDS "libgl1-mesa-dri")
   set(CPACK_COMPONENT_LIBRARY_DESCRIPTION
 "GPU renderer for live video frames

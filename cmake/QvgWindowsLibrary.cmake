@@ -1,5 +1,5 @@
-# What a DLL has beyond a library: a resource with its version, and an import library for linkers of Microsoft's kind
-# beside the GNU one that comes with it.
+# What only a DLL has: a resource with its version, and an import library for Microsoft's linker and its like, beside the
+# GNU one that is made anyway.
 
 set_target_properties(qvGLRenderer PROPERTIES PREFIX "")
 

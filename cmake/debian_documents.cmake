@@ -1,4 +1,4 @@
-# Run by CPack between installing and packing: the documents that each Debian package has, compressed as Debian's are.
+# Run by CPack between installing and packing: adds the documents of each Debian package, compressed as Debian wants.
 string(TIMESTAMP date "%a, %d %b %Y %H:%M:%S +0000" UTC)
 file(READ "${CPACK_RESOURCE_FILE_LICENSE}" license)
 foreach(component IN LISTS CPACK_COMPONENTS_ALL)

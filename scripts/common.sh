@@ -1,6 +1,6 @@
 # Shared by ./test and ./demo. Sourced with the repository's root as the working directory.
 
-# The builds share what the compiler cache has of the sources that they have in common, and so do checkouts.
+# Builds, and checkouts, share the compiler cache's results for the sources that they have in common.
 export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1
 
 # Installs the missing packages of the given groups of scripts/packages.

@@ -12,7 +12,7 @@ start_xvfb
 trap 'stop_xvfb; rm -rf "$work"' EXIT
 run=("${with_x[@]}" "${mesa_only[@]}")
 
-# The tool's own person, who waves before a green screen.
+# The tool's own clip: somebody waves in front of a green screen.
 "${run[@]}" build/linux/qvg process -o "$work/clip.mp4" --size 1920x1080 --no-enable-key --no-enable-beauty \
   --frames "$frames" --no-sound --sheet "$work/sheet.png" >/dev/null
 ffmpeg -v error -f lavfi -i mandelbrot=s=1920x1080 -frames:v 1 -q:v 2 "$work/behind.jpg"

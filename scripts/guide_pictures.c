@@ -1,6 +1,6 @@
 /*
- * Makes the guide's pictures of what lies in memory: each PPM shows the rows of a read-back in the order in which they
- * lie there. Called by scripts/guide_pictures.sh.
+ * Makes the guide's pictures of memory: each PPM shows the rows of a read-back in their order in memory. Called by
+ * scripts/guide_pictures.sh.
  *
  *   pictures FRAME.ppm FOLDER      a frame in front of a green screen
  */
@@ -40,7 +40,7 @@ static void writePpm(const char* name, const uint8_t* rgb) {
   fclose(file);
 }
 
-/* R, G, B of a read-back, whose colours of alpha 0 are black. */
+/* R, G and B of a read-back, in which colours with alpha 0 are black. */
 static void writeRgba(const char* name, const QVGPixelBuffer* rgba) {
   uint8_t* rgb = need(malloc(3 * (size_t)width * (size_t)height), "malloc");
   for (int i = 0; i < width * height; ++i) memcpy(rgb + 3 * i, rgba->plane[0] + 4 * i, 3);
@@ -89,7 +89,7 @@ static QVGTexture* keyed(QVGTexture* frame) {
   return result;
 }
 
-/* The source over what is in the target, as tall as it or upside down. */
+/* Draws the source over the target, upright or upside down. */
 static void draw(QVGTexture* source, QVGTexture* target, double scaleY) {
   QVGFrameBuffer* frameBuffer = need(gl->CreateFrameBuffer(0, 0, false, false), "frame buffer");
   QVGDrawTextureParams params = QVG_DRAW_TEXTURE_PARAMS_INIT;
@@ -124,7 +124,7 @@ static void orientation(uint8_t* rgb, uint8_t* background) {
   gl->ReleaseTexture(&frame);
 }
 
-/* What a host makes of the keyed picture over white, by either formula. */
+/* The keyed picture over white, as a host computes it with either formula. */
 static void alpha(uint8_t* rgb, const uint8_t* white) {
   QVGTexture *frame = upload(rgb), *effect = keyed(frame), *target = upload((uint8_t*)white);
   QVGPixelBuffer rgba = {{NULL}, {0}, 0, 0, 0, 0, 0}, *result = &rgba;
@@ -151,7 +151,7 @@ static void alpha(uint8_t* rgb, const uint8_t* white) {
 
 static uint8_t byteOf(double value) { return (uint8_t)lround(value < 0 ? 0 : value > 255 ? 255 : value); }
 
-/* What becomes of limited-range video, as it is and brought to full range first. */
+/* Limited-range video, uploaded as it is, and expanded to full range first. */
 static void range(const uint8_t* rgb) {
   const size_t size = (size_t)width * (size_t)height;
   uint8_t* yuv = need(malloc(3 * size), "malloc");

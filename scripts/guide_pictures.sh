@@ -1,6 +1,6 @@
 #!/bin/bash
 # guide_pictures.sh [BUILD_FOLDER]: makes the pictures of docs/guide anew, with the tool and the library of the build
-# folder (else build/linux), on the software renderer, so that they come out alike on every machine.
+# folder (default: build/linux), on the software renderer, so that they are the same on every machine.
 set -eu
 cd "$(dirname "$0")/.."
 source scripts/common.sh
@@ -14,7 +14,7 @@ export LIBGL_ALWAYS_SOFTWARE=1 QVG_LOG_LEVEL=error
 
 qvg() { "$build/qvg" process "$@" --overwrite --quiet; }
 
-# What the pictures begin with: a frame of the tool's own clip as it is, and the clip's own background.
+# The pictures start from a frame of the tool's own clip, unchanged, and from that clip's background.
 all_off=(--no-enable-key --no-enable-beauty --no-enable-color --no-enable-bg)
 cd "$work"
 mkdir -p "$images"
@@ -24,7 +24,7 @@ convert -size 1280x720 gradient:'#f4efe4'-'#8fb3d9' plain.png
 convert -size 24x24 \( xc:'#b4b4b4' xc:'#dcdcdc' +append \) \( xc:'#dcdcdc' xc:'#b4b4b4' +append \) -append tile.png
 convert -size 1280x720 tile:tile.png -depth 8 checks.png
 
-# strip NAME CROP LABEL FILE...: files side by side, cut to the crop, each with its label below.
+# strip NAME CROP LABEL FILE...: files side by side, cropped, each with its label below.
 width=300
 strip() {
   local name=$1 crop=$2 cells=()

@@ -1,6 +1,6 @@
 #!/bin/bash
-# tidy.sh [FILE]...: clang-tidy on the sources (else all of src, reference, effectKit, plugins and tools, and the example hosts), with the
-# compile database of build/linux. Ends with the number of findings, and fails when there are some.
+# tidy.sh [FILE]...: runs clang-tidy on the sources (default: all, without the tests) with the compile database of
+# build/linux. Ends with the number of findings, and fails when there are any.
 set -eu
 cd "$(dirname "$0")/.."
 source scripts/common.sh

@@ -1,6 +1,6 @@
 #!/bin/bash
-# validate_shaders.sh FOLDER: the folder has every text that Mesa was given as a shader (MESA_SHADER_DUMP_PATH). Those
-# made of the library's shader files go through the reference compiler; a file that is in none of them is a failure.
+# validate_shaders.sh FOLDER: the folder holds every shader text that Mesa was given (MESA_SHADER_DUMP_PATH). Those made
+# from the library's shader files go through the reference compiler; a file that is in none of them is a failure.
 set -u
 shopt -s nullglob
 declare -A source_text used

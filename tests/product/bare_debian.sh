@@ -21,7 +21,7 @@ mount -t proc proc "$root/proc" 2>/dev/null || true
 mkdir "$root/packages"
 cp "$packages"/*.deb "$root/packages"
 inside apt-get -qq update
-# What a person who compiles has anyway, so that removing ours leaves the state of now.
+# What somebody who compiles has anyway, so that removing our packages leads back to this state.
 inside apt-get -qq install -y --no-install-recommends gcc libc6-dev pkg-config >/dev/null
 
 files >"$work/before"

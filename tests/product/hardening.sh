@@ -24,7 +24,7 @@ for binary in "$@"; do
       promise "$flag" "$flag" "$headers"
     done
   else
-    # One line a segment, with its flags.
+    # One line per segment, with its flags.
     segments=$(awk '/ off /{name = $1} / flags /{print name, $NF}' <<<"$headers")
     promise "read-only relocations" '^RELRO r--$' "$segments"
     promise "binding at start" 'FLAGS_1 +0x[0-9a-f]*[13579bdf]$' "$headers"

@@ -1,6 +1,6 @@
 #!/bin/bash
-# header.sh SOURCE_INCLUDES GENERATED_INCLUDES CC CXX: the public headers compile alone and strictly, as C99 and as C++,
-# also with Clang, also for Microsoft's compiler.
+# header.sh SOURCE_INCLUDES GENERATED_INCLUDES CC CXX: the public headers compile alone and without warnings, as C99 and
+# as C++, with Clang, too, and for Microsoft's compiler.
 set -eu
 includes=(-I "$1" -I "$2") cc=$3 cxx=$4
 warnings=(-pedantic -Wall -Wextra -Wshadow -Wundef -Wconversion -Wsign-conversion -Wcast-qual -Werror)

@@ -49,12 +49,12 @@ def messages_of(path):
         arguments = argument_list(text, call.end())
         literals = [with_gaps(found) for found in LITERAL.findall(arguments)]
         if call.group(1) in ("Expect", "Refuse"):
-            # Which argument it is doesn't make another message.
+            # The argument's name doesn't make it another message.
             yield from ((f"{GAP}: {GAP}: expected {expected}", "warning") for expected in literals[-1:])
             continue
         level = next((LEVELS[word] for word in LEVELS if word in arguments), None)
         yield from ((literal, level) for literal in literals)
-    # What is handed to a helper from afar.
+    # Texts that are passed to a helper from elsewhere.
     yield from ((found, None) for found in LITERAL.findall(text) if found.startswith("glContext_win"))
 
 

@@ -1,6 +1,6 @@
 #!/bin/bash
-# parent.sh SOURCES [whole]: another project can take the library in from its sources. Only a first part of it is
-# compiled, unless the whole is asked for: the rest is no different there.
+# parent.sh SOURCES [whole]: another project can include the library's sources in its build. Compiles only a part of
+# them, unless the whole is asked for: the rest is no different.
 set -eu
 here=$(realpath "$(dirname "$0")")
 work=$(mktemp -d)

@@ -1,6 +1,6 @@
 #!/bin/bash
-# Runs the command-line tool as a person would and looks at what it leaves. Argument: path of qvg.
-# Options stand in tables as one text each.
+# Runs the command-line tool as a person would and examines its outputs. Argument: path of qvg.
+# In tables, several options are one text.
 # shellcheck disable=SC2046,SC2086 source=tests/product/tool_checks.sh
 source "$(dirname "$0")/tool_checks.sh"
 unset DISPLAY WAYLAND_DISPLAY
@@ -51,7 +51,7 @@ for option in "--nonsense 1" "--scale big" "--scale -1" "--opacity 1.5" "--rotat
   refused 2 process clip.mp4 -o out.mp4 $option
 done
 for row in "" frobnicate "process clip.mp4"; do refused 2 $row; done
-# What the one line has to say.
+# What the line has to say.
 for row in "--backgroud x;is --background meant" "--codec aac;aac is no video encoder" "--from 99;ends at 2.0" \
   "--preview;no display" "--sheet x --no-overwrite;picture.png exists"; do
   "$qvg" process clip.mp4 ${row%%;*} -o picture.png >out.log 2>err.log
@@ -105,7 +105,7 @@ near "straight alpha, between none and all" 3 "200 120 90 255" "$r $g $b $((255 
 "$qvg" tune screen.png -o tune.png >tune.txt 2>err.log &&
   [[ $(probe -show_entries stream=width,height tune.png) =~ ^1[0-9]{3},[0-9]{3,4}$ ]]
 verdict "tune and its sheet" $? "$(<err.log)"
-# The values are found: for a still, for a clip in which somebody comes late, from a pipe, for a colour's bare name.
+# Finding the values: for a still, for a clip in which somebody appears late, from a pipe, for a colour's name.
 make -f lavfi -i "color=0x2A9D3C:size=320x200:rate=10,noise=alls=8:allf=t,
   drawbox=x=100:y=20:w=120:h=180:color=0xC8785A:t=fill:enable='gte(t,1)'" -t 2 -c:v libx264 -crf 8 late.mp4
 for row in "screen.png $(tail -n 1 tune.txt)" "screen.png --key auto" "screen.png --key green" "late.mp4 --key auto" \
@@ -119,14 +119,14 @@ for key in red 0x060a06; do refused 1 process late.mp4 --key $key -o out.png; do
 process screen.png -o odd.png --key 0x23A844 --similarity 1000
 grep -q 'takes nearly all' err.log
 verdict "a key that takes everything is told" $?
-# The background is the output's, whatever the frame is, and moves.
+# The background fills the output, not the frame, and may move.
 make -f lavfi -i "color=red:size=64x64:rate=10,drawbox=w=64:h=64:color=blue:t=fill:enable='gte(t,0.95)'" -t 2 moving.mp4
 process late.mp4 -o moved.mp4 --key auto --background moving.mp4 --scale 0.3 --size 320x180
 got=$(for at in 0.2 1.5; do ffmpeg -nostdin -v error -ss "$at" -i moved.mp4 -frames:v 1 -vf "crop=2:2:10:10,scale=1:1" \
   -f rawvideo -pix_fmt rgb24 -; done | od -An -v -tu1 | xargs)
 near "a background that moves" 8 "253 0 0 0 0 253" "$got"
 
-# Better and smaller mean the same for all encoders.
+# Lower values mean better and larger with all encoders.
 for file in q.jpg q.webm q.mp4; do
   for quality in 2 16 45; do process screen.png -o $file --quality $quality && stat -c %s $file; done | sort -nrc
   verdict "--quality of $file" $?
@@ -233,7 +233,7 @@ for row in "mp4;mov_text" "webm;webvtt" "mkv;subrip"; do
   } | xargs)"
 done
 
-# Pictures that are none of whole frames of standard range; the grey, cyan and red bar.
+# High dynamic range, and interlaced video. Grey, cyan and red bars.
 bars="smptehdbars=size=320x180:rate=25,setparams=color_primaries=bt709:color_trc=bt709:colorspace=bt709:range=tv"
 for transfer in smpte2084 arib-std-b67 bt2020-10; do
   make -f lavfi -i "$bars,format=yuv444p,zscale=t=linear:npl=203,format=gbrpf32le,

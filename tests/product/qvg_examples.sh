@@ -1,6 +1,6 @@
 #!/bin/bash
-# Runs the examples of the help and of the README, as they stand there, and measures their pictures. Arguments: path of
-# qvg, README.md.
+# Runs the examples from the help and from the README, verbatim, and measures their pictures. Arguments: path of qvg,
+# README.md.
 # shellcheck disable=SC2086 source=tests/product/tool_checks.sh
 readme=$(realpath "$2")
 source "$(dirname "$0")/tool_checks.sh"
@@ -23,7 +23,7 @@ make -i clip.mp4 -c copy first.mp4
 make -i screen.mp4 -c copy second.mov
 make -i screen.mp4 -c copy second.mp4
 
-# What an example has in it, the first that fits; its output; the colours at points of it, and at a time.
+# Words of an example, of which the first match counts; its output; the colours at points of it, and at a time.
 all="80:45 240:45 80:135 240:135"
 shown="$red $green $blue $yellow"
 around="4:20 316:60 4:170 160:110 130:60"
@@ -46,7 +46,7 @@ qvg() { "$qvg" "$@"; }
 ffplay() { cat >played.mkv; }
 run=0
 while read -r line; do
-  # What it does stands behind two blanks.
+  # Two blanks separate the explanation.
   line=${line%%  *} && line=${line/build\/linux\//}
   for row in "${examples[@]}"; do
     IFS=';' read -r part output points wanted <<<"$row"

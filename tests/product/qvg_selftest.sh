@@ -14,7 +14,7 @@ selftest() {
   [[ $got -eq $1 && $(lines err.log) -eq 0 ]]
   verdict "exit $1: ${*:2}" $? "$got, $(tail -n 3 out.log err.log)"
 }
-# json EXPRESSION: what it gives for the document in out.log.
+# json EXPRESSION: its value for the document in out.log.
 json() { python3 -c 'import json, sys; d = json.load(open("out.log")); print(eval(sys.argv[1]))' "$1" 2>&1; }
 
 selftest 0 --report report.txt
@@ -32,7 +32,7 @@ rows = {row["name"] for row in json.load(sys.stdin)[0]["parameters"]}
 print(rows - {check["name"] for check in json.load(open("out.log"))["checks"]})')"
 expect "--list names what runs" "$(json 'len(d["checks"])')" "$("$qvg" selftest --list | grep -c '^ ')"
 
-# One fault of a driver; what must fail, and what must not.
+# A driver's fault; what must fail, and what must not.
 while read -r fault broken whole; do
   LD_PRELOAD=$faulty QVG_TEST_FAULT=$fault selftest 1 --quick --json
   expect "$fault" "True False" "$(json "'$broken' in [c['group'] + '/' + c['name'].split(',')[0] for c in d['checks']
@@ -45,7 +45,7 @@ END
 grep -q '^  depth test' out.log && grep -q '^  depth test' crash.txt
 verdict "a driver that ends the process is caught in the act" $?
 
-# Which display it starts on.
+# The display on which it starts.
 while read -r context display; do
   selftest 0 --only texture --quick --json --context "$context"
   expect "--context $context" "$display" "$(json 'd["display"]' | sed 's/ (.*//')"

@@ -1,6 +1,6 @@
 #!/bin/bash
-# The tool among other programs: shells that complete its line, readers of its progress, live inputs, signals, drivers
-# that don't work. Argument: path of qvg. RUNS: how often each signal comes.
+# The tool among other programs: shells that complete its command line, readers of its progress, live inputs, signals,
+# drivers that don't work. Argument: path of qvg. RUNS: how often to send each signal.
 # shellcheck disable=SC2086 source=tests/product/tool_checks.sh
 source "$(dirname "$0")/tool_checks.sh"
 unset DISPLAY WAYLAND_DISPLAY
@@ -38,7 +38,7 @@ expect "manual page, and nothing to complain about" "0 4" \
 
 # ---- Progress
 
-# What a program reads from the objects: rising frames of a total, the last one's outcome.
+# What a program reads from the objects: frames that increase, a total, the outcome in the last one.
 told='import json, sys
 rows = [json.loads(line) for line in open(sys.argv[1])]
 last = rows[-1]
@@ -114,13 +114,13 @@ for ((run = 0; run < ${RUNS:-1}; ++run)); do
   for signal in INT TERM HUP; do expect "SIG$signal" "130 1" "$(stopped "$signal" long.mp4)"; done
   expect "SIGINT ends a capture" "0 1" "$(stopped INT --capture "x11:$screen")"
 done
-# A stream in which nothing comes, and one that nobody reads on.
+# A stream that stays silent, and one whose reader leaves.
 mkfifo silent
 exec 5<>silent
 printf x >&5
 "$qvg" process - -o out.mkv <silent >out.log 2>err.log &
 tool=$!
-# It has taken what there was, and sleeps.
+# It has read what there was, and sleeps.
 waits() { ! read -r -t 0 -u 5 && grep -q '^State:.S' "/proc/$tool/status"; }
 within 200 waits
 kill -TERM $tool

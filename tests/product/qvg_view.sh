@@ -54,7 +54,7 @@ shows() {
   done
 }
 sized() { [[ $(xdotool getwindowgeometry "$window") == *"Geometry: $1"* ]]; }
-# differs FILE, same FILE: the window from a shot of it.
+# differs FILE, same FILE: compares the window with an earlier shot.
 differs() { shot now.png && ! cmp -s now.png "$1"; }
 same() { shot now.png && cmp -s now.png "$1"; }
 alike() { [[ $(compare -metric AE "$1" "$2" null: 2>&1) == 0 ]]; }

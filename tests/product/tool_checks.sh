@@ -1,4 +1,4 @@
-# Sourced by the checks of the command-line tool with its path: an empty folder to work in, and the counting.
+# Sourced by the checks of the command-line tool with its path: makes an empty folder to work in, and counts.
 # shellcheck shell=bash disable=SC2034
 set -u
 qvg=$(realpath "$1")
@@ -48,7 +48,7 @@ rgba() {
     ffmpeg -nostdin -v error -i "$1" -frames:v 1 -vf "format=rgba,crop=1:1:$point" -f rawvideo -
   done | od -An -v -tu1 | xargs
 }
-# near NAME LIMIT WANTED GOT: numbers, each as far off as the limit at most.
+# near NAME LIMIT WANTED GOT: numbers, each off by the limit at most.
 near() {
   awk -v w="$3" -v g="$4" -v limit="$2" 'BEGIN{n = split(w, a); if (split(g, b) != n) exit 1
     for (i = 1; i <= n; ++i) if (a[i] - b[i] > limit || b[i] - a[i] > limit) exit 1}'
