@@ -119,7 +119,7 @@ void FrameOutput::RestrictColorimetry(GstCaps* caps, const GstVideoColorimetry* 
 GstCaps* FrameOutput::Choose(GstCaps* caps, const GstVideoInfo& source, bool alpha) {
   std::vector<GstVideoFormat> wanted;
   if (alpha) wanted = {GST_VIDEO_FORMAT_RGBA, GST_VIDEO_FORMAT_BGRA};
-  wanted.push_back(GST_VIDEO_INFO_FORMAT(&source));
+  if (GST_VIDEO_INFO_FORMAT(&source) != GST_VIDEO_FORMAT_UNKNOWN) wanted.push_back(GST_VIDEO_INFO_FORMAT(&source));
   for (const bool yuv : {GST_VIDEO_INFO_IS_YUV(&source) != FALSE, GST_VIDEO_INFO_IS_YUV(&source) == FALSE}) {
     for (const Format& row : kFormats) {
       if (IsYuv(row.way) == yuv) wanted.push_back(row.format);

@@ -21,7 +21,8 @@ class FrameOutput {
   /// Restricts YUV formats to the colorimetry that they are given in, the most truthful one first. caps: writable;
   /// source: null when it is not known yet.
   static void RestrictColorimetry(GstCaps* caps, const GstVideoColorimetry* source);
-  /// Leaves the caps one format: one with alpha when that is wanted, else that of the frames' source, else any. Takes
+  /// Leaves the caps one format: one with alpha when that is wanted, else that of the frames' source (which
+  /// may not be known yet), else any. Takes
   /// the caps, and gives them changed.
   static GstCaps* Choose(GstCaps* caps, const GstVideoInfo& source, bool alpha);
   /// Adds to fixed caps what they don't say: the colorimetry, and where chroma lies.

@@ -25,6 +25,7 @@ struct State {
   qvgst::EffectSettings settings;
   qvgst::EffectPass pass{settings};
   bool sameFormat = false, metaAllowed = false;
+  bool holes = false;   // Whether alpha was wanted when the output's format was chosen.
   std::string warning;  // The last one, which is not repeated with each frame.
 
   // Under the object's lock.
@@ -110,16 +111,22 @@ GstCaps* TransformCaps(GstBaseTransform* base, GstPadDirection direction, GstCap
   return filtered;
 }
 
+/// Whether the picture is to be transparent in places, now or as soon as a key is found.
+bool WantsHoles(GstBaseTransform* base) {
+  const State& state = StateOf(base);
+  GST_OBJECT_LOCK(base);
+  const bool keyed = !state.key.empty();
+  GST_OBJECT_UNLOCK(base);
+  return (keyed || state.settings.IsOn("enable_key")) && !state.settings.IsOn("enable_bg");
+}
+
 /// The output keeps the input's format where that can be given, unless alpha is to be seen.
 GstCaps* FixateCaps(GstBaseTransform* base, GstPadDirection direction, GstCaps* caps, GstCaps* others) {
   State& state = StateOf(base);
   GstVideoInfo info;
   if (direction == GST_PAD_SINK && gst_video_info_from_caps(&info, caps)) {
-    GST_OBJECT_LOCK(base);
-    const bool keyed = !state.key.empty();
-    GST_OBJECT_UNLOCK(base);
-    const bool holes = (keyed || state.settings.IsOn("enable_key")) && !state.settings.IsOn("enable_bg");
-    others = qvgst::FrameOutput::Choose(others, info, holes || GST_VIDEO_INFO_HAS_ALPHA(&info));
+    state.holes = WantsHoles(base);
+    others = qvgst::FrameOutput::Choose(others, info, state.holes || GST_VIDEO_INFO_HAS_ALPHA(&info));
   }
   others = gst_caps_fixate(others);
   if (direction == GST_PAD_SINK && gst_video_info_from_caps(&info, caps) && !gst_caps_is_empty(others)) {
@@ -199,6 +206,8 @@ void TakeChanges(GstBaseTransform* base) {
       if (!key.empty()) Warn(base, key + " is no colour (#rrggbb or a name), and not \"auto\"");
     }
   }
+  // The next frame's format may be another one then.
+  if (WantsHoles(base) != state.holes) gst_base_transform_reconfigure_src(base);
   const std::string image = imageChanged ? state.settings.TextOf("bgfile") : std::string();
   if (!image.empty() && g_file_test(image.c_str(), G_FILE_TEST_IS_REGULAR) == FALSE) {
     Warn(base, "The background image " + image + " is not there");
