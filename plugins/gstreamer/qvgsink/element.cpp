@@ -12,6 +12,7 @@
 
 #include "core/frameUpload.h"
 #include "core/log.h"
+#include "qvgsink/orientation.h"
 #include "qvgsink/presenter.h"
 
 namespace {
@@ -24,10 +25,12 @@ struct State {
 
   qvgst::Presenter presenter;
   std::atomic<bool> forceAspectRatio = true, takesInput = true;
+  std::atomic<GstVideoOrientationMethod> direction = GST_VIDEO_ORIENTATION_IDENTITY;
+  std::atomic<GstVideoOrientationMethod> tagged = GST_VIDEO_ORIENTATION_IDENTITY;  // What the stream's tags say.
   std::atomic<bool> closed = false;  // By the user, who wants no more of it.
 };
 
-enum : guint { kForceAspectRatio = 1, kHandleEvents, kOverlay };
+enum : guint { kForceAspectRatio = 1, kHandleEvents, kVideoDirection, kOverlay };
 
 void InitOverlay(gpointer interface, gpointer data);
 void InitNavigation(gpointer interface, gpointer data);
@@ -44,11 +47,19 @@ struct GstQvgSinkClass {
 
 G_DEFINE_TYPE_WITH_CODE(GstQvgSink, gst_qvg_sink, GST_TYPE_VIDEO_SINK,
                         G_IMPLEMENT_INTERFACE(GST_TYPE_VIDEO_OVERLAY, InitOverlay)
-                            G_IMPLEMENT_INTERFACE(GST_TYPE_NAVIGATION, InitNavigation))
+                            G_IMPLEMENT_INTERFACE(GST_TYPE_NAVIGATION, InitNavigation)
+                                G_IMPLEMENT_INTERFACE(GST_TYPE_VIDEO_DIRECTION, nullptr))
 
 namespace {
 
 State& StateOf(gpointer element) { return *static_cast<GstQvgSink*>(element)->state; }
+
+void Orient(State& state) {
+  const GstVideoOrientationMethod direction = state.direction;
+  state.presenter.SetOrientation(
+      qvgst::Orientation::Of(direction == GST_VIDEO_ORIENTATION_AUTO ? state.tagged.load() : direction));
+  state.presenter.Redraw();
+}
 
 // ---- Properties
 
@@ -60,6 +71,9 @@ void SetProperty(GObject* object, guint id, const GValue* value, GParamSpec* spe
     state.presenter.Redraw();
   } else if (id == kHandleEvents) {
     gst_video_overlay_handle_events(GST_VIDEO_OVERLAY(object), g_value_get_boolean(value));
+  } else if (id == kVideoDirection) {
+    state.direction = static_cast<GstVideoOrientationMethod>(g_value_get_enum(value));
+    Orient(state);
   } else if (!gst_video_overlay_set_property(object, kOverlay, id, value)) {
     G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
   }
@@ -71,6 +85,8 @@ void GetProperty(GObject* object, guint id, GValue* value, GParamSpec* spec) {
     g_value_set_boolean(value, state.forceAspectRatio);
   } else if (id == kHandleEvents) {
     g_value_set_boolean(value, state.takesInput);
+  } else if (id == kVideoDirection) {
+    g_value_set_enum(value, state.direction);
   } else {
     G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
   }
@@ -183,6 +199,18 @@ gboolean SetInfo(GstVideoSink* sink, GstCaps* /*caps*/, const GstVideoInfo* info
   return TRUE;
 }
 
+gboolean TakeEvent(GstBaseSink* base, GstEvent* event) {
+  State& state = StateOf(base);
+  GstVideoOrientationMethod tagged = GST_VIDEO_ORIENTATION_IDENTITY;
+  GstTagList* tags = nullptr;
+  if (GST_EVENT_TYPE(event) == GST_EVENT_TAG) gst_event_parse_tag(event, &tags);
+  const bool says = tags != nullptr && gst_video_orientation_from_tag(tags, &tagged);
+  if (says || GST_EVENT_TYPE(event) == GST_EVENT_STREAM_START) {
+    if (state.tagged.exchange(tagged) != tagged) Orient(state);
+  }
+  return GST_BASE_SINK_CLASS(gst_qvg_sink_parent_class)->event(base, event);
+}
+
 /// Frames that don't say how long they last are shown until the next one: those that come late are left out, then, too.
 void GetTimes(GstBaseSink* base, GstBuffer* buffer, GstClockTime* start, GstClockTime* end) {
   GST_BASE_SINK_CLASS(gst_qvg_sink_parent_class)->get_times(base, buffer, start, end);
@@ -248,6 +276,7 @@ static void gst_qvg_sink_class_init(GstQvgSinkClass* type) {
                            "Sends pointer and keys of the window upstream; of an application's window only what more "
                            "than one can get: keys and the pointer's moves",
                            TRUE, kFlags));
+  g_object_class_override_property(object, kVideoDirection, "video-direction");
   gst_video_overlay_install_properties(object, kOverlay);
 
   auto* element = GST_ELEMENT_CLASS(type);
@@ -259,6 +288,7 @@ static void gst_qvg_sink_class_init(GstQvgSinkClass* type) {
   gst_caps_unref(caps);
   element->change_state = &ChangeState;
 
+  GST_BASE_SINK_CLASS(type)->event = &TakeEvent;
   GST_BASE_SINK_CLASS(type)->get_times = &GetTimes;
   GST_BASE_SINK_CLASS(type)->propose_allocation = &ProposeAllocation;
   GST_VIDEO_SINK_CLASS(type)->set_info = &SetInfo;

@@ -47,9 +47,6 @@ void Presenter::Close() {
 void Presenter::SetFormat(const GstVideoInfo& info) {
   const std::lock_guard lock(mutex_);
   upload_.emplace(info);
-  const auto [width, height] = DisplayedSize(info);
-  place_.width = static_cast<int>(std::lround(width));
-  place_.height = static_cast<int>(std::lround(height));
   // Memory of the old sizes is of no use any more.
   if (thread_) thread_->Run([] { return qvg::Table().ClearPixelBufferPool() && qvg::Table().ClearTexturePool(); });
 }
@@ -64,6 +61,11 @@ GstClockTime Presenter::FrameDuration() {
 void Presenter::SetForceAspectRatio(bool force) {
   const std::lock_guard lock(mutex_);
   forceAspectRatio_ = force;
+}
+
+void Presenter::SetOrientation(const Orientation& orientation) {
+  const std::lock_guard lock(mutex_);
+  orientation_ = orientation;
 }
 
 // ---- The window
@@ -109,6 +111,9 @@ std::optional<xcb_window_t> Presenter::MakeWindow(const std::string& title) {
   std::unique_ptr<SinkWindow> useless;
   const std::lock_guard lock(mutex_);
   if (window_ || !thread_) return {};
+  const auto [width, height] = DisplayedSize(upload_ ? upload_->Info() : shown_);
+  place_.width = static_cast<int>(std::lround(orientation_.Lies() ? height : width));
+  place_.height = static_cast<int>(std::lround(orientation_.Lies() ? width : height));
   place_.title = title;
   window_ = std::make_unique<SinkWindow>(place_, listener_);
   if (OpenDrawer() || !window_->IsThere()) return window_->IsOwn() ? std::optional(window_->Frame()) : std::nullopt;
@@ -176,7 +181,7 @@ bool Presenter::Present() {
   const bool shown = OnThread([&, w = width, h = height] {
     const qvg::CurrentContext current(drawer_.ContextHandle());
     if (!current || !drawer_.SetSize(static_cast<uint32_t>(w), static_cast<uint32_t>(h))) return false;
-    return StretchesBy(place) ? drawer_.Draw(Stretched(place)) : drawer_.Draw(frame_);
+    return Draw(place);
   });
   return shown || !window_->IsThere();
 }
@@ -191,28 +196,37 @@ void Presenter::Clear() {
   });
 }
 
+// The window need not be filled evenly.
 Presenter::Place Presenter::FrameIn(int width, int height) const {
-  const auto [frameWidth, frameHeight] = DisplayedSize(shown_);
   if (!forceAspectRatio_) return {0, 0, static_cast<double>(width), static_cast<double>(height)};
+  auto [frameWidth, frameHeight] = DisplayedSize(shown_);
+  if (orientation_.Lies()) std::swap(frameWidth, frameHeight);
   const double scale = std::min(width / frameWidth, height / frameHeight);
   const double shownWidth = frameWidth * scale, shownHeight = frameHeight * scale;
   return {(width - shownWidth) / 2, (height - shownHeight) / 2, shownWidth, shownHeight};
 }
 
-bool Presenter::StretchesBy(const Place& place) const {
-  const double byWidth = place.width / GST_VIDEO_INFO_WIDTH(&shown_);
-  const double byHeight = place.height / GST_VIDEO_INFO_HEIGHT(&shown_);
-  return std::abs(byWidth / byHeight - 1) > 1e-6;
+// The window's drawer turns what it shows, but keeps its proportions.
+bool Presenter::Draw(const Place& place) const {
+  const bool lies = orientation_.Lies();
+  const double width = lies ? place.height : place.width, height = lies ? place.width : place.height;
+  const double byWidth = width / frame_.Width(), byHeight = height / frame_.Height();
+  const auto turns = static_cast<uint32_t>(orientation_.quarterTurns);
+  if (!orientation_.mirrored && std::abs(byWidth / byHeight - 1) < 1e-6) {
+    return frame_.SetRotation(turns) && drawer_.Draw(frame_);
+  }
+  const qvg::Texture reshaped = Reshaped(std::max(1.0, std::round(width)), std::max(1.0, std::round(height)));
+  return reshaped && reshaped.SetRotation(turns) && drawer_.Draw(reshaped);
 }
 
-// A window's drawer keeps the proportions of what it shows.
-qvg::Texture Presenter::Stretched(const Place& place) const {
-  const double width = std::max(1.0, std::round(place.width)), height = std::max(1.0, std::round(place.height));
+qvg::Texture Presenter::Reshaped(double width, double height) const {
   qvg::Texture target = qvg::Texture::Acquire(static_cast<uint32_t>(width), static_cast<uint32_t>(height));
   const auto frameBuffer = target ? qvg::FrameBuffer::On(target) : qvg::FrameBuffer();
-  const qvg::DrawParams params = qvg::DrawParams().Scale(width / frame_.Width(), height / frame_.Height());
-  const bool drawn = frameBuffer && frameBuffer.Clear({0, 0, 0, 0}) && frameBuffer.Draw(frame_, params) &&
-                     target.SetFlipped(frame_.Flipped());
+  const double byWidth = width / frame_.Width();
+  const qvg::DrawParams params =
+      qvg::DrawParams().Scale(orientation_.mirrored ? -byWidth : byWidth, height / frame_.Height());
+  const bool drawn = frameBuffer && frameBuffer.Clear({0, 0, 0, 0}) && frame_.SetRotation(0) &&
+                     frameBuffer.Draw(frame_, params) && target.SetFlipped(frame_.Flipped());
   return drawn ? std::move(target) : qvg::Texture();
 }
 
@@ -221,8 +235,8 @@ std::pair<double, double> Presenter::ToFrame(double x, double y) {
   if (!frame_ || !window_) return {x, y};
   const auto [width, height] = window_->Size();
   const Place place = FrameIn(width, height);
-  return {(x - place.x) / place.width * GST_VIDEO_INFO_WIDTH(&shown_),
-          (y - place.y) / place.height * GST_VIDEO_INFO_HEIGHT(&shown_)};
+  const auto [frameX, frameY] = orientation_.Undo((x - place.x) / place.width, (y - place.y) / place.height);
+  return {frameX * GST_VIDEO_INFO_WIDTH(&shown_), frameY * GST_VIDEO_INFO_HEIGHT(&shown_)};
 }
 
 std::string Presenter::Failure() {

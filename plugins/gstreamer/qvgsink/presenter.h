@@ -11,6 +11,7 @@
 
 #include "core/frameUpload.h"
 #include "core/renderThread.h"
+#include "qvgsink/orientation.h"
 #include "qvgsink/sinkWindow.h"
 
 namespace qvgst {
@@ -32,6 +33,7 @@ class Presenter {
   /// Of the format's rate; GST_CLOCK_TIME_NONE when it has none.
   GstClockTime FrameDuration();
   void SetForceAspectRatio(bool force);
+  void SetOrientation(const Orientation& orientation);
 
   // ---- The window
 
@@ -70,14 +72,15 @@ class Presenter {
   void CloseDrawer();
   bool OnThread(const std::function<bool()>& work);
   bool Present();
-  qvg::Texture Stretched(const Place& place) const;
+  bool Draw(const Place& place) const;
+  qvg::Texture Reshaped(double width, double height) const;
   Place FrameIn(int width, int height) const;
-  bool StretchesBy(const Place& place) const;
 
   const SinkWindow::Listener listener_;
   std::mutex mutex_;  // Guards all else. Not held while a window is destroyed, whose thread may wait for it.
   SinkWindow::Place place_;
   bool forceAspectRatio_ = true;
+  Orientation orientation_;
   std::unique_ptr<RenderThread> thread_;
   std::unique_ptr<SinkWindow> window_;
   qvg::WndDrawer drawer_;
