@@ -1,5 +1,6 @@
 // The element qvgsink in pipelines, and what the screen shows of them.
 #include <gst/gst.h>
+#include <gst/video/navigation.h>
 #include <gst/video/videooverlay.h>
 #include <gtest/gtest.h>
 #include <xcb/xcb.h>
@@ -90,8 +91,11 @@ xcb_button_press_event_t Pointer(uint8_t type, xcb_window_t window, int x, int y
 
 constexpr std::array<std::array<uint8_t, 3>, 4> kQuarters = {{{255, 0, 0}, {0, 255, 0}, {0, 0, 255}, {255, 255, 0}}};
 
+/// By number, at the upper left, the upper right, the lower left and the lower right.
+using Order = std::array<size_t, 4>;
+
 /// Whether the image has the frame at the place, and black beside it.
-bool Shows(const Image& image, const Place& place) {
+bool Shows(const Image& image, const Place& place, const Order& order = {0, 1, 2, 3}) {
   if (image.empty()) return false;
   for (int y = 0; y < image.height; ++y) {
     for (int x = 0; x < image.width; ++x) {
@@ -99,7 +103,8 @@ bool Shows(const Image& image, const Place& place) {
       const bool inside = left >= 0 && top >= 0 && left < place.width && top < place.height;
       // Where quarters meet they are mixed.
       if (std::abs(2 * left - place.width) < 8 || std::abs(2 * top - place.height) < 8) continue;
-      const auto& quarter = kQuarters[static_cast<size_t>((2 * left > place.width) + 2 * (2 * top > place.height))];
+      const auto index = static_cast<size_t>((2 * left > place.width) + 2 * (2 * top > place.height));
+      const auto& quarter = kQuarters[order[index]];
       for (size_t part = 0; part < 3; ++part) {
         const double wanted = inside ? quarter[part] / 255.0 : 0;
         if (std::abs(image.at(x, y)[part] - wanted) > 0.02) return false;
@@ -180,9 +185,40 @@ class Stream {
     GstFlowReturn flow = GST_FLOW_OK;
     g_signal_emit_by_name(source, "end-of-stream", &flow);
   }
+  /// Navigation events that go upstream from now on, each with a ";" behind it.
+  void WatchNavigation() {
+    GstPad* const pad = gst_element_get_static_pad(source, "src");
+    gst_pad_add_probe(
+        pad, GST_PAD_PROBE_TYPE_EVENT_UPSTREAM,
+        [](GstPad*, GstPadProbeInfo* info, gpointer stream) {
+          GstEvent* const event = GST_PAD_PROBE_INFO_EVENT(info);
+          if (GST_EVENT_TYPE(event) == GST_EVENT_NAVIGATION) static_cast<Stream*>(stream)->Note(event);
+          return GST_PAD_PROBE_OK;
+        },
+        this, nullptr);
+    gst_object_unref(pad);
+  }
+  std::string Navigation() {
+    const std::lock_guard lock(mutex_);
+    return navigation_;
+  }
   GstVideoOverlay* Overlay() const { return GST_VIDEO_OVERLAY(sink); }
 
   GstElement *pipeline, *source, *sink;
+
+ private:
+  void Note(GstEvent* event) {
+    const GstStructure* const fields = gst_event_get_structure(event);
+    gdouble x = -1, y = -1;
+    gst_structure_get(fields, "pointer_x", G_TYPE_DOUBLE, &x, "pointer_y", G_TYPE_DOUBLE, &y, nullptr);
+    const char* const key = gst_structure_get_string(fields, "key");
+    const std::lock_guard lock(mutex_);
+    navigation_ += gst_structure_get_string(fields, "event") + std::string(" ") +
+                   (key != nullptr ? key : std::to_string(std::lround(x)) + "," + std::to_string(std::lround(y))) + ";";
+  }
+
+  std::mutex mutex_;
+  std::string navigation_;
 };
 
 class Sink : public testing::Test {
@@ -250,6 +286,46 @@ TEST_F(Sink, ShowsFrames) {
     }));
   }
   EXPECT_TRUE(Windows().empty());
+}
+
+TEST_F(Sink, PutsFramesUpright) {
+  constexpr struct {
+    const char *direction, *tag;
+    Order order;
+    const char* move;  // to a place in the frame, from one in the window
+  } kRows[] = {
+      {"identity", "rotate-90", {0, 1, 2, 3}, "mouse-move 20,20;"},
+      {"90r", nullptr, {2, 0, 3, 1}, "mouse-move 20,60;"},
+      {"180", nullptr, {3, 2, 1, 0}, "mouse-move 140,60;"},
+      {"90l", nullptr, {1, 3, 0, 2}, "mouse-move 140,20;"},
+      {"horiz", nullptr, {1, 0, 3, 2}, "mouse-move 140,20;"},
+      {"vert", nullptr, {2, 3, 0, 1}, "mouse-move 20,60;"},
+      {"ul-lr", nullptr, {0, 2, 1, 3}, "mouse-move 20,20;"},
+      {"ur-ll", nullptr, {3, 1, 2, 0}, "mouse-move 140,60;"},
+      {"auto", "rotate-90", {2, 0, 3, 1}, "mouse-move 20,60;"},
+      {"auto", nullptr, {0, 1, 2, 3}, "mouse-move 20,20;"},
+  };
+  for (const auto& row : kRows) {
+    SCOPED_TRACE(testing::Message() << row.direction << " " << (row.tag != nullptr ? row.tag : ""));
+    const HostWindow host(160, 160);
+    Stream stream(&host);
+    gst_util_set_object_arg(G_OBJECT(stream.sink), "video-direction", row.direction);
+    stream.WatchNavigation();
+    stream.SetState(GST_STATE_PLAYING);
+    stream.Push(160, 80);
+    if (row.tag != nullptr) {
+      gst_element_send_event(stream.source,
+                             gst_event_new_tag(gst_tag_list_new(GST_TAG_IMAGE_ORIENTATION, row.tag, nullptr)));
+    }
+    stream.Push(160, 80);
+    const bool turned = (row.order[0] ^ row.order[1]) == 2;  // One has been below the other.
+    const Place place = turned ? Place{40, 0, 80, 160} : Place{0, 40, 160, 80};
+    EXPECT_TRUE(Eventually([&] { return Shows(host.Pixels(), place, row.order); }));
+    const double x = place.x + place.width / (turned ? 4.0 : 8.0), y = place.y + place.height / (turned ? 8.0 : 4.0);
+    gst_navigation_send_event_simple(GST_NAVIGATION(stream.sink),
+                                     gst_navigation_event_new_mouse_move(x, y, GST_NAVIGATION_MODIFIER_NONE));
+    EXPECT_EQ(stream.Navigation(), row.move);
+  }
 }
 
 TEST_F(Sink, KeepsAPausedPictureInTheWindow) {
@@ -349,27 +425,7 @@ TEST_F(Sink, SendsInputUpstream) {
     const uint32_t presses = XCB_EVENT_MASK_BUTTON_PRESS;
     xcb_change_window_attributes(Server(), IdOf(host), XCB_CW_EVENT_MASK, &presses);
     Stream stream(own ? nullptr : &host);
-    std::mutex mutex;
-    std::string seen;
-    auto note = [&](GstEvent* event) {
-      const GstStructure* const s = gst_event_get_structure(event);
-      gdouble x = -1, y = -1;
-      gst_structure_get(s, "pointer_x", G_TYPE_DOUBLE, &x, "pointer_y", G_TYPE_DOUBLE, &y, nullptr);
-      const char* const key = gst_structure_get_string(s, "key");
-      const std::lock_guard lock(mutex);
-      seen += gst_structure_get_string(s, "event") + std::string(" ") +
-              (key != nullptr ? key : std::to_string(std::lround(x)) + "," + std::to_string(std::lround(y))) + "; ";
-    };
-    GstPad* const pad = gst_element_get_static_pad(stream.source, "src");
-    gst_pad_add_probe(
-        pad, GST_PAD_PROBE_TYPE_EVENT_UPSTREAM,
-        [](GstPad*, GstPadProbeInfo* info, gpointer to) {
-          GstEvent* const event = GST_PAD_PROBE_INFO_EVENT(info);
-          if (GST_EVENT_TYPE(event) == GST_EVENT_NAVIGATION) (*static_cast<decltype(note)*>(to))(event);
-          return GST_PAD_PROBE_OK;
-        },
-        &note, nullptr);
-    gst_object_unref(pad);
+    stream.WatchNavigation();
     stream.SetState(GST_STATE_PAUSED);
     stream.Push(160, 80);
     const xcb_window_t* window = nullptr;
@@ -388,11 +444,8 @@ TEST_F(Sink, SendsInputUpstream) {
     key.detail = 38;
     Send(picture, XCB_EVENT_MASK_KEY_PRESS, key);
     const std::string wanted =
-        own ? "mouse-button-press 40,100; mouse-move 40,100; key-press a; " : "mouse-move 20,10; key-press a; ";
-    EXPECT_TRUE(Eventually([&] {
-      const std::lock_guard lock(mutex);
-      return seen == wanted;
-    })) << seen;
+        own ? "mouse-button-press 40,100;mouse-move 40,100;key-press a;" : "mouse-move 20,10;key-press a;";
+    EXPECT_TRUE(Eventually([&] { return stream.Navigation() == wanted; })) << stream.Navigation();
     const Reply<xcb_generic_event_t> press(own ? nullptr : xcb_wait_for_event(Server()), &std::free);
     EXPECT_TRUE(own || (press->response_type & 0x7f) == XCB_BUTTON_PRESS);
     stream.SetState(GST_STATE_NULL);
