@@ -1,5 +1,6 @@
 #include "core/frameOutput.h"
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 #include <utility>
@@ -64,6 +65,18 @@ std::vector<std::string> YuvColorimetry(const GstVideoColorimetry* source) {
   return names;
 }
 
+/// That of RGB, from the same source; empty when nothing is known of it.
+std::string RgbColorimetry(const GstVideoColorimetry& source) {
+  GstVideoColorimetry colors = source;
+  if (colors.transfer == GST_VIDEO_TRANSFER_UNKNOWN && colors.primaries == GST_VIDEO_COLOR_PRIMARIES_UNKNOWN) return {};
+  colors.range = GST_VIDEO_COLOR_RANGE_0_255;
+  colors.matrix = GST_VIDEO_COLOR_MATRIX_RGB;
+  char* text = gst_video_colorimetry_to_string(&colors);
+  std::string name = text != nullptr ? text : "";
+  g_free(text);
+  return name;
+}
+
 /// A read-back whose memory a buffer has become, and what keeps that memory there.
 struct Lent {
   std::shared_ptr<qvg::Library> library;
@@ -118,8 +131,11 @@ void FrameOutput::RestrictColorimetry(GstCaps* caps, const GstVideoColorimetry* 
 
 GstCaps* FrameOutput::Choose(GstCaps* caps, const GstVideoInfo& source, bool alpha) {
   std::vector<GstVideoFormat> wanted;
-  if (alpha) wanted = {GST_VIDEO_FORMAT_RGBA, GST_VIDEO_FORMAT_BGRA};
   if (GST_VIDEO_INFO_FORMAT(&source) != GST_VIDEO_FORMAT_UNKNOWN) wanted.push_back(GST_VIDEO_INFO_FORMAT(&source));
+  if (alpha) {
+    const auto place = GST_VIDEO_INFO_HAS_ALPHA(&source) ? wanted.end() : wanted.begin();
+    wanted.insert(place, {GST_VIDEO_FORMAT_RGBA, GST_VIDEO_FORMAT_BGRA});
+  }
   for (const bool yuv : {GST_VIDEO_INFO_IS_YUV(&source) != FALSE, GST_VIDEO_INFO_IS_YUV(&source) == FALSE}) {
     for (const Format& row : kFormats) {
       if (IsYuv(row.way) == yuv) wanted.push_back(row.format);
@@ -143,11 +159,8 @@ void FrameOutput::Complete(GstStructure* caps, const GstVideoColorimetry& source
   const GstVideoFormat format = gst_video_format_from_string(gst_structure_get_string(caps, "format"));
   const Way way = WayOf(format);
   if (!gst_structure_has_field(caps, "colorimetry")) {
-    if (IsYuv(way)) {
-      gst_structure_set(caps, "colorimetry", G_TYPE_STRING, YuvColorimetry(&source).front().c_str(), nullptr);
-    } else {
-      gst_structure_set(caps, "colorimetry", G_TYPE_STRING, GST_VIDEO_COLORIMETRY_SRGB, nullptr);
-    }
+    const std::string colors = IsYuv(way) ? YuvColorimetry(&source).front() : RgbColorimetry(source);
+    if (!colors.empty()) gst_structure_set(caps, "colorimetry", G_TYPE_STRING, colors.c_str(), nullptr);
   }
   if (IsYuv(way) && !gst_structure_has_field(caps, "chroma-site")) {
     gst_structure_set(caps, "chroma-site", G_TYPE_STRING, way == Way::kNV12 ? "mpeg2" : "jpeg", nullptr);
@@ -221,6 +234,25 @@ GstBuffer* FrameOutput::Copy(const QVGPixelBuffer& read, bool straighten) const 
   }
   gst_video_frame_unmap(&frame);
   return buffer;
+}
+
+GstBuffer* FrameOutput::PassOn(GstBuffer* frame) const {
+  const GstVideoMeta* meta = gst_buffer_get_video_meta(frame);
+  const guint planes = GST_VIDEO_INFO_N_PLANES(&info_);
+  if (metaAllowed_ || meta == nullptr ||
+      (std::equal(meta->offset, meta->offset + planes, info_.offset) &&
+       std::equal(meta->stride, meta->stride + planes, info_.stride))) {
+    return gst_buffer_ref(frame);
+  }
+  GstVideoFrame from, to;
+  if (!gst_video_frame_map(&from, &info_, frame, GST_MAP_READ)) return nullptr;
+  GstBuffer* copy = gst_buffer_new_allocate(nullptr, GST_VIDEO_INFO_SIZE(&info_), nullptr);
+  if (copy != nullptr && gst_video_frame_map(&to, &info_, copy, GST_MAP_WRITE)) {
+    gst_video_frame_copy(&to, &from);
+    gst_video_frame_unmap(&to);
+  }
+  gst_video_frame_unmap(&from);
+  return copy;
 }
 
 GstBuffer* FrameOutput::Read(const qvg::Texture& texture, AlphaForm form,

@@ -36,6 +36,10 @@ class FrameOutput {
   /// failure.
   GstBuffer* Read(const qvg::Texture& texture, AlphaForm form, const std::shared_ptr<qvg::Library>& library) const;
 
+  /// A frame that has this format, as downstream takes it: itself, or a copy with the standard strides, which has no
+  /// time yet. Null on failure.
+  GstBuffer* PassOn(GstBuffer* frame) const;
+
  private:
   bool Fits(const QVGPixelBuffer& read) const;
   GstBuffer* Lend(qvg::ReadBack read, const std::shared_ptr<qvg::Library>& library) const;

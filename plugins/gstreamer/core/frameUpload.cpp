@@ -1,7 +1,6 @@
 #include "core/frameUpload.h"
 
 #include <algorithm>
-#include <cmath>
 
 namespace qvgst {
 namespace {
@@ -11,19 +10,19 @@ enum class Alpha { kNone, kKept, kUnused };
 
 struct Format {
   GstVideoFormat format;
-  QVGPixelFormat upload;
+  QVGPixelFormat upload;  ///< As which the library gets them.
   Alpha alpha = Alpha::kNone;
 };
 
 constexpr Format kFormats[] = {
-    {GST_VIDEO_FORMAT_NV12, QVG_FORMAT_NV12},
-    {GST_VIDEO_FORMAT_I420, QVG_FORMAT_I420},
-    {GST_VIDEO_FORMAT_YV12, QVG_FORMAT_I420},
-    {GST_VIDEO_FORMAT_P010_10LE, QVG_FORMAT_YUV16_SP},
-    {GST_VIDEO_FORMAT_P012_LE, QVG_FORMAT_YUV16_SP},
-    {GST_VIDEO_FORMAT_P016_LE, QVG_FORMAT_YUV16_SP},
-    {GST_VIDEO_FORMAT_Y42B, QVG_FORMAT_I422},
-    {GST_VIDEO_FORMAT_Y444, QVG_FORMAT_I444},
+    {GST_VIDEO_FORMAT_NV12, QVG_FORMAT_RGBA},
+    {GST_VIDEO_FORMAT_I420, QVG_FORMAT_RGBA},
+    {GST_VIDEO_FORMAT_YV12, QVG_FORMAT_RGBA},
+    {GST_VIDEO_FORMAT_P010_10LE, QVG_FORMAT_RGBA},
+    {GST_VIDEO_FORMAT_P012_LE, QVG_FORMAT_RGBA},
+    {GST_VIDEO_FORMAT_P016_LE, QVG_FORMAT_RGBA},
+    {GST_VIDEO_FORMAT_Y42B, QVG_FORMAT_RGBA},
+    {GST_VIDEO_FORMAT_Y444, QVG_FORMAT_RGBA},
     {GST_VIDEO_FORMAT_RGBA, QVG_FORMAT_RGBA, Alpha::kKept},
     {GST_VIDEO_FORMAT_BGRA, QVG_FORMAT_BGRA, Alpha::kKept},
     {GST_VIDEO_FORMAT_ARGB, QVG_FORMAT_ARGB, Alpha::kKept},
@@ -44,14 +43,12 @@ const Format& FormatOf(GstVideoFormat format) {
   return kUnknown;
 }
 
-/// How the frames become RGB, where the library would take their colours for others than they are.
+/// How YUV frames become RGB.
 std::optional<YuvMatrix> ConversionOf(const GstVideoInfo& info) {
   if (!GST_VIDEO_INFO_IS_YUV(&info)) return {};
-  const bool full = info.colorimetry.range == GST_VIDEO_COLOR_RANGE_0_255;
   double red = 0.299, blue = 0.114;  // ITU-R BT.601
   gst_video_color_matrix_get_Kr_Kb(info.colorimetry.matrix, &red, &blue);
-  if (full && std::abs(red - 0.299) < 1e-4 && std::abs(blue - 0.114) < 1e-4) return {};
-  return YuvMatrix::Of(red, blue, full);
+  return YuvMatrix::Of(red, blue, info.colorimetry.range == GST_VIDEO_COLOR_RANGE_0_255);
 }
 
 }  // namespace
@@ -85,20 +82,13 @@ FrameUpload::Area FrameUpload::AreaOf(const GstVideoFrame& frame, const Crop& cr
 }
 
 qvg::PixelBuffer FrameUpload::Describe(const GstVideoFrame& frame, const Area& area) const {
-  const GstVideoFormatInfo* format = frame.info.finfo;
   qvg::PixelBuffer buffer;
   buffer.format = FormatOf(GST_VIDEO_FRAME_FORMAT(&frame)).upload;
   buffer.width = area.width;
   buffer.height = area.height;
-  const int planes = static_cast<int>(GST_VIDEO_FRAME_N_PLANES(&frame));
-  for (int part = 0; part < planes; ++part) {
-    // Three planes by component, as YV12 has V before U.
-    const int plane = planes == 3 ? format->plane[part] : part;
-    buffer.stride[part] = GST_VIDEO_FRAME_PLANE_STRIDE(&frame, plane);
-    buffer.plane[part] = static_cast<uint8_t*>(GST_VIDEO_FRAME_PLANE_DATA(&frame, plane)) +
-                         ptrdiff_t{area.y >> format->h_sub[part]} * buffer.stride[part] +
-                         ptrdiff_t{area.x >> format->w_sub[part]} * format->pixel_stride[part];
-  }
+  buffer.stride[0] = GST_VIDEO_FRAME_PLANE_STRIDE(&frame, 0);
+  buffer.plane[0] = static_cast<uint8_t*>(GST_VIDEO_FRAME_PLANE_DATA(&frame, 0)) +
+                    ptrdiff_t{area.y} * buffer.stride[0] + ptrdiff_t{area.x} * GST_VIDEO_FRAME_COMP_PSTRIDE(&frame, 0);
   return buffer;
 }
 

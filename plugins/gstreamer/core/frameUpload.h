@@ -20,10 +20,10 @@ struct Crop {
   friend bool operator==(const Crop&, const Crop&) = default;
 };
 
-/// Makes textures of GStreamer's frames of one format. Planes go to the library as they lie in memory, with their
-/// strides; only what the library takes otherwise is brought into another form first, in memory of this object: YUV
-/// frames that are not full-range BT.601 (those of JPEG cameras are) are converted to RGB, pixels of formats that have
-/// a byte for alpha, but none in it, get it, and colours are multiplied by their alpha where that is wanted and not 1.
+/// Makes textures of GStreamer's frames of one format. RGB goes to the library as it lies in memory, with its strides;
+/// only what the library takes otherwise is brought into another form first, in memory of this object: YUV is converted
+/// to RGB (the library knows full-range BT.601 alone, and stretches that by a pixel), pixels of formats that have a
+/// byte for alpha, but none in it, get it, and colours are multiplied by their alpha where that is wanted and not 1.
 class FrameUpload {
  public:
   /// The formats that are taken, of any size. To be unreferenced.

@@ -7,8 +7,6 @@
 #include <numeric>
 #include <utility>
 
-#include "core/log.h"
-
 #define STB_IMAGE_IMPLEMENTATION
 #define STB_IMAGE_STATIC
 #define STBI_ONLY_PNG
@@ -27,6 +25,8 @@
 
 namespace qvgst {
 namespace {
+
+thread_local std::string failureOfThread;
 
 struct Image {
   QVGHostImage record = {};
@@ -59,7 +59,7 @@ QVGHostImage* Decode(const char* name) {
   auto image = std::make_unique<Image>();
   image->pixels.reset(stbi_load(path, &image->record.width, &image->record.height, &channels, 4));
   if (!image->pixels) {
-    GST_CAT_WARNING(category, "%s: %s", path, stbi_failure_reason());
+    failureOfThread = std::string(path) + ": " + stbi_failure_reason();
     return nullptr;
   }
   if (!shaped) {
@@ -79,6 +79,8 @@ std::string ShapePrefix(int width, int height) {
   const int divisor = std::gcd(width, height);
   return std::to_string(width / divisor) + ":" + std::to_string(height / divisor) + ":";
 }
+
+std::string TakeImageFailure() { return std::exchange(failureOfThread, {}); }
 
 const QVGConfig kLibraryConfig = {{}, Decode, Free};
 

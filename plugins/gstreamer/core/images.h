@@ -10,6 +10,9 @@ namespace qvgst {
 /// theirs. The library keeps an image for each shape.
 std::string ShapePrefix(int width, int height);
 
+/// The last image that could not be decoded on this thread, and why; empty when there was none since the last call.
+std::string TakeImageFailure();
+
 /// What the library decodes the images with that an effect lays behind a frame: PNG, JPEG, BMP, TGA.
 extern const QVGConfig kLibraryConfig;
 

@@ -13,8 +13,14 @@ namespace {
 
 // The library works on threads of its own, too: it starts on one.
 std::mutex mutex;
-std::string lastError;
-thread_local std::string lastOfThread;
+std::string linesOfAll;
+thread_local std::string linesOfThread;
+
+// The first ones: what follows is mostly what comes of them.
+void Append(std::string& lines, const std::string& line) {
+  constexpr size_t kMost = 2000;
+  if (lines.size() < kMost) lines += (lines.empty() ? "" : "\n") + line;
+}
 
 GstDebugLevel LevelOf(int32_t level) {
   switch (level) {
@@ -32,10 +38,9 @@ GstDebugLevel LevelOf(int32_t level) {
 void Receive(const std::string& message, int32_t level, intptr_t /*userContext*/) {
   GST_CAT_LEVEL_LOG(category, LevelOf(level), nullptr, "%s", message.c_str());
   if (level > qvg::kLogWarning) return;
-  lastOfThread = message;
-  if (level > qvg::kLogError) return;
+  Append(linesOfThread, message);
   const std::lock_guard lock(mutex);
-  lastError = message;
+  Append(linesOfAll, message);
 }
 
 }  // namespace
@@ -45,12 +50,11 @@ void TakeLibraryLog() {
   qvg::Logger::Instance().SetSink(&Receive, 0);
 }
 
-std::string TakeFailureLine() {
+std::string TakeFailureLines() {
   const std::lock_guard lock(mutex);
-  std::string line = std::exchange(lastOfThread, {});
-  if (line.empty()) line = lastError;
-  lastError.clear();
-  return line;
+  const std::string ofAll = std::exchange(linesOfAll, {});
+  const std::string ofThread = std::exchange(linesOfThread, {});
+  return ofThread.empty() ? ofAll : ofThread;
 }
 
 }  // namespace qvgst

@@ -12,8 +12,8 @@ extern GstDebugCategory* category;
 /// From now on the library's log goes to GStreamer's, and no line to standard output. Once, when the plugin is loaded.
 void TakeLibraryLog();
 
-/// The library's last error or warning on this thread; failing that, its last error on any. Empty when there was none
-/// since the last call.
-std::string TakeFailureLine();
+/// The library's errors and warnings on this thread; failing these, those on any. Empty when there were none since the
+/// last call.
+std::string TakeFailureLines();
 
 }  // namespace qvgst

@@ -49,11 +49,11 @@ void RenderThread::Serve() {
     const std::function<bool()>& work = *std::exchange(work_, nullptr);
     lock.unlock();
     // Warnings of work that was done all the same don't explain this one's failure.
-    if (current) TakeFailureLine();
+    if (current) TakeFailureLines();
     const bool done = current && Attempt(work);
-    std::string line = done ? std::string() : TakeFailureLine();
+    std::string lines = done ? std::string() : TakeFailureLines();
     lock.lock();
-    if (!done && !line.empty()) failure_ = std::move(line);
+    if (!done && !lines.empty()) failure_ = std::move(lines);
     answer_ = done;
     answered_ = true;
     changed_.notify_all();

@@ -12,6 +12,7 @@ namespace {
 
 constexpr int kKeyPictureWidth = 480;  // Enough for a key to be found in, and quick.
 constexpr int kFramesBetweenTries = 30;
+constexpr char kUnreadable[] = "the frame's memory can't be read";
 
 QVGParamValue Integer(int64_t number) {
   QVGParamValue value = {};
@@ -61,12 +62,18 @@ void EffectPass::AllowMeta(bool allowed) {
 GstBuffer* EffectPass::Process(GstBuffer* input) {
   GstVideoFrame frame;
   if (!gst_video_frame_map(&frame, &upload_->Info(), input, GST_MAP_READ)) {
-    failure_ = "the frame's memory can't be read";
+    failure_ = kUnreadable;
     return nullptr;
   }
   GstBuffer* result = nullptr;
   if (!thread_->Run([&] { return Render(frame, &result); })) failure_ = thread_->Failure();
   gst_video_frame_unmap(&frame);
+  return result;
+}
+
+GstBuffer* EffectPass::PassOn(GstBuffer* input) {
+  GstBuffer* const result = output_->PassOn(input);
+  if (result == nullptr) failure_ = kUnreadable;
   return result;
 }
 
@@ -77,15 +84,16 @@ bool EffectPass::Render(const GstVideoFrame& frame, GstBuffer** result) {
   }
   const bool alphaGiven = GST_VIDEO_INFO_HAS_ALPHA(&upload_->Info());
   const bool alphaWanted = GST_VIDEO_INFO_HAS_ALPHA(&output_->Info());
-  const bool on = settings_.AnyStageOn();
-  AlphaForm form = on || !alphaWanted ? AlphaForm::kPremultiplied : AlphaForm::kStraight;
+  // Properties may be set meanwhile, by any thread: what was sent counts.
+  EffectSettings::Sent sent = settings_.Send(effect_, pathPrefix_);
+  if (!sent.imageFailure.empty()) imageFailure_ = std::move(sent.imageFailure);
+  AlphaForm form = sent.anyStage || !alphaWanted ? AlphaForm::kPremultiplied : AlphaForm::kStraight;
   qvg::Texture texture = upload_->Upload(frame, form);
   if (!texture) return false;
-  if (on) {
-    settings_.Send(effect_, pathPrefix_);
+  if (sent.anyStage) {
     texture = effect_.Apply(texture);
     if (!texture) return false;
-    if (!alphaGiven && !settings_.IsOn("enable_key")) form = AlphaForm::kStraight;
+    if (!alphaGiven && !sent.key) form = AlphaForm::kStraight;
   }
   *result = output_->Read(texture, form, thread_->Library());
   return *result != nullptr;

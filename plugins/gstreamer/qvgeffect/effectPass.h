@@ -43,8 +43,13 @@ class EffectPass {
   };
   std::optional<Answer> TakeAnswer() { return std::exchange(answer_, std::nullopt); }
 
+  /// Why the image can't be used that was set since the last call; empty when it can.
+  std::string TakeImageFailure() { return std::exchange(imageFailure_, {}); }
+
   /// @return the result, without its time; null on failure.
   GstBuffer* Process(GstBuffer* input);
+  /// The same for a frame that stays as it is, where formats are the same.
+  GstBuffer* PassOn(GstBuffer* input);
 
   std::string Failure() const { return failure_; }
 
@@ -60,7 +65,7 @@ class EffectPass {
   std::optional<KeyRequest> request_;
   std::optional<Answer> answer_;
   int framesUntilRetry_ = 0;
-  std::string pathPrefix_, failure_;
+  std::string pathPrefix_, failure_, imageFailure_;
 };
 
 }  // namespace qvgst

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <utility>
 
+#include "core/images.h"
 #include "effectKit/parameterTexts.h"
 #include "qvgeffect/effectTable.h"
 
@@ -99,10 +100,15 @@ void EffectSettings::GetProperty(size_t row, GValue* value) const {
 
 void EffectSettings::Put(size_t row, const QVGParamValue& value, std::string text) {
   Setting& setting = settings_[row];
+  if (value.type == QVG_PARAM_TEXT) imageFailed_ = false;
   setting.value = value;
   setting.text = std::move(text);
   setting.isSet = true;
-  setting.isSent = false;
+  SendAgain(row);
+}
+
+void EffectSettings::SendAgain(size_t row) {
+  settings_[row].isSent = false;
   // Its switch may follow.
   if (const char* stage = qvg::effectkit::StageOf(EffectTable()[row].name)) {
     if (const auto index = IndexOf(stage)) settings_[*index].isSent = false;
@@ -115,16 +121,20 @@ void EffectSettings::Find(std::string_view name, const QVGParamValue& value) {
   if (row && !settings_[*row].isGiven) Put(*row, value, {});
 }
 
+void EffectSettings::ForgetFound() {
+  const std::lock_guard lock(mutex_);
+  for (size_t row = 0; row < settings_.size(); ++row) {
+    if (!settings_[row].isSet || settings_[row].isGiven) continue;
+    settings_[row].value = EffectTable()[row].defaultValue;
+    settings_[row].isSet = false;
+    SendAgain(row);
+  }
+}
+
 bool EffectSettings::IsGiven(std::string_view name) const {
   const std::lock_guard lock(mutex_);
   const auto row = IndexOf(name);
   return row && settings_[*row].isGiven;
-}
-
-std::string EffectSettings::TextOf(std::string_view name) const {
-  const std::lock_guard lock(mutex_);
-  const auto row = IndexOf(name);
-  return row ? settings_[*row].text : std::string();
 }
 
 bool EffectSettings::IsOnLocked(size_t row) const {
@@ -147,15 +157,21 @@ bool EffectSettings::IsOn(std::string_view name) const {
 
 bool EffectSettings::AnyStageOn() const {
   const std::lock_guard lock(mutex_);
+  return AnyStageOnLocked();
+}
+
+bool EffectSettings::AnyStageOnLocked() const {
+  const auto background = IndexOf("enable_bg"), image = IndexOf("bgfile");
   for (size_t row = 0; row < settings_.size(); ++row) {
-    if (settings_[row].value.type == QVG_PARAM_BOOLEAN && IsOnLocked(row)) return true;
+    if (settings_[row].value.type != QVG_PARAM_BOOLEAN || !IsOnLocked(row)) continue;
+    if (row != background || (image && !settings_[*image].text.empty() && !imageFailed_)) return true;
   }
   return false;
 }
 
-bool EffectSettings::Send(const qvg::Effect& effect, const std::string& pathPrefix) {
+EffectSettings::Sent EffectSettings::Send(const qvg::Effect& effect, const std::string& pathPrefix) {
   const std::lock_guard lock(mutex_);
-  bool taken = true;
+  Sent sent = {};
   for (size_t row = 0; row < settings_.size(); ++row) {
     Setting& setting = settings_[row];
     const bool isPath = setting.value.type == QVG_PARAM_TEXT;
@@ -165,14 +181,22 @@ bool EffectSettings::Send(const qvg::Effect& effect, const std::string& pathPref
     const std::string path = setting.text.empty() ? std::string() : pathPrefix + setting.text;
     if (isPath) value.value.text = path.empty() ? nullptr : path.c_str();
     if (value.type == QVG_PARAM_BOOLEAN) value.value.boolean = IsOnLocked(row);
-    taken = effect.Set(EffectTable()[row].name, value) && taken;
+    TakeImageFailure();
+    effect.Set(EffectTable()[row].name, value);
+    if (!isPath) continue;
+    sent.imageFailure = TakeImageFailure();
+    imageFailed_ = !sent.imageFailure.empty();
   }
   sentPrefix_ = pathPrefix;
-  return taken;
+  const auto key = IndexOf("enable_key");
+  sent.anyStage = AnyStageOnLocked();
+  sent.key = key && IsOnLocked(*key);
+  return sent;
 }
 
 void EffectSettings::Forget() {
   const std::lock_guard lock(mutex_);
+  imageFailed_ = false;
   for (Setting& setting : settings_) setting.isSent = false;
 }
 

@@ -4,7 +4,6 @@
 #include <gst/base/gstbasetransform.h>
 #include <gst/video/video.h>
 
-#include <cstring>
 #include <new>
 #include <string>
 #include <utility>
@@ -30,7 +29,7 @@ struct State {
 
   // Under the object's lock.
   std::string key;
-  bool keyChanged = false, imageChanged = false;
+  bool keyChanged = false;
 };
 
 enum : guint { kKey = 1, kFirstRow };
@@ -57,9 +56,6 @@ void SetProperty(GObject* object, guint id, const GValue* value, GParamSpec* /*s
   State& state = StateOf(object);
   if (id >= kFirstRow) {
     state.settings.SetProperty(id - kFirstRow, value);
-    GST_OBJECT_LOCK(object);
-    state.imageChanged = true;
-    GST_OBJECT_UNLOCK(object);
     return;
   }
   const char* text = g_value_get_string(value);
@@ -117,7 +113,8 @@ bool WantsHoles(GstBaseTransform* base) {
   GST_OBJECT_LOCK(base);
   const bool keyed = !state.key.empty();
   GST_OBJECT_UNLOCK(base);
-  return (keyed || state.settings.IsOn("enable_key")) && !state.settings.IsOn("enable_bg");
+  const bool keyable = keyed && !state.settings.IsGiven("enable_key");
+  return (keyable || state.settings.IsOn("enable_key")) && !state.settings.IsOn("enable_bg");
 }
 
 /// The output keeps the input's format where that can be given, unless alpha is to be seen.
@@ -140,8 +137,10 @@ gboolean SetCaps(GstBaseTransform* base, GstCaps* input, GstCaps* output) {
   State& state = StateOf(base);
   GstVideoInfo from, to;
   if (!gst_video_info_from_caps(&from, input) || !gst_video_info_from_caps(&to, output)) return FALSE;
-  state.sameFormat = gst_video_info_is_equal(&from, &to) != FALSE;
   state.pass.SetFormats(from, to, state.metaAllowed);
+  // Where it isn't said it was anyone's guess.
+  if (!gst_structure_has_field(gst_caps_get_structure(input, 0), "chroma-site")) from.chroma_site = to.chroma_site;
+  state.sameFormat = gst_video_info_is_equal(&from, &to) != FALSE;
   return TRUE;
 }
 
@@ -166,7 +165,7 @@ gboolean Start(GstBaseTransform* base) {
   State& state = StateOf(base);
   state.warning.clear();
   GST_OBJECT_LOCK(base);
-  state.keyChanged = state.imageChanged = true;
+  state.keyChanged = true;
   GST_OBJECT_UNLOCK(base);
   if (state.pass.Start()) return TRUE;
   GST_ELEMENT_ERROR(base, LIBRARY, INIT, ("The renderer can't start: there is no OpenGL 4.2 to be had."),
@@ -185,32 +184,33 @@ void Warn(GstBaseTransform* base, const std::string& text) {
     GST_ELEMENT_WARNING(base, STREAM, FAILED, ("%s", text.c_str()), (nullptr));
 }
 
+void TakeKey(GstBaseTransform* base, const std::string& key) {
+  State& state = StateOf(base);
+  state.settings.ForgetFound();
+  const auto request = qvgst::KeyNamed(key);
+  if (!request) {
+    state.pass.Ask(std::nullopt);
+    if (!key.empty()) Warn(base, key + " is no colour (#rrggbb or a name), and not \"auto\"");
+  } else if (request->named && state.settings.IsGiven("similarity")) {
+    // Values that were given are taken as they stand, with the colour.
+    state.pass.Ask(std::nullopt);
+    state.settings.Find("color", qvgst::ColorValue(*request->named));
+  } else {
+    state.pass.Ask(*request);
+  }
+}
+
 /// What has been set since the last frame, as far as it is more than a value.
 void TakeChanges(GstBaseTransform* base) {
   State& state = StateOf(base);
   GST_OBJECT_LOCK(base);
   const std::string key = state.key;
   const bool keyChanged = std::exchange(state.keyChanged, false);
-  const bool imageChanged = std::exchange(state.imageChanged, false);
   GST_OBJECT_UNLOCK(base);
-  if (keyChanged) {
-    if (const auto request = qvgst::KeyNamed(key)) {
-      // Values that were given are taken as they stand, with the colour.
-      if (request->named && state.settings.IsGiven("similarity")) {
-        state.settings.Find("color", qvgst::ColorValue(*request->named));
-      } else {
-        state.pass.Ask(*request);
-      }
-    } else {
-      state.pass.Ask(std::nullopt);
-      if (!key.empty()) Warn(base, key + " is no colour (#rrggbb or a name), and not \"auto\"");
-    }
-  }
+  if (keyChanged) TakeKey(base, key);
   // The next frame's format may be another one then.
-  if (WantsHoles(base) != state.holes) gst_base_transform_reconfigure_src(base);
-  const std::string image = imageChanged ? state.settings.TextOf("bgfile") : std::string();
-  if (!image.empty() && g_file_test(image.c_str(), G_FILE_TEST_IS_REGULAR) == FALSE) {
-    Warn(base, "The background image " + image + " is not there");
+  if (const bool holes = WantsHoles(base); std::exchange(state.holes, holes) != holes) {
+    gst_base_transform_reconfigure_src(base);
   }
 }
 
@@ -243,13 +243,12 @@ GstFlowReturn GenerateOutput(GstBaseTransform* base, GstBuffer** output) {
   const GstClockTime time = gst_segment_to_stream_time(&base->segment, GST_FORMAT_TIME, GST_BUFFER_PTS(input));
   if (GST_CLOCK_TIME_IS_VALID(time)) gst_object_sync_values(GST_OBJECT(base), time);
   TakeChanges(base);
-  if (state.sameFormat && !state.settings.AnyStageOn() && !state.pass.IsAsked()) {
-    *output = input;
-    return GST_FLOW_OK;
-  }
-  GstBuffer* result = state.pass.Process(input);
-  if (result != nullptr) GST_BASE_TRANSFORM_GET_CLASS(base)->copy_metadata(base, input, result);
+  const bool unchanged = state.sameFormat && !state.settings.AnyStageOn() && !state.pass.IsAsked();
+  GstBuffer* result = unchanged ? state.pass.PassOn(input) : state.pass.Process(input);
+  if (result != nullptr && result != input) GST_BASE_TRANSFORM_GET_CLASS(base)->copy_metadata(base, input, result);
   gst_buffer_unref(input);
+  const std::string imageFailure = state.pass.TakeImageFailure();
+  if (!imageFailure.empty()) Warn(base, "There is no background image: " + imageFailure);
   if (const auto answer = state.pass.TakeAnswer()) Report(base, *answer);
   if (result == nullptr) {
     GST_ELEMENT_ERROR(base, LIBRARY, FAILED, ("A frame could not be rendered."), ("%s", state.pass.Failure().c_str()));
@@ -322,5 +321,8 @@ static void gst_qvg_effect_class_init(GstQvgEffectClass* type) {
   transform->start = &Start;
   transform->stop = &Stop;
   transform->generate_output = &GenerateOutput;
+  // Not called, as outputs are generated; but without it the base class takes the element for one that changes nothing,
+  // and does not ask downstream what memory it takes.
+  transform->transform = [](GstBaseTransform*, GstBuffer*, GstBuffer*) { return GST_FLOW_NOT_SUPPORTED; };
   transform->transform_meta = &TransformMeta;
 }
