@@ -198,6 +198,11 @@ class Stream {
         this, nullptr);
     gst_object_unref(pad);
   }
+  /// Called for each of them, on the thread that it is sent on.
+  void OnNavigation(const std::function<void()>& action) {
+    const std::lock_guard lock(mutex_);
+    action_ = action;
+  }
   std::string Navigation() {
     const std::lock_guard lock(mutex_);
     return navigation_;
@@ -212,13 +217,17 @@ class Stream {
     gdouble x = -1, y = -1;
     gst_structure_get(fields, "pointer_x", G_TYPE_DOUBLE, &x, "pointer_y", G_TYPE_DOUBLE, &y, nullptr);
     const char* const key = gst_structure_get_string(fields, "key");
-    const std::lock_guard lock(mutex_);
+    std::unique_lock lock(mutex_);
     navigation_ += gst_structure_get_string(fields, "event") + std::string(" ") +
                    (key != nullptr ? key : std::to_string(std::lround(x)) + "," + std::to_string(std::lround(y))) + ";";
+    const std::function<void()> action = action_;
+    lock.unlock();
+    action();
   }
 
   std::mutex mutex_;
   std::string navigation_;
+  std::function<void()> action_ = [] {};
 };
 
 class Sink : public testing::Test {
@@ -285,7 +294,7 @@ TEST_F(Sink, ShowsFrames) {
       return Shows(PixelsOf(window), row.shown);
     }));
   }
-  EXPECT_TRUE(Windows().empty());
+  EXPECT_TRUE(Eventually([&] { return Windows().empty(); }));
 }
 
 TEST_F(Sink, PutsFramesUpright) {
@@ -352,7 +361,7 @@ TEST_F(Sink, KeepsAPausedPictureInTheWindow) {
   EXPECT_TRUE(Appears(host, {0, 0, 300, 240})) << "uncovered";
   gst_video_overlay_set_window_handle(stream.Overlay(), reinterpret_cast<guintptr>(other.handle()));
   EXPECT_TRUE(Appears(other, {0, 0, 300, 300})) << "moved";
-  EXPECT_TRUE(ChildrenOf(IdOf(host)).empty());
+  EXPECT_TRUE(Eventually([&] { return ChildrenOf(IdOf(host)).empty(); }));
 }
 
 TEST_F(Sink, OutlivesItsHostsWindow) {
@@ -410,8 +419,8 @@ TEST_F(Sink, TellsThatTheUserHasClosedTheWindow) {
   Send(message.window, XCB_EVENT_MASK_NO_EVENT, message, false);
   EXPECT_EQ(stream.Message(GST_MESSAGE_ERROR), "Output window was closed");
   // What is started anew gets a new one.
-  stream.SetState(GST_STATE_NULL);
-  EXPECT_TRUE(Windows().empty());
+  stream.SetState(GST_STATE_READY);
+  EXPECT_TRUE(Eventually([&] { return Windows().empty(); }));
   stream.SetState(GST_STATE_PLAYING);
   stream.Push(160, 80);
   EXPECT_TRUE(Eventually([&] { return Windows().size() == 1 && Shows(PixelsOf(Windows()[0]), {0, 0, 160, 80}); }));
@@ -448,6 +457,13 @@ TEST_F(Sink, SendsInputUpstream) {
     EXPECT_TRUE(Eventually([&] { return stream.Navigation() == wanted; })) << stream.Navigation();
     const Reply<xcb_generic_event_t> press(own ? nullptr : xcb_wait_for_event(Server()), &std::free);
     EXPECT_TRUE(own || (press->response_type & 0x7f) == XCB_BUTTON_PRESS);
+    // What hears of it may take the window away.
+    const HostWindow other(80, 40, 800, 0);
+    stream.OnNavigation(
+        [&] { gst_video_overlay_set_window_handle(stream.Overlay(), reinterpret_cast<guintptr>(other.handle())); });
+    Send(picture, XCB_EVENT_MASK_POINTER_MOTION, Pointer(XCB_MOTION_NOTIFY, picture, 0, 0));
+    EXPECT_TRUE(Appears(other, {0, 0, 80, 40}));
+    EXPECT_TRUE(Eventually([&] { return own ? Windows().empty() : ChildrenOf(hostId).empty(); }));
     stream.SetState(GST_STATE_NULL);
   }
 }
@@ -474,7 +490,7 @@ TEST_F(Sink, LeavesNothingBehind) {
     stream.SetState(round % 2 == 1 ? GST_STATE_NULL : GST_STATE_READY);
     if (round == 5) before = FilesAndThreads();
   }
-  EXPECT_TRUE(ChildrenOf(IdOf(host)).empty());
+  EXPECT_TRUE(Eventually([&] { return ChildrenOf(IdOf(host)).empty(); }));
   EXPECT_TRUE(Eventually([&] { return FilesAndThreads() <= before; }));
 }
 

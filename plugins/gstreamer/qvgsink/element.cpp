@@ -186,11 +186,12 @@ GstStateChangeReturn ChangeState(GstElement* element, GstStateChange change) {
     return GST_STATE_CHANGE_FAILURE;
   }
   const GstStateChangeReturn result = GST_ELEMENT_CLASS(gst_qvg_sink_parent_class)->change_state(element, change);
-  if (change == GST_STATE_CHANGE_PAUSED_TO_READY) state.presenter.Clear();
-  if (change == GST_STATE_CHANGE_READY_TO_NULL) {
-    state.presenter.Close();
-    state.closed = false;
+  if (change == GST_STATE_CHANGE_PAUSED_TO_READY) {
+    state.presenter.Clear();
+    // What is started anew gets a new window.
+    if (state.closed.exchange(false)) state.presenter.SetHost(XCB_WINDOW_NONE);
   }
+  if (change == GST_STATE_CHANGE_READY_TO_NULL) state.presenter.Close();
   return result;
 }
 

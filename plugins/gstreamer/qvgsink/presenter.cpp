@@ -29,7 +29,7 @@ bool Presenter::Open() {
 }
 
 void Presenter::Close() {
-  std::unique_ptr<SinkWindow> window;
+  std::shared_ptr<SinkWindow> window;
   {
     const std::lock_guard lock(mutex_);
     if (!thread_) return;
@@ -42,6 +42,7 @@ void Presenter::Close() {
     thread_.reset();
     upload_.reset();
   }
+  if (window) window->End();
 }
 
 void Presenter::SetFormat(const GstVideoInfo& info) {
@@ -71,7 +72,7 @@ void Presenter::SetOrientation(const Orientation& orientation) {
 // ---- The window
 
 void Presenter::SetHost(xcb_window_t host) {
-  std::unique_ptr<SinkWindow> window;
+  std::shared_ptr<SinkWindow> window;
   bool shown = false;
   {
     const std::lock_guard lock(mutex_);
@@ -80,7 +81,7 @@ void Presenter::SetHost(xcb_window_t host) {
     window = std::move(window_);
     shown = host != XCB_WINDOW_NONE && static_cast<bool>(frame_);
   }
-  window.reset();
+  if (window) window->End();
   if (!shown) return;
   try {
     MakeWindow({});
@@ -108,17 +109,20 @@ bool Presenter::IsWithoutWindow() {
 }
 
 std::optional<xcb_window_t> Presenter::MakeWindow(const std::string& title) {
-  std::unique_ptr<SinkWindow> useless;
-  const std::lock_guard lock(mutex_);
-  if (window_ || !thread_) return {};
-  const auto [width, height] = DisplayedSize(upload_ ? upload_->Info() : shown_);
-  place_.width = static_cast<int>(std::lround(orientation_.Lies() ? height : width));
-  place_.height = static_cast<int>(std::lround(orientation_.Lies() ? width : height));
-  place_.title = title;
-  window_ = std::make_unique<SinkWindow>(place_, listener_);
-  if (OpenDrawer() || !window_->IsThere()) return window_->IsOwn() ? std::optional(window_->Frame()) : std::nullopt;
-  useless = std::move(window_);
-  throw std::runtime_error(failure_);
+  std::shared_ptr<SinkWindow> useless;
+  {
+    const std::lock_guard lock(mutex_);
+    if (window_ || !thread_) return {};
+    const auto [width, height] = DisplayedSize(upload_ ? upload_->Info() : shown_);
+    place_.width = static_cast<int>(std::lround(orientation_.Lies() ? height : width));
+    place_.height = static_cast<int>(std::lround(orientation_.Lies() ? width : height));
+    place_.title = title;
+    window_ = SinkWindow::Open(place_, listener_);
+    if (OpenDrawer() || !window_->IsThere()) return window_->IsOwn() ? std::optional(window_->Frame()) : std::nullopt;
+    useless = std::move(window_);
+  }
+  useless->End();
+  throw std::runtime_error(Failure());
 }
 
 void Presenter::Drop() {

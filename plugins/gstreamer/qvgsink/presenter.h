@@ -77,12 +77,12 @@ class Presenter {
   Place FrameIn(int width, int height) const;
 
   const SinkWindow::Listener listener_;
-  std::mutex mutex_;  // Guards all else. Not held while a window is destroyed, whose thread may wait for it.
+  std::mutex mutex_;  // Guards all else. Not held while a window ends, whose thread may wait for it.
   SinkWindow::Place place_;
   bool forceAspectRatio_ = true;
   Orientation orientation_;
   std::unique_ptr<RenderThread> thread_;
-  std::unique_ptr<SinkWindow> window_;
+  std::shared_ptr<SinkWindow> window_;
   qvg::WndDrawer drawer_;
   std::optional<FrameUpload> upload_;
   qvg::Texture frame_;       // The last one.

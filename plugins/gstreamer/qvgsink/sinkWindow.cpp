@@ -78,17 +78,27 @@ SinkWindow::SinkWindow(const Place& place, Listener listener)
       xcb_get_input_focus_reply(connection_.get(), xcb_get_input_focus(connection_.get()), nullptr));
   wakeUp_ = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
   if (wakeUp_ < 0) throw std::runtime_error("eventfd failed");
-  thread_ = std::thread([this] { Serve(); });
 }
 
-SinkWindow::~SinkWindow() {
+std::shared_ptr<SinkWindow> SinkWindow::Open(const Place& place, Listener listener) {
+  const std::shared_ptr<SinkWindow> window(new SinkWindow(place, std::move(listener)));
+  // Its thread keeps it, too, as a listener may end it.
+  window->thread_ = std::thread([window] { window->Serve(); });
+  return window;
+}
+
+void SinkWindow::End() {
   {
     const std::lock_guard lock(mutex_);
     ending_ = true;
   }
   Wake();
-  thread_.join();
-  close(wakeUp_);
+  if (thread_.get_id() != std::this_thread::get_id()) thread_.join();
+}
+
+SinkWindow::~SinkWindow() {
+  if (thread_.joinable()) thread_.detach();
+  if (wakeUp_ >= 0) close(wakeUp_);
 }
 
 void SinkWindow::FindHost(const Place& place) {
@@ -318,18 +328,18 @@ void SinkWindow::HandleConfigure(const xcb_configure_notify_event_t& event) {
 
 void SinkWindow::ReportPointer(WindowEvent::Kind kind, const xcb_button_press_event_t& event) {
   const bool isButton = kind != WindowEvent::Kind::kPointerMoved;
-  listener_({.kind = kind,
-             .x = event.event_x - placed_.x,
-             .y = event.event_y - placed_.y,
-             .button = isButton ? event.detail : 0U,
-             .modifiers = event.state});
+  Report({.kind = kind,
+          .x = event.event_x - placed_.x,
+          .y = event.event_y - placed_.y,
+          .button = isButton ? event.detail : 0U,
+          .modifiers = event.state});
 }
 
 void SinkWindow::ReportKey(WindowEvent::Kind kind, const xcb_key_press_event_t& event) {
   const size_t index = static_cast<size_t>(event.detail - firstKey_) * symbolsPerKey_;
   if (event.detail < firstKey_ || index >= symbols_.size()) return;
   // The key's first symbol, without the modifiers, which are told beside it.
-  if (const char* name = NameOf(symbols_[index])) listener_({.kind = kind, .modifiers = event.state, .key = name});
+  if (const char* name = NameOf(symbols_[index])) Report({.kind = kind, .modifiers = event.state, .key = name});
 }
 
 // What draws to it still does.
@@ -338,15 +348,23 @@ void SinkWindow::Close() {
   ReportLoss();
 }
 
+void SinkWindow::Report(const WindowEvent& event) {
+  {
+    const std::lock_guard lock(mutex_);
+    if (ending_) return;
+  }
+  listener_(event);
+}
+
 void SinkWindow::ReportPictureChanges() {
   if (lost_) return;
-  if (std::exchange(resized_, false)) listener_({.kind = WindowEvent::Kind::kResized});
-  if (std::exchange(exposed_, false)) listener_({.kind = WindowEvent::Kind::kExposed});
+  if (std::exchange(resized_, false)) Report({.kind = WindowEvent::Kind::kResized});
+  if (std::exchange(exposed_, false)) Report({.kind = WindowEvent::Kind::kExposed});
 }
 
 void SinkWindow::ReportLoss() {
   if (std::exchange(lost_, true)) return;
-  listener_({.kind = own_ ? WindowEvent::Kind::kClosed : WindowEvent::Kind::kGone});
+  Report({.kind = own_ ? WindowEvent::Kind::kClosed : WindowEvent::Kind::kGone});
 }
 
 }  // namespace qvgst

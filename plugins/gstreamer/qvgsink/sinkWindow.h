@@ -54,9 +54,11 @@ class SinkWindow {
   };
   using Listener = std::function<void(const WindowEvent&)>;
 
-  /// listener: called on the window's thread; must not destroy the window. Throws std::runtime_error.
-  SinkWindow(const Place& place, Listener listener);
-  /// What draws to the window has to be gone.
+  /// listener: called on the window's thread, until End(). Throws std::runtime_error.
+  static std::shared_ptr<SinkWindow> Open(const Place& place, Listener listener);
+  /// Destroys the window; what draws to it has to be gone. Waits until the listener has returned, unless it is the
+  /// listener that calls.
+  void End();
   ~SinkWindow();
   SinkWindow(const SinkWindow&) = delete;
   SinkWindow& operator=(const SinkWindow&) = delete;
@@ -84,6 +86,7 @@ class SinkWindow {
     void operator()(xcb_connection_t* connection) const { xcb_disconnect(connection); }
   };
 
+  SinkWindow(const Place& place, Listener listener);
   void FindHost(const Place& place);
   void MakeFrame(const Place& place);
   void MakePicture();
@@ -103,6 +106,7 @@ class SinkWindow {
   void ReportPictureChanges();
   void ReportLoss();
   void Close();
+  void Report(const WindowEvent& event);
   void Wake();
 
   const Listener listener_;
