@@ -20,7 +20,7 @@ uint8_t* ScratchBufferPool::Acquire(size_t size) {
   return lent_.back().data.get();
 }
 
-void ScratchBufferPool::Release(uint8_t* data) {
+void ScratchBufferPool::Release(const uint8_t* data) {
   std::lock_guard lock(mutex_);
   const auto block =
       std::find_if(lent_.begin(), lent_.end(), [data](const Block& candidate) { return candidate.data.get() == data; });

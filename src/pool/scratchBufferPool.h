@@ -34,7 +34,7 @@ class ScratchBufferPool {
   static constexpr size_t kMaxIdleBlocks = 16;
 
   uint8_t* Acquire(size_t size);
-  void Release(uint8_t* data);
+  void Release(const uint8_t* data);
   size_t IdleBytes();
   /// Frees every idle block.
   void Clear();
