@@ -21,5 +21,5 @@ static gboolean Init(GstPlugin* plugin) {
 
 #define PACKAGE "qvGLRenderer"
 GST_PLUGIN_DEFINE(GST_VERSION_MAJOR, GST_VERSION_MINOR, qvg,
-                  "Keying, colour, composition and display of live video on OpenGL", Init, QVG_VERSION, "MIT",
+                  "Keying, colour, composition and display of live video on OpenGL", Init, QVG_VERSION, "MIT/X11",
                   "qvGLRenderer", "https://qvglrenderer.invalid")
