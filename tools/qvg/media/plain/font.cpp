@@ -98,8 +98,8 @@ void DrawGlyph(const stbtt_fontinfo& font, int glyph, float scale, float x, int 
     for (int column = 0; column < width; ++column) {
       const int toX = static_cast<int>(x) + left + column, toY = baseline + top + row;
       if (toX < 0 || toY < 0 || toX >= text.width || toY >= text.height) continue;
-      uint8_t& cover = text.cover.data()[ptrdiff_t{toY} * text.width + toX];
-      cover = std::max(cover, bitmap.data()[ptrdiff_t{row} * width + column]);
+      uint8_t& cover = *(text.cover.begin() + ptrdiff_t{toY} * text.width + toX);
+      cover = std::max(cover, *(bitmap.begin() + ptrdiff_t{row} * width + column));
     }
   }
 }

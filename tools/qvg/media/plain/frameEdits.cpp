@@ -42,7 +42,7 @@ class Easel {
   void Draw(const LetteredText& text, int x, int y, const Pen& pen) {
     for (int row = std::max(0, -y); row < std::min(text.height, picture_.height - y); ++row) {
       for (int column = std::max(0, -x); column < std::min(text.width, picture_.width - x); ++column) {
-        const uint8_t cover = text.cover.data()[ptrdiff_t{row} * text.width + column];
+        const uint8_t cover = *(text.cover.begin() + ptrdiff_t{row} * text.width + column);
         if (cover > 0) Blend(_Pixel(x + column, y + row), alpha_, pen, static_cast<float>(cover) / 255);
       }
     }
