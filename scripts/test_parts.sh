@@ -188,6 +188,7 @@ part_x11() {
     >build/results/x11-shaders.log 2>&1 </dev/null
   check "glslangValidator" scripts/validate_shaders.sh "$texts"
   run_gtest qvg_gst_sink_tests "${with_x[@]}" "${mesa_only[@]}" build/linux/qvg_gst_sink_tests
+  check "plugin in a live pipeline" "${with_x[@]}" "${mesa_only[@]}" build/linux/qvg_gst_soak --seconds 30
   check "soak" "${with_x[@]}" "${mesa_only[@]}" build/linux/qvg_soak --seconds 30
   stop_xvfb
 }
