@@ -435,6 +435,7 @@ TEST_F(Sink, SendsInputUpstream) {
     xcb_change_window_attributes(Server(), IdOf(host), XCB_CW_EVENT_MASK, &presses);
     Stream stream(own ? nullptr : &host);
     stream.WatchNavigation();
+    if (!own) gst_video_overlay_set_render_rectangle(stream.Overlay(), 0, 80, 320, 160);
     stream.SetState(GST_STATE_PAUSED);
     stream.Push(160, 80);
     const xcb_window_t* window = nullptr;
@@ -458,6 +459,7 @@ TEST_F(Sink, SendsInputUpstream) {
     const Reply<xcb_generic_event_t> press(own ? nullptr : xcb_wait_for_event(Server()), &std::free);
     EXPECT_TRUE(own || (press->response_type & 0x7f) == XCB_BUTTON_PRESS);
     // What hears of it may take the window away.
+    gst_video_overlay_set_render_rectangle(stream.Overlay(), -1, -1, -1, -1);
     const HostWindow other(80, 40, 800, 0);
     stream.OnNavigation(
         [&] { gst_video_overlay_set_window_handle(stream.Overlay(), reinterpret_cast<guintptr>(other.handle())); });
