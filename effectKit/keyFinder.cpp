@@ -149,6 +149,7 @@ std::array<double, 3> KeyFor(const std::vector<const uint8_t*>& screen) {
   std::array<double, 3> color;
   for (size_t i = 0; i < color.size(); ++i) {
     std::vector<uint8_t> values;
+    values.reserve(screen.size());
     for (const uint8_t* pixel : screen) values.push_back(pixel[i]);
     const auto middle = values.begin() + static_cast<ptrdiff_t>(values.size() / 2);
     std::nth_element(values.begin(), middle, values.end());

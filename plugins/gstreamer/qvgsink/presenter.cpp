@@ -34,7 +34,7 @@ void Presenter::Close() {
     const std::lock_guard lock(mutex_);
     if (!thread_) return;
     CloseDrawer();
-    window = std::move(window_);
+    window = std::exchange(window_, nullptr);
     thread_->Run([this] {
       frame_.reset();
       return true;
@@ -78,7 +78,7 @@ void Presenter::SetHost(xcb_window_t host) {
     const std::lock_guard lock(mutex_);
     if (std::exchange(place_.host, host) == host && window_ && drawer_) return;
     CloseDrawer();
-    window = std::move(window_);
+    window = std::exchange(window_, nullptr);
     shown = host != XCB_WINDOW_NONE && static_cast<bool>(frame_);
   }
   if (window) window->End();
@@ -119,7 +119,7 @@ std::optional<xcb_window_t> Presenter::MakeWindow(const std::string& title) {
     place_.title = title;
     window_ = SinkWindow::Open(place_, listener_);
     if (OpenDrawer() || !window_->IsThere()) return window_->IsOwn() ? std::optional(window_->Frame()) : std::nullopt;
-    useless = std::move(window_);
+    useless = std::exchange(window_, nullptr);
   }
   useless->End();
   throw std::runtime_error(Failure());

@@ -74,14 +74,14 @@ SinkWindow::SinkWindow(const Place& place, Listener listener)
   xcb_map_window(connection_.get(), picture_);
   if (own_) xcb_map_window(connection_.get(), frame_);
   // Whoever draws does so through another connection: the server has to know the window by then.
-  Reply<xcb_get_input_focus_reply_t>(
+  const Reply<xcb_get_input_focus_reply_t> roundTrip(
       xcb_get_input_focus_reply(connection_.get(), xcb_get_input_focus(connection_.get()), nullptr));
   wakeUp_ = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
   if (wakeUp_ < 0) throw std::runtime_error("eventfd failed");
 }
 
 std::shared_ptr<SinkWindow> SinkWindow::Open(const Place& place, Listener listener) {
-  const std::shared_ptr<SinkWindow> window(new SinkWindow(place, std::move(listener)));
+  std::shared_ptr<SinkWindow> window(new SinkWindow(place, std::move(listener)));
   // Its thread keeps it, too, as a listener may end it.
   window->thread_ = std::thread([window] { window->Serve(); });
   return window;
