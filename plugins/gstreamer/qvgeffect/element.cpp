@@ -17,8 +17,6 @@
 
 namespace {
 
-using qvgst::category;
-
 /// Everything of the element that is not GStreamer's.
 struct State {
   qvgst::EffectSettings settings;
