@@ -173,6 +173,7 @@ part_format() {
 part_linux() {
   build linux || return
   build_folder=linux suffix= run_test_programs "${headless[@]}"
+  run_gtest qvg_gst_effect_tests "${headless[@]}" "${mesa_only[@]}" build/linux/qvg_gst_effect_tests
 }
 
 # The shaders that are checked are the texts that the driver got while the tests ran. Pictures that a stricter driver

@@ -87,6 +87,7 @@ struct Samples {
   }
   /// The value at a pixel.
   double Between(int x, int y) const {
+    if (format->w_sub[part] == 0 && format->h_sub[part] == 0) return Get(x, y);
     const double u = (x - X(0)) / (X(1) - X(0)), v = (y - Y(0)) / (Y(1) - Y(0));
     const int left = static_cast<int>(std::floor(u)), top = static_cast<int>(std::floor(v));
     const auto row = [&](int at) { return std::lerp(Get(left, at), Get(left + 1, at), u - left); };
