@@ -33,6 +33,7 @@ KeyValues TuneKey(const std::vector<FramePtr>& pictures, const std::string& key)
   std::optional<std::array<uint8_t, 3>> named;
   if (!key.empty()) named = Bytes(ParamSetting::Color(key).value.value.color);
   std::vector<qvg::effectkit::PictureView> views;
+  views.reserve(pictures.size());
   for (const FramePtr& picture : pictures) views.push_back(View(*picture));
   try {
     return qvg::effectkit::FindKey(views, named);
