@@ -258,8 +258,8 @@ TEST(GstCompositor, SourcesKeepTheirFormatsAndTheOutputHoldsThemAll) {
   compositor.SetFormat(1, "RGBA", 31, 21);
   compositor.SetFormat(2, "I420, colorimetry=bt601, pixel-aspect-ratio=2/1", 20, 20);
   const Image image = compositor.Compose({Plain(kRed), Plain({0, 1, 0, 0.5}), Plain(kBlue)});
-  EXPECT_STREQ(gst_video_format_to_string(GST_VIDEO_INFO_FORMAT(&*std::make_unique<GstVideoInfo>(compositor.Output()))),
-               "NV12");
+  const GstVideoInfo output = compositor.Output();
+  EXPECT_EQ(GST_VIDEO_INFO_FORMAT(&output), GST_VIDEO_FORMAT_NV12);
   // 81 x 51 has no whole samples of chroma: an even size next to it.
   EXPECT_NEAR(image.width, 81, 1);
   EXPECT_NEAR(image.height, 51, 1);

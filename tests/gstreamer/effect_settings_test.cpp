@@ -310,5 +310,23 @@ TEST(EffectKeyChange, TakesEffectAndIsTakenBack) {
   EXPECT_EQ(similarity, 200);
 }
 
+TEST(EffectKeyChange, HasTheFormatChangedWhereAlphaIsTaken) {
+  EffectHarness effect;
+  ASSERT_TRUE(effect.Negotiate(CapsOf("NV12", 96, 64), "format={ NV12, RGBA }"));
+  const Painting green = Stripes(96, kScreen, kSkin, kScreen);
+  const auto format = [&] {
+    // The format of a frame is settled before its settings are looked at.
+    for (int i = 0; i < 2; ++i) effect.Process(green);
+    const GstVideoInfo output = effect.Output();
+    return GST_VIDEO_INFO_FORMAT(&output);
+  };
+  EXPECT_EQ(format(), GST_VIDEO_FORMAT_NV12);
+  g_object_set(effect.element, "key", "green", nullptr);
+  EXPECT_EQ(format(), GST_VIDEO_FORMAT_RGBA);
+  EXPECT_EQ(effect.Process(green).at(8, 32)[3], 0);
+  g_object_set(effect.element, "key", nullptr, nullptr);
+  EXPECT_EQ(format(), GST_VIDEO_FORMAT_NV12);
+}
+
 }  // namespace
 }  // namespace qvg::test
