@@ -87,7 +87,7 @@ Image EffectHarness::Process(const Painting& painting, const Layout& layout) {
 std::vector<Message> EffectHarness::Messages() {
   std::vector<Message> messages;
   while (GstMessage* message = gst_bus_pop(bus_)) {
-    Message& row = messages.emplace_back(GST_MESSAGE_TYPE(message));
+    Message& row = messages.emplace_back(Message{GST_MESSAGE_TYPE(message), {}, {}});
     GError* error = nullptr;
     char* debug = nullptr;
     if (row.type == GST_MESSAGE_ERROR) gst_message_parse_error(message, &error, &debug);
