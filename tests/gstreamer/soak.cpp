@@ -121,7 +121,7 @@ int main(int argc, char** argv) {
   gst_object_unref(plugin);
 
   // Everything has come round once by then: programs are compiled, pools are filled.
-  const long rounds = 2 * seconds, first = std::max(rounds / 4, long{40});
+  const long first = std::max(seconds / 2, long{40}), rounds = std::max(2 * seconds, first + 20);
   Held begin = {}, end = {};
   {
     Soak soak(std::getenv("DISPLAY") != nullptr);

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "core/pixelLoops.h"
+#include "core/stringList.h"
 
 namespace qvgst {
 namespace {
@@ -84,17 +85,12 @@ struct Lent {
 };
 
 void AppendFormats(GstCaps* caps, bool yuv, const char* sizes) {
-  GValue formats = G_VALUE_INIT;
-  gst_value_list_init(&formats, std::size(kFormats));
+  std::vector<std::string> names;
   for (const Format& row : kFormats) {
-    if (IsYuv(row.way) != yuv) continue;
-    GValue name = G_VALUE_INIT;
-    g_value_init(&name, G_TYPE_STRING);
-    g_value_set_static_string(&name, gst_video_format_to_string(row.format));
-    gst_value_list_append_and_take_value(&formats, &name);
+    if (IsYuv(row.way) == yuv) names.emplace_back(gst_video_format_to_string(row.format));
   }
   GstStructure* structure = gst_structure_from_string(sizes, nullptr);
-  gst_structure_take_value(structure, "format", &formats);
+  SetStrings(structure, "format", names);
   gst_caps_append_structure(caps, structure);
 }
 
@@ -117,15 +113,7 @@ void FrameOutput::RestrictColorimetry(GstCaps* caps, const GstVideoColorimetry* 
     // Structures have formats of one kind, as those of Caps() do.
     const GValue* first = GST_VALUE_HOLDS_LIST(format) ? gst_value_list_get_value(format, 0) : format;
     if (!IsYuv(WayOf(gst_video_format_from_string(g_value_get_string(first))))) continue;
-    GValue list = G_VALUE_INIT;
-    gst_value_list_init(&list, 2);
-    for (const std::string& name : YuvColorimetry(source)) {
-      GValue value = G_VALUE_INIT;
-      g_value_init(&value, G_TYPE_STRING);
-      g_value_set_string(&value, name.c_str());
-      gst_value_list_append_and_take_value(&list, &value);
-    }
-    gst_structure_take_value(structure, "colorimetry", &list);
+    SetStrings(structure, "colorimetry", YuvColorimetry(source));
   }
 }
 
@@ -250,6 +238,8 @@ GstBuffer* FrameOutput::PassOn(GstBuffer* frame) const {
   if (copy != nullptr && gst_video_frame_map(&to, &info_, copy, GST_MAP_WRITE)) {
     gst_video_frame_copy(&to, &from);
     gst_video_frame_unmap(&to);
+  } else {
+    gst_clear_buffer(&copy);
   }
   gst_video_frame_unmap(&from);
   return copy;

@@ -1,6 +1,9 @@
 #include "core/frameUpload.h"
 
 #include <algorithm>
+#include <string>
+
+#include "core/stringList.h"
 
 namespace qvgst {
 namespace {
@@ -54,18 +57,11 @@ std::optional<YuvMatrix> ConversionOf(const GstVideoInfo& info) {
 }  // namespace
 
 GstCaps* FrameUpload::Caps() {
-  GValue formats = G_VALUE_INIT;
-  gst_value_list_init(&formats, std::size(kFormats));
-  for (const Format& row : kFormats) {
-    GValue name = G_VALUE_INIT;
-    g_value_init(&name, G_TYPE_STRING);
-    g_value_set_static_string(&name, gst_video_format_to_string(row.format));
-    gst_value_list_append_and_take_value(&formats, &name);
-  }
+  std::vector<std::string> names;
+  for (const Format& row : kFormats) names.emplace_back(gst_video_format_to_string(row.format));
   GstCaps* caps = gst_caps_from_string(
       "video/x-raw, width = [ 1, 16384 ], height = [ 1, 16384 ], framerate = [ 0/1, 2147483647/1 ]");
-  gst_caps_set_value(caps, "format", &formats);
-  g_value_unset(&formats);
+  SetStrings(gst_caps_get_structure(caps, 0), "format", names);
   return caps;
 }
 
